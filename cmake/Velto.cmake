@@ -1,0 +1,75 @@
+# What every target of the tree shares: the language level, the warnings, the sanitizers, and where
+# the programs, bundles and resources end up.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+set(VELTO_BUNDLES_DIR ${CMAKE_BINARY_DIR}/bundles)
+set(VELTO_RESOURCES_DIR ${CMAKE_BINARY_DIR}/share/velto/alerts)
+
+find_program(CCACHE ccache)
+if(CCACHE)
+  set(CMAKE_C_COMPILER_LAUNCHER ${CCACHE})
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
+endif()
+
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wformat=2
+                    -Wundef -Werror)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  add_compile_options(-Wthread-safety)
+endif()
+
+if(VELTO_SANITIZE)
+  add_compile_options(-fsanitize=${VELTO_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all
+                      -O1)
+  add_link_options(-fsanitize=${VELTO_SANITIZE})
+else()
+  add_compile_options(-fstack-protector-strong)
+  add_link_options(-Wl,-z,relro,-z,now)
+  if(CMAKE_BUILD_TYPE STREQUAL "Release")
+    add_compile_definitions(_FORTIFY_SOURCE=2)
+  endif()
+endif()
+
+# velto_library(NAME SOURCES... [PUBLIC libs...] [PRIVATE libs...])
+function(velto_library name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+  add_library(${name} STATIC ${ARG_SOURCES})
+  target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
+  target_link_libraries(${name} PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE})
+endfunction()
+
+# velto_test(NAME SOURCES... LIBRARIES libs... [LABELS labels...])
+# A GoogleTest program; each of its tests is a test of its own to ctest. Programs labelled
+# "concurrent" run under ThreadSanitizer as well.
+function(velto_test name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES;LABELS" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} velto_test_support GTest::gmock
+                                        GTest::gtest_main)
+  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST
+                       PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT 300)
+endfunction()
+
+# velto_fuzz_target(NAME SOURCE LIBRARIES libs...)
+# With VELTO_FUZZ a libFuzzer program; without, a program that replays the seed corpus
+# fuzz/corpus/NAME, which runs as a test.
+function(velto_fuzz_target name source)
+  cmake_parse_arguments(ARG "" "" "LIBRARIES" ${ARGN})
+  if(VELTO_FUZZ)
+    add_executable(${name} ${source})
+    target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+  else()
+    add_executable(${name} ${source} ${PROJECT_SOURCE_DIR}/fuzz/ReplayMain.cpp)
+    add_test(NAME fuzz.${name} COMMAND ${name} ${PROJECT_SOURCE_DIR}/fuzz/corpus/${name})
+  endif()
+  target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES})
+  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/fuzz)
+endfunction()

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <memory>
+#include <string_view>
+
+#include "platform/connection/Connection.h"
+#include "platform/foundation/Error.h"
+
+namespace velto {
+
+class Listener;
+class RunLoop;
+
+/// Decides about new connections. Called on the threads of the run loop, several at once.
+class ListenerDelegate {
+ public:
+  virtual ~ListenerDelegate() = default;
+  /// True to keep the connection, which must then have been resumed; false closes it.
+  virtual bool shouldAcceptNewConnection(Listener& listener, Connection& connection) = 0;
+};
+
+/// The service's door: a listening Unix stream socket. Made with a service name it takes the socket
+/// that the service manager handed over (FileDescriptorName=varlink) and otherwise makes
+/// /run/velto/<service name>, mode 0666, below VELTO_ROOT. A socket left by a crash is replaced;
+/// one that still answers is not. Clients that connect before `resume` wait in the socket's queue.
+///
+/// Made and resumed on one thread; it must outlive the run loop's `run`.
+class Listener {
+ public:
+  /// Nothing, with an error that says which socket and why, when the door cannot be had.
+  static std::unique_ptr<Listener> listenerWithServiceName(RunLoop& runLoop,
+                                                           std::string_view serviceName,
+                                                           ErrorSlot error);
+  ~Listener();
+  Listener(const Listener&) = delete;
+  Listener& operator=(const Listener&) = delete;
+
+  /// Not owned; must outlive the listener.
+  void setDelegate(ListenerDelegate* delegate);
+  /// Starts to accept. The delegate must be set.
+  void resume();
+
+ private:
+  class Implementation;
+  explicit Listener(std::shared_ptr<Implementation> implementation);
+  std::shared_ptr<Implementation> implementation_;
+};
+
+}  // namespace velto

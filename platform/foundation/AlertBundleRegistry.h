@@ -1,0 +1,46 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "platform/foundation/EmailFormatter.h"
+#include "platform/foundation/Error.h"
+#include "platform/foundation/VLAlert.h"
+
+namespace velto {
+
+class Log;
+
+/// The domain of the errors about bundles.
+inline constexpr std::string_view kBundleErrorDomain = "VeltoFoundation";
+
+/// The alert bundles of one directory: finds the bundle of an alert, loads bundles with code, and
+/// knows the classes they registered, by name. Synchronised itself: any thread.
+class AlertBundleRegistry {
+ public:
+  /// The registry of the process, over VLAlertsDirectory.
+  static AlertBundleRegistry& shared();
+
+  AlertBundleRegistry(std::string directory, Log& log);
+  ~AlertBundleRegistry();
+  AlertBundleRegistry(const AlertBundleRegistry&) = delete;
+  AlertBundleRegistry& operator=(const AlertBundleRegistry&) = delete;
+
+  /// See VLAlert::alertSubclass.
+  std::unique_ptr<VLAlertSubclass> alertSubclass(const VLAlert& alert, ErrorSlot error);
+
+  /// Loads the code of the bundle "<name>.bundle" if it is not loaded yet, which makes its classes
+  /// available by name. False, with one log line that says why, when there is no such bundle, it
+  /// has no code, or the code cannot be used.
+  bool VLLoadAlertBundle(std::string_view name);
+
+  /// A new object of the formatter class of this name, or null when no loaded bundle has one.
+  std::unique_ptr<EmailFormatter> makeEmailFormatter(std::string_view className);
+
+ private:
+  class Implementation;
+  std::unique_ptr<Implementation> implementation_;
+};
+
+}  // namespace velto

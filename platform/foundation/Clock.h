@@ -1,0 +1,17 @@
+#pragma once
+
+#include "platform/foundation/Date.h"
+
+namespace velto {
+
+/// The only place that tells the current time. Implementations may be used from any thread.
+class Clock {
+ public:
+  virtual ~Clock() = default;
+  virtual Date now() const = 0;
+
+  /// The machine's real-time clock.
+  static const Clock& system();
+};
+
+}  // namespace velto

@@ -1,0 +1,29 @@
+#include "platform/foundation/Paths.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+
+namespace velto {
+
+std::string rootedPath(std::string_view path) {
+  const char* root = std::getenv("VELTO_ROOT");
+  std::string result = root == nullptr ? "" : root;
+  while (!result.empty() && result.back() == '/') {
+    result.pop_back();
+  }
+  return result.append(path);
+}
+
+bool isPrivateSystem() {
+  const char* root = std::getenv("VELTO_ROOT");
+  return root != nullptr && *root != '\0';
+}
+
+std::string resourceDirectory() {
+  std::error_code error;
+  const auto executable = std::filesystem::read_symlink("/proc/self/exe", error);
+  return (executable.parent_path().parent_path() / "share/velto/alerts").string();
+}
+
+}  // namespace velto

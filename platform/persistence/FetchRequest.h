@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/persistence/Predicate.h"
+#include "platform/persistence/SortDescriptor.h"
+
+namespace velto {
+
+/// What to fetch: the objects of one entity that a predicate holds for, in an order, at most as
+/// many as a limit says. Without sort descriptors the order is that of insertion; objects that the
+/// sort descriptors do not tell apart keep the order of insertion, or its reverse where the last
+/// descriptor is descending.
+class FetchRequest {
+ public:
+  explicit FetchRequest(std::string entityName) : entityName_(std::move(entityName)) {}
+
+  void setPredicate(Predicate predicate) { predicate_ = std::move(predicate); }
+  void setSortDescriptors(std::vector<SortDescriptor> sort) { sortDescriptors_ = std::move(sort); }
+  /// 0 is no limit.
+  void setFetchLimit(std::size_t limit) { fetchLimit_ = limit; }
+
+  const std::string& entityName() const { return entityName_; }
+  const std::optional<Predicate>& predicate() const { return predicate_; }
+  const std::vector<SortDescriptor>& sortDescriptors() const { return sortDescriptors_; }
+  std::size_t fetchLimit() const { return fetchLimit_; }
+
+ private:
+  std::string entityName_;
+  std::optional<Predicate> predicate_;
+  std::vector<SortDescriptor> sortDescriptors_;
+  std::size_t fetchLimit_ = 0;
+};
+
+}  // namespace velto

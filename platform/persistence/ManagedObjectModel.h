@@ -1,0 +1,68 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/persistence/AttributeValue.h"
+
+namespace velto {
+
+struct AttributeDescription {
+  std::string name;
+  AttributeType type;
+};
+
+/// One entity of a model: its name, its attributes in declaration order, and the lists of
+/// attributes that the store keeps an index on.
+class EntityDescription {
+ public:
+  EntityDescription(std::string name, std::vector<AttributeDescription> attributes,
+                    std::vector<std::vector<std::string>> indexes);
+
+  const std::string& name() const { return name_; }
+  const std::vector<AttributeDescription>& attributes() const { return attributes_; }
+  const std::vector<std::vector<std::string>>& indexes() const { return indexes_; }
+  /// The position of the attribute in attributes(), or nothing when the entity has none of the name.
+  std::optional<std::size_t> attributeIndex(std::string_view name) const;
+
+ private:
+  const std::string name_;
+  const std::vector<AttributeDescription> attributes_;
+  const std::vector<std::vector<std::string>> indexes_;
+};
+
+/// The entities that a store holds. Immutable once made, so any thread may read it.
+///
+/// A model file is a property list (`*.model`):
+///     { Entities = ( { Name = X; Attributes = ( { Name = a; Type = string; }, ... );
+///                      Indexes = ( (a), (b, c) ); }, ... ); }
+/// Types: string, date, data, boolean. Names are ASCII letters, digits and "_", and begin with a
+/// letter: they become names of tables and columns.
+class ManagedObjectModel {
+ public:
+  explicit ManagedObjectModel(std::vector<EntityDescription> entities);
+
+  /// The merge of all model files in the resource directory: nothing when there is none, when one
+  /// cannot be read or is malformed, or when two define an entity of one name differently.
+  static std::unique_ptr<const ManagedObjectModel> mergedModelFromDirectory(
+      const std::string& resourceDirectory);
+
+  /// The model that one file's bytes hold, or nothing.
+  static std::unique_ptr<const ManagedObjectModel> modelFromData(const class Data& data);
+
+  const std::vector<EntityDescription>& entities() const { return entities_; }
+  /// The entity, or null when the model has none of the name.
+  const EntityDescription* entity(std::string_view name) const;
+
+  /// A hash of everything that shapes the store's file (entities, attributes, types; not the
+  /// indexes). Equal models have equal hashes, whatever files they came from.
+  std::string versionHash() const;
+
+ private:
+  std::vector<EntityDescription> entities_;
+};
+
+}  // namespace velto
