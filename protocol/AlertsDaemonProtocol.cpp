@@ -1,0 +1,165 @@
+// The table of the protocol's methods, and what turns a call into an operation and back.
+
+#include <algorithm>
+#include <array>
+#include <tuple>
+#include <utility>
+
+#include "protocol/InterfaceDescription.h"
+#include "protocol/JSONCoding.h"
+#include "protocol/ReplyText.h"
+#include "protocol/VLAlertsDaemon.h"
+
+namespace velto {
+namespace {
+
+namespace json = boost::json;
+
+template <std::size_t N>
+using Names = std::array<std::string_view, N>;
+
+InvocationResult invalidParameter(std::string_view name) {
+  return {InvocationResult::Kind::kInvalidParameter, std::string(name), nullptr};
+}
+
+/// A parameter that the method does not have, if there is one.
+template <std::size_t N>
+std::optional<std::string_view> unknownParameter(const json::object& parameters,
+                                                 const Names<N>& names) {
+  for (const auto& member : parameters) {
+    if (std::find(names.begin(), names.end(), std::string_view(member.key())) == names.end()) {
+      return member.key();
+    }
+  }
+  return std::nullopt;
+}
+
+/// Absent when it is left out or null; false when it is of another type.
+template <typename T>
+bool decodeParameter(const json::object& parameters, std::string_view name,
+                     const ArgumentClasses* classes, std::optional<T>& argument) {
+  const json::value* found = parameters.if_contains(name);
+  return found == nullptr || found->is_null() || decode(*found, classes, argument.emplace());
+}
+
+/// Fills the arguments in their order; the name of the first that does not fit, if there is one.
+/// The white-list is that of the first argument.
+template <typename Arguments, std::size_t... Index>
+std::optional<std::string_view> decodeParameters(const Invocation& invocation,
+                                                 const Names<sizeof...(Index)>& names,
+                                                 Arguments& arguments,
+                                                 std::index_sequence<Index...>) {
+  std::optional<std::string_view> wrong;
+  static_cast<void>((... && (decodeParameter(invocation.parameters, names[Index],
+                                             Index == 0 ? invocation.classes : nullptr,
+                                             std::get<Index>(arguments)) ||
+                             (wrong = names[Index], false))));
+  return wrong;
+}
+
+/// Makes the reply block of one call; it leaves the reply's text in `pieces`.
+void makeReplyBlock(ErrorReply& reply, ReplyPieces& pieces, std::string_view /*result*/,
+                    bool /*more*/) {
+  reply = [&pieces](const std::optional<Error>& error) { pieces = replyText(error); };
+}
+
+template <typename Result>
+void makeReplyBlock(Reply<Result>& reply, ReplyPieces& pieces, std::string_view result, bool more) {
+  reply = [&pieces, result, more](std::optional<Result> data, std::optional<Error> error) {
+    pieces = replyText(result, std::move(data), std::move(error), more);
+  };
+}
+
+/// Calls the operation; a reply block that was not called says that the object does not offer it.
+template <typename... Arguments>
+InvocationResult perform(const Invocation& invocation, std::string_view result,
+                         void (VLAlertsDaemon::*operation)(Arguments...),
+                         std::tuple<Arguments...>& arguments) {
+  ReplyPieces pieces;
+  makeReplyBlock(std::get<sizeof...(Arguments) - 1>(arguments), pieces, result, invocation.more);
+  auto& object = static_cast<VLAlertsDaemon&>(invocation.object);
+  std::apply([&](auto&... argument) { (object.*operation)(std::move(argument)...); }, arguments);
+  if (pieces == nullptr) {
+    return {InvocationResult::Kind::kNotImplemented, {}, nullptr};
+  }
+  return {InvocationResult::Kind::kReplied, {}, std::move(pieces)};
+}
+
+/// The row of one operation: its parameters' names in order, and the name of the data that it
+/// replies, if any.
+template <typename... Arguments>
+ProtocolMethod row(std::string_view selector, std::string_view wireName,
+                   Names<sizeof...(Arguments) - 1> names,
+                   void (VLAlertsDaemon::*operation)(Arguments...), std::string_view result = {}) {
+  return {selector, wireName, [names, operation, result](const Invocation& invocation) {
+            auto wrong = unknownParameter(invocation.parameters, names);
+            std::tuple<Arguments...> arguments;
+            if (!wrong) {
+              wrong = decodeParameters(invocation, names, arguments,
+                                       std::make_index_sequence<sizeof...(Arguments) - 1>());
+            }
+            return wrong ? invalidParameter(*wrong)
+                         : perform(invocation, result, operation, arguments);
+          }};
+}
+
+std::vector<ProtocolMethod> methodTable() {
+  using D = VLAlertsDaemon;
+  return {
+      row("getAttributesWithCallback:", "GetAttributes", {}, &D::getAttributes, "attributes"),
+      row("setAttributes:callback:", "SetAttributes", {"attributes"}, &D::setAttributes),
+      row("postAlert:callback:", "PostAlert", {"alert"}, &D::postAlert),
+      row("saveAlerts:callback:", "SaveAlerts", {"alerts"}, &D::saveAlerts),
+      row("markAlertAsReadWithAlertId:callback:", "MarkAlertAsReadWithAlertId", {"alertId"},
+          &D::markAlertAsReadWithAlertId),
+      row("markAlertAsResolvedWithAlertId:callback:", "MarkAlertAsResolvedWithAlertId", {"alertId"},
+          &D::markAlertAsResolvedWithAlertId),
+      row("performRecoveryAction:forAlertId:callback:", "PerformRecoveryAction",
+          {"action", "alertId"}, &D::performRecoveryAction),
+      row("getAlertsFromDate:toDate:callback:", "GetAlertsFromDate", {"fromDate", "toDate"},
+          &D::getAlertsFromDate, "alerts"),
+      row("getAlertsOfType:callback:", "GetAlertsOfType", {"type"}, &D::getAlertsOfType, "alerts"),
+      row("getAlertsOfBundle:callback:", "GetAlertsOfBundle", {"bundle"}, &D::getAlertsOfBundle,
+          "alerts"),
+      row("getLastAlertOfType:callback:", "GetLastAlertOfType", {"type"}, &D::getLastAlertOfType,
+          "alert"),
+      row("getLastAlertOfBundle:callback:", "GetLastAlertOfBundle", {"bundle"},
+          &D::getLastAlertOfBundle, "alert"),
+      row("deleteAlertsBeforeDate:callback:", "DeleteAlertsBeforeDate", {"date"},
+          &D::deleteAlertsBeforeDate, "count"),
+      row("deleteAlertsWithIds:callback:", "DeleteAlertsWithIds", {"alertIds"},
+          &D::deleteAlertsWithIds),
+      row("deleteUnsupportedAlertsWithCallback:", "DeleteUnsupportedAlerts", {},
+          &D::deleteUnsupportedAlerts, "count"),
+      row("enableAlertBundle:callback:", "EnableAlertBundle", {"bundle"}, &D::enableAlertBundle),
+      row("disableAlertBundle:callback:", "DisableAlertBundle", {"bundle"}, &D::disableAlertBundle),
+      row("getAlertBundleNamesWithCallback:", "GetAlertBundleNames", {}, &D::getAlertBundleNames,
+          "names"),
+      row("getAlertBundleSettingsWithCallback:", "GetAlertBundleSettings", {},
+          &D::getAlertBundleSettings, "settings"),
+      row("setAlertBundleSettings:callback:", "SetAlertBundleSettings", {"settings"},
+          &D::setAlertBundleSettings),
+      row("getMailRecipientsWithCallback:", "GetMailRecipients", {}, &D::getMailRecipients,
+          "recipients"),
+      row("setMailRecipients:callback:", "SetMailRecipients", {"recipients"},
+          &D::setMailRecipients),
+      row("addMailRecipients:callback:", "AddMailRecipients", {"recipients"},
+          &D::addMailRecipients),
+      row("getPushRecipientsWithCallback:", "GetPushRecipients", {}, &D::getPushRecipients,
+          "recipients"),
+      row("setPushRecipients:callback:", "SetPushRecipients", {"recipients"},
+          &D::setPushRecipients),
+      row("addPushRecipients:callback:", "AddPushRecipients", {"recipients"},
+          &D::addPushRecipients),
+  };
+}
+
+}  // namespace
+
+const Protocol& alertsDaemonProtocol() {
+  static const Protocol protocol{"com.ulmora.velto.AlertsDaemon", kInterfaceDescription,
+                                 methodTable()};
+  return protocol;
+}
+
+}  // namespace velto

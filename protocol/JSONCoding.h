@@ -1,0 +1,105 @@
+#pragma once
+
+// The coding between values and the JSON that travels on the wire. A decoder returns false (or
+// nothing) for JSON of another shape; members that a structure does not know are passed over, and a
+// member that is null is absent.
+
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include <boost/json.hpp>
+
+#include "platform/connection/Interface.h"
+#include "platform/foundation/AlertBundleSettings.h"
+#include "platform/foundation/Data.h"
+#include "platform/foundation/Date.h"
+#include "platform/foundation/Error.h"
+#include "platform/foundation/PropertyList.h"
+#include "platform/foundation/Recipients.h"
+#include "platform/foundation/VLAlert.h"
+
+namespace velto {
+
+using ArgumentClasses = std::set<ArgumentClass>;
+
+/// Plain JSON for strings, integers, reals, booleans, arrays and dictionaries; {"$date": seconds}
+/// and {"$data": base64} for the two kinds that JSON lacks; {"$dict": {...}} for a dictionary that
+/// itself has a key beginning with "$". An absent value, in a dictionary only, is null or
+/// {"$absent": true}.
+std::optional<PropertyList> propertyListFromJSON(const boost::json::value& json);
+boost::json::value jsonFromPropertyList(const PropertyList& value);
+
+// `classes` is the white-list of a collection argument, or null when the method has none. An array
+// that it admits as an element is passed over.
+bool decode(const boost::json::value& json, const ArgumentClasses* classes, bool& value);
+bool decode(const boost::json::value& json, const ArgumentClasses* classes, std::string& value);
+bool decode(const boost::json::value& json, const ArgumentClasses* classes, Date& value);
+bool decode(const boost::json::value& json, const ArgumentClasses* classes, Data& value);
+bool decode(const boost::json::value& json, const ArgumentClasses* classes, VLAlert& value);
+bool decode(const boost::json::value& json, const ArgumentClasses* classes,
+            AlertBundleSettings& value);
+bool decode(const boost::json::value& json, const ArgumentClasses* classes, MailRecipient& value);
+bool decode(const boost::json::value& json, const ArgumentClasses* classes,
+            MailRecipientOrAddress& value);
+bool decode(const boost::json::value& json, const ArgumentClasses* classes, PushRecipient& value);
+/// Anything but a dictionary is no recipient, which is not a mistake.
+bool decode(const boost::json::value& json, const ArgumentClasses* classes,
+            std::optional<PushRecipient>& value);
+bool decode(const boost::json::value& json, const ArgumentClasses* classes,
+            std::map<std::string, AlertBundleSettings>& value);
+bool decode(const boost::json::value& json, const ArgumentClasses* classes,
+            PropertyList::Dictionary& value);
+
+template <typename T>
+bool decode(const boost::json::value& json, const ArgumentClasses* classes,
+            std::vector<T>& values) {
+  const boost::json::array* array = json.if_array();
+  if (array == nullptr) {
+    return false;
+  }
+  values.reserve(array->size());
+  for (const boost::json::value& element : *array) {
+    if (element.is_array() && classes != nullptr && classes->contains(ArgumentClass::kArray)) {
+      std::vector<T> passedOver;
+      if (!decode(element, classes, passedOver)) {
+        return false;
+      }
+    } else if (!decode(element, classes, values.emplace_back())) {
+      return false;
+    }
+  }
+  return true;
+}
+
+boost::json::value encode(std::int64_t value);
+boost::json::value encode(std::uint64_t value);
+boost::json::value encode(const std::string& value);
+boost::json::value encode(const Error& error);
+boost::json::value encode(const VLAlert& alert);
+boost::json::value encode(const AlertBundleSettings& settings);
+boost::json::value encode(const MailRecipient& recipient);
+boost::json::value encode(const PushRecipient& recipient);
+
+template <typename T>
+boost::json::value encode(const std::vector<T>& values) {
+  boost::json::array json;
+  json.reserve(values.size());
+  for (const T& value : values) {
+    json.push_back(encode(value));
+  }
+  return json;
+}
+
+template <typename T>
+boost::json::value encode(const std::map<std::string, T>& values) {
+  boost::json::object json;
+  for (const auto& [key, value] : values) {
+    json.emplace(key, encode(value));
+  }
+  return json;
+}
+
+}  // namespace velto

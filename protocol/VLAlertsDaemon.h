@@ -1,0 +1,77 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/connection/Interface.h"
+#include "platform/foundation/AlertBundleSettings.h"
+#include "platform/foundation/Date.h"
+#include "platform/foundation/Error.h"
+#include "platform/foundation/PropertyList.h"
+#include "platform/foundation/Recipients.h"
+#include "platform/foundation/VLAlert.h"
+
+namespace velto {
+
+/// A reply block: the data first, the error last; either may be absent.
+template <typename Result>
+using Reply = std::function<void(std::optional<Result>, std::optional<Error>)>;
+using ErrorReply = std::function<void(std::optional<Error>)>;
+
+/// The operations that the daemon offers to its clients, in their declared order. An operation
+/// calls its reply block exactly once, before it returns, on every path, and lets no exception out.
+/// An object that does not offer an operation leaves it as it is here: the reply block is then not
+/// called, and the client is told that the method is not implemented.
+///
+/// Calls of one connection come one at a time, on any thread.
+class VLAlertsDaemon : public ExportedObject {
+ public:
+  using Attributes = std::map<std::string, std::string>;
+  using BundleSettings = std::map<std::string, AlertBundleSettings>;
+
+  virtual void getAttributes(Reply<Attributes>) {}
+  /// A value may be absent.
+  virtual void setAttributes(std::optional<PropertyList::Dictionary> /*attributes*/, ErrorReply) {}
+  virtual void postAlert(std::optional<VLAlert> /*alert*/, ErrorReply) {}
+  virtual void saveAlerts(std::optional<std::vector<VLAlert>> /*alerts*/, ErrorReply) {}
+  virtual void markAlertAsReadWithAlertId(std::optional<std::string> /*alertId*/, ErrorReply) {}
+  virtual void markAlertAsResolvedWithAlertId(std::optional<std::string> /*alertId*/, ErrorReply) {}
+  virtual void performRecoveryAction(std::optional<std::string> /*action*/,
+                                     std::optional<std::string> /*alertId*/, ErrorReply) {}
+  virtual void getAlertsFromDate(std::optional<Date> /*from*/, std::optional<Date> /*to*/,
+                                 Reply<std::vector<VLAlert>>) {}
+  virtual void getAlertsOfType(std::optional<std::string> /*type*/, Reply<std::vector<VLAlert>>) {}
+  virtual void getAlertsOfBundle(std::optional<std::string> /*bundle*/,
+                                 Reply<std::vector<VLAlert>>) {}
+  virtual void getLastAlertOfType(std::optional<std::string> /*type*/, Reply<VLAlert>) {}
+  virtual void getLastAlertOfBundle(std::optional<std::string> /*bundle*/, Reply<VLAlert>) {}
+  virtual void deleteAlertsBeforeDate(std::optional<Date> /*date*/, Reply<std::int64_t>) {}
+  virtual void deleteAlertsWithIds(std::optional<std::vector<std::string>> /*alertIds*/,
+                                   ErrorReply) {}
+  virtual void deleteUnsupportedAlerts(Reply<std::uint64_t>) {}
+  virtual void enableAlertBundle(std::optional<std::string> /*bundle*/, ErrorReply) {}
+  virtual void disableAlertBundle(std::optional<std::string> /*bundle*/, ErrorReply) {}
+  virtual void getAlertBundleNames(Reply<std::vector<std::string>>) {}
+  virtual void getAlertBundleSettings(Reply<BundleSettings>) {}
+  virtual void setAlertBundleSettings(std::optional<BundleSettings> /*settings*/, ErrorReply) {}
+  virtual void getMailRecipients(Reply<std::vector<MailRecipient>>) {}
+  virtual void setMailRecipients(std::optional<std::vector<MailRecipient>> /*recipients*/,
+                                 ErrorReply) {}
+  virtual void addMailRecipients(std::optional<std::vector<MailRecipientOrAddress>> /*recipients*/,
+                                 ErrorReply) {}
+  virtual void getPushRecipients(Reply<std::vector<PushRecipient>>) {}
+  virtual void setPushRecipients(std::optional<std::vector<PushRecipient>> /*recipients*/,
+                                 ErrorReply) {}
+  /// An element that is no recipient is absent.
+  virtual void addPushRecipients(
+      std::optional<std::vector<std::optional<PushRecipient>>> /*recipients*/, ErrorReply) {}
+};
+
+/// The protocol that VLAlertsDaemon is: its methods' rows, in order, and the interface file's text.
+const Protocol& alertsDaemonProtocol();
+
+}  // namespace velto

@@ -1,0 +1,57 @@
+#include "store/ADAlertAdditions.h"
+
+#include <utility>
+
+#include "platform/foundation/PropertyListSerialization.h"
+
+namespace velto {
+namespace {
+
+std::optional<PropertyList::Dictionary> decodedAttributes(const std::optional<Data>& data) {
+  if (!data) {
+    return std::nullopt;
+  }
+  auto value = PropertyListSerialization::propertyList(*data, nullptr);
+  if (!value || value->dictionary() == nullptr) {
+    return std::nullopt;
+  }
+  return std::move(*value->dictionary());
+}
+
+std::optional<Data> encodedAttributes(const std::optional<PropertyList::Dictionary>& attributes) {
+  if (!attributes) {
+    return std::nullopt;
+  }
+  return PropertyListSerialization::binaryData(*attributes, nullptr);
+}
+
+}  // namespace
+
+VLAlert initWithADAlert(const ADAlert& record) {
+  VLAlert alert;
+  alert.bundle = record.bundle();
+  alert.type = record.type();
+  alert.identifier = record.identifier();
+  alert.creationDate = record.creationDate();
+  alert.sentDate = record.sentDate();
+  alert.readDate = record.readDate();
+  alert.resolvedDate = record.resolvedDate();
+  alert.attributes = decodedAttributes(record.attributes());
+  return alert;
+}
+
+ADAlert insertADAlertObjectInManagedObjectContext(const VLAlert& alert,
+                                                  ManagedObjectContext& context) {
+  auto record = context.insertNewObject<ADAlert>(ADAlert::kEntityName);
+  record.setBundle(alert.bundle);
+  record.setType(alert.type);
+  record.setIdentifier(alert.identifier);
+  record.setCreationDate(alert.creationDate);
+  record.setSentDate(alert.sentDate);
+  record.setReadDate(alert.readDate);
+  record.setResolvedDate(alert.resolvedDate);
+  record.setAttributes(encodedAttributes(alert.attributes));
+  return record;
+}
+
+}  // namespace velto

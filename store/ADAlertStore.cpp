@@ -1,0 +1,56 @@
+#include "store/ADAlertStore.h"
+
+#include <utility>
+
+#include "store/ADAlertStoreFetch.h"
+
+namespace velto {
+
+Error notFoundError(std::string_view message) {
+  return makeError(kStoreErrorDomain, kStoreErrorCode, message);
+}
+
+ADAlertStore::ADAlertStore(StoreContainer& container) : container_(container) {}
+
+ManagedObjectContext& ADAlertStore::managedObjectContext() {
+  if (managedObjectContext_ == nullptr) {
+    auto coordinator = container_.persistentStoreCoordinator();
+    if (coordinator == nullptr) {
+      container_.log().warning("Failed to initialize the store");
+    }
+    managedObjectContext_ = std::make_unique<ManagedObjectContext>();
+    managedObjectContext_->setPersistentStoreCoordinator(std::move(coordinator));
+  }
+  return *managedObjectContext_;
+}
+
+bool ADAlertStore::save(ErrorSlot error) {
+  return managedObjectContext().save(error);
+}
+
+std::optional<ADAlert> ADAlertStore::getADAlertWithIdentifier(
+    const std::optional<std::string>& identifier, ErrorSlot error) {
+  return firstWithKey<ADAlert>(managedObjectContext(), "identifier = %@", identifier, error);
+}
+
+std::optional<ADAlertBundle> ADAlertStore::getADAlertBundle(
+    const std::optional<std::string>& bundle, ErrorSlot error) {
+  return firstWithKey<ADAlertBundle>(managedObjectContext(), "bundle = %@", bundle, error);
+}
+
+std::optional<ADMailRecipient> ADAlertStore::getADMailRecipientForAddress(
+    const std::optional<std::string>& address, ErrorSlot error) {
+  return firstWithKey<ADMailRecipient>(managedObjectContext(), "address = %@", address, error);
+}
+
+std::optional<ADPushRecipient> ADAlertStore::getADPushRecipientWithGUID(
+    const std::optional<std::string>& guid, ErrorSlot error) {
+  return firstWithKey<ADPushRecipient>(managedObjectContext(), "guid = %@", guid, error);
+}
+
+std::optional<ADPushRecipient> ADAlertStore::getADPushRecipientWithToken(
+    const std::optional<Data>& token, ErrorSlot error) {
+  return firstWithKey<ADPushRecipient>(managedObjectContext(), "token = %@", token, error);
+}
+
+}  // namespace velto

@@ -1,0 +1,95 @@
+#include "store/StoreContainer.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <optional>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+#include "platform/foundation/Paths.h"
+#include "store/ADAlert.h"
+#include "store/ADAlertBundle.h"
+#include "store/ADAttribute.h"
+#include "store/ADMailRecipient.h"
+#include "store/ADPushRecipient.h"
+
+namespace velto {
+namespace {
+
+constexpr const char* kStoreFile = "alertData.db";
+
+template <typename Object>
+bool declares(const ManagedObjectModel& model) {
+  const EntityDescription* entity = model.entity(Object::kEntityName);
+  return entity != nullptr &&
+         std::equal(entity->attributes().begin(), entity->attributes().end(),
+                    Object::kAttributes.begin(), Object::kAttributes.end(),
+                    [](const AttributeDescription& declared, const EntityAttribute& expected) {
+                      return declared.name == expected.name && declared.type == expected.type;
+                    });
+}
+
+/// The entity classes reach attributes by position, so a model of another shape is no model.
+bool isOurs(const ManagedObjectModel& model) {
+  return model.entities().size() == 5 && declares<ADAlert>(model) &&
+         declares<ADAlertBundle>(model) && declares<ADAttribute>(model) &&
+         declares<ADMailRecipient>(model) && declares<ADPushRecipient>(model);
+}
+
+/// An existing directory keeps its owner and mode, and a failure shows when the store is opened.
+void createIfMissing(const std::string& directory) {
+  struct stat status {};
+  if (stat(directory.c_str(), &status) == 0 || errno != ENOENT) {
+    return;
+  }
+  if (mkdir(directory.c_str(), 0700) == 0 && chown(directory.c_str(), 0, 0) == 0) {
+    // Opened to the group last, when the group is the right one.
+    static_cast<void>(chmod(directory.c_str(), 0750));
+  }
+}
+
+}  // namespace
+
+StoreContainer& StoreContainer::shared() {
+  static StoreContainer container(resourceDirectory(), rootedPath(kStoreDirectory), Log::system());
+  return container;
+}
+
+StoreContainer::StoreContainer(std::string resourceDirectory, std::string directory, Log& log)
+    : resourceDirectory_(std::move(resourceDirectory)),
+      directory_(std::move(directory)),
+      log_(log) {}
+
+std::shared_ptr<const ManagedObjectModel> StoreContainer::managedObjectModel() {
+  std::call_once(modelOnce_, [this] {
+    auto model = ManagedObjectModel::mergedModelFromDirectory(resourceDirectory_);
+    if (model != nullptr && isOurs(*model)) {
+      model_ = std::move(model);
+    }
+  });
+  return model_;
+}
+
+std::shared_ptr<PersistentStoreCoordinator> StoreContainer::persistentStoreCoordinator() {
+  std::call_once(coordinatorOnce_, [this] { openStore(); });
+  return coordinator_;
+}
+
+void StoreContainer::openStore() {
+  const auto model = managedObjectModel();
+  if (model == nullptr) {
+    log_.warning("No model to generate a store from");
+    return;
+  }
+  createIfMissing(directory_);
+  auto coordinator = std::make_shared<PersistentStoreCoordinator>(model);
+  std::optional<Error> error;
+  if (coordinator->addPersistentStore(directory_ + "/" + kStoreFile, &error)) {
+    coordinator_ = std::move(coordinator);
+  } else {
+    log_.warning(error ? error->localizedDescription() : "The store could not be opened");
+  }
+}
+
+}  // namespace velto

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "platform/foundation/Log.h"
+#include "platform/persistence/ManagedObjectModel.h"
+#include "platform/persistence/PersistentStoreCoordinator.h"
+
+namespace velto {
+
+/// The model and the coordinator that all store handles of a process share. Each is made on first
+/// use, at most once; a failure is final until the process restarts. Any thread.
+class StoreContainer {
+ public:
+  /// The container of the process: the store below VELTO_ROOT, the model beside the executable.
+  static StoreContainer& shared();
+
+  /// `directory` is made when it is missing (its parent is not). Nothing is touched before the
+  /// first use.
+  StoreContainer(std::string resourceDirectory, std::string directory, Log& log);
+
+  /// The model, or null when there is no file of it, it is damaged, or it is not this program's.
+  std::shared_ptr<const ManagedObjectModel> managedObjectModel();
+
+  /// The coordinator with the store attached, or null when it could not be opened; the reason has
+  /// then been logged.
+  std::shared_ptr<PersistentStoreCoordinator> persistentStoreCoordinator();
+
+  Log& log() const { return log_; }
+
+ private:
+  void openStore();
+
+  const std::string resourceDirectory_;
+  const std::string directory_;
+  Log& log_;
+  std::once_flag modelOnce_;
+  std::shared_ptr<const ManagedObjectModel> model_;
+  std::once_flag coordinatorOnce_;
+  std::shared_ptr<PersistentStoreCoordinator> coordinator_;
+};
+
+}  // namespace velto
