@@ -2,12 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <filesystem>
-#include <optional>
-#include <system_error>
 #include <utility>
 
 #include "platform/foundation/Bundle.h"
+#include "platform/foundation/FileManager.h"
 #include "platform/foundation/Languages.h"
 #include "platform/foundation/Paths.h"
 #include "store/ADAlertStore.h"
@@ -30,16 +28,6 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 12> kLanguag
     {"uk", "en"},
 }};
 
-/// The first entry in the order in which the file system gives them.
-std::optional<std::string> firstEntry(const std::string& directory) {
-  std::error_code error;
-  const std::filesystem::directory_iterator entries(directory, error);
-  if (error || entries == std::filesystem::directory_iterator()) {
-    return std::nullopt;
-  }
-  return entries->path().string();
-}
-
 }  // namespace
 
 std::string defaultLocalizationForEmailAddress(std::string_view address) {
@@ -52,8 +40,10 @@ std::string defaultLocalizationForEmailAddress(std::string_view address) {
 
 std::string ADAlertStore::preferredLocalizationIdentifier() {
   const auto preferences = preferredLanguages();
-  if (const auto entry = firstEntry(rootedPath(VLAlertsDirectory))) {
-    if (const auto bundle = Bundle::bundleWithPath(*entry)) {
+  const std::string directory = rootedPath(VLAlertsDirectory);
+  const auto entries = FileManager::system().contentsOfDirectory(directory, nullptr);
+  if (entries && !entries->empty()) {
+    if (const auto bundle = Bundle::bundleWithPath(directory + "/" + entries->front())) {
       const auto best = preferredLocalizationsFromArray(bundle->localizations(), preferences);
       if (!best.empty()) {
         return best.front();

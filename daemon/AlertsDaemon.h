@@ -1,0 +1,87 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "delivery/ADAlertMailer.h"
+#include "platform/foundation/AlertBundleRegistry.h"
+#include "platform/foundation/Clock.h"
+#include "protocol/VLAlertsDaemon.h"
+#include "store/StoreContainer.h"
+
+namespace velto {
+
+inline constexpr int kInsufficientPrivilegesCode = 103;
+inline constexpr int kInsufficientEntitlementsCode = 150;
+inline constexpr int kMissingInputCode = 203;
+
+/// What the service objects of all connections share. Every part may be used from any thread and
+/// outlives the objects.
+struct AlertsDaemonServices {
+  StoreContainer& stores;
+  AlertBundleRegistry& bundles;
+  ADAlertMailer& mailer;
+  const Clock& clock;
+};
+
+/// The object that a connection exports: checks every call against the role that its caller was
+/// admitted with, and carries it out on a store handle of its own. The role is fixed when the
+/// object is made. Keeps nothing between calls, so calls may come from any thread.
+class AlertsDaemon : public VLAlertsDaemon {
+ public:
+  /// A caller without rights.
+  static std::unique_ptr<AlertsDaemon> init(const AlertsDaemonServices& services);
+  /// A caller that may do everything.
+  static std::unique_ptr<AlertsDaemon> initAsRoot(const AlertsDaemonServices& services);
+  /// A trusted service account: may post and query alerts of every bundle.
+  static std::unique_ptr<AlertsDaemon> initAsPrivileged(const AlertsDaemonServices& services);
+  /// A caller that may post and query alerts of the bundles in the list, which is taken as it
+  /// stands.
+  static std::unique_ptr<AlertsDaemon> initWithBundleEntitlements(
+      const AlertsDaemonServices& services, PropertyList::Array bundles);
+
+  bool isRoot() const { return isRoot_; }
+  bool isPrivileged() const { return isPrivileged_; }
+  /// Absent for the roles that have no list.
+  const std::optional<PropertyList::Array>& bundles() const { return bundles_; }
+
+  /// The error of a call that the role does not admit.
+  Error privilegeError() const;
+
+  void postAlert(std::optional<VLAlert> alert, ErrorReply reply) override;
+  void saveAlerts(std::optional<std::vector<VLAlert>> alerts, ErrorReply reply) override;
+  void getAlertsOfType(std::optional<std::string> type, Reply<std::vector<VLAlert>> reply) override;
+  void getAlertsOfBundle(std::optional<std::string> bundle,
+                         Reply<std::vector<VLAlert>> reply) override;
+  void getLastAlertOfType(std::optional<std::string> type, Reply<VLAlert> reply) override;
+  void getLastAlertOfBundle(std::optional<std::string> bundle, Reply<VLAlert> reply) override;
+  void getAlertBundleNames(Reply<std::vector<std::string>> reply) override;
+  void getMailRecipients(Reply<std::vector<MailRecipient>> reply) override;
+  void addMailRecipients(std::optional<std::vector<MailRecipientOrAddress>> recipients,
+                         ErrorReply reply) override;
+
+ protected:
+  AlertsDaemon(const AlertsDaemonServices& services, bool isRoot, bool isPrivileged,
+               std::optional<PropertyList::Array> bundles);
+
+  /// The domain of the errors made here.
+  virtual std::string className() const { return "AlertsDaemon"; }
+
+ private:
+  /// Whether the role may work with alerts of every bundle.
+  bool isUnrestricted() const { return isRoot_ || isPrivileged_; }
+  bool hasBundles() const { return bundles_ && !bundles_->empty(); }
+  bool isEntitledTo(const std::optional<std::string>& bundle) const;
+  Error error(int code, std::string_view description) const;
+
+  std::optional<Error> post(VLAlert& alert);
+
+  const AlertsDaemonServices services_;
+  const bool isRoot_;
+  const bool isPrivileged_;
+  const std::optional<PropertyList::Array> bundles_;
+};
+
+}  // namespace velto

@@ -1,0 +1,104 @@
+// Admission of connections.
+
+#include "daemon/AlertsDaemonListener.h"
+
+#include <cstring>
+#include <utility>
+
+#include "platform/foundation/Paths.h"
+
+namespace velto {
+namespace {
+
+/// The look-up takes the address of the token, not the token.
+Data addressOf(const AuditToken& token) {
+  const AuditToken* address = &token;
+  std::vector<std::uint8_t> bytes(sizeof address);
+  std::memcpy(bytes.data(), &address, sizeof address);
+  return Data(std::move(bytes));
+}
+
+std::optional<PropertyList::Array> bundleList(const PropertyList::Dictionary& entitlements) {
+  const PropertyList* value = valueForKey(entitlements, kBundleEntitlement);
+  if (value != nullptr && value->array() != nullptr) {
+    return *value->array();
+  }
+  if (value != nullptr && value->string() != nullptr) {
+    return PropertyList::Array{*value};
+  }
+  return std::nullopt;
+}
+
+Interface exportedInterface() {
+  auto interface = Interface::interfaceWithProtocol(alertsDaemonProtocol());
+  interface.setClasses({ArgumentClass::kVLAlert, ArgumentClass::kArray}, "saveAlerts:callback:", 0,
+                       false);
+  interface.setClasses({ArgumentClass::kString, ArgumentClass::kArray},
+                       "deleteAlertsWithIds:callback:", 0, false);
+  interface.setClasses({ArgumentClass::kString, ArgumentClass::kDictionary, ArgumentClass::kArray},
+                       "addMailRecipients:callback:", 0, false);
+  return interface;
+}
+
+}  // namespace
+
+AlertsDaemonListener::AlertsDaemonListener(const AlertsDaemonServices& services,
+                                           const AlertsDaemonListenerSeams& seams)
+    : services_(services), seams_(seams) {
+  static_cast<void>(loadAlertBundles());
+}
+
+std::set<uid_t> AlertsDaemonListener::allowedUIDs() {
+  return {27, 83, 84, 94, 214, 220, 235};
+}
+
+bool AlertsDaemonListener::isPrivilegedUID(uid_t uid) const {
+  return allowedUIDs().contains(uid);
+}
+
+std::optional<PropertyList::Array> AlertsDaemonListener::entitledBundlesForAuditToken(
+    const AuditToken& token) const {
+  std::unique_ptr<CodeReference> code;
+  if (seams_.codeSigning.copyGuestWithAttributes(
+          {{std::string(kSecGuestAttributeAudit), addressOf(token)}}, 0, code) != kSecSuccess) {
+    return std::nullopt;
+  }
+  std::optional<PropertyList::Dictionary> information;
+  if (seams_.codeSigning.copySigningInformation(*code, kSecCSRequirementInformation, information) !=
+          kSecSuccess ||
+      !information) {
+    return std::nullopt;
+  }
+  const PropertyList* entitlements = valueForKey(*information, kSecCodeInfoEntitlementsDict);
+  if (entitlements == nullptr || entitlements->dictionary() == nullptr) {
+    return std::nullopt;
+  }
+  return bundleList(*entitlements->dictionary());
+}
+
+std::unique_ptr<AlertsDaemon> AlertsDaemonListener::serviceObject(
+    const Connection& connection) const {
+  if (connection.effectiveUserIdentifier() == 0 || connection.effectiveGroupIdentifier() == 0) {
+    return AlertsDaemon::initAsRoot(services_);
+  }
+  if (isPrivilegedUID(connection.effectiveUserIdentifier())) {
+    return AlertsDaemon::initAsPrivileged(services_);
+  }
+  if (auto bundles = entitledBundlesForAuditToken(connection.auditToken());
+      bundles && !bundles->empty()) {
+    return AlertsDaemon::initWithBundleEntitlements(services_, std::move(*bundles));
+  }
+  seams_.log.warning("Connection attempt with insufficient privileges");
+  return AlertsDaemon::init(services_);
+}
+
+bool AlertsDaemonListener::shouldAcceptNewConnection(Listener& /*listener*/,
+                                                     Connection& connection) {
+  auto object = serviceObject(connection);
+  connection.setExportedInterface(exportedInterface());
+  connection.setExportedObject(std::move(object));
+  connection.resume();
+  return true;
+}
+
+}  // namespace velto

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <optional>
+#include <set>
+#include <sys/types.h>
+
+#include "daemon/AlertsDaemon.h"
+#include "platform/connection/Listener.h"
+#include "platform/foundation/FileManager.h"
+#include "platform/foundation/Log.h"
+#include "platform/identity/CodeSigning.h"
+
+namespace velto {
+
+/// What the listener works with besides the services; all of it may be used from any thread and
+/// outlives the listener.
+struct AlertsDaemonListenerSeams {
+  CodeSigning& codeSigning;
+  const FileManager& fileManager;
+  Log& log;
+};
+
+/// Admits every connection, with the role that its caller's credentials give, and brings the
+/// store's bundle records into line with the alerts directory, once, when it is made. Holds nothing
+/// that changes, so admissions may come on any thread.
+class AlertsDaemonListener : public ListenerDelegate {
+ public:
+  /// Discovers the alert bundles; an error of that does not keep it from serving.
+  AlertsDaemonListener(const AlertsDaemonServices& services,
+                       const AlertsDaemonListenerSeams& seams);
+
+  /// Updates the records of the bundles in the alerts directory, inserts new ones, deletes those
+  /// that have no bundle any more, and saves once. The error, if any, is that of reading the
+  /// directory, in which case the store is untouched, or of reading the store's bundles.
+  std::optional<Error> loadAlertBundles();
+
+  /// The effective user ids of the trusted service accounts.
+  static std::set<uid_t> allowedUIDs();
+  bool isPrivilegedUID(uid_t uid) const;
+
+  /// The bundles that the caller is entitled to, as its entitlement lists them; nothing when it has
+  /// no such entitlement or that cannot be found out.
+  std::optional<PropertyList::Array> entitledBundlesForAuditToken(const AuditToken& token) const;
+
+  bool shouldAcceptNewConnection(Listener& listener, Connection& connection) override;
+
+ private:
+  std::unique_ptr<AlertsDaemon> serviceObject(const Connection& connection) const;
+
+  const AlertsDaemonServices services_;
+  const AlertsDaemonListenerSeams seams_;
+};
+
+}  // namespace velto

@@ -1,0 +1,43 @@
+// The alerts daemon.
+
+#include <csignal>
+#include <cstdio>
+#include <optional>
+
+#include <systemd/sd-daemon.h>
+
+#include "daemon/AlertsDaemonListener.h"
+#include "platform/connection/RunLoop.h"
+#include "platform/foundation/Paths.h"
+
+int main(int argc, char** argv) {
+  using namespace velto;
+  if (argc > 1) {
+    std::fprintf(stderr, "%s takes no arguments; see the README\n", argv[0]);
+    return 2;
+  }
+  // A client or a child that hangs up must not end the daemon.
+  std::signal(SIGPIPE, SIG_IGN);
+
+  RunLoop runLoop;
+  std::optional<Error> error;
+  const auto listener = Listener::listenerWithServiceName(runLoop, VLAlertsXPCServiceName, &error);
+  if (listener == nullptr) {
+    std::fprintf(stderr, "alertsd: %s\n", error->localizedDescription().c_str());
+    return 1;
+  }
+
+  NoGuests codeSigning;
+  AlertsDaemonListener delegate(
+      {.stores = StoreContainer::shared(),
+       .bundles = AlertBundleRegistry::shared(),
+       .mailer = ADAlertMailer::sharedInstance(),
+       .clock = Clock::system()},
+      {.codeSigning = codeSigning, .fileManager = FileManager::system(), .log = Log::system()});
+  listener->setDelegate(&delegate);
+  listener->resume();
+  // Also takes NOTIFY_SOCKET from the environment of our children.
+  sd_notify(1, "READY=1");
+  runLoop.run();
+  return 0;
+}

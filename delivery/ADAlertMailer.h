@@ -1,0 +1,60 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/foundation/AlertBundleRegistry.h"
+#include "platform/foundation/EmailFormatter.h"
+#include "platform/foundation/Error.h"
+#include "platform/foundation/Log.h"
+#include "platform/foundation/VLAlert.h"
+#include "store/ADAlertStore.h"
+
+namespace velto {
+
+/// The domain of the error of a mail program that did not take a message. The code is the program's
+/// exit status (128 plus the signal's number when a signal ended it), or -1 when it could not be
+/// started or the message could not be handed over.
+inline constexpr std::string_view kMailerErrorDomain = "VeltoAlertsMailer";
+
+/// Mails an alert to its recipients, one message a language, through the mail program of the
+/// system. Everything runs on the calling thread, which waits for the program as long as it takes.
+/// Has no state of its own, so any thread.
+class ADAlertMailer {
+ public:
+  /// The mailer of the process.
+  static ADAlertMailer& sharedInstance();
+
+  /// The language of a new mail recipient. See store/DefaultLanguages.h.
+  static std::string defaultLocalizationForEmailAddress(std::string_view address);
+
+  /// `mailProgram` is the path of a program that takes a whole message on its standard input and
+  /// the recipients from the message's header with "-t".
+  ADAlertMailer(AlertBundleRegistry& bundles, std::string mailProgram, Log& log);
+
+  /// Mails the alert to every enabled mail recipient of the store. Nothing when every message was
+  /// taken. An error of the store, of the alert's bundle or of the formatter ends it at once; a
+  /// message that the mail program does not take does not keep the others back, and the first such
+  /// status is the error's code.
+  std::optional<Error> mailAlert(const VLAlert& alert, ADAlertStore& store);
+
+  /// A new formatter, from the bundle "Common"; null when there is none.
+  std::unique_ptr<EmailFormatter> getEmailFormatter();
+
+  /// Hands one message to the mail program: 0 when it was taken, 1 without addresses. An absent
+  /// message is written as nothing. An address or a sender that is no single line of ASCII, its
+  /// encoded display name aside, makes the message fail: it cannot stand in a header.
+  int sendMail(const std::vector<std::string>& addresses, const std::optional<std::string>& subject,
+               const std::optional<std::string>& message,
+               const std::optional<std::string>& fromAddress);
+
+ private:
+  AlertBundleRegistry& bundles_;
+  const std::string mailProgram_;
+  Log& log_;
+};
+
+}  // namespace velto
