@@ -1,8 +1,7 @@
 #pragma once
 
-#include <sys/types.h>
-
 #include <memory>
+#include <sys/types.h>
 
 #include "platform/connection/Interface.h"
 #include "platform/identity/AuditToken.h"

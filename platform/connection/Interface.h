@@ -37,7 +37,8 @@ struct InvocationResult {
   std::string parameter;
   /// Gives the reply's parameters as the text of a JSON object, one piece a call, then nothing. At
   /// least one piece; more than one only when the call asked for `more`. Pieces are made when they
-  /// are asked for, so that a client that reads slowly costs the memory of one piece.
+  /// are asked for, so that a client that reads slowly costs the memory of two. Asked while the
+  /// object still exists, but after the invocation and its parameters are gone.
   std::function<std::optional<std::string>()> nextPiece;
 };
 

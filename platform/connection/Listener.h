@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 #include <string_view>
 
 #include "platform/connection/Connection.h"
@@ -10,6 +11,7 @@ namespace velto {
 
 class Listener;
 class RunLoop;
+struct ListeningSocket;
 
 /// Decides about new connections. Called on the threads of the run loop, several at once.
 class ListenerDelegate {
@@ -31,6 +33,9 @@ class Listener {
   static std::unique_ptr<Listener> listenerWithServiceName(RunLoop& runLoop,
                                                            std::string_view serviceName,
                                                            ErrorSlot error);
+  /// A listener that makes its socket at `path`, under the same rules.
+  static std::unique_ptr<Listener> listenerWithPath(RunLoop& runLoop, const std::string& path,
+                                                    ErrorSlot error);
   ~Listener();
   Listener(const Listener&) = delete;
   Listener& operator=(const Listener&) = delete;
@@ -42,6 +47,8 @@ class Listener {
 
  private:
   class Implementation;
+  static std::unique_ptr<Listener> listenerWithSocket(RunLoop& runLoop, ListeningSocket socket,
+                                                      ErrorSlot error);
   explicit Listener(std::shared_ptr<Implementation> implementation);
   std::shared_ptr<Implementation> implementation_;
 };

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <optional>
+#include <string_view>
+
+#include <boost/json/storage_ptr.hpp>
+#include <boost/json/value.hpp>
+
+namespace velto {
+
+/// How many arrays and objects may lie within each other, the outermost included.
+inline constexpr int kMaximumJSONDepth = 64;
+
+/// Reads the text of one JSON value. Strict: nothing for text that is not JSON to its end, not
+/// UTF-8, nested too deeply, or holding a number beyond a double's range. Numbers with a fraction
+/// are the doubles nearest to what is written, so that a value survives any number of round trips.
+/// Of several members of one name the last counts. Any thread.
+///
+/// Throws std::bad_alloc when `storage` has no memory left.
+std::optional<boost::json::value> readJSON(std::string_view text,
+                                           boost::json::storage_ptr storage = {});
+
+}  // namespace velto

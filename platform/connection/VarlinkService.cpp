@@ -1,0 +1,143 @@
+#include "platform/connection/VarlinkService.h"
+
+#include <utility>
+
+#include <boost/json/array.hpp>
+#include <boost/json/serialize.hpp>
+
+namespace velto {
+namespace {
+
+namespace json = boost::json;
+
+constexpr std::string_view kServiceInterface = "org.varlink.service";
+
+constexpr std::string_view kServiceDescription =
+    R"(# What every service offers about itself, and the
+# errors that any call can be answered with.
+interface org.varlink.service
+
+# Who made the service, and the names of the interfaces it offers.
+method GetInfo() -> (
+  vendor: string,
+  product: string,
+  version: string,
+  url: string,
+  interfaces: []string
+)
+
+# The description of one of the interfaces, in the language this text is written in.
+method GetInterfaceDescription(interface: string) -> (description: string)
+
+# The service has no such interface.
+error InterfaceNotFound (interface: string)
+
+# The interface has no such method.
+error MethodNotFound (method: string)
+
+# The interface has the method, but this service does not offer it.
+error MethodNotImplemented (method: string)
+
+# The parameter is unknown, missing, or not of its type.
+error InvalidParameter (parameter: string)
+
+# The caller may not do this.
+error PermissionDenied ()
+
+# The method can only be called with the flag 'more'.
+error ExpectedMore ()
+)";
+
+CallReply failure(std::string_view error, std::string_view parameter, std::string_view value) {
+  return {errorReply(std::string(kServiceInterface).append(".").append(error), parameter, value),
+          nullptr};
+}
+
+CallReply invalidParameter(std::string_view name) {
+  return failure("InvalidParameter", "parameter", name);
+}
+
+CallReply methodNotFound(std::string_view method) {
+  return failure("MethodNotFound", "method", method);
+}
+
+/// A reply of one piece.
+CallReply reply(std::string parameters) {
+  return {{}, [piece = std::optional(std::move(parameters))]() mutable {
+            return std::exchange(piece, std::nullopt);
+          }};
+}
+
+std::string infoOf(const Protocol& protocol) {
+  return json::serialize(json::object{{"vendor", "Velto"},
+                                      {"product", "Velto Alerts Daemon"},
+                                      {"version", VELTO_VERSION},
+                                      {"url", ""},
+                                      {"interfaces", {kServiceInterface, protocol.name}}});
+}
+
+}  // namespace
+
+VarlinkService::VarlinkService(const Protocol& protocol)
+    : protocol_(protocol), info_(infoOf(protocol)) {
+  for (const ProtocolMethod& method : protocol.methods) {
+    methods_.emplace(method.wireName, &method);
+  }
+}
+
+CallReply VarlinkService::dispatch(const VarlinkCall& call, const Interface& exported,
+                                   ExportedObject& object) const {
+  const std::size_t dot = call.method().rfind('.');
+  if (dot == std::string_view::npos) return methodNotFound(call.method());
+  const std::string_view interface = call.method().substr(0, dot);
+  const std::string_view method = call.method().substr(dot + 1);
+
+  if (call.upgrade()) return invalidParameter("upgrade");
+  if (interface == kServiceInterface) return serviceCall(method, call);
+  if (interface != protocol_.name) return failure("InterfaceNotFound", "interface", interface);
+  const auto found = methods_.find(method);
+  if (found == methods_.end()) return methodNotFound(call.method());
+  return invoke(*found->second, call, exported, object);
+}
+
+CallReply VarlinkService::invoke(const ProtocolMethod& method, const VarlinkCall& call,
+                                 const Interface& exported, ExportedObject& object) const {
+  InvocationResult result = method.invoke({.object = object,
+                                           .parameters = call.parameters(),
+                                           .classes = exported.classes(method.selector, 0),
+                                           .more = call.more()});
+  switch (result.kind) {
+    case InvocationResult::Kind::kInvalidParameter:
+      return invalidParameter(result.parameter);
+    case InvocationResult::Kind::kNotImplemented:
+      return failure("MethodNotImplemented", "method", call.method());
+    case InvocationResult::Kind::kReplied:
+      break;
+  }
+  return {{}, std::move(result.nextPiece)};
+}
+
+CallReply VarlinkService::serviceCall(std::string_view method, const VarlinkCall& call) const {
+  if (method == "GetInterfaceDescription") return interfaceDescription(call);
+  if (method != "GetInfo") return methodNotFound(call.method());
+  return call.parameters().empty() ? reply(info_)
+                                   : invalidParameter(call.parameters().begin()->key());
+}
+
+CallReply VarlinkService::interfaceDescription(const VarlinkCall& call) const {
+  for (const auto& member : call.parameters()) {
+    if (member.key() != "interface") return invalidParameter(member.key());
+  }
+  const json::value* name = call.parameters().if_contains("interface");
+  if (name == nullptr || !name->is_string()) return invalidParameter("interface");
+
+  const std::string_view interface = name->get_string();
+  if (interface != kServiceInterface && interface != protocol_.name) {
+    return failure("InterfaceNotFound", "interface", interface);
+  }
+  const std::string_view description =
+      interface == kServiceInterface ? kServiceDescription : protocol_.description;
+  return reply(json::serialize(json::object{{"description", description}}));
+}
+
+}  // namespace velto
