@@ -15,8 +15,18 @@ class Log;
 /// The domain of the errors about bundles.
 inline constexpr std::string_view kBundleErrorDomain = "VeltoFoundation";
 
+/// Its codes.
+inline constexpr int kAlertWithoutBundleErrorCode = 1;
+inline constexpr int kAlertWithoutTypeErrorCode = 2;
+inline constexpr int kBundleNotOpenedErrorCode = 3;
+inline constexpr int kNoSuchAlertTypeErrorCode = 4;
+inline constexpr int kFormatterFailedErrorCode = 5;
+
 /// The alert bundles of one directory: finds the bundle of an alert, loads bundles with code, and
-/// knows the classes they registered, by name. Synchronised itself: any thread.
+/// knows the classes they registered, by name. A bundle is read when it is first asked for and
+/// kept: what is changed on disk afterwards counts from the next start. One that could not be
+/// opened is looked for anew each time; code that could not be used is not tried again.
+/// Synchronised itself: any thread.
 class AlertBundleRegistry {
  public:
   /// The registry of the process, over VLAlertsDirectory.

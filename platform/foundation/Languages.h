@@ -6,8 +6,8 @@
 
 namespace velto {
 
-/// The user's preferred languages, best first: those of the environment variables LANGUAGE (a list),
-/// LC_ALL, LC_MESSAGES and LANG, in gettext's order, as language tags ("de_AT.UTF-8@euro" is
+/// The user's preferred languages, best first: those of the environment variables LANGUAGE (a
+/// list), LC_ALL, LC_MESSAGES and LANG, in gettext's order, as language tags ("de_AT.UTF-8@euro" is
 /// "de-AT"). With none of them, or only C and POSIX, the list is "en". Never empty.
 std::vector<std::string> preferredLanguages();
 
@@ -15,9 +15,14 @@ std::vector<std::string> preferredLanguages();
 /// language tag ("EN-us" is "en-US"). Text that is no locale identifier comes back as it is.
 std::string canonicalLocaleIdentifier(std::string_view identifier);
 
-/// The elements of `localizations` that suit the preferences best, best first: an exact match before
-/// a match of language only, and so on, as ICU's locale matcher finds it; for each preference in its order.
-/// With no match at all, the first of `localizations`. Empty only when `localizations` is.
+/// The elements of `localizations` that suit the preferences, best first: for each preference, in
+/// their order, the best match that ICU's locale matcher finds, an exact one before one of language
+/// only, and so on. The elements keep their spelling. Empty when nothing suits.
+std::vector<std::string> matchingLocalizations(const std::vector<std::string>& localizations,
+                                               const std::vector<std::string>& preferences);
+
+/// Likewise, but with no match at all the first of `localizations`. Empty only when `localizations`
+/// is.
 std::vector<std::string> preferredLocalizationsFromArray(
     const std::vector<std::string>& localizations, const std::vector<std::string>& preferences);
 

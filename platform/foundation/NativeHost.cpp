@@ -1,0 +1,100 @@
+#include "platform/foundation/NativeHost.h"
+
+#include <optional>
+#include <string_view>
+
+#include "platform/foundation/PropertyListUnicode.h"
+
+namespace velto {
+namespace {
+
+// The caller is foreign code, through which no exception can pass: out of memory ends the process.
+
+int registerEmailFormatter(velto_registry* registry, const char* className,
+                           const velto_email_formatter_class* functions) noexcept {
+  if (registry == nullptr || className == nullptr || *className == '\0' || functions == nullptr ||
+      functions->create == nullptr || functions->destroy == nullptr ||
+      functions->from_address == nullptr || functions->format_message == nullptr) {
+    return -1;
+  }
+  if (invalidUTF8Offset(className) || registry->taken.isTaken(className)) {
+    return -1;
+  }
+  const bool isNew =
+      registry->formatters.try_emplace(className, NativeFormatterClass{functions, registry->bundle})
+          .second;
+  return isNew ? 0 : -1;
+}
+
+void textAppend(velto_text* text, const char* utf8, std::size_t length) noexcept {
+  if (text != nullptr && utf8 != nullptr) {
+    text->utf8.append(utf8, length);
+  }
+}
+
+void errorSet(velto_error* error, std::int64_t code, const char* description) noexcept {
+  if (error != nullptr) {
+    const std::string_view text = description == nullptr ? "" : description;
+    *error = {true, code, std::string(invalidUTF8Offset(text) ? "" : text)};
+  }
+}
+
+template <std::optional<std::string> VLAlert::*property>
+const char* alertText(const velto_alert* alert) noexcept {
+  if (alert == nullptr) return nullptr;
+  const std::optional<std::string>& text = alert->alert.alert().*property;
+  return text ? text->c_str() : nullptr;
+}
+
+std::optional<Date> dateOf(const VLAlert& alert, velto_alert_date which) {
+  switch (which) {
+    case VELTO_ALERT_CREATION_DATE:
+      return alert.creationDate;
+    case VELTO_ALERT_SENT_DATE:
+      return alert.sentDate;
+    case VELTO_ALERT_READ_DATE:
+      return alert.readDate;
+    case VELTO_ALERT_RESOLVED_DATE:
+      return alert.resolvedDate;
+  }
+  return std::nullopt;
+}
+
+int alertDate(const velto_alert* alert, velto_alert_date which, double* seconds) noexcept {
+  if (alert == nullptr || seconds == nullptr) return -1;
+  const auto date = dateOf(alert->alert.alert(), which);
+  if (!date) return -1;
+  *seconds = date->secondsSinceReference();
+  return 0;
+}
+
+template <std::optional<std::string> (VLAlertSubclass::*operation)(std::string_view) const>
+int alertBundleText(const velto_alert* alert, const char* localization, velto_text* text) noexcept {
+  if (alert == nullptr || localization == nullptr || text == nullptr) return -1;
+  const auto result = (alert->alert.*operation)(localization);
+  if (!result) return -1;
+  text->utf8 += *result;
+  return 0;
+}
+
+constexpr velto_host kHost = {
+    .interface_version = VELTO_ALERT_BUNDLE_INTERFACE,
+    .size = sizeof(velto_host),
+    .register_email_formatter = registerEmailFormatter,
+    .text_append = textAppend,
+    .error_set = errorSet,
+    .alert_identifier = alertText<&VLAlert::identifier>,
+    .alert_type = alertText<&VLAlert::type>,
+    .alert_bundle = alertText<&VLAlert::bundle>,
+    .alert_date = alertDate,
+    .alert_subject = alertBundleText<&VLAlertSubclass::subject>,
+    .alert_message = alertBundleText<&VLAlertSubclass::message>,
+};
+
+}  // namespace
+
+const velto_host& nativeHost() {
+  return kHost;
+}
+
+}  // namespace velto

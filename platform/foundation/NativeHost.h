@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include <velto/alert_bundle.h>
+
+#include "platform/foundation/NativeClasses.h"
+#include "platform/foundation/VLAlert.h"
+
+// What is behind the handles that a bundle's code gets.
+
+struct velto_text {
+  std::string utf8;
+};
+
+struct velto_error {
+  bool isSet = false;
+  std::int64_t code = 0;
+  /// Always UTF-8.
+  std::string description;
+};
+
+struct velto_alert {
+  const velto::VLAlertSubclass& alert;
+};
+
+/// Gathers the classes of one bundle while it registers them.
+struct velto_registry {
+  const velto::NativeClasses& taken;
+  std::string bundle;
+  velto::NativeClasses::Formatters formatters;
+};
+
+namespace velto {
+
+/// The functions that the daemon offers to a bundle's code. None of them trusts its arguments to be
+/// there; a call without them does nothing and fails. Any thread.
+const velto_host& nativeHost();
+
+}  // namespace velto

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+
+#include "platform/foundation/Error.h"
+
+namespace velto {
+
+/// The bytes of a regular file of at most `limit` bytes. Nothing, with an error that names the
+/// file, for anything else at the path; a FIFO or device is neither waited for nor set off. Any
+/// thread.
+std::optional<std::string> contentsOfRegularFile(const std::string& path, std::size_t limit,
+                                                 ErrorSlot error);
+
+}  // namespace velto
