@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
@@ -13,6 +14,8 @@ namespace velto {
 struct AttributeDescription {
   std::string name;
   AttributeType type;
+
+  bool operator==(const AttributeDescription&) const = default;
 };
 
 /// One entity of a model: its name, its attributes in declaration order, and the lists of
@@ -25,8 +28,14 @@ class EntityDescription {
   const std::string& name() const { return name_; }
   const std::vector<AttributeDescription>& attributes() const { return attributes_; }
   const std::vector<std::vector<std::string>>& indexes() const { return indexes_; }
-  /// The position of the attribute in attributes(), or nothing when the entity has none of the name.
+  /// The position of the attribute in attributes(), or nothing when the entity has none of the
+  /// name.
   std::optional<std::size_t> attributeIndex(std::string_view name) const;
+  /// The same, where a name that the entity does not have is a mistake of the program: it ends the
+  /// process.
+  std::size_t requiredAttributeIndex(std::string_view name) const;
+
+  bool operator==(const EntityDescription&) const = default;
 
  private:
   const std::string name_;
@@ -51,7 +60,10 @@ class ManagedObjectModel {
       const std::string& resourceDirectory);
 
   /// The model that one file's bytes hold, or nothing.
-  static std::unique_ptr<const ManagedObjectModel> modelFromData(const class Data& data);
+  static std::unique_ptr<const ManagedObjectModel> modelFromData(const Data& data);
+
+  ManagedObjectModel(const ManagedObjectModel&) = delete;
+  ManagedObjectModel& operator=(const ManagedObjectModel&) = delete;
 
   const std::vector<EntityDescription>& entities() const { return entities_; }
   /// The entity, or null when the model has none of the name.
@@ -62,7 +74,7 @@ class ManagedObjectModel {
   std::string versionHash() const;
 
  private:
-  std::vector<EntityDescription> entities_;
+  const std::vector<EntityDescription> entities_;
 };
 
 }  // namespace velto

@@ -1,22 +1,31 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "platform/foundation/Error.h"
 #include "platform/persistence/ManagedObjectModel.h"
 
 namespace velto {
 
+class Statement;
+struct EntitySql;
+struct FetchQuery;
+struct RowChange;
+
 /// The domain of every error that the persistence makes itself. The code of a failure of SQLite is
 /// SQLite's extended result code; the constants below are the others.
 inline constexpr std::string_view kPersistenceErrorDomain = "VeltoPersistence";
-inline constexpr int kConflictErrorCode = 1001;        ///< a record was changed or deleted meanwhile
-inline constexpr int kNoStoreErrorCode = 1002;         ///< the context has no storage behind it
+inline constexpr int kConflictErrorCode = 1001;  ///< a record was changed or deleted meanwhile
+inline constexpr int kNoStoreErrorCode = 1002;   ///< the context has no storage behind it
 inline constexpr int kIncompatibleStoreErrorCode = 1003;  ///< a file of another model or program
 
 /// The door to one store file, shared by all contexts of the process. Owns the one connection that
-/// writes and checkpoints, and a pool of reading connections. Synchronised itself: any thread.
+/// writes and checkpoints, and a pool of reading connections. Synchronised itself: any thread, once
+/// the store is added. At most one coordinator of the process has a file at a time.
 ///
 /// Saves that wait for each other are committed together: the first to arrive leads, applies every
 /// waiting save in a savepoint of its own, in order, commits once and wakes all.
@@ -27,16 +36,32 @@ class PersistentStoreCoordinator {
   PersistentStoreCoordinator(const PersistentStoreCoordinator&) = delete;
   PersistentStoreCoordinator& operator=(const PersistentStoreCoordinator&) = delete;
 
-  /// Opens the SQLite store at `path`, creating the file (mode 0600) when it is missing, in WAL mode
-  /// with synchronous=FULL. False with an error that names the file when it cannot: it is then left
-  /// as it was. A file of another model or another program is refused and not written to.
+  /// Opens the SQLite store at `path`, creating the file (mode 0600) when it is missing, in WAL
+  /// mode with synchronous=FULL. False with an error that names the file when it cannot: it is then
+  /// left as it was. A file of another model or another program is refused and not written to.
+  /// Called once, before contexts use the coordinator.
   bool addPersistentStore(const std::string& path, ErrorSlot error);
 
   const ManagedObjectModel& model() const { return *model_; }
 
+  // For contexts.
+
+  /// The statements for an entity of the model.
+  const EntitySql& sql(const EntityDescription& entity) const;
+  /// Calls `row` for each row of the query, in order, all as of one moment. False with the error
+  /// when it ends early.
+  bool fetch(const FetchQuery& query, const std::function<void(const Statement&)>& row,
+             ErrorSlot error);
+  /// Writes all changes or none; true when they are on disk, with the row ids and versions that the
+  /// rows have now.
+  bool save(std::vector<RowChange>& changes, ErrorSlot error);
+
  private:
+  struct Store;
+
   const std::shared_ptr<const ManagedObjectModel> model_;
-  // The rest is the implementation's.
+  const std::vector<EntitySql> sql_;  ///< in the order of the model's entities
+  std::unique_ptr<Store> store_;      ///< null until added
 };
 
 }  // namespace velto

@@ -1,0 +1,124 @@
+#include "platform/persistence/CommitQueue.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/persistence/PersistentStoreCoordinator.h"
+
+namespace velto {
+
+CommitQueue::CommitQueue(Connection& connection, std::string path)
+    : path_(std::move(path)), connection_(connection) {}
+
+bool CommitQueue::save(std::vector<RowChange>& changes, ErrorSlot error) {
+  Save own{changes, std::nullopt};
+  Batch batch;
+  {
+    MutexLock lock(mutex_);
+    waiting_.push_back(&own);
+    while (led_ && !own.answered) {
+      lock.wait(answered_);
+    }
+    if (!own.answered) {
+      led_ = true;
+      batch.swap(waiting_);
+    }
+  }
+  if (!batch.empty()) {
+    commit(batch);
+    MutexLock lock(mutex_);
+    for (Save* save : batch) {
+      save->answered = true;
+    }
+    led_ = false;
+    answered_.notify_all();
+  }
+  if (own.error) {
+    replaceError(error, *std::move(own.error));
+    return false;
+  }
+  return true;
+}
+
+std::size_t CommitQueue::waiting() const {
+  MutexLock lock(mutex_);
+  return waiting_.size();
+}
+
+void CommitQueue::commit(const Batch& batch) {
+  if (connection_.execute("BEGIN IMMEDIATE") && applyAll(batch) && end(batch)) {
+    return;
+  }
+  const Error error = connection_.lastError();
+  if (connection_.inTransaction()) {
+    connection_.execute("ROLLBACK");
+  }
+  for (Save* save : batch) {
+    if (!save->error) {
+      save->error = error;
+    }
+  }
+}
+
+/// False when the transaction as a whole cannot go on.
+bool CommitQueue::applyAll(const Batch& batch) {
+  return std::all_of(batch.begin(), batch.end(), [this](Save* save) { return apply(*save); });
+}
+
+bool CommitQueue::apply(Save& save) {
+  if (!connection_.execute("SAVEPOINT save")) {
+    return false;
+  }
+  save.error = write(save.changes);
+  // Some errors make SQLite roll back everything, and the saves before this one with it.
+  if (save.error && !(connection_.inTransaction() && connection_.execute("ROLLBACK TO save"))) {
+    return false;
+  }
+  return connection_.execute("RELEASE save");
+}
+
+bool CommitQueue::end(const Batch& batch) {
+  const bool allFailed = std::all_of(batch.begin(), batch.end(),
+                                     [](const Save* save) { return save->error.has_value(); });
+  return connection_.execute(allFailed ? "ROLLBACK" : "COMMIT");
+}
+
+std::optional<Error> CommitQueue::write(std::vector<RowChange>& changes) {
+  for (RowChange& change : changes) {
+    if (std::optional<Error> error = write(change)) {
+      return error;
+    }
+  }
+  return std::nullopt;
+}
+
+std::optional<Error> CommitQueue::write(RowChange& change) {
+  const bool inserts = change.kind == RowChange::Kind::kInsert;
+  const bool deletes = change.kind == RowChange::Kind::kDelete;
+  Statement statement = connection_.statement(inserts   ? change.sql->insert
+                                              : deletes ? change.sql->remove
+                                                        : change.sql->update);
+  if (!deletes) {
+    for (const AttributeValue& value : *change.values) {
+      statement.bind(value);
+    }
+  }
+  if (!inserts) {
+    statement.bind(change.rowId);
+    statement.bind(change.version);
+  }
+  if (statement.step() != Statement::Step::kDone) {
+    return connection_.lastError();
+  }
+  if (connection_.changes() != 1) {
+    return makeError(kPersistenceErrorDomain, kConflictErrorCode,
+                     path_ + ": a record was changed or deleted since it was read");
+  }
+  if (inserts) {
+    change.rowId = connection_.lastInsertRowId();
+  }
+  ++change.version;
+  return std::nullopt;
+}
+
+}  // namespace velto

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/foundation/Error.h"
+#include "platform/foundation/Mutex.h"
+#include "platform/persistence/AttributeValue.h"
+#include "platform/persistence/Connection.h"
+#include "platform/persistence/EntitySql.h"
+
+namespace velto {
+
+/// One row to write.
+struct RowChange {
+  enum class Kind { kInsert, kUpdate, kDelete };
+
+  Kind kind;
+  const EntitySql* sql;
+  /// An insert gets the new row's.
+  std::int64_t rowId;
+  /// What an updated or deleted row must still have; afterwards what the row has now.
+  std::int64_t version;
+  const std::vector<AttributeValue>* values;
+};
+
+/// The saves that wait for the writing connection, and their commits. The first save to arrive
+/// leads: it applies all that wait, each in a savepoint of its own, commits once and wakes them;
+/// those that arrive meanwhile wait, and one of them leads next. Any thread.
+class CommitQueue {
+ public:
+  /// From now on the connection is used by the queue alone.
+  CommitQueue(Connection& connection, std::string path);
+  CommitQueue(const CommitQueue&) = delete;
+  CommitQueue& operator=(const CommitQueue&) = delete;
+
+  /// Writes all changes or none; true when they are on disk, with the row ids and versions filled
+  /// in. The changes and what they point to stay untouched by others until it returns.
+  bool save(std::vector<RowChange>& changes, ErrorSlot error);
+
+  /// How many saves wait for the next commit.
+  std::size_t waiting() const;
+
+ private:
+  struct Save {
+    std::vector<RowChange>& changes;
+    std::optional<Error> error;
+    bool answered = false;
+  };
+  using Batch = std::vector<Save*>;
+
+  void commit(const Batch& batch);
+  bool applyAll(const Batch& batch);
+  bool apply(Save& save);
+  bool end(const Batch& batch);
+  std::optional<Error> write(std::vector<RowChange>& changes);
+  std::optional<Error> write(RowChange& change);
+
+  const std::string path_;
+  Connection& connection_;  ///< the leader's
+
+  mutable Mutex mutex_;
+  std::condition_variable answered_;
+  Batch waiting_ VELTO_GUARDED_BY(mutex_);
+  bool led_ VELTO_GUARDED_BY(mutex_) = false;  ///< a leader is at work
+};
+
+}  // namespace velto

@@ -1,0 +1,98 @@
+#include "platform/persistence/Connection.h"
+
+#include <utility>
+
+#include <sqlite3.h>
+
+#include "platform/persistence/PersistentStoreCoordinator.h"
+#include "platform/persistence/StringListTable.h"
+
+namespace velto {
+
+namespace {
+
+/// How long a save waits for another program's write lock.
+constexpr int kWriterBusyMilliseconds = 5000;
+/// Readers meet a lock only while another program recovers or closes the file.
+constexpr int kReaderBusyMilliseconds = 1000;
+
+}  // namespace
+
+std::unique_ptr<Connection> Connection::open(const std::string& path, Role role, ErrorSlot error) {
+  sqlite3* database = nullptr;
+  const int result =
+      sqlite3_open_v2(path.c_str(), &database,
+                      SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE, nullptr);
+  std::unique_ptr<Connection> connection(new Connection(path, database));
+  if (result != SQLITE_OK || !connection->configure(role)) {
+    replaceError(error, connection->lastError());
+    return nullptr;
+  }
+  return connection;
+}
+
+Connection::Connection(std::string path, sqlite3* database)
+    : path_(std::move(path)), database_(database) {}
+
+Connection::~Connection() {
+  for (const auto& [sql, statement] : statements_) {
+    sqlite3_finalize(statement);
+  }
+  sqlite3_close(database_);
+}
+
+bool Connection::configure(Role role) {
+  const bool reads = role == Role::kReader;
+  return sqlite3_busy_timeout(
+             database_, reads ? kReaderBusyMilliseconds : kWriterBusyMilliseconds) == SQLITE_OK &&
+         sqlite3_db_config(database_, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, reads ? 1 : 0, nullptr) ==
+             SQLITE_OK &&
+         (reads ? execute("PRAGMA wal_autocheckpoint=0") && execute("PRAGMA query_only=1") &&
+                      registerStringListTable(database_) == SQLITE_OK
+                : execute("PRAGMA synchronous=FULL"));
+}
+
+Statement Connection::statement(std::string_view sql) {
+  if (const auto known = statements_.find(sql); known != statements_.end()) {
+    return Statement(known->second);
+  }
+  sqlite3_stmt* prepared = nullptr;
+  if (sqlite3_prepare_v3(database_, sql.data(), static_cast<int>(sql.size()),
+                         SQLITE_PREPARE_PERSISTENT, &prepared, nullptr) == SQLITE_OK) {
+    statements_.emplace(sql, prepared);
+  }
+  return Statement(prepared);
+}
+
+bool Connection::execute(std::string_view sql) {
+  Statement use = statement(sql);
+  Statement::Step step = use.step();
+  while (step == Statement::Step::kRow) {
+    step = use.step();
+  }
+  return step == Statement::Step::kDone;
+}
+
+std::optional<std::int64_t> Connection::integer(std::string_view sql) {
+  Statement use = statement(sql);
+  return use.step() == Statement::Step::kRow ? std::optional(use.integer(0)) : std::nullopt;
+}
+
+bool Connection::inTransaction() const {
+  return sqlite3_get_autocommit(database_) == 0;
+}
+
+std::int64_t Connection::changes() const {
+  return sqlite3_changes64(database_);
+}
+
+std::int64_t Connection::lastInsertRowId() const {
+  return sqlite3_last_insert_rowid(database_);
+}
+
+Error Connection::lastError() const {
+  return makeError(kPersistenceErrorDomain, sqlite3_extended_errcode(database_),
+                   path_ + ": " + sqlite3_errmsg(database_));
+}
+
+}  // namespace velto

@@ -1,0 +1,93 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/foundation/Error.h"
+#include "platform/persistence/AttributeValue.h"
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+namespace velto {
+
+/// One use of a prepared statement: bind, step, read the columns. It resets the statement when it
+/// goes, which ends the statement's transaction, and drops what was bound: that must live as long
+/// as this object. One thread.
+class Statement {
+ public:
+  enum class Step { kRow, kDone, kError };
+
+  /// Null stands for a statement that could not be prepared: each step of it is an error.
+  explicit Statement(sqlite3_stmt* statement) : statement_(statement) {}
+  ~Statement();
+  Statement(const Statement&) = delete;
+  Statement& operator=(const Statement&) = delete;
+
+  /// Binds the parameters one after the other.
+  void bind(const AttributeValue& value);
+  void bind(std::int64_t value);
+  void bind(const std::vector<std::string>& list);
+
+  Step step();
+
+  std::int64_t integer(int column) const;
+  AttributeValue value(int column, AttributeType type) const;
+
+ private:
+  template <typename Bind>
+  void bindNext(Bind bindAt);
+
+  sqlite3_stmt* const statement_;
+  int parameters_ = 0;
+  bool failed_ = false;  ///< a value could not be bound
+};
+
+/// One connection to a store file, with the statements it has prepared. Used by one thread at a
+/// time.
+class Connection {
+ public:
+  enum class Role {
+    kWriter,  ///< writes and checkpoints, also on closing
+    kReader,  ///< does neither
+  };
+
+  /// A connection to the existing file, or null with the error.
+  static std::unique_ptr<Connection> open(const std::string& path, Role role, ErrorSlot error);
+  ~Connection();
+  Connection(const Connection&) = delete;
+  Connection& operator=(const Connection&) = delete;
+
+  /// The statement, prepared at its first use. At most one use of it at a time.
+  Statement statement(std::string_view sql);
+  /// Runs a statement without parameters to its end.
+  bool execute(std::string_view sql);
+  /// The first column of the first row, or nothing.
+  std::optional<std::int64_t> integer(std::string_view sql);
+
+  /// Whether SQLite is within a transaction: some errors make it roll back on its own.
+  bool inTransaction() const;
+  /// How many rows the last INSERT, UPDATE or DELETE changed.
+  std::int64_t changes() const;
+  std::int64_t lastInsertRowId() const;
+
+  /// SQLite's last failure, with the file's name.
+  Error lastError() const;
+
+  sqlite3* handle() const { return database_; }
+
+ private:
+  Connection(std::string path, sqlite3* database);
+  bool configure(Role role);
+
+  const std::string path_;
+  sqlite3* const database_;
+  std::map<std::string, sqlite3_stmt*, std::less<>> statements_;
+};
+
+}  // namespace velto

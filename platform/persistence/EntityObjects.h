@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <unordered_map>
+#include <vector>
+
+#include "platform/persistence/CommitQueue.h"
+#include "platform/persistence/Connection.h"
+#include "platform/persistence/FetchRequest.h"
+#include "platform/persistence/ManagedObjectModel.h"
+#include "platform/persistence/ObjectState.h"
+
+namespace velto {
+
+/// The records of one entity that a context has met, one state for each row, and which of them have
+/// pending changes. Used on the context's thread only.
+class EntityObjects {
+ public:
+  /// Null where no model is known: records can be made then, and nothing else.
+  explicit EntityObjects(const EntityDescription* entity) : entity_(entity) {}
+  EntityObjects(const EntityObjects&) = delete;
+  EntityObjects& operator=(const EntityObjects&) = delete;
+
+  const EntityDescription* entity() const { return entity_; }
+  const std::vector<ObjectState*>& pending() const { return pending_; }
+
+  ObjectState& insert();
+  const AttributeValue& value(const ObjectState& state, std::size_t index) const;
+  void setValue(ObjectState& state, std::size_t index, AttributeValue value);
+  void remove(ObjectState& state);
+
+  /// The record of a row of the entity's SELECT, with the row's values. Null when the record has
+  /// pending changes: it keeps those then.
+  ObjectState* read(const Statement& row);
+  /// Lays the pending changes over rows that `read` gave for the request.
+  void overlay(const FetchRequest& request, std::vector<ObjectState*>& rows) const;
+
+  /// What a save has to write for a pending record.
+  static RowChange change(const ObjectState& state, const EntitySql& sql);
+  /// Takes over the outcome of a successful save.
+  void saved(ObjectState& state, const RowChange& change);
+  void clearPending() { pending_.clear(); }
+
+ private:
+  void refresh(ObjectState& state, std::int64_t version, const Statement& row) const;
+
+  const EntityDescription* const entity_;
+  std::deque<ObjectState> states_;
+  std::unordered_map<std::int64_t, ObjectState*> byRowId_;  ///< those in the file
+  std::vector<ObjectState*> pending_;                       ///< in order of their first change
+};
+
+}  // namespace velto

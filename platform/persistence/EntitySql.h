@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "platform/persistence/ManagedObjectModel.h"
+
+namespace velto {
+
+/// How an entity is kept: a table of its name with the columns _id (never used again), _version
+/// (grows with each update) and the attributes in declaration order. Attribute names begin with a
+/// letter, so they never meet these two. Immutable; any thread.
+struct EntitySql {
+  explicit EntitySql(const EntityDescription& entity);
+
+  /// The table, and after it the indexes; each does nothing when what it creates is there.
+  std::vector<std::string> create;
+  /// SELECT of _id, _version and the attributes; a condition and an order may follow.
+  std::string select;
+  /// The attributes.
+  std::string insert;
+  /// The attributes, _id and the version that the row must still have.
+  std::string update;
+  /// _id and the version that the row must still have.
+  std::string remove;
+};
+
+/// The name as an identifier of SQL.
+std::string quoted(const std::string& name);
+
+}  // namespace velto

@@ -1,0 +1,204 @@
+// Reading models from files.
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <set>
+#include <system_error>
+#include <type_traits>
+#include <utility>
+
+#include "platform/foundation/PropertyListSerialization.h"
+#include "platform/persistence/ManagedObjectModel.h"
+
+namespace velto {
+
+namespace {
+
+constexpr std::array<std::pair<std::string_view, AttributeType>, 4> kTypes{{
+    {"string", AttributeType::kString},
+    {"date", AttributeType::kDate},
+    {"data", AttributeType::kData},
+    {"boolean", AttributeType::kBoolean},
+}};
+
+bool isLetter(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+
+bool isNameCharacter(char c) {
+  return isLetter(c) || (c >= '0' && c <= '9') || c == '_';
+}
+
+/// The name under "Name", fit for a table or a column.
+std::optional<std::string> readName(const PropertyList::Dictionary& dictionary) {
+  const std::string* name = stringForKey(dictionary, "Name");
+  if (name == nullptr || name->empty() || !isLetter(name->front()) ||
+      !std::all_of(name->begin(), name->end(), isNameCharacter)) {
+    return std::nullopt;
+  }
+  return *name;
+}
+
+/// Whether the names differ in more than case, which tables and columns are not told apart by.
+template <typename Named, typename NameOf>
+bool namesDiffer(const std::vector<Named>& all, NameOf nameOf) {
+  std::set<std::string> seen;
+  return std::all_of(all.begin(), all.end(), [&](const Named& one) {
+    std::string name = nameOf(one);
+    for (char& c : name) {
+      c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    }
+    return seen.insert(std::move(name)).second;
+  });
+}
+
+/// The array under `key` with `read` applied to each element; nothing when there is no such array
+/// or an element is malformed.
+template <typename Read,
+          typename Element = typename std::invoke_result_t<Read, const PropertyList&>::value_type>
+std::optional<std::vector<Element>> readArray(const PropertyList::Dictionary& dictionary,
+                                              std::string_view key, Read read) {
+  const PropertyList* value = valueForKey(dictionary, key);
+  if (value == nullptr || value->array() == nullptr) {
+    return std::nullopt;
+  }
+  std::vector<Element> elements;
+  for (const PropertyList& one : *value->array()) {
+    std::optional<Element> element = read(one);
+    if (!element) {
+      return std::nullopt;
+    }
+    elements.push_back(*std::move(element));
+  }
+  return elements;
+}
+
+std::optional<AttributeDescription> readAttribute(const PropertyList& value) {
+  const PropertyList::Dictionary* dictionary = value.dictionary();
+  if (dictionary == nullptr) {
+    return std::nullopt;
+  }
+  std::optional<std::string> name = readName(*dictionary);
+  const std::string* typeName = stringForKey(*dictionary, "Type");
+  const auto type = std::find_if(kTypes.begin(), kTypes.end(), [&](const auto& known) {
+    return typeName != nullptr && known.first == *typeName;
+  });
+  if (!name || type == kTypes.end()) {
+    return std::nullopt;
+  }
+  return AttributeDescription{*std::move(name), type->second};
+}
+
+std::optional<std::vector<std::string>> readIndex(const PropertyList& value) {
+  if (value.array() == nullptr || value.array()->empty()) {
+    return std::nullopt;
+  }
+  std::vector<std::string> keys;
+  for (const PropertyList& key : *value.array()) {
+    if (key.string() == nullptr) {
+      return std::nullopt;
+    }
+    keys.push_back(*key.string());
+  }
+  return keys;
+}
+
+bool indexesKnownAttributes(const EntityDescription& entity) {
+  const auto known = [&](const std::string& key) { return entity.attributeIndex(key).has_value(); };
+  return std::all_of(entity.indexes().begin(), entity.indexes().end(), [&](const auto& keys) {
+    return std::all_of(keys.begin(), keys.end(), known);
+  });
+}
+
+std::optional<EntityDescription> readEntity(const PropertyList& value) {
+  const PropertyList::Dictionary* dictionary = value.dictionary();
+  if (dictionary == nullptr) {
+    return std::nullopt;
+  }
+  std::optional<std::string> name = readName(*dictionary);
+  auto attributes = readArray(*dictionary, "Attributes", readAttribute);
+  auto indexes = readArray(*dictionary, "Indexes", readIndex);
+  if (!name || !attributes || attributes->empty() || !indexes ||
+      !namesDiffer(*attributes, [](const auto& attribute) { return attribute.name; })) {
+    return std::nullopt;
+  }
+  EntityDescription entity(*std::move(name), *std::move(attributes), *std::move(indexes));
+  return indexesKnownAttributes(entity) ? std::optional(std::move(entity)) : std::nullopt;
+}
+
+std::optional<Data> readFile(const std::filesystem::path& path) {
+  std::ifstream stream(path, std::ios::binary);
+  std::vector<std::uint8_t> bytes{std::istreambuf_iterator<char>(stream), {}};
+  return stream.good() || stream.eof() ? std::optional(Data(std::move(bytes))) : std::nullopt;
+}
+
+/// The model files in the directory, in name order; nothing when it cannot be listed.
+std::optional<std::set<std::filesystem::path>> modelFiles(const std::string& directory) {
+  std::set<std::filesystem::path> files;
+  std::error_code error;
+  std::filesystem::directory_iterator entry(directory, error);
+  for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+    if (entry->path().extension() == ".model") {
+      files.insert(entry->path());
+    }
+  }
+  return error ? std::nullopt : std::optional(std::move(files));
+}
+
+/// Adds the entities that `merged` lacks; false when one of them is there in another form.
+bool merge(const ManagedObjectModel& model, std::vector<EntityDescription>& merged) {
+  for (const EntityDescription& entity : model.entities()) {
+    const auto same = std::find_if(merged.begin(), merged.end(), [&](const auto& other) {
+      return other.name() == entity.name();
+    });
+    if (same == merged.end()) {
+      merged.push_back(entity);
+    } else if (!(*same == entity)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+bool entityNamesDiffer(const std::vector<EntityDescription>& entities) {
+  return namesDiffer(entities, [](const auto& entity) { return entity.name(); });
+}
+
+}  // namespace
+
+std::unique_ptr<const ManagedObjectModel> ManagedObjectModel::modelFromData(const Data& data) {
+  const auto root = PropertyListSerialization::propertyList(data, nullptr);
+  if (!root || root->dictionary() == nullptr) {
+    return nullptr;
+  }
+  auto entities = readArray(*root->dictionary(), "Entities", readEntity);
+  if (!entities || !entityNamesDiffer(*entities)) {
+    return nullptr;
+  }
+  return std::make_unique<const ManagedObjectModel>(*std::move(entities));
+}
+
+std::unique_ptr<const ManagedObjectModel> ManagedObjectModel::mergedModelFromDirectory(
+    const std::string& resourceDirectory) {
+  const auto files = modelFiles(resourceDirectory);
+  if (!files || files->empty()) {
+    return nullptr;
+  }
+  std::vector<EntityDescription> merged;
+  for (const std::filesystem::path& file : *files) {
+    const std::optional<Data> data = readFile(file);
+    const auto model = data ? modelFromData(*data) : nullptr;
+    if (model == nullptr || !merge(*model, merged)) {
+      return nullptr;
+    }
+  }
+  if (!entityNamesDiffer(merged)) {
+    return nullptr;
+  }
+  return std::make_unique<const ManagedObjectModel>(std::move(merged));
+}
+
+}  // namespace velto

@@ -1,0 +1,119 @@
+#include "platform/persistence/PersistentStoreCoordinator.h"
+
+#include <filesystem>
+#include <system_error>
+#include <type_traits>
+#include <utility>
+
+#include <sqlite3.h>
+
+#include "platform/persistence/CommitQueue.h"
+#include "platform/persistence/Connection.h"
+#include "platform/persistence/EntitySql.h"
+#include "platform/persistence/FetchQuery.h"
+#include "platform/persistence/ReaderPool.h"
+#include "platform/persistence/StoreFile.h"
+
+namespace velto {
+
+namespace {
+
+/// An absolute path means a file to SQLite, whatever it looks like.
+std::string absolutePath(const std::string& path) {
+  std::error_code failed;
+  const std::filesystem::path absolute = std::filesystem::absolute(path, failed);
+  return failed ? path : absolute.string();
+}
+
+bool useWriteAheadLog(Connection& connection) {
+  Statement statement = connection.statement("PRAGMA journal_mode=WAL");
+  return statement.step() == Statement::Step::kRow &&
+         statement.value(0, AttributeType::kString) == AttributeValue(std::string("wal"));
+}
+
+Error noStoreError() {
+  return makeError(kPersistenceErrorDomain, kNoStoreErrorCode, "there is no store");
+}
+
+void bind(Statement& statement, const Predicate::Operand& operand) {
+  std::visit([&](const auto& value) { statement.bind(value); }, operand);
+}
+
+}  // namespace
+
+/// An open file. The readers close first, so that the writer, as the last, checkpoints the log.
+struct PersistentStoreCoordinator::Store {
+  Store(const std::string& path, std::unique_ptr<Connection> connection)
+      : writer(std::move(connection)), commits(*writer, path), readers(path) {}
+
+  const std::unique_ptr<Connection> writer;
+  CommitQueue commits;
+  ReaderPool readers;
+};
+
+PersistentStoreCoordinator::PersistentStoreCoordinator(
+    std::shared_ptr<const ManagedObjectModel> model)
+    : model_(std::move(model)), sql_(model_->entities().begin(), model_->entities().end()) {}
+
+PersistentStoreCoordinator::~PersistentStoreCoordinator() = default;
+
+bool PersistentStoreCoordinator::addPersistentStore(const std::string& path, ErrorSlot error) {
+  const std::string file = absolutePath(path);
+  const StoreFile storeFile(file, *model_);
+  if (!storeFile.prepare(error)) {
+    return false;
+  }
+  auto writer = Connection::open(file, Connection::Role::kWriter, error);
+  if (writer == nullptr || !storeFile.createSchema(*writer, sql_, error)) {
+    return false;
+  }
+  if (!useWriteAheadLog(*writer)) {
+    replaceError(error, makeError(kPersistenceErrorDomain, SQLITE_CANTOPEN,
+                                  file + ": no write-ahead log can be used here"));
+    return false;
+  }
+  store_ = std::make_unique<Store>(file, std::move(writer));
+  return true;
+}
+
+const EntitySql& PersistentStoreCoordinator::sql(const EntityDescription& entity) const {
+  return sql_[static_cast<std::size_t>(&entity - model_->entities().data())];
+}
+
+bool PersistentStoreCoordinator::fetch(const FetchQuery& query,
+                                       const std::function<void(const Statement&)>& row,
+                                       ErrorSlot error) {
+  if (store_ == nullptr) {
+    replaceError(error, noStoreError());
+    return false;
+  }
+  const ReaderPool::Reader reader = store_->readers.lend(error);
+  if (reader == nullptr) {
+    return false;
+  }
+  Statement statement = reader->statement(query.sql);
+  for (const Predicate::Operand* operand : query.operands) {
+    bind(statement, *operand);
+  }
+  if (query.limit != 0) {
+    statement.bind(static_cast<std::int64_t>(query.limit));
+  }
+  Statement::Step step = statement.step();
+  for (; step == Statement::Step::kRow; step = statement.step()) {
+    row(statement);
+  }
+  if (step == Statement::Step::kError) {
+    replaceError(error, reader->lastError());
+  }
+  return step == Statement::Step::kDone;
+}
+
+bool PersistentStoreCoordinator::save(std::vector<RowChange>& changes, ErrorSlot error) {
+  if (store_ == nullptr) {
+    replaceError(error, noStoreError());
+    return false;
+  }
+  return store_->commits.save(changes, error);
+}
+
+}  // namespace velto

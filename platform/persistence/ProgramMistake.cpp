@@ -1,0 +1,13 @@
+#include "platform/persistence/ProgramMistake.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace velto {
+
+void programMistake(std::string_view what) {
+  std::fprintf(stderr, "persistence: %.*s\n", static_cast<int>(what.size()), what.data());
+  std::abort();
+}
+
+}  // namespace velto

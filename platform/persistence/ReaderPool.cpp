@@ -1,0 +1,36 @@
+#include "platform/persistence/ReaderPool.h"
+
+#include <utility>
+
+namespace velto {
+
+namespace {
+
+/// Readers beyond these are closed after use.
+constexpr std::size_t kMaximumIdle = 8;
+
+}  // namespace
+
+ReaderPool::ReaderPool(std::string path) : path_(std::move(path)) {}
+
+ReaderPool::Reader ReaderPool::lend(ErrorSlot error) {
+  {
+    MutexLock lock(mutex_);
+    if (!idle_.empty()) {
+      Reader reader(idle_.back().release(), GiveBack{this});
+      idle_.pop_back();
+      return reader;
+    }
+  }
+  return {Connection::open(path_, Connection::Role::kReader, error).release(), GiveBack{this}};
+}
+
+void ReaderPool::giveBack(Connection* reader) {
+  std::unique_ptr<Connection> owned(reader);
+  MutexLock lock(mutex_);
+  if (idle_.size() < kMaximumIdle) {
+    idle_.push_back(std::move(owned));
+  }
+}
+
+}  // namespace velto

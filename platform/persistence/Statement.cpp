@@ -1,0 +1,93 @@
+#include <type_traits>
+
+#include <sqlite3.h>
+
+#include "platform/persistence/Connection.h"
+#include "platform/persistence/StringListTable.h"
+
+namespace velto {
+
+namespace {
+
+int bindValue(sqlite3_stmt* statement, int index, const AttributeValue& value) {
+  return std::visit(
+      [=](const auto& held) {
+        using Held = std::decay_t<decltype(held)>;
+        if constexpr (std::is_same_v<Held, std::monostate>) {
+          return sqlite3_bind_null(statement, index);
+        } else if constexpr (std::is_same_v<Held, std::string>) {
+          return sqlite3_bind_text64(statement, index, held.data(), held.size(), SQLITE_STATIC,
+                                     SQLITE_UTF8);
+        } else if constexpr (std::is_same_v<Held, Date>) {
+          return sqlite3_bind_double(statement, index, held.secondsSinceReference());
+        } else if constexpr (std::is_same_v<Held, Data>) {
+          // A null pointer would bind NULL.
+          return held.empty() ? sqlite3_bind_zeroblob(statement, index, 0)
+                              : sqlite3_bind_blob64(statement, index, held.bytes().data(),
+                                                    held.size(), SQLITE_STATIC);
+        } else {
+          return sqlite3_bind_int(statement, index, held ? 1 : 0);
+        }
+      },
+      value);
+}
+
+}  // namespace
+
+Statement::~Statement() {
+  sqlite3_reset(statement_);
+  sqlite3_clear_bindings(statement_);
+}
+
+void Statement::bind(const AttributeValue& value) {
+  bindNext([&](int index) { return bindValue(statement_, index, value); });
+}
+
+void Statement::bind(std::int64_t value) {
+  bindNext([&](int index) { return sqlite3_bind_int64(statement_, index, value); });
+}
+
+void Statement::bind(const std::vector<std::string>& list) {
+  bindNext([&](int index) { return bindStringList(statement_, index, list); });
+}
+
+/// After a failure nothing more is bound, so that SQLite's message stays.
+template <typename Bind>
+void Statement::bindNext(Bind bindAt) {
+  failed_ = failed_ || bindAt(++parameters_) != SQLITE_OK;
+}
+
+Statement::Step Statement::step() {
+  if (statement_ == nullptr || failed_) {
+    return Step::kError;
+  }
+  const int result = sqlite3_step(statement_);
+  return result == SQLITE_ROW ? Step::kRow : result == SQLITE_DONE ? Step::kDone : Step::kError;
+}
+
+std::int64_t Statement::integer(int column) const {
+  return sqlite3_column_int64(statement_, column);
+}
+
+AttributeValue Statement::value(int column, AttributeType type) const {
+  if (sqlite3_column_type(statement_, column) == SQLITE_NULL) {
+    return {};
+  }
+  switch (type) {
+    case AttributeType::kDate:
+      return Date(sqlite3_column_double(statement_, column));
+    case AttributeType::kBoolean:
+      return sqlite3_column_int64(statement_, column) != 0;
+    case AttributeType::kString:
+    case AttributeType::kData:
+      break;
+  }
+  // As a blob, both come without conversion; the length is known only after the pointer.
+  const auto* bytes = static_cast<const char*>(sqlite3_column_blob(statement_, column));
+  const std::string_view content(
+      bytes, static_cast<std::size_t>(sqlite3_column_bytes(statement_, column)));
+  return type == AttributeType::kString ? AttributeValue(std::string(content))
+                                        : AttributeValue(Data(content));
+}
+
+}  // namespace velto
