@@ -249,7 +249,8 @@ std::optional<std::string_view> PropertyListBinaryReader::countedContent(std::si
 
 std::optional<std::string_view> PropertyListBinaryReader::content(std::size_t position,
                                                                   std::size_t size) {
-  if (size > tableOffset_ - position) return fail("a value reaches beyond the objects", position);
+  if (position > tableOffset_ || size > tableOffset_ - position)
+    return fail("a value reaches beyond the objects", position);
   if (!pay(size, position)) return std::nullopt;
   return bytes_.substr(position, size);
 }

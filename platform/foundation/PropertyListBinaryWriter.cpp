@@ -115,15 +115,14 @@ Data PropertyListBinaryWriter::encode() const {
   std::vector<std::uint64_t> offsets;
   offsets.reserve(objects_.size());
   std::string output(kWrittenSignature);
-  auto reference = references_.cbegin();
+  std::size_t nextReference = 0;
   for (const Object& object : objects_) {
     offsets.push_back(output.size());
     output.append(object.encoding);
     if (object.container != nullptr) {
-      const std::size_t count = appendContainerMarker(output, *object.container);
-      for (const auto end = reference + static_cast<std::ptrdiff_t>(count); reference != end;
-           ++reference) {
-        appendBigEndian(output, *reference, referenceWidth);
+      std::size_t count = appendContainerMarker(output, *object.container);
+      for (; count > 0; --count) {
+        appendBigEndian(output, references_[nextReference++], referenceWidth);
       }
     }
   }

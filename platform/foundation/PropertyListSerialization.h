@@ -19,9 +19,10 @@ enum class PropertyListFormat {
 class PropertyListSerialization {
  public:
   /// The binary property list, format 1.0, of `value`: readable by every other reader of the
-  /// format. Equal scalars are written once. Nothing, with an error (domain
+  /// format. Equal scalars are written once, as far as the reader's limit on shared objects allows:
+  /// what is written always reads back. Nothing, with an error (domain
   /// "PropertyListSerialization"), when the value holds an absent value or a string that is not
-  /// UTF-8.
+  /// UTF-8, or is nested deeper than kMaximumDepth.
   static std::optional<Data> binaryData(const PropertyList& value, ErrorSlot error);
 
   /// Reads a property list of any of the three formats, told apart by content: "bplist0" is
@@ -32,10 +33,13 @@ class PropertyListSerialization {
   ///
   /// Total: any bytes give a value or an error, in time and memory linear in the input. Nesting
   /// deeper than kMaximumDepth, a cycle, and shared references that would unfold to more than a
-  /// fixed multiple of the input are errors. A dictionary key must be a string.
+  /// fixed multiple of the input are errors. A dictionary key must be a string; the last of equal
+  /// keys counts. The error says what is wrong and where. `format` is set as soon as the format is
+  /// known, also for a value that then fails to read.
   static std::optional<PropertyList> propertyList(const Data& data, ErrorSlot error,
                                                   PropertyListFormat* format = nullptr);
 
+  /// How many containers may stand one in another.
   static constexpr int kMaximumDepth = 512;
 };
 

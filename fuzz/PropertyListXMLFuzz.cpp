@@ -1,0 +1,14 @@
+// Any text to the reader of XML property lists.
+
+#include "fuzz/PropertyListRoundTrip.h"
+#include "platform/foundation/PropertyListUnicode.h"
+#include "platform/foundation/PropertyListXMLReader.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  std::optional<velto::Error> error;
+  const auto text = velto::decodeText(velto::fuzz::inputText(data, size), &error);
+  if (!text) return 0;
+  const auto value = velto::readXMLPropertyList(*text, &error);
+  velto::fuzz::checkReading(value, error, true);
+  return 0;
+}
