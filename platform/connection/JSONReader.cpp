@@ -104,9 +104,10 @@ class Handler {
 
 }  // namespace
 
-std::optional<json::value> readJSON(std::string_view text, json::storage_ptr storage) {
+std::optional<json::value> readJSON(std::string_view text, json::storage_ptr storage,
+                                    std::size_t maximumDepth) {
   json::parse_options options;
-  options.max_depth = kMaximumJSONDepth;
+  options.max_depth = maximumDepth;
   json::basic_parser<Handler> parser(options, std::move(storage));
   error_code error;
   const std::size_t used = parser.write_some(false, text.data(), text.size(), error);

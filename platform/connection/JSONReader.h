@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string_view>
 
@@ -8,16 +9,17 @@
 
 namespace velto {
 
-/// How many arrays and objects may lie within each other, the outermost included.
-inline constexpr int kMaximumJSONDepth = 64;
+/// How many arrays and objects may lie within each other in a call, the outermost included.
+inline constexpr std::size_t kMaximumJSONDepth = 64;
 
 /// Reads the text of one JSON value. Strict: nothing for text that is not JSON to its end, not
-/// UTF-8, nested too deeply, or holding a number beyond a double's range. Numbers with a fraction
-/// are the doubles nearest to what is written, so that a value survives any number of round trips.
-/// Of several members of one name the last counts. Any thread.
+/// UTF-8, nested more deeply than `maximumDepth`, or holding a number beyond a double's range.
+/// Numbers with a fraction are the doubles nearest to what is written, so that a value survives any
+/// number of round trips. Of several members of one name the last counts. Any thread.
 ///
 /// Throws std::bad_alloc when `storage` has no memory left.
 std::optional<boost::json::value> readJSON(std::string_view text,
-                                           boost::json::storage_ptr storage = {});
+                                           boost::json::storage_ptr storage = {},
+                                           std::size_t maximumDepth = kMaximumJSONDepth);
 
 }  // namespace velto
