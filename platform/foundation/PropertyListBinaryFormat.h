@@ -61,6 +61,6 @@ inline constexpr std::size_t kTrailerTableOffset = 24;
 inline constexpr std::uint64_t kReferenceCost = 64;
 inline constexpr std::uint64_t kAlwaysShared = 63;
 inline constexpr std::uint64_t kUnfoldFactor = kReferenceCost + kAlwaysShared + 1;
-inline constexpr std::uint64_t kUnfoldAllowance = 16 * 1024 * 1024;
+inline constexpr std::uint64_t kUnfoldAllowance = std::uint64_t{16} * 1024 * 1024;
 
 }  // namespace velto::binary_property_list
