@@ -1,0 +1,142 @@
+#include "store/StoreContainer.h"
+
+#include <filesystem>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/foundation/Paths.h"
+#include "store/ADAlertStore.h"
+#include "tests/support/FakeLog.h"
+#include "tests/support/TemporaryDirectory.h"
+
+namespace velto {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+namespace fs = std::filesystem;
+
+class StoreContainerTest : public ::testing::Test {
+ protected:
+  StoreContainer container() { return {resourceDirectory(), directory_.string(), log_}; }
+
+  TemporaryDirectory root_;
+  fs::path directory_ = root_.path() / "Alerts";
+  FakeLog log_;
+};
+
+struct stat statusOf(const fs::path& path) {
+  struct stat status {};
+  EXPECT_EQ(stat(path.c_str(), &status), 0) << path;
+  return status;
+}
+
+TEST_F(StoreContainerTest, MakesTheMissingDirectoryForRootAlone) {
+  if (geteuid() != 0) {
+    GTEST_SKIP() << "only root can give a directory to root";
+  }
+  umask(0022);
+  auto stores = container();
+  ASSERT_NE(stores.persistentStoreCoordinator(), nullptr);
+  const auto status = statusOf(directory_);
+  EXPECT_EQ(status.st_uid, 0u);
+  EXPECT_EQ(status.st_gid, 0u);
+  EXPECT_EQ(status.st_mode & 07777u, 0750u);
+  EXPECT_TRUE(fs::is_regular_file(directory_ / "alertData.db"));
+}
+
+TEST_F(StoreContainerTest, LeavesAnExistingDirectoryAsItIs) {
+  ASSERT_EQ(mkdir(directory_.c_str(), 0700), 0);
+  ASSERT_EQ(chmod(directory_.c_str(), 0755), 0);
+  auto stores = container();
+  ASSERT_NE(stores.persistentStoreCoordinator(), nullptr);
+  EXPECT_EQ(statusOf(directory_).st_mode & 07777u, 0755u);
+}
+
+TEST_F(StoreContainerTest, NobodyElseCanReadTheFile) {
+  auto stores = container();
+  ASSERT_NE(stores.persistentStoreCoordinator(), nullptr);
+  EXPECT_EQ(statusOf(directory_ / "alertData.db").st_mode & 0077u, 0u);
+}
+
+TEST_F(StoreContainerTest, MissingParentIsLoggedOnceAndEveryHandleSaysSo) {
+  directory_ = root_.path() / "missing" / "Alerts";
+  auto stores = container();
+  for (int i = 0; i < 2; ++i) {
+    ADAlertStore store(stores);
+    std::optional<Error> error;
+    EXPECT_EQ(store.getADAlertWithIdentifier("x", &error), std::nullopt);
+    EXPECT_TRUE(error);
+    EXPECT_FALSE(store.save(&error));
+  }
+  EXPECT_FALSE(fs::exists(directory_.parent_path()));
+  EXPECT_THAT(log_.lines(), ElementsAre(HasSubstr("alertData.db"), "Failed to initialize the store",
+                                        "Failed to initialize the store"));
+}
+
+TEST_F(StoreContainerTest, AFileInPlaceOfTheDirectoryIsLeftAlone) {
+  root_.write("Alerts", "mine");
+  auto stores = container();
+  EXPECT_EQ(stores.persistentStoreCoordinator(), nullptr);
+  EXPECT_EQ(readFile(directory_), "mine");
+  EXPECT_EQ(log_.lines().size(), 1u);
+}
+
+TEST_F(StoreContainerTest, AFileOfAnotherProgramStaysBitForBit) {
+  const std::string content = "this is no store, and somebody may want it";
+  root_.write("Alerts/alertData.db", content);
+  auto stores = container();
+  EXPECT_EQ(stores.persistentStoreCoordinator(), nullptr);
+  EXPECT_EQ(readFile(directory_ / "alertData.db"), content);
+  EXPECT_THAT(log_.lines(), ElementsAre(HasSubstr("alertData.db")));
+}
+
+TEST_F(StoreContainerTest, WithoutAModelThereIsNoStore) {
+  const TemporaryDirectory empty;
+  StoreContainer stores(empty.path().string(), directory_.string(), log_);
+  EXPECT_EQ(stores.persistentStoreCoordinator(), nullptr);
+  EXPECT_EQ(stores.persistentStoreCoordinator(), nullptr);
+  EXPECT_FALSE(fs::exists(directory_));
+  EXPECT_THAT(log_.lines(), ElementsAre("No model to generate a store from"));
+}
+
+TEST_F(StoreContainerTest, ADamagedModelIsNoModel) {
+  const TemporaryDirectory resources;
+  resources.write("Alerts.model", "{ Entities = ( { Name = ADAlert; Attributes = ( { Na");
+  StoreContainer stores(resources.path().string(), directory_.string(), log_);
+  EXPECT_EQ(stores.managedObjectModel(), nullptr);
+}
+
+TEST_F(StoreContainerTest, AModelOfOtherEntitiesIsNoModel) {
+  const TemporaryDirectory resources;
+  resources.write("Alerts.model",
+                  "{ Entities = ( { Name = ADAlert; Attributes = ( { Name = type; "
+                  "Type = string; } ); Indexes = (); } ); }");
+  StoreContainer stores(resources.path().string(), directory_.string(), log_);
+  EXPECT_EQ(stores.managedObjectModel(), nullptr);
+}
+
+TEST_F(StoreContainerTest, ConcurrentFirstCallsOpenOnce) {
+  auto stores = container();
+  std::vector<std::shared_ptr<PersistentStoreCoordinator>> seen(8);
+  std::vector<std::thread> threads;
+  threads.reserve(seen.size());
+  for (auto& coordinator : seen) {
+    threads.emplace_back([&] { coordinator = stores.persistentStoreCoordinator(); });
+  }
+  for (auto& thread : threads) {
+    thread.join();
+  }
+  for (const auto& coordinator : seen) {
+    EXPECT_NE(coordinator, nullptr);
+    EXPECT_EQ(coordinator, seen.front());
+  }
+}
+
+}  // namespace
+}  // namespace velto

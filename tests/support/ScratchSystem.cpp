@@ -1,0 +1,91 @@
+#include "tests/support/ScratchSystem.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+
+#include "platform/foundation/Paths.h"
+
+namespace velto {
+namespace fs = std::filesystem;
+
+namespace {
+
+/// Sets the variable before the members that read it are made.
+const fs::path& enter(const fs::path& root) {
+  setenv("VELTO_ROOT", root.c_str(), 1);
+  fs::create_directories(rootedPath("/Library/Velto"));
+  fs::create_directories(rootedPath(VLAlertsDirectory));
+  return root;
+}
+
+std::string storeDirectory(const TemporaryDirectory& root) {
+  enter(root.path());
+  return rootedPath(kStoreDirectory);
+}
+
+}  // namespace
+
+ScratchSystem::ScratchSystem()
+    : container(resourceDirectory(), storeDirectory(root), log),
+      bundles(rootedPath(VLAlertsDirectory), log),
+      mailer(bundles, rootedPath(kMailProgram), log) {
+  setMailProgram("n=$(ls mails | wc -l); cat > mails/$n");
+  fs::create_directories(root.path() / "mails");
+}
+
+ScratchSystem::~ScratchSystem() {
+  unsetenv("VELTO_ROOT");
+}
+
+fs::path ScratchSystem::path(std::string_view rooted) const {
+  return rootedPath(rooted);
+}
+
+void ScratchSystem::addBundle(const std::string& entry, std::string_view info) const {
+  root.write(bundlesDirectory() / entry / "Contents/Info.plist", info);
+}
+
+void ScratchSystem::addTexts(const std::string& entry, const std::string& language,
+                             std::string_view strings) const {
+  root.write(
+      bundlesDirectory() / entry / "Contents/Resources" / (language + ".lproj") / "Alerts.strings",
+      strings);
+}
+
+void ScratchSystem::addDiskBundle() const {
+  addBundle("Disk.bundle",
+            R"({ CFBundleGetInfoString = "Disks"; CFBundleDevelopmentRegion = en;
+                 VLAlertTypes = { AlmostFull = {}; }; })");
+  addTexts("Disk.bundle", "en",
+           R"("AlmostFull.subject" = "%{volume} is almost full";
+              "AlmostFull.message" = "%{volume} is %{percent} percent full.";)");
+  addTexts("Disk.bundle", "fr",
+           R"("AlmostFull.subject" = "%{volume} est presque plein";
+              "AlmostFull.message" = "%{volume} est plein à %{percent} pour cent.";)");
+}
+
+void ScratchSystem::addCommonBundle() const {
+  const fs::path built = fs::read_symlink("/proc/self/exe").parent_path().parent_path() / "bundles";
+  fs::copy(built / "Common.bundle", bundlesDirectory() / "Common.bundle",
+           fs::copy_options::recursive);
+}
+
+void ScratchSystem::setMailProgram(std::string_view script) const {
+  const auto program = root.write(path(kMailProgram), "#!/bin/sh\ncd '" + root.path().string() +
+                                                          "'\n" + std::string(script) + "\n");
+  fs::permissions(program, fs::perms::owner_all);
+}
+
+std::vector<std::string> ScratchSystem::mails() const {
+  std::vector<std::string> contents;
+  for (int number = 0;; ++number) {
+    const auto file = root.path() / "mails" / std::to_string(number);
+    if (!fs::exists(file)) {
+      return contents;
+    }
+    contents.push_back(readFile(file));
+  }
+}
+
+}  // namespace velto

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "delivery/ADAlertMailer.h"
+#include "platform/foundation/AlertBundleRegistry.h"
+#include "platform/foundation/Paths.h"
+#include "store/ADAlertStore.h"
+#include "store/StoreContainer.h"
+#include "tests/support/FakeClock.h"
+#include "tests/support/FakeLog.h"
+#include "tests/support/TemporaryDirectory.h"
+
+namespace velto {
+
+/// A whole system in a temporary directory, which VELTO_ROOT names as long as this object lives: an
+/// alerts directory, a place for the store, and a mail program that files what it gets. One at a
+/// time; made and dropped while no other thread runs.
+class ScratchSystem {
+ public:
+  ScratchSystem();
+  ~ScratchSystem();
+
+  std::filesystem::path path(std::string_view rooted) const;
+  std::filesystem::path bundlesDirectory() const { return path(VLAlertsDirectory); }
+
+  /// A declarative bundle in the alerts directory. `info` is the text of its Info.plist.
+  void addBundle(const std::string& entry, std::string_view info) const;
+  /// The texts of a language of the bundle, as Alerts.strings holds them.
+  void addTexts(const std::string& entry, const std::string& language,
+                std::string_view strings) const;
+  /// The bundle Disk, with the type AlmostFull in English and French.
+  void addDiskBundle() const;
+  /// Puts the bundle with the mail formatter, as it was built, into the alerts directory.
+  void addCommonBundle() const;
+
+  /// Replaces the mail program by a shell script. Its working directory is the system's root.
+  void setMailProgram(std::string_view script) const;
+  /// What the mail program got, in the order in which it was started.
+  std::vector<std::string> mails() const;
+
+  /// A new handle on the system's store.
+  ADAlertStore store() { return ADAlertStore(container); }
+
+  const TemporaryDirectory root;
+  FakeLog log;
+  FakeClock clock;
+  StoreContainer container;
+  AlertBundleRegistry bundles;
+  ADAlertMailer mailer;
+};
+
+}  // namespace velto
