@@ -1,0 +1,92 @@
+"""The shape of parameters."""
+
+import pytest
+from velto.values import NO_ALERT_TO_POST, SERVICE
+from velto.varlink import message
+
+pytestmark = pytest.mark.needs_root
+
+# The one parameter of each served method that has one, and values that it cannot have.
+WRONG_TYPES = {
+    ("PostAlert", "alert"): ["text", 5, True, [], [{}]],
+    ("SaveAlerts", "alerts"): ["text", 5, True, {}, {"0": {}}],
+    ("GetAlertsOfType", "type"): [5, True, [], {}, ["text"], 0.5],
+    ("GetAlertsOfBundle", "bundle"): [5, True, [], {}, ["text"], 0.5],
+    ("GetLastAlertOfType", "type"): [5, True, [], {}, ["text"], 0.5],
+    ("GetLastAlertOfBundle", "bundle"): [5, True, [], {}, ["text"], 0.5],
+    ("AddMailRecipients", "recipients"): ["a@example.org", 5, True, {}, {"address": "a"}],
+}
+WITHOUT_PARAMETERS = ("GetAlertBundleNames", "GetMailRecipients")
+
+WRONG_ALERTS = [
+    {"identifier": 5}, {"type": []}, {"bundle": {}}, {"creationDate": "today"}, {"sentDate": True},
+    {"readDate": {"$date": 5}}, {"resolvedDate": []}, {"attributes": []}, {"attributes": "text"},
+    {"attributes": {"a": {"$date": "today"}}}, {"attributes": {"a": {"$data": "*"}}},
+    {"attributes": {"a": {"$data": 5}}}, {"attributes": {"a": {"$what": 1}}},
+    {"attributes": {"a": {"$date": 1, "b": 2}}}, {"attributes": {"a": {"$dict": []}}},
+    {"attributes": {"$date": 5}}, {"attributes": {"a": [None]}},
+]
+
+
+def invalid(parameter):
+    return {"error": f"{SERVICE}.InvalidParameter", "parameters": {"parameter": parameter}}
+
+
+@pytest.mark.parametrize("method, name, value", [
+    (method, name, value) for (method, name), values in WRONG_TYPES.items() for value in values])
+def test_a_parameter_of_another_type_is_invalid(client, method, name, value):
+    assert client.exchange(method, {name: value}) == invalid(name)
+
+
+@pytest.mark.parametrize("method", [*(method for method, _ in WRONG_TYPES), *WITHOUT_PARAMETERS])
+def test_a_parameter_that_the_method_does_not_have_is_invalid(client, method):
+    assert client.exchange(method, {"extra": None}) == invalid("extra")
+    assert client.exchange(method, {"Alert": {}}) == invalid("Alert")
+
+
+@pytest.mark.parametrize("alert", WRONG_ALERTS, ids=str)
+def test_a_wrong_member_makes_the_alert_invalid(client, alert):
+    assert client.exchange("PostAlert", {"alert": alert}) == invalid("alert")
+    assert client.exchange("SaveAlerts", {"alerts": [{}, alert]}) == invalid("alerts")
+
+
+@pytest.mark.parametrize("elements", [
+    ["text"], [5], [True], [None], [{}, "text"], [["text"]], [[[5]]], [[None]]], ids=str)
+def test_a_list_of_alerts_holds_alerts_and_arrays_only(client, elements):
+    assert client.exchange("SaveAlerts", {"alerts": elements}) == invalid("alerts")
+
+
+@pytest.mark.parametrize("elements", [
+    [5], [True], [None], ["a@example.org", 0.5], [[5]], [["a@example.org", [True]]],
+    [{"address": 5}], [{"address": "a", "locale": True}], [{"address": "a", "age": 5}],
+    [{"address": ["a"]}], [{"address": "a", "more": {"deep": 1}}], [[{"address": 5}]]], ids=str)
+def test_a_list_of_recipients_holds_texts_dictionaries_and_arrays_only(client, elements):
+    assert client.exchange("AddMailRecipients", {"recipients": elements}) == invalid("recipients")
+
+
+def test_what_is_invalid_changes_nothing(client):
+    client.exchange("SaveAlerts", {"alerts": [{"bundle": "invalid"}, 5]})
+    client.exchange("SaveAlerts", {"alerts": [{"bundle": "invalid"}], "extra": 1})
+    client.exchange("AddMailRecipients", {"recipients": ["invalid@example.org", 5]})
+    assert client.call("GetAlertsOfBundle", bundle="invalid") == {"alerts": []}
+    assert client.call("GetMailRecipients") == {"recipients": []}
+
+
+def test_a_callers_role_does_not_matter_to_the_shape(shared):
+    assert shared.client_as(12345, 12345).exchange("SaveAlerts", {"alerts": 5}) == invalid("alerts")
+
+
+@pytest.mark.parametrize("parameters", [None, {}, {"alert": None}])
+def test_absent_null_and_no_parameters_mean_the_same(client, parameters):
+    assert client.exchange("PostAlert", parameters) == {"parameters": {"error": NO_ALERT_TO_POST}}
+
+
+def test_parameters_may_be_null(client):
+    client.send(message("PostAlert").replace(b"}", b', "parameters": null}'))
+    assert client.receive() == {"parameters": {"error": NO_ALERT_TO_POST}}
+
+
+def test_of_a_member_that_stands_twice_the_last_counts(client):
+    client.send(b'{"method": "%s.GetInterfaceDescription", "parameters": '
+                b'{"interface": 5, "interface": "%s"}}\0' % ((SERVICE.encode(),) * 2))
+    assert "description" in client.receive()["parameters"]

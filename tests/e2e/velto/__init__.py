@@ -1,0 +1,1 @@
+"""What the end-to-end tests need to run the alerts daemon and to talk to it."""

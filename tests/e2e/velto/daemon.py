@@ -1,0 +1,83 @@
+"""The running daemon."""
+
+import os
+import re
+import signal
+import socket
+import subprocess
+
+from .varlink import DEADLINE, connect, wait_for
+
+_SANITIZER_REPORT = re.compile(r"(Address|Leak|Thread|UndefinedBehavior)Sanitizer|runtime error:")
+
+
+class Daemon:
+    """A daemon that has told that it is ready. Its standard error stands in `log_file`."""
+
+    def __init__(self, program, root, log_file, environment=None):
+        self.log_file = log_file
+        ready = root / "ready"
+        ready.unlink(missing_ok=True)
+        with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as readiness:
+            readiness.bind(str(ready))
+            readiness.settimeout(0.2)
+            with log_file.open("ab") as log:
+                self.process = subprocess.Popen(
+                    [program], stdin=subprocess.DEVNULL, stdout=log, stderr=log,
+                    env={"VELTO_ROOT": str(root), "NOTIFY_SOCKET": str(ready), "LANG": "C.UTF-8",
+                         "PATH": os.environ["PATH"], **(environment or {})})
+            self._wait_until_ready(readiness)
+
+    def _wait_until_ready(self, readiness):
+        def told():
+            assert self.process.poll() is None, f"the daemon ended at once: {self.log()}"
+            try:
+                return readiness.recv(4096)
+            except TimeoutError:
+                return b""
+
+        assert b"READY=1" in wait_for(told, "the daemon's readiness").split(b"\n")
+
+    @property
+    def pid(self):
+        return self.process.pid
+
+    def log(self):
+        return self.log_file.read_text(errors="replace")
+
+    def log_lines(self):
+        return self.log().splitlines()
+
+    def check(self):
+        """The daemon still runs, and no sanitizer has complained."""
+        assert self.process.poll() is None, \
+            f"the daemon ended with {self.process.returncode}: {self.log()}"
+        self._check_log()
+
+    def _check_log(self):
+        assert not _SANITIZER_REPORT.search(self.log()), self.log()
+
+    def stop(self):
+        """Ends the daemon the way a service manager does."""
+        try:
+            self.check()
+        finally:
+            self.process.terminate()
+            status = self.process.wait(DEADLINE)
+        assert status == -signal.SIGTERM, f"ended with {status}: {self.log()}"
+        self._check_log()
+
+    def kill(self):
+        """Ends the daemon as a crash would."""
+        self.check()
+        self.process.kill()
+        self.process.wait(DEADLINE)
+
+
+def is_answering(path):
+    """Whether somebody listens on the socket."""
+    try:
+        connect(path).close()
+    except OSError:
+        return False
+    return True

@@ -1,0 +1,16 @@
+"""The store's file, seen from outside while no daemon writes it."""
+
+import contextlib
+import sqlite3
+
+
+def rows(path, table):
+    """The rows of a table, in the order in which they were inserted, as dictionaries."""
+    with contextlib.closing(sqlite3.connect(path)) as database:
+        database.row_factory = sqlite3.Row
+        return [dict(row) for row in database.execute(f'SELECT * FROM "{table}" ORDER BY _id')]
+
+
+def execute(path, statement, *arguments):
+    with contextlib.closing(sqlite3.connect(path)) as database, database:
+        database.execute(statement, arguments)

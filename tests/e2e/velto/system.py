@@ -1,0 +1,95 @@
+"""A whole system in a scratch folder."""
+
+import os
+import pathlib
+import shutil
+import subprocess
+import tempfile
+
+from .bundles import make_bundle
+from .callers import OtherUser
+from .daemon import Daemon
+from .mail import MailProgram
+from .values import INTERFACE
+from .varlink import DEADLINE, Client, connect
+
+BUILD = pathlib.Path(os.environ.get(
+    "VELTO_BUILD", pathlib.Path(__file__).resolve().parents[3] / "build/asan"))
+ALERTSD = BUILD / "bin/alertsd"
+ALERTSCTL = BUILD / "bin/alertsctl"
+
+
+class System:
+    """The folders, programs and bundles below one root, the daemons started there and the
+    connections to them. Nothing is started when it is made; `close` ends what is left."""
+
+    def __init__(self):
+        # Below /tmp whatever TMPDIR says: the path of a socket must be short.
+        self.root = pathlib.Path(tempfile.mkdtemp(prefix="velto-", dir="/tmp"))
+        self.root.chmod(0o755)  # for callers that are other users
+        self.bundles = self.root / "usr/lib/velto/alert-bundles"
+        self.bundles.mkdir(parents=True)
+        self.library = self.root / "Library/Velto"
+        self.library.mkdir(parents=True)
+        self.store_directory = self.library / "Alerts"
+        self.store_file = self.store_directory / "alertData.db"
+        self.socket_path = self.root / "run/velto" / INTERFACE
+        self.mail = MailProgram(self.root)
+        self.mail.record()
+        self.daemon = None
+        self._clients = []
+
+    def install_bundle(self, name):
+        """One of the bundles that the build made."""
+        shutil.copytree(BUILD / "bundles" / name, self.bundles / name, symlinks=True)
+
+    def make_bundle(self, name, info=None, texts=None, **options):
+        return make_bundle(self.bundles / name, info, texts, **options)
+
+    def start(self, program=ALERTSD, **environment):
+        """Starts the daemon; one at a time."""
+        self.daemon = Daemon(program, self.root, self.root / "log", environment)
+        return self.daemon
+
+    def stop(self):
+        self._close_clients()
+        daemon, self.daemon = self.daemon, None
+        daemon.stop()
+
+    def kill(self):
+        self._close_clients()
+        daemon, self.daemon = self.daemon, None
+        daemon.kill()
+
+    def restart(self):
+        self.stop()
+        return self.start()
+
+    def client(self):
+        """A connection of the test's own user."""
+        return self._remember(Client(connect(self.socket_path)))
+
+    def client_as(self, uid, gid):
+        return self._remember(OtherUser(self.socket_path, uid, gid))
+
+    def control(self, *arguments):
+        """Runs alertsctl in this system."""
+        return subprocess.run([ALERTSCTL, *arguments], capture_output=True, text=True,
+                              timeout=DEADLINE, check=False, stdin=subprocess.DEVNULL,
+                              env={**os.environ, "VELTO_ROOT": str(self.root)})
+
+    def close(self):
+        try:
+            if self.daemon:
+                self.stop()
+        finally:
+            self._close_clients()
+            shutil.rmtree(self.root)
+
+    def _remember(self, client):
+        self._clients.append(client)
+        return client
+
+    def _close_clients(self):
+        while self._clients:
+            self._clients.pop().close()
