@@ -1,0 +1,88 @@
+#include "platform/connection/RunLoop.h"
+
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests/connection/TestClient.h"
+#include "tests/connection/TestService.h"
+
+namespace velto {
+namespace {
+
+constexpr const char* kNote = R"({"method":"test.service.Note"})";
+constexpr const char* kWait = R"({"method":"test.service.Wait"})";
+constexpr int kClients = 20;
+
+std::vector<TestClient> waitingClients(TestService& service) {
+  std::vector<TestClient> clients;
+  for (int i = 0; i < kClients; ++i) {
+    clients.emplace_back(service.path());
+    EXPECT_TRUE(clients.back().send(kWait));
+  }
+  waitUntil([&] { return service.shared().calls == kClients; });
+  return clients;
+}
+
+TEST(RunLoop, returnsAfterStop) {
+  RunLoop runLoop;
+  std::thread thread([&] { runLoop.run(); });
+  runLoop.stop();
+  thread.join();
+}
+
+TEST(RunLoop, hasAThreadForEachCallUnderWayAndOneThatWaits) {
+  TestService service;
+  const int before = threadCount();
+  const auto clients = waitingClients(service);
+  EXPECT_GE(threadCount(), before + kClients);
+  service.open();
+}
+
+TEST(RunLoop, endsTheThreadsThatHaveNothingToDo) {
+  TestService service;
+  const int before = threadCount();
+  auto clients = waitingClients(service);
+  service.open();
+  for (TestClient& client : clients) {
+    EXPECT_TRUE(client.receive());
+  }
+  waitUntil([&] { return threadCount() == before; });
+  EXPECT_EQ(clients.front().ask(kNote), R"({"parameters":{}})");
+}
+
+TEST(RunLoop, keepsAThreadWaitingThroughALongCall) {
+  TestService service;
+  const int before = threadCount();
+  TestClient waiting(service.path());
+  ASSERT_TRUE(waiting.send(kWait));
+  waitUntil([&] { return service.shared().calls == 1; });
+  // Others come and go meanwhile, until all threads but the two that are needed have ended.
+  {
+    std::vector<TestClient> clients;
+    for (int i = 0; i < kClients; ++i) {
+      clients.emplace_back(service.path());
+      EXPECT_TRUE(clients.back().ask(kNote));
+    }
+  }
+  waitUntil([&] { return threadCount() <= before + 1; });
+  TestClient other(service.path());
+  EXPECT_EQ(other.ask(kNote), R"({"parameters":{}})");
+}
+
+TEST(RunLoop, letsTheCallsUnderWayEndWhenItIsStopped) {
+  std::vector<TestClient> clients;
+  {
+    TestService service;
+    clients = waitingClients(service);
+  }  // stops, once the calls have ended
+  for (TestClient& client : clients) {
+    EXPECT_EQ(client.receive(), R"({"parameters":{"waited":true}})");
+    EXPECT_EQ(client.receive(), std::nullopt);
+  }
+}
+
+}  // namespace
+}  // namespace velto

@@ -1,0 +1,159 @@
+#include "tests/connection/TestService.h"
+
+#include <chrono>
+#include <fstream>
+#include <new>
+#include <utility>
+
+#include <boost/json/serialize.hpp>
+#include <boost/json/value.hpp>
+#include <gtest/gtest.h>
+
+namespace velto {
+namespace {
+
+namespace json = boost::json;
+
+TestObject::Shared& sharedOf(const Invocation& call) {
+  return static_cast<TestObject&>(call.object).shared();
+}
+
+InvocationResult reply(std::string parameters) {
+  InvocationResult result;
+  result.nextPiece = [piece = std::optional(std::move(parameters))]() mutable {
+    return std::exchange(piece, std::nullopt);
+  };
+  return result;
+}
+
+InvocationResult echo(const Invocation& call) {
+  const json::value* value = call.parameters.if_contains("value");
+  if (value == nullptr) {
+    return {
+        .kind = InvocationResult::Kind::kInvalidParameter, .parameter = "value", .nextPiece = {}};
+  }
+  return reply(json::serialize(json::object{{"value", *value}}));
+}
+
+InvocationResult note(const Invocation& call) {
+  ++sharedOf(call).calls;
+  return reply("{}");
+}
+
+InvocationResult wait(const Invocation& call) {
+  TestObject::Shared& shared = sharedOf(call);
+  ++shared.calls;
+  shared.isOpen.wait(false);
+  return reply(R"({"waited":true})");
+}
+
+InvocationResult count(const Invocation& call) {
+  const auto to = call.parameters.at("to").to_number<int>();
+  const auto size = call.parameters.at("size").to_number<std::size_t>();
+  TestObject::Shared& shared = sharedOf(call);
+  InvocationResult result;
+  result.nextPiece = [&shared, number = 0, to, size]() mutable -> std::optional<std::string> {
+    if (number == to) return std::nullopt;
+    ++shared.pieces;
+    ++number;
+    return json::serialize(json::object{{"number", number}, {"fill", std::string(size, '.')}});
+  };
+  return result;
+}
+
+InvocationResult missing(const Invocation&) {
+  return {.kind = InvocationResult::Kind::kNotImplemented, .parameter = {}, .nextPiece = {}};
+}
+
+InvocationResult runOutOfMemory(const Invocation&) {
+  throw std::bad_alloc();
+}
+
+InvocationResult classes(const Invocation& call) {
+  const std::size_t number = call.classes == nullptr ? 0 : call.classes->size();
+  return reply(json::serialize(json::object{{"classes", number}}));
+}
+
+}  // namespace
+
+const Protocol& testProtocol() {
+  static const Protocol protocol{
+      .name = "test.service",
+      .description = "# A \"quoted\" description.\ninterface test.service\n",
+      .methods = {{.selector = "echo:", .wireName = "Echo", .invoke = echo},
+                  {.selector = "note", .wireName = "Note", .invoke = note},
+                  {.selector = "wait", .wireName = "Wait", .invoke = wait},
+                  {.selector = "count:", .wireName = "Count", .invoke = count},
+                  {.selector = "missing", .wireName = "Missing", .invoke = missing},
+                  {.selector = "throw", .wireName = "Throw", .invoke = runOutOfMemory},
+                  {.selector = "classes:", .wireName = "Classes", .invoke = classes}}};
+  return protocol;
+}
+
+TestService::TestService() : protocol_(testProtocol()) {
+  std::optional<Error> error;
+  start(Listener::listenerWithPath(runLoop_, path_, &error));
+}
+
+TestService::TestService(
+    const std::function<std::unique_ptr<Listener>(RunLoop&, ErrorSlot)>& makeListener,
+    const Protocol& protocol)
+    : protocol_(protocol) {
+  std::optional<Error> error;
+  start(makeListener(runLoop_, &error));
+}
+
+TestService::~TestService() {
+  open();
+  runLoop_.stop();
+  if (thread_.joinable()) thread_.join();
+}
+
+void TestService::start(std::unique_ptr<Listener> listener) {
+  ASSERT_NE(listener, nullptr);
+  listener_ = std::move(listener);
+  listener_->setDelegate(this);
+  listener_->resume();
+  thread_ = std::thread([this] { runLoop_.run(); });
+}
+
+void TestService::open() {
+  shared_.isOpen = true;
+  shared_.isOpen.notify_all();
+}
+
+std::vector<AuditToken> TestService::tokens() const {
+  MutexLock lock(mutex_);
+  return tokens_;
+}
+
+bool TestService::shouldAcceptNewConnection(Listener& /*listener*/, Connection& connection) {
+  {
+    MutexLock lock(mutex_);
+    tokens_.push_back(connection.auditToken());
+  }
+  Interface exported = Interface::interfaceWithProtocol(protocol_);
+  exported.setClasses({ArgumentClass::kString, ArgumentClass::kArray}, "classes:", 0, false);
+  connection.setExportedInterface(std::move(exported));
+  connection.setExportedObject(std::make_unique<TestObject>(shared_));
+  connection.resume();
+  return accepting_;
+}
+
+void waitUntil(const std::function<bool()>& condition) {
+  const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(2);
+  while (!condition()) {
+    ASSERT_LT(std::chrono::steady_clock::now(), end) << "it never came";
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+}
+
+int threadCount() {
+  std::ifstream status("/proc/self/status");
+  for (std::string line; std::getline(status, line);) {
+    if (line.starts_with("Threads:")) return std::stoi(line.substr(8));
+  }
+  return -1;
+}
+
+}  // namespace velto

@@ -1,0 +1,87 @@
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/connection/Listener.h"
+#include "platform/connection/RunLoop.h"
+#include "platform/foundation/Mutex.h"
+#include "tests/support/TemporaryDirectory.h"
+
+namespace velto {
+
+/// What the methods of the test protocol work with.
+class TestObject : public ExportedObject {
+ public:
+  struct Shared {
+    std::atomic<int> objects = 0;      ///< alive
+    std::atomic<int> calls = 0;        ///< begun, of Note and Wait
+    std::atomic<int> pieces = 0;       ///< made, of Count
+    std::atomic<bool> isOpen = false;  ///< lets the calls of Wait end
+  };
+
+  explicit TestObject(Shared& shared) : shared_(shared) { ++shared_.objects; }
+  ~TestObject() override { --shared_.objects; }
+  Shared& shared() { return shared_; }
+
+ private:
+  Shared& shared_;
+};
+
+/// The interface test.service:
+///  - Echo(value): replies with {"value": value}, which it requires
+///  - Note(): counts itself
+///  - Wait(): counts itself, and replies when the test opens the gate
+///  - Count(to, size): the numbers from 1 on, one a piece, filled up to `size` bytes
+///  - Missing(): not implemented
+///  - Throw(): runs out of memory
+///  - Classes(value): replies with how many classes are set
+const Protocol& testProtocol();
+
+/// A service on a socket of its own, served on threads of its own from construction to the end.
+class TestService : public ListenerDelegate {
+ public:
+  TestService();
+  /// Serves `protocol` through a listener that `makeListener` makes.
+  explicit TestService(
+      const std::function<std::unique_ptr<Listener>(RunLoop&, ErrorSlot)>& makeListener,
+      const Protocol& protocol = testProtocol());
+  ~TestService() override;
+
+  const std::string& path() const { return path_; }
+  TestObject::Shared& shared() { return shared_; }
+  /// Lets the calls of Wait end.
+  void open();
+  /// The tokens of the connections admitted so far, in order.
+  std::vector<AuditToken> tokens() const;
+  /// The next connections are turned away.
+  void setAccepting(bool accepting) { accepting_ = accepting; }
+
+  bool shouldAcceptNewConnection(Listener& listener, Connection& connection) override;
+
+ private:
+  void start(std::unique_ptr<Listener> listener);
+
+  const Protocol& protocol_;
+  TemporaryDirectory directory_;
+  const std::string path_ = (directory_.path() / "socket").string();
+  TestObject::Shared shared_;
+  std::atomic<bool> accepting_ = true;
+  RunLoop runLoop_;
+  std::unique_ptr<Listener> listener_;
+  mutable Mutex mutex_;
+  std::vector<AuditToken> tokens_ VELTO_GUARDED_BY(mutex_);
+  std::thread thread_;
+};
+
+/// Waits until `condition` holds, for as long as only a hang would take; then fails the test.
+void waitUntil(const std::function<bool()>& condition);
+
+/// How many threads this process has.
+int threadCount();
+
+}  // namespace velto
