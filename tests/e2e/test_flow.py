@@ -1,0 +1,175 @@
+"""Calls in their order: pipelining, `oneway`, `more`, and calls that overlap."""
+
+import pytest
+from velto.mail import Gate
+from velto.values import INTERFACE, SERVICE
+from velto.varlink import message
+
+pytestmark = pytest.mark.needs_root
+
+
+def save(bundle, *identifiers, **flags):
+    """A call that saves alerts, each sent a second after the one before it."""
+    return message("SaveAlerts", {"alerts": [
+        {"bundle": bundle, "identifier": identifier, "sentDate": float(sent)}
+        for sent, identifier in enumerate(identifiers)]}, **flags)
+
+
+def identifiers(reply):
+    return [alert["identifier"] for alert in reply["parameters"]["alerts"]]
+
+
+def test_calls_sent_at_once_are_answered_in_order(client):
+    calls = [save("order", str(number)) + message("GetAlertsOfBundle", {"bundle": "order"})
+             for number in range(100)]
+    client.send(b"".join(calls))
+    for count in range(1, 101):
+        assert client.receive() == {"parameters": {}}
+        assert len(client.receive()["parameters"]["alerts"]) == count
+
+
+def test_a_call_may_arrive_in_small_parts(client):
+    for byte in save("parts", "a") + message("GetAlertsOfBundle", {"bundle": "parts"}):
+        client.send(bytes([byte]))
+    assert client.receive() == {"parameters": {}}
+    assert identifiers(client.receive()) == ["a"]
+
+
+def test_a_oneway_call_acts_and_is_not_answered(client):
+    client.send(save("oneway", "a", oneway=True))
+    assert identifiers(client.exchange("GetAlertsOfBundle", {"bundle": "oneway"})) == ["a"]
+
+
+@pytest.mark.parametrize("call", [
+    message(f"{INTERFACE}.Explode", oneway=True), message("org.example.other.Method", oneway=True),
+    message("GetAttributes", oneway=True), message("GetMailRecipients", {"x": 1}, oneway=True),
+    message("PostAlert", oneway=True), message("GetAlertsOfBundle", oneway=True, more=True),
+    message(f"{SERVICE}.GetInfo", oneway=True)], ids=str)
+def test_a_oneway_call_is_not_answered_whatever_comes_of_it(client, call):
+    client.send(call)
+    assert client.call("GetAlertBundleNames") == {"names": ["Printer"]}
+
+
+@pytest.mark.parametrize("flags", [
+    {"oneway": False, "more": False, "upgrade": False},
+    {"oneway": None, "more": None, "upgrade": None}])
+def test_flags_that_are_not_set_change_nothing(client, flags):
+    assert client.exchange("GetAlertBundleNames", {}, **flags) == {
+        "parameters": {"names": ["Printer"]}}
+
+
+@pytest.fixture(scope="module")
+def many(_shared_system):
+    """Saves several thousand alerts; their identifiers, newest first."""
+    names = [f"alert {number} " + "x" * (number % 300) for number in range(5000)]
+    client = _shared_system.client()
+    client.send(save("many", *names))
+    assert client.receive() == {"parameters": {}}
+    return names[::-1]
+
+
+def test_a_long_list_comes_in_pieces_of_bounded_size(client, many):
+    client.send(message("GetAlertsOfBundle", {"bundle": "many"}, more=True)
+                + message("GetAlertBundleNames"))
+    replies = [client.receive()]
+    while "continues" in replies[-1]:
+        assert replies[-1]["continues"] is True
+        replies.append(client.receive())
+    assert client.receive() == {"parameters": {"names": ["Printer"]}}
+    assert [name for reply in replies for name in identifiers(reply)] == many
+    assert len(replies) > 5
+    assert all(set(reply["parameters"]) == {"alerts"} for reply in replies)
+
+
+def test_no_piece_is_larger_than_a_client_can_expect(client, many):
+    client.send(message("GetAlertsOfBundle", {"bundle": "many"}, more=True)
+                + message("GetAlertBundleNames"))
+    sizes = []
+    while b'"names"' not in (text := client.receive_bytes()):
+        sizes.append(len(text))
+    assert max(sizes) < 100_000
+
+
+def test_without_more_the_list_comes_as_one(client, many):
+    reply = client.exchange("GetAlertsOfBundle", {"bundle": "many"})
+    assert set(reply) == {"parameters"}
+    assert identifiers(reply) == many
+
+
+@pytest.mark.parametrize("method, parameters, expected", [
+    ("GetAlertsOfBundle", {"bundle": "?"}, {"alerts": []}),
+    ("GetAlertsOfType", {"type": "?"}, {"alerts": []}),
+    ("GetAlertBundleNames", {}, {"names": ["Printer"]}),
+    ("GetMailRecipients", {}, {"recipients": []}),
+])
+def test_a_short_reply_is_one_piece(client, method, parameters, expected):
+    assert client.pieces(method, **parameters) == [{"parameters": expected}]
+
+
+def test_a_client_that_does_not_read_costs_the_others_nothing(shared, many):
+    deaf = shared.client()
+    # Much more than the socket's buffers take.
+    deaf.send(message("GetAlertsOfBundle", {"bundle": "many"}) * 20)
+    for _ in range(20):
+        other = shared.client()
+        assert other.call("GetAlertBundleNames") == {"names": ["Printer"]}
+        other.close()
+    assert identifiers(deaf.receive()) == many
+
+
+@pytest.fixture
+def gated(system):
+    """A system whose mail program waits at a gate, and a posting that waits for it."""
+    system.make_bundle("Printer.bundle", texts={"en": {"Jam.subject": "Jam"}})
+    system.start()
+    poster = system.client()
+    poster.call("AddMailRecipients", recipients=["ann@example.org"])
+    gate = Gate(system.root, system.mail)
+    poster.send(message("PostAlert", {"alert": {"bundle": "Printer", "type": "Jam"}}))
+    gate.wait()
+    yield system, poster, gate
+    gate.close()
+
+
+def test_delivery_holds_up_no_other_connection(gated):
+    system, poster, gate = gated
+    others = [system.client() for _ in range(20)]
+    for other in others:
+        # Also writing: nothing of the store is locked while the mail program runs.
+        assert other.call("SaveAlerts", alerts=[{"bundle": "meanwhile"}]) == {}
+        assert other.call("GetAlertsOfBundle", bundle="Printer") == {"alerts": []}
+    assert len(others[0].call("GetAlertsOfBundle", bundle="meanwhile")["alerts"]) == 20
+    gate.open()
+    assert poster.receive() == {"parameters": {}}
+    assert len(poster.call("GetAlertsOfBundle", bundle="Printer")["alerts"]) == 1
+
+
+def test_deliveries_overlap(gated):
+    system, poster, gate = gated
+    posters = [poster] + [system.client() for _ in range(9)]
+    for other in posters[1:]:
+        other.send(message("PostAlert", {"alert": {"bundle": "Printer", "type": "Jam"}}))
+        gate.wait()
+    for _ in posters:
+        gate.open()
+    assert [one.receive() for one in posters] == [{"parameters": {}}] * 10
+
+
+def test_later_calls_on_the_same_connection_wait(gated):
+    _, poster, gate = gated
+    poster.send(message("GetAlertsOfBundle", {"bundle": "Printer"}))
+    gate.open()
+    assert poster.receive() == {"parameters": {}}
+    assert len(poster.receive()["parameters"]["alerts"]) == 1
+
+
+def test_a_caller_that_hangs_up_meanwhile_has_posted(gated):
+    system, poster, gate = gated
+    poster.close()
+    gate.open()
+    other = system.client()
+    # The next posting stands behind the first at the same gate, so both have ended after it.
+    other.send(message("PostAlert", {"alert": {"bundle": "Printer", "type": "Jam"}}))
+    gate.wait()
+    gate.open()
+    assert other.receive() == {"parameters": {}}
