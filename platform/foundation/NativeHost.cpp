@@ -32,6 +32,20 @@ void textAppend(velto_text* text, const char* utf8, std::size_t length) noexcept
   }
 }
 
+velto_text* textCreate() noexcept {
+  return new velto_text;
+}
+
+void textDestroy(velto_text* text) noexcept {
+  delete text;
+}
+
+const char* textBytes(const velto_text* text, std::size_t* length) noexcept {
+  if (text == nullptr || length == nullptr) return nullptr;
+  *length = text->utf8.size();
+  return text->utf8.c_str();
+}
+
 void errorSet(velto_error* error, std::int64_t code, const char* description) noexcept {
   if (error != nullptr) {
     const std::string_view text = description == nullptr ? "" : description;
@@ -82,6 +96,9 @@ constexpr velto_host kHost = {
     .size = sizeof(velto_host),
     .register_email_formatter = registerEmailFormatter,
     .text_append = textAppend,
+    .text_create = textCreate,
+    .text_destroy = textDestroy,
+    .text_bytes = textBytes,
     .error_set = errorSet,
     .alert_identifier = alertText<&VLAlert::identifier>,
     .alert_type = alertText<&VLAlert::type>,

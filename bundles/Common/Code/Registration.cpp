@@ -1,0 +1,103 @@
+// The bundle's two exported symbols, and its class EmailFormatter behind the daemon's C interface.
+
+#include <array>
+#include <memory>
+#include <optional>
+#include <string>
+#include <unistd.h>
+
+#include <velto/alert_bundle.h>
+
+#include "bundles/Common/Code/MailText.h"
+
+namespace velto {
+namespace {
+
+constexpr int kNoMessageCode = 1;
+
+/// Set once, before any other function of the bundle is called.
+const velto_host* host = nullptr;
+
+std::optional<std::string> optionalText(const char* text) {
+  return text == nullptr ? std::nullopt : std::optional<std::string>(text);
+}
+
+/// The alert's message in the language, or nothing when it has none.
+std::optional<std::string> messageOf(const velto_alert* alert, const char* localization) {
+  const std::unique_ptr<velto_text, decltype(host->text_destroy)> text(host->text_create(),
+                                                                       host->text_destroy);
+  if (text == nullptr || host->alert_message(alert, localization, text.get()) != 0) {
+    return std::nullopt;
+  }
+  std::size_t length = 0;
+  const char* bytes = host->text_bytes(text.get(), &length);
+  return std::string(bytes, length);
+}
+
+/// When the alert was sent, or made if it has not been sent.
+std::optional<Date> timeOf(const velto_alert* alert) {
+  double seconds = 0;
+  for (const auto which : {VELTO_ALERT_SENT_DATE, VELTO_ALERT_CREATION_DATE}) {
+    if (host->alert_date(alert, which, &seconds) == 0) {
+      return Date(seconds);
+    }
+  }
+  return std::nullopt;
+}
+
+// The formatter has no state: its objects only have to be told from NULL.
+char object;
+
+void* create() noexcept {
+  return &object;
+}
+
+void destroy(void*) noexcept {}
+
+int fromAddress(void*, const char* localization, velto_text* sender) noexcept {
+  std::array<char, 256> name{};
+  if (::gethostname(name.data(), name.size() - 1) != 0) {
+    name[0] = '\0';
+  }
+  const std::string text = mailSender(name.data(), localization);
+  host->text_append(sender, text.data(), text.size());
+  return 0;
+}
+
+int formatMessage(void*, const velto_alert* alert, const char* localization, velto_text* message,
+                  velto_error* error) noexcept {
+  auto text = messageOf(alert, localization);
+  if (!text) {
+    host->error_set(error, kNoMessageCode, "The alert has no message.");
+    return -1;
+  }
+  const std::string mail = mailText({std::move(*text), optionalText(host->alert_bundle(alert)),
+                                     optionalText(host->alert_type(alert)), timeOf(alert)},
+                                    localization);
+  host->text_append(message, mail.data(), mail.size());
+  return 0;
+}
+
+constexpr velto_email_formatter_class kEmailFormatter = {
+    .create = create,
+    .destroy = destroy,
+    .from_address = fromAddress,
+    .format_message = formatMessage,
+};
+
+}  // namespace
+}  // namespace velto
+
+extern "C" {
+
+__attribute__((visibility("default"))) extern const std::uint32_t velto_alert_bundle_interface;
+const std::uint32_t velto_alert_bundle_interface = VELTO_ALERT_BUNDLE_INTERFACE;
+
+__attribute__((visibility("default"))) int velto_alert_bundle_register(const velto_host* daemon,
+                                                                       velto_registry* registry);
+int velto_alert_bundle_register(const velto_host* daemon, velto_registry* registry) {
+  velto::host = daemon;
+  return daemon->register_email_formatter(registry, "EmailFormatter", &velto::kEmailFormatter);
+}
+
+}  // extern "C"
