@@ -17,32 +17,38 @@ def pytest_runtest_setup(item):
         refuse("needs root, to call as root and as other users")
 
 
-@pytest.fixture
-def system():
-    """A system of the test's own; nothing runs in it yet."""
+def _scratch_system():
     scratch = System()
     try:
         yield scratch
     finally:
         scratch.close()
+
+
+@pytest.fixture
+def system():
+    """A system of the test's own; nothing runs in it yet."""
+    yield from _scratch_system()
 
 
 @pytest.fixture(scope="module")
-def _shared_system():
-    scratch = System()
-    try:
-        scratch.make_bundle("Printer.bundle", texts={"en": {"Jam.subject": "Jam"}})
-        scratch.start()
-        yield scratch
-    finally:
-        scratch.close()
+def module_system():
+    """A system that the tests of a module share; nothing runs in it yet."""
+    yield from _scratch_system()
+
+
+@pytest.fixture(scope="module")
+def _printer(module_system):
+    module_system.make_bundle("Printer.bundle", texts={"en": {"Jam.subject": "Jam"}})
+    module_system.start()
+    return module_system
 
 
 @pytest.fixture
-def shared(_shared_system):
+def shared(_printer):
     """A system with a running daemon and the bundle Printer, which the tests of a module share."""
-    yield _shared_system
-    _shared_system.daemon.check()
+    yield _printer
+    _printer.daemon.check()
 
 
 @pytest.fixture

@@ -1,7 +1,6 @@
 """Mail programs that fail: the caller learns of it, and the alert is stored all the same."""
 
 import pytest
-from velto.system import System
 from velto.values import error
 
 pytestmark = pytest.mark.needs_root
@@ -12,18 +11,14 @@ LOG_LINE = "Error sending alert email: "
 
 
 @pytest.fixture(scope="module")
-def office():
+def office(module_system):
     """A system with a daemon, a mail recipient and a bundle whose mails are of any length."""
-    scratch = System()
-    try:
-        scratch.make_bundle("Printer.bundle", texts={
-            "en": {"Jam.subject": "Jam", "Jam.message": "%{text}"}})
-        scratch.install_bundle("Common.bundle")
-        scratch.start()
-        scratch.client().call("AddMailRecipients", recipients=["ann@example.org"])
-        yield scratch
-    finally:
-        scratch.close()
+    module_system.make_bundle("Printer.bundle", texts={
+        "en": {"Jam.subject": "Jam", "Jam.message": "%{text}"}})
+    module_system.install_bundle("Common.bundle")
+    module_system.start()
+    module_system.client().call("AddMailRecipients", recipients=["ann@example.org"])
+    return module_system
 
 
 def post(office, text):

@@ -26,8 +26,8 @@ FOR_ROOT = {"SaveAlerts", "GetMailRecipients", "AddMailRecipients"}
 
 
 @pytest.fixture(scope="module", autouse=True)
-def _stored(_shared_system):
-    _shared_system.client().call("SaveAlerts", alerts=[ALERT])
+def _stored(_printer):
+    _printer.client().call("SaveAlerts", alerts=[ALERT])
 
 
 def expected(method, role):

@@ -1,20 +1,24 @@
 """The running daemon."""
 
-import os
 import re
 import signal
 import socket
 import subprocess
 
-from .varlink import DEADLINE, connect, wait_for
+from .varlink import DEADLINE, wait_for
 
 _SANITIZER_REPORT = re.compile(r"(Address|Leak|Thread|UndefinedBehavior)Sanitizer|runtime error:")
+
+
+def check_output(text):
+    """No sanitizer has complained in what a program said."""
+    assert not _SANITIZER_REPORT.search(text), text
 
 
 class Daemon:
     """A daemon that has told that it is ready. Its standard error stands in `log_file`."""
 
-    def __init__(self, program, root, log_file, environment=None):
+    def __init__(self, command, root, log_file, environment, descriptors=()):
         self.log_file = log_file
         ready = root / "ready"
         ready.unlink(missing_ok=True)
@@ -23,9 +27,8 @@ class Daemon:
             readiness.settimeout(0.2)
             with log_file.open("ab") as log:
                 self.process = subprocess.Popen(
-                    [program], stdin=subprocess.DEVNULL, stdout=log, stderr=log,
-                    env={"VELTO_ROOT": str(root), "NOTIFY_SOCKET": str(ready), "LANG": "C.UTF-8",
-                         "PATH": os.environ["PATH"], **(environment or {})})
+                    command, stdin=subprocess.DEVNULL, stdout=log, stderr=log,
+                    pass_fds=descriptors, env={**environment, "NOTIFY_SOCKET": str(ready)})
             self._wait_until_ready(readiness)
 
     def _wait_until_ready(self, readiness):
@@ -52,10 +55,7 @@ class Daemon:
         """The daemon still runs, and no sanitizer has complained."""
         assert self.process.poll() is None, \
             f"the daemon ended with {self.process.returncode}: {self.log()}"
-        self._check_log()
-
-    def _check_log(self):
-        assert not _SANITIZER_REPORT.search(self.log()), self.log()
+        check_output(self.log())
 
     def stop(self):
         """Ends the daemon the way a service manager does."""
@@ -65,19 +65,10 @@ class Daemon:
             self.process.terminate()
             status = self.process.wait(DEADLINE)
         assert status == -signal.SIGTERM, f"ended with {status}: {self.log()}"
-        self._check_log()
+        check_output(self.log())
 
     def kill(self):
         """Ends the daemon as a crash would."""
         self.check()
         self.process.kill()
         self.process.wait(DEADLINE)
-
-
-def is_answering(path):
-    """Whether somebody listens on the socket."""
-    try:
-        connect(path).close()
-    except OSError:
-        return False
-    return True

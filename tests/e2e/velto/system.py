@@ -8,7 +8,7 @@ import tempfile
 
 from .bundles import make_bundle
 from .callers import OtherUser
-from .daemon import Daemon
+from .daemon import Daemon, check_output
 from .mail import MailProgram
 from .values import INTERFACE
 from .varlink import DEADLINE, Client, connect
@@ -46,10 +46,24 @@ class System:
     def make_bundle(self, name, info=None, texts=None, **options):
         return make_bundle(self.bundles / name, info, texts, **options)
 
-    def start(self, program=ALERTSD, **environment):
-        """Starts the daemon; one at a time."""
-        self.daemon = Daemon(program, self.root, self.root / "log", environment)
+    def environment(self, **changes):
+        """What the programs of the system find in their environment."""
+        return {"VELTO_ROOT": str(self.root), "LANG": "C.UTF-8", "PATH": os.environ["PATH"],
+                **changes}
+
+    def start(self, *command, descriptors=(), **environment):
+        """Starts the daemon, or a command that becomes it; one at a time."""
+        self.daemon = Daemon(command or [ALERTSD], self.root, self.root / "log",
+                             self.environment(**environment), descriptors)
         return self.daemon
+
+    def run(self, *command, text=None, descriptors=(), **environment):
+        """Runs a command to its end. A sanitizer's report fails the test."""
+        result = subprocess.run(command, input=text or "", capture_output=True, text=True,
+                                timeout=DEADLINE, check=False, pass_fds=descriptors,
+                                env=self.environment(**environment))
+        check_output(result.stderr)
+        return result
 
     def stop(self):
         self._close_clients()
@@ -71,12 +85,6 @@ class System:
 
     def client_as(self, uid, gid):
         return self._remember(OtherUser(self.socket_path, uid, gid))
-
-    def control(self, *arguments):
-        """Runs alertsctl in this system."""
-        return subprocess.run([ALERTSCTL, *arguments], capture_output=True, text=True,
-                              timeout=DEADLINE, check=False, stdin=subprocess.DEVNULL,
-                              env={**os.environ, "VELTO_ROOT": str(self.root)})
 
     def close(self):
         try:
