@@ -1,5 +1,7 @@
 """What is no call ends its connection, and no other."""
 
+import socket
+
 import pytest
 from velto.values import SERVICE
 from velto.varlink import message
@@ -119,7 +121,7 @@ def test_a_client_may_hang_up_in_the_middle_of_a_message(client, witness, text):
 
 def test_a_client_that_ends_sending_still_gets_its_replies(client):
     client.send(message("GetAlertBundleNames") * 2 + b'{"method')
-    client.socket.shutdown(1)
+    client.socket.shutdown(socket.SHUT_WR)
     for _ in range(2):
         assert client.receive() == {"parameters": {"names": ["Printer"]}}
     assert client.is_hung_up()

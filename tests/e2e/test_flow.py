@@ -1,9 +1,8 @@
-"""Calls in their order: pipelining, `oneway`, `more`, and calls that overlap."""
+"""Calls in their order: pipelining, `oneway` and `more`."""
 
 import pytest
-from velto.mail import Gate
 from velto.values import INTERFACE, SERVICE
-from velto.varlink import message, wait_for
+from velto.varlink import message
 
 pytestmark = pytest.mark.needs_root
 
@@ -115,58 +114,3 @@ def test_a_client_that_does_not_read_costs_the_others_nothing(shared, many):
         assert other.call("GetAlertBundleNames") == {"names": ["Printer"]}
         other.close()
     assert identifiers(deaf.receive()) == many
-
-
-@pytest.fixture
-def gated(system):
-    """A system whose mail program waits at a gate, and a posting that waits for it."""
-    system.make_bundle("Printer.bundle", texts={"en": {"Jam.subject": "Jam"}})
-    system.start()
-    poster = system.client()
-    poster.call("AddMailRecipients", recipients=["ann@example.org"])
-    gate = Gate(system.root, system.mail)
-    poster.send(message("PostAlert", {"alert": {"bundle": "Printer", "type": "Jam"}}))
-    gate.wait()
-    yield system, poster, gate
-    gate.close()
-
-
-def test_delivery_holds_up_no_other_connection(gated):
-    system, poster, gate = gated
-    others = [system.client() for _ in range(20)]
-    for other in others:
-        # Also writing: nothing of the store is locked while the mail program runs.
-        assert other.call("SaveAlerts", alerts=[{"bundle": "meanwhile"}]) == {}
-        assert other.call("GetAlertsOfBundle", bundle="Printer") == {"alerts": []}
-    assert len(others[0].call("GetAlertsOfBundle", bundle="meanwhile")["alerts"]) == 20
-    gate.open()
-    assert poster.receive() == {"parameters": {}}
-    assert len(poster.call("GetAlertsOfBundle", bundle="Printer")["alerts"]) == 1
-
-
-def test_deliveries_overlap(gated):
-    system, poster, gate = gated
-    posters = [poster] + [system.client() for _ in range(9)]
-    for other in posters[1:]:
-        other.send(message("PostAlert", {"alert": {"bundle": "Printer", "type": "Jam"}}))
-        gate.wait()
-    for _ in posters:
-        gate.open()
-    assert [one.receive() for one in posters] == [{"parameters": {}}] * 10
-
-
-def test_later_calls_on_the_same_connection_wait(gated):
-    _, poster, gate = gated
-    poster.send(message("GetAlertsOfBundle", {"bundle": "Printer"}))
-    gate.open()
-    assert poster.receive() == {"parameters": {}}
-    assert len(poster.receive()["parameters"]["alerts"]) == 1
-
-
-def test_a_caller_that_hangs_up_meanwhile_has_posted(gated):
-    system, poster, gate = gated
-    poster.close()
-    gate.open()
-    listing = system.client()
-    wait_for(lambda: listing.call("GetAlertsOfBundle", bundle="Printer")["alerts"],
-             "the alert to be stored")

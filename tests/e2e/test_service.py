@@ -39,7 +39,8 @@ def test_every_declared_method_is_known_here():
 @pytest.mark.parametrize("method", NOT_IMPLEMENTED)
 def test_methods_of_a_later_version_are_not_implemented(client, method):
     assert client.exchange(method, {}) == {
-        "error": f"{SERVICE}.MethodNotImplemented", "parameters": {"method": f"{INTERFACE}.{method}"}}
+        "error": f"{SERVICE}.MethodNotImplemented",
+        "parameters": {"method": f"{INTERFACE}.{method}"}}
 
 
 @pytest.mark.parametrize("method", [
@@ -49,7 +50,8 @@ def test_an_unknown_method_is_not_found(client, method):
         "error": f"{SERVICE}.MethodNotFound", "parameters": {"method": method}}
 
 
-@pytest.mark.parametrize("interface", ["org.example.other", INTERFACE.lower(), f"{INTERFACE}.x", ""])
+@pytest.mark.parametrize("interface", [
+    "org.example.other", INTERFACE.lower(), f"{INTERFACE}.x", ""])
 def test_an_unknown_interface_is_not_found(client, interface):
     expected = {"error": f"{SERVICE}.InterfaceNotFound", "parameters": {"interface": interface}}
     assert client.exchange(f"{interface}.PostAlert", {}) == expected

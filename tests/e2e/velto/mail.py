@@ -24,7 +24,6 @@ run = {{
     "arguments": sys.argv[1:],
     "environment": dict(os.environ),
     "descriptors": {{number: path for number, path in descriptors.items() if path}},
-    "signals": open("/proc/self/status").read(),
     "text": sys.stdin.buffer.read().decode("latin-1"),
 }}
 handle, name = tempfile.mkstemp(dir={folder!r}, suffix=".part")
@@ -42,7 +41,6 @@ class Mail:
         self.arguments = run["arguments"]
         self.environment = run["environment"]
         self.descriptors = {int(number): path for number, path in run["descriptors"].items()}
-        self.process_status = run["signals"]
         self.bytes = run["text"].encode("latin-1")
         self.lines = self.bytes.split(b"\n")
         self.message = email.message_from_bytes(self.bytes, policy=email.policy.default)

@@ -3,6 +3,7 @@
 import os
 import pathlib
 import shutil
+import socket
 import subprocess
 import tempfile
 
@@ -10,7 +11,7 @@ from .bundles import make_bundle
 from .callers import OtherUser
 from .daemon import Daemon, check_output
 from .mail import MailProgram
-from .values import INTERFACE
+from .values import INTERFACE, SERVICE
 from .varlink import DEADLINE, Client, connect
 
 BUILD = pathlib.Path(os.environ.get(
@@ -101,3 +102,19 @@ class System:
     def _close_clients(self):
         while self._clients:
             self._clients.pop().close()
+
+
+def listening(path):
+    """A socket of the test's own that takes connections at `path`."""
+    listener = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
+    listener.bind(str(path))
+    listener.listen(10)
+    return listener
+
+
+def answers(path):
+    """Whether the daemon answers at `path`, for the whole life of a connection."""
+    client = Client(connect(path))
+    info = client.call(f"{SERVICE}.GetInfo")
+    client.end()
+    return "interfaces" in info

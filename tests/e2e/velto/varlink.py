@@ -83,6 +83,12 @@ class Client:
         text, _, self._received = b"".join(chunks).partition(b"\0")
         return text
 
+    def end(self):
+        """Ends the connection, and waits until the daemon has done with it."""
+        self.socket.shutdown(socket.SHUT_WR)
+        assert self.is_hung_up()
+        self.close()
+
     def is_hung_up(self):
         """Waits for the daemon to end the connection; false if it says anything before."""
         try:
