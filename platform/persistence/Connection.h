@@ -24,7 +24,8 @@ class Statement {
   enum class Step { kRow, kDone, kError };
 
   /// Null stands for a statement that could not be prepared: each step of it is an error.
-  explicit Statement(sqlite3_stmt* statement) : statement_(statement) {}
+  explicit Statement(sqlite3_stmt* statement)
+      : statement_(statement), failed_(statement == nullptr) {}
   ~Statement();
   Statement(const Statement&) = delete;
   Statement& operator=(const Statement&) = delete;
@@ -45,7 +46,7 @@ class Statement {
 
   sqlite3_stmt* const statement_;
   int parameters_ = 0;
-  bool failed_ = false;  ///< a value could not be bound
+  bool failed_;  ///< nothing to step, or a value could not be bound
 };
 
 /// One connection to a store file, with the statements it has prepared. Used by one thread at a

@@ -3,19 +3,20 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <set>
 #include <system_error>
 #include <type_traits>
 #include <utility>
 
 #include "platform/foundation/PropertyListSerialization.h"
+#include "platform/foundation/RegularFile.h"
 #include "platform/persistence/ManagedObjectModel.h"
 
 namespace velto {
 
 namespace {
+
+constexpr std::size_t kMaximumModelSize = 1 << 20;
 
 constexpr std::array<std::pair<std::string_view, AttributeType>, 4> kTypes{{
     {"string", AttributeType::kString},
@@ -129,12 +130,6 @@ std::optional<EntityDescription> readEntity(const PropertyList& value) {
   return indexesKnownAttributes(entity) ? std::optional(std::move(entity)) : std::nullopt;
 }
 
-std::optional<Data> readFile(const std::filesystem::path& path) {
-  std::ifstream stream(path, std::ios::binary);
-  std::vector<std::uint8_t> bytes{std::istreambuf_iterator<char>(stream), {}};
-  return stream.good() || stream.eof() ? std::optional(Data(std::move(bytes))) : std::nullopt;
-}
-
 /// The model files in the directory, in name order; nothing when it cannot be listed.
 std::optional<std::set<std::filesystem::path>> modelFiles(const std::string& directory) {
   std::set<std::filesystem::path> files;
@@ -189,8 +184,8 @@ std::unique_ptr<const ManagedObjectModel> ManagedObjectModel::mergedModelFromDir
   }
   std::vector<EntityDescription> merged;
   for (const std::filesystem::path& file : *files) {
-    const std::optional<Data> data = readFile(file);
-    const auto model = data ? modelFromData(*data) : nullptr;
+    const auto content = contentsOfRegularFile(file, kMaximumModelSize, nullptr);
+    const auto model = content ? modelFromData(Data(*content)) : nullptr;
     if (model == nullptr || !merge(*model, merged)) {
       return nullptr;
     }

@@ -35,8 +35,10 @@ int bindValue(sqlite3_stmt* statement, int index, const AttributeValue& value) {
 }  // namespace
 
 Statement::~Statement() {
-  sqlite3_reset(statement_);
-  sqlite3_clear_bindings(statement_);
+  if (statement_ != nullptr) {
+    sqlite3_reset(statement_);
+    sqlite3_clear_bindings(statement_);
+  }
 }
 
 void Statement::bind(const AttributeValue& value) {
@@ -58,7 +60,7 @@ void Statement::bindNext(Bind bindAt) {
 }
 
 Statement::Step Statement::step() {
-  if (statement_ == nullptr || failed_) {
+  if (failed_) {
     return Step::kError;
   }
   const int result = sqlite3_step(statement_);

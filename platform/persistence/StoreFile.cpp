@@ -12,6 +12,7 @@
 
 #include <sqlite3.h>
 
+#include "platform/foundation/FileDescriptor.h"
 #include "platform/persistence/PersistentStoreCoordinator.h"
 
 namespace velto {
@@ -42,35 +43,22 @@ std::uint32_t tagOf(const ManagedObjectModel& model) {
   return tag;
 }
 
-/// An open file, or -1 with errno set.
-class File {
- public:
-  explicit File(const std::string& path) : descriptor_(openExisting(path)) {
-    if (descriptor_ < 0 && errno == ENOENT) {
-      descriptor_ = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-      if (descriptor_ < 0 && errno == EEXIST) {  // another process was faster
-        descriptor_ = openExisting(path);
-      }
+/// Does not wait for the other end of what may be a pipe.
+int openExisting(const std::string& path) {
+  return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+}
+
+/// Opens the file, made when it is missing; gives -1 with errno set when it cannot.
+int openOrCreate(const std::string& path) {
+  int descriptor = openExisting(path);
+  if (descriptor < 0 && errno == ENOENT) {
+    descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (descriptor < 0 && errno == EEXIST) {  // another process was faster
+      descriptor = openExisting(path);
     }
   }
-  ~File() {
-    if (descriptor_ >= 0) {
-      ::close(descriptor_);
-    }
-  }
-  File(const File&) = delete;
-  File& operator=(const File&) = delete;
-
-  int descriptor() const { return descriptor_; }
-
- private:
-  /// Does not wait for the other end of what may be a pipe.
-  static int openExisting(const std::string& path) {
-    return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-  }
-
-  int descriptor_;
-};
+  return descriptor;
+}
 
 bool setHeaderField(Connection& connection, std::string_view field, std::uint32_t value) {
   return connection.execute("PRAGMA " + std::string(field) + " = " +
@@ -83,8 +71,8 @@ StoreFile::StoreFile(std::string path, const ManagedObjectModel& model)
     : path_(std::move(path)), modelTag_(tagOf(model)) {}
 
 bool StoreFile::prepare(ErrorSlot error) const {
-  const File file(path_);
-  auto failure = file.descriptor() < 0 ? unusable(errno) : check(file.descriptor());
+  const FileDescriptor file(openOrCreate(path_));
+  auto failure = file.isOpen() ? check(file.get()) : unusable(errno);
   if (failure) {
     replaceError(error, *std::move(failure));
   }

@@ -1,0 +1,196 @@
+#include "platform/persistence/CommitQueue.h"
+
+#include <atomic>
+#include <functional>
+#include <list>
+#include <set>
+#include <thread>
+
+#include <gmock/gmock.h>
+#include <sqlite3.h>
+
+#include "platform/persistence/PersistentStoreCoordinator.h"
+#include "tests/persistence/OpenStore.h"
+#include "tests/persistence/TestStore.h"
+
+namespace velto {
+namespace {
+
+using ::testing::UnorderedElementsAre;
+
+/// Saves on threads of their own. The first holds its commit back until all the others wait, so
+/// that these are committed together.
+class CommitQueueTest : public ::testing::Test {
+ protected:
+  struct Save {
+    std::vector<AttributeValue> values;
+    std::vector<RowChange> changes;
+    bool succeeded = false;
+    std::optional<Error> error;
+  };
+
+  CommitQueueTest() { sqlite3_commit_hook(store_.writer().handle(), onCommit, this); }
+
+  Save& addInsert(std::string_view name) {
+    Save& save = saves_.emplace_back();
+    save.values = {std::string(name), {}, {}, {}};
+    save.changes = {{RowChange::Kind::kInsert, &sql_, 0, 0, &save.values}};
+    return save;
+  }
+
+  Save& addUpdate(std::int64_t rowId, std::int64_t version, std::string_view name) {
+    Save& save = addInsert(name);
+    save.changes = {{RowChange::Kind::kUpdate, &sql_, rowId, version, &save.values}};
+    return save;
+  }
+
+  /// Runs all saves; those after the first are added to the queue in order.
+  void run() {
+    std::vector<std::thread> threads;
+    std::size_t started = 0;
+    for (Save& save : saves_) {
+      threads.emplace_back([&] { save.succeeded = queue_.save(save.changes, &save.error); });
+      ++started;
+      while (started == 1 ? !committing_ : queue_.waiting() < started - 1) {
+        std::this_thread::yield();
+      }
+    }
+    released_ = true;
+    for (std::thread& thread : threads) {
+      thread.join();
+    }
+  }
+
+  std::vector<std::string> savedNames() {
+    std::vector<std::string> names;
+    const auto reader = store_.reader();
+    Statement statement = reader->statement("SELECT name FROM Thing");
+    while (statement.step() == Statement::Step::kRow) {
+      names.push_back(std::get<std::string>(statement.value(0, AttributeType::kString)));
+    }
+    return names;
+  }
+
+  const OpenStore store_{thingModel()};
+  const EntitySql sql_{*store_.model().entity(kThing)};
+  CommitQueue queue_{store_.writer(), store_.path()};
+  std::list<Save> saves_;
+  /// Called within each commit with its number; what is not 0 makes it fail.
+  std::function<int(int)> duringCommit_ = [](int) { return 0; };
+  std::atomic<int> commits_ = 0;
+
+ private:
+  static int onCommit(void* context) {
+    auto& test = *static_cast<CommitQueueTest*>(context);
+    test.committing_ = true;
+    while (!test.released_) {
+      std::this_thread::yield();
+    }
+    return test.duringCommit_(++test.commits_);
+  }
+
+  std::atomic<bool> committing_ = false;
+  std::atomic<bool> released_ = false;
+};
+
+TEST_F(CommitQueueTest, WaitingSavesShareOneCommit) {
+  for (int index = 0; index < 16; ++index) {
+    addInsert(std::to_string(index));
+  }
+  run();
+  EXPECT_EQ(commits_, 2);
+  std::set<std::int64_t> rowIds;
+  for (const Save& save : saves_) {
+    EXPECT_TRUE(save.succeeded);
+    EXPECT_EQ(save.changes[0].version, 1);
+    rowIds.insert(save.changes[0].rowId);
+  }
+  EXPECT_EQ(rowIds.size(), 16U);
+  EXPECT_EQ(savedNames().size(), 16U);
+}
+
+TEST_F(CommitQueueTest, SavesAreAppliedInOrder) {
+  addInsert("first");
+  const Save& wins = addUpdate(1, 1, "second");
+  const Save& loses = addUpdate(1, 1, "third");
+  const Save& follows = addUpdate(1, 2, "fourth");
+  run();
+  EXPECT_TRUE(wins.succeeded);
+  EXPECT_FALSE(loses.succeeded);
+  ASSERT_TRUE(loses.error.has_value());
+  EXPECT_EQ(loses.error->code, kConflictErrorCode);
+  EXPECT_TRUE(follows.succeeded);
+  EXPECT_EQ(follows.changes[0].version, 3);
+  EXPECT_THAT(savedNames(), UnorderedElementsAre("fourth"));
+}
+
+TEST_F(CommitQueueTest, ConflictRollsBackItsOwnSaveOnly) {
+  addInsert("first");
+  addInsert("before");
+  Save& conflicting = addInsert("partly");
+  conflicting.changes.push_back({RowChange::Kind::kDelete, &sql_, 99, 1, &conflicting.values});
+  addInsert("after");
+  run();
+  EXPECT_EQ(commits_, 2);
+  EXPECT_FALSE(conflicting.succeeded);
+  EXPECT_EQ(conflicting.error->code, kConflictErrorCode);
+  EXPECT_THAT(savedNames(), UnorderedElementsAre("first", "before", "after"));
+}
+
+TEST_F(CommitQueueTest, ConflictsAloneCommitNothing) {
+  addInsert("first");
+  const Save& conflicting = addUpdate(99, 1, "missing");
+  run();
+  EXPECT_FALSE(conflicting.succeeded);
+  EXPECT_EQ(commits_, 1);
+}
+
+TEST_F(CommitQueueTest, FailedCommitFailsThemAll) {
+  duringCommit_ = [](int commit) { return commit == 2 ? 1 : 0; };
+  addInsert("first");
+  addInsert("second");
+  const Save& conflicting = addUpdate(99, 1, "missing");
+  addInsert("third");
+  run();
+  for (const Save& save : saves_) {
+    EXPECT_EQ(save.succeeded, &save == &saves_.front());
+  }
+  EXPECT_EQ(saves_.back().error->code, SQLITE_CONSTRAINT_COMMITHOOK);
+  EXPECT_EQ(conflicting.error->code, kConflictErrorCode);
+  EXPECT_THAT(savedNames(), UnorderedElementsAre("first"));
+
+  Save& again = addInsert("again");
+  EXPECT_TRUE(queue_.save(again.changes, nullptr));
+  EXPECT_THAT(savedNames(), UnorderedElementsAre("first", "again"));
+}
+
+TEST_F(CommitQueueTest, RollbackOfTheWholeTransactionFailsThemAll) {
+  addInsert("first");
+  addInsert("before");
+  Save& large = addInsert("large");
+  large.values[2] = Data(std::string(200000, 'x'));
+  addInsert("after");
+  ASSERT_TRUE(store_.writer().execute("PRAGMA max_page_count=20"));
+  run();
+  for (const Save& save : saves_) {
+    EXPECT_EQ(save.succeeded, &save == &saves_.front());
+    EXPECT_EQ(save.error ? save.error->code : 0, save.succeeded ? 0 : SQLITE_FULL);
+  }
+  EXPECT_THAT(savedNames(), UnorderedElementsAre("first"));
+  EXPECT_FALSE(store_.writer().inTransaction());
+  EXPECT_TRUE(queue_.save(addInsert("again").changes, nullptr));
+}
+
+TEST_F(CommitQueueTest, LockOfAnotherProgramFailsThemAll) {
+  sqlite3* other = nullptr;
+  ASSERT_EQ(sqlite3_open(store_.path().c_str(), &other), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(other, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr), SQLITE_OK);
+  sqlite3_busy_timeout(store_.writer().handle(), 0);
+  Save& save = addInsert("first");
+  EXPECT_FALSE(queue_.save(save.changes, &save.error));
+  EXPECT_EQ(save.error->code, SQLITE_BUSY);
+  sqlite3_close(other);
+}
+
+}  // namespace
+}  // namespace velto
