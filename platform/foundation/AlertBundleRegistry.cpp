@@ -123,7 +123,8 @@ std::unique_ptr<VLAlertSubclass> AlertBundleRegistry::alertSubclass(const VLAler
   }
   const std::string bundleText = "Alert bundle '" + *alert.bundle + "'";
   if (!alert.type) {
-    return fail(kAlertWithoutTypeErrorCode, "The alert of " + bundleText + " names no alert type.");
+    return fail(kAlertWithoutTypeErrorCode,
+                "The alert of bundle '" + *alert.bundle + "' names no type.");
   }
   auto bundle = implementation_->alertBundle(*alert.bundle);
   if (bundle == nullptr) {

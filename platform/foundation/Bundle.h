@@ -9,8 +9,9 @@
 
 namespace velto {
 
-/// A bundle on disk: a directory with a readable Contents/Info.plist that holds a dictionary, in any
-/// property-list format. Read once, when it is opened. A value; any thread may use its own copy.
+/// A bundle on disk: a directory with a readable Contents/Info.plist that holds a dictionary, in
+/// any property-list format. Read once, when it is opened. A value; any thread may use its own
+/// copy.
 class Bundle {
  public:
   /// The bundle at `path`, or nothing when it cannot be opened as one.

@@ -9,6 +9,7 @@ namespace velto {
 /// The user's preferred languages, best first: those of the environment variables LANGUAGE (a
 /// list), LC_ALL, LC_MESSAGES and LANG, in gettext's order, as language tags ("de_AT.UTF-8@euro" is
 /// "de-AT"). With none of them, or only C and POSIX, the list is "en". Never empty.
+/// Any thread, as long as nobody changes the environment.
 std::vector<std::string> preferredLanguages();
 
 /// The canonical form of a locale identifier, as ICU makes it, with "-" between its parts in a

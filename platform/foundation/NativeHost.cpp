@@ -1,5 +1,6 @@
 #include "platform/foundation/NativeHost.h"
 
+#include <new>
 #include <optional>
 #include <string_view>
 
@@ -33,7 +34,7 @@ void textAppend(velto_text* text, const char* utf8, std::size_t length) noexcept
 }
 
 velto_text* textCreate() noexcept {
-  return new velto_text;
+  return new (std::nothrow) velto_text;
 }
 
 void textDestroy(velto_text* text) noexcept {

@@ -1,15 +1,14 @@
 #pragma once
 
-#include <sys/types.h>
-
 #include <string>
 #include <string_view>
+#include <sys/types.h>
 #include <vector>
 
 namespace velto {
 
-/// A child process with a pipe to its standard input. Its standard output and standard error are the
-/// parent's; it inherits no other descriptor, no ignored or blocked signal, no LISTEN_* and no
+/// A child process with a pipe to its standard input. Its standard output and standard error are
+/// the parent's; it inherits no other descriptor, no ignored or blocked signal, no LISTEN_* and no
 /// NOTIFY_SOCKET. States: new, launched (`launch`), exited (`waitUntilExit`). Dropping a launched
 /// task closes the pipe and waits for the child, so that none is left behind. One thread at a time.
 ///
@@ -25,8 +24,8 @@ class Task {
 
   /// Starts the program. Throws when it cannot be started.
   void launch();
-  /// Writes all bytes to the child's standard input, waiting as long as the child takes. Throws when
-  /// the child has closed it.
+  /// Writes all bytes to the child's standard input, waiting as long as the child takes. Throws
+  /// when the child has closed it, provided that the process ignores the broken-pipe signal.
   void write(std::string_view bytes);
   /// Ends the child's standard input.
   void closeInput();
@@ -34,8 +33,8 @@ class Task {
   /// task that was never launched.
   void waitUntilExit();
 
-  /// The exit status, 128 plus the signal's number for a child that a signal ended, and 0 as long as
-  /// there is neither.
+  /// The exit status, 128 plus the signal's number for a child that a signal ended, 255 for one
+  /// whose end the kernel did not keep, and 0 as long as there is none of these.
   int terminationStatus() const { return terminationStatus_; }
 
  private:

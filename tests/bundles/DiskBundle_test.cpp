@@ -13,7 +13,7 @@ class DiskBundleTest : public testing::Test {
     VLAlert alert;
     alert.bundle = "Disk";
     alert.type = "AlmostFull";
-    alert.attributes = PropertyList::Dictionary{{"volume", "/home"}, {"percent", 97.0}};
+    alert.attributes = PropertyList::Dictionary{{"volume", "/home"}, {"percent", 97}};
     std::optional<Error> error;
     alert_ = registry_.alertSubclass(alert, &error);
     EXPECT_EQ(error, std::nullopt);

@@ -80,9 +80,8 @@ TEST_F(AlertBundleRegistryTest, KeepsABundleThatItHasRead) {
 TEST_F(AlertBundleRegistryTest, SaysWhatTheAlertLacks) {
   EXPECT_EQ(errorOf(std::nullopt), makeError(kBundleErrorDomain, kAlertWithoutBundleErrorCode,
                                              "The alert names no alert bundle."));
-  EXPECT_EQ(errorOf("Disk", std::nullopt),
-            makeError(kBundleErrorDomain, kAlertWithoutTypeErrorCode,
-                      "The alert of Alert bundle 'Disk' names no alert type."));
+  EXPECT_EQ(errorOf("Disk", std::nullopt), makeError(kBundleErrorDomain, kAlertWithoutTypeErrorCode,
+                                                     "The alert of bundle 'Disk' names no type."));
 }
 
 TEST_F(AlertBundleRegistryTest, SaysWhichBundleOrTypeIsMissing) {

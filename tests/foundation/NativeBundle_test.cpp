@@ -191,7 +191,7 @@ TEST_F(NativeBundleTest, TakesOnlyAPlainFileNameForTheCode) {
   }
 }
 
-TEST_F(NativeBundleTest, ARefusedFileIsLoadedByTheNextProcessThatFindsItInOrder) {
+TEST_F(NativeBundleTest, TriesRefusedCodeAgainOnlyInTheNextRegistry) {
   const fs::path code = write("Probe");
   fs::permissions(code, fs::perms(0666));
   EXPECT_FALSE(registry_.VLLoadAlertBundle("Test"));

@@ -154,6 +154,13 @@ TEST_F(TaskTest, WaitsForTheChildWhenDropped) {
   EXPECT_EQ(readFile(file), "text end\n");
 }
 
+TEST_F(TaskTest, AnExitThatNobodySawIsNoSuccess) {
+  const auto former = std::signal(SIGCHLD, SIG_IGN);
+  const int status = statusOfScript("exit 0");
+  std::signal(SIGCHLD, former);
+  EXPECT_EQ(status, 255);
+}
+
 TEST_F(TaskTest, LeavesNoDescriptorBehind) {
   const auto before = openDescriptors();
   EXPECT_EQ(statusOfScript("exit 0"), 0);

@@ -23,10 +23,9 @@ constexpr std::array<Words, 6> kWords = {{
 }  // namespace
 
 const Words& wordsForLocalization(std::string_view localization) {
-  std::vector<std::string> languages;
-  for (const Words& words : kWords) {
-    languages.emplace_back(words.language);
-  }
+  std::vector<std::string> languages(kWords.size());
+  std::transform(kWords.begin(), kWords.end(), languages.begin(),
+                 [](const Words& words) { return words.language; });
   const auto best = preferredLocalizationsFromArray(languages, {std::string(localization)});
   return *std::find_if(kWords.begin(), kWords.end(),
                        [&best](const Words& words) { return words.language == best.front(); });

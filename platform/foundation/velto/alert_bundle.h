@@ -61,8 +61,8 @@ typedef struct velto_host {
                                   const velto_email_formatter_class *formatter_class);
 
   void (*text_append)(velto_text *text, const char *utf8, size_t length);
-  /* An empty text of the bundle's own, to be destroyed by it, and the bytes of a text, which stay as
-   * they are until the text changes; a zero byte follows them. */
+  /* An empty text of the bundle's own, to be destroyed by it, or NULL when there is no memory; and
+   * the bytes of a text, which stay as they are until the text changes. A zero byte follows them. */
   velto_text *(*text_create)(void);
   void (*text_destroy)(velto_text *text);
   const char *(*text_bytes)(const velto_text *text, size_t *length);

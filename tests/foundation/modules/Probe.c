@@ -1,6 +1,7 @@
 /* A bundle's code in C: its formatter does what the localization asks for, and tells what the host
  * answered. */
 
+#include <stdatomic.h>
 #include <stdio.h>
 #include <string.h>
 
@@ -11,7 +12,7 @@ __attribute__((visibility("default"))) int velto_alert_bundle_register(const vel
                                                                        velto_registry* registry);
 
 static const velto_host* host;
-static int objects;
+static atomic_int objects;
 static char registration[64];
 
 static void append(velto_text* text, const char* line) {
@@ -30,7 +31,7 @@ static void* create(void) {
 }
 
 static void destroy(void* self) {
-  --*(int*)self;
+  --*(atomic_int*)self;
 }
 
 static void* create_nothing(void) {
