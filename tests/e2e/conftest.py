@@ -48,6 +48,7 @@ def _printer(module_system):
 def shared(_printer):
     """A system with a running daemon and the bundle Printer, which the tests of a module share."""
     yield _printer
+    _printer.close_clients()
     _printer.daemon.check()
 
 

@@ -15,12 +15,11 @@ class OtherUser(Client):
         ours.settimeout(DEADLINE)
         self._child = os.fork()
         if self._child == 0:
-            ours.close()
             _connect_and_wait(path, uid, gid, theirs)
         theirs.close()
         self._control = ours
         _, descriptors, _, _ = socket.recv_fds(ours, 1, 1)
-        assert descriptors, "the child could not connect"
+        assert descriptors, f"user {uid}, group {gid} could not connect"
         super().__init__(socket.socket(fileno=descriptors[0]))
         self.socket.settimeout(DEADLINE)
 
@@ -33,6 +32,9 @@ class OtherUser(Client):
 def _connect_and_wait(path, uid, gid, control):
     """Never returns."""
     try:
+        # What this process inherited belongs to other connections, which it must not keep open.
+        os.closerange(3, control.fileno())
+        os.closerange(control.fileno() + 1, os.sysconf("SC_OPEN_MAX"))
         os.setgroups([])
         os.setresgid(gid, gid, gid)
         os.setresuid(uid, uid, uid)

@@ -29,7 +29,12 @@ class Daemon:
                 self.process = subprocess.Popen(
                     command, stdin=subprocess.DEVNULL, stdout=log, stderr=log,
                     pass_fds=descriptors, env={**environment, "NOTIFY_SOCKET": str(ready)})
-            self._wait_until_ready(readiness)
+            try:
+                self._wait_until_ready(readiness)
+            except BaseException:
+                self.process.kill()
+                self.process.wait(DEADLINE)
+                raise
 
     def _wait_until_ready(self, readiness):
         def told():

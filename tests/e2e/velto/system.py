@@ -67,12 +67,12 @@ class System:
         return result
 
     def stop(self):
-        self._close_clients()
+        self.close_clients()
         daemon, self.daemon = self.daemon, None
         daemon.stop()
 
     def kill(self):
-        self._close_clients()
+        self.close_clients()
         daemon, self.daemon = self.daemon, None
         daemon.kill()
 
@@ -87,21 +87,21 @@ class System:
     def client_as(self, uid, gid):
         return self._remember(OtherUser(self.socket_path, uid, gid))
 
+    def close_clients(self):
+        while self._clients:
+            self._clients.pop().close()
+
     def close(self):
         try:
             if self.daemon:
                 self.stop()
         finally:
-            self._close_clients()
+            self.close_clients()
             shutil.rmtree(self.root)
 
     def _remember(self, client):
         self._clients.append(client)
         return client
-
-    def _close_clients(self):
-        while self._clients:
-            self._clients.pop().close()
 
 
 def listening(path):
