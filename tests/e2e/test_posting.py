@@ -1,11 +1,12 @@
 """Posting alerts: what is stored, and what is refused."""
 
 import plistlib
+import shutil
 import time
 
 import pytest
 from velto import store
-from velto.values import NO_ALERT_TO_POST, error
+from velto.values import NO_ALERT_TO_POST
 
 pytestmark = pytest.mark.needs_root
 
@@ -54,21 +55,27 @@ def test_no_alert_is_an_error(client, parameters):
     assert client.call("PostAlert", **parameters) == {"error": NO_ALERT_TO_POST}
 
 
-@pytest.mark.parametrize("alert, expected", [
-    ({"bundle": "Scanner", "type": "Jam"},
-     error("VeltoAlertsStore", 100, "Get Alert Bundle: Bundle 'Scanner' not found.")),
-    ({"bundle": "printer", "type": "Jam"},
-     error("VeltoAlertsStore", 100, "Get Alert Bundle: Bundle 'printer' not found.")),
-    ({"bundle": "Printer", "type": "Fire"},
-     error("VeltoFoundation", 4, "Alert bundle 'Printer' has no alert type 'Fire'.")),
-    ({"bundle": "Printer"},
-     error("VeltoFoundation", 2, "The alert of Alert bundle 'Printer' names no alert type.")),
+@pytest.mark.parametrize("alert, domain, code, description", [
+    ({"bundle": "Scanner", "type": "Jam"}, "VeltoAlertsStore", 100,
+     "Get Alert Bundle: Bundle 'Scanner' not found."),
+    ({"bundle": "printer", "type": "Jam"}, "VeltoAlertsStore", 100,
+     "Get Alert Bundle: Bundle 'printer' not found."),
+    ({"type": "Jam"}, "VeltoAlertsStore", 100, "Get Alert Bundle: Bundle '(null)' not found."),
+    ({"bundle": "Printer", "type": "Fire"}, "VeltoFoundation", 4, "'Fire'"),
+    ({"bundle": "Printer", "type": ""}, "VeltoFoundation", 4, "''"),
+    ({"bundle": "Printer"}, "VeltoFoundation", 2, "'Printer'"),
+    ({"bundle": "Gone", "type": "Jam"}, "VeltoFoundation", 3, "'Gone'"),
 ])
-def test_an_alert_that_no_bundle_knows_is_refused_and_not_stored(system, alert, expected):
+def test_an_alert_that_no_bundle_knows_is_refused_and_not_stored(system, alert, domain, code,
+                                                                 description):
     system.make_bundle("Printer.bundle", texts={"en": {"Jam.subject": "Jam"}})
+    gone = system.make_bundle("Gone.bundle", texts={"en": {"Jam.subject": "Jam"}})
     system.start()
-    client = system.client()
-    assert client.call("PostAlert", alert=alert) == {"error": expected}
+    shutil.rmtree(gone)
+    failure = system.client().call("PostAlert", alert=alert)["error"]
+    assert (failure["domain"], failure["code"]) == (domain, code)
+    assert set(failure["userInfo"]) == {"NSLocalizedDescription"}
+    assert description in failure["userInfo"]["NSLocalizedDescription"]
     system.stop()
     assert store.rows(system.store_file, "ADAlert") == []
 
