@@ -2,13 +2,11 @@
 
 #include <cerrno>
 #include <chrono>
+#include <exception>
 #include <map>
 #include <string>
 #include <sys/socket.h>
 #include <utility>
-
-#include <boost/asio/basic_socket_acceptor.hpp>
-#include <boost/asio/steady_timer.hpp>
 
 #include "platform/connection/ListeningSocket.h"
 #include "platform/connection/RunLoopImplementation.h"
@@ -19,7 +17,8 @@
 namespace velto {
 namespace {
 
-/// How long to wait when there are no descriptors, or no memory, for another client.
+/// How long to wait when there are no descriptors, or no memory, for another client. It occupies
+/// one thread, which is not needed for anything else then.
 constexpr std::chrono::milliseconds kRetryTime{100};
 
 /// The services of the protocols that connections export, each made once. Any thread.
@@ -37,75 +36,61 @@ class Services {
 
 }  // namespace
 
-/// Waits for one client at a time, and waits for the next one before it admits the first, so that
-/// admissions overlap.
-class Listener::Implementation : public std::enable_shared_from_this<Implementation> {
+/// The listening socket, waiting for clients.
+class Listener::Door : public EventSource {
  public:
-  Implementation(RunLoop::Implementation& runLoop, ListeningSocket socket)
-      : runLoop_(runLoop),
-        acceptor_(runLoop.context()),
-        retry_(runLoop.context()),
-        lock_(std::move(socket.lock)) {
-    acceptor_.assign(boost::asio::local::stream_protocol(), socket.socket.get());
-    socket.socket.release();
-  }
+  Door(RunLoop::Implementation& runLoop, FileDescriptor socket, Admission& admission)
+      : EventSource(std::move(socket)), runLoop_(runLoop), admission_(admission) {}
 
-  void setDelegate(ListenerDelegate* delegate) { delegate_ = delegate; }
-
-  void waitForClient(Listener& listener) {
-    acceptor_.async_wait(Acceptor::wait_read,
-                         [self = shared_from_this(), &listener](const auto& error) {
-                           if (!error) self->acceptClient(listener);
-                         });
+  Event serve() noexcept override {
+    FileDescriptor client(::accept4(descriptor(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+    if (client.isOpen()) {
+      letIn(std::move(client));
+    } else if (errno != EAGAIN && errno != EINTR && errno != ECONNABORTED) {
+      std::this_thread::sleep_for(kRetryTime);
+    }
+    return Event::kInput;
   }
 
  private:
-  using Executor = boost::asio::io_context::executor_type;
-  using Acceptor =
-      boost::asio::basic_socket_acceptor<boost::asio::local::stream_protocol, Executor>;
-  using Timer = boost::asio::basic_waitable_timer<
-      std::chrono::steady_clock, boost::asio::wait_traits<std::chrono::steady_clock>, Executor>;
-
-  void waitForMeans(Listener& listener) {
-    retry_.expires_after(kRetryTime);
-    retry_.async_wait([self = shared_from_this(), &listener](const auto& error) {
-      if (!error) self->acceptClient(listener);
-    });
-  }
-
-  void acceptClient(Listener& listener) {
-    const RunLoop::Implementation::Occupied occupied(runLoop_);
-    FileDescriptor client(
-        ::accept4(acceptor_.native_handle(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
-    if (client.isOpen()) {
-      waitForClient(listener);
-      admit(listener, std::move(client));
-    } else if (errno == EAGAIN || errno == EINTR || errno == ECONNABORTED) {
-      waitForClient(listener);
-    } else {
-      waitForMeans(listener);
-    }
-  }
-
-  void admit(Listener& listener, FileDescriptor client) noexcept {
+  void letIn(FileDescriptor client) noexcept {
     try {
       const std::optional<AuditToken> token = auditTokenOfPeer(client.get());
       if (!token) return;
-      const auto connection =
-          std::make_shared<SocketConnection>(runLoop_, std::move(client), *token);
-      if (!delegate_->shouldAcceptNewConnection(listener, *connection)) return;
-      const Interface* exported = connection->resumedInterface();
-      if (exported == nullptr) return;
-      connection->start(services_.serviceForProtocol(exported->protocol()));
-    } catch (...) {
+      // Admitted when its first event is served, so that admissions overlap.
+      runLoop_.add(std::make_unique<SocketConnection>(std::move(client), *token, admission_),
+                   Event::kOutput);
+    } catch (const std::exception&) {
       // No means to serve this client: it finds its connection closed.
     }
   }
 
   RunLoop::Implementation& runLoop_;
-  Acceptor acceptor_;
-  Timer retry_;
+  Admission& admission_;
+};
+
+class Listener::Implementation : public Admission {
+ public:
+  Implementation(Listener& listener, RunLoop& runLoop, ListeningSocket socket)
+      : listener_(listener),
+        runLoop_(runLoop.implementation()),
+        lock_(std::move(socket.lock)),
+        door_(std::make_unique<Door>(runLoop_, std::move(socket.socket), *this)) {}
+
+  void setDelegate(ListenerDelegate* delegate) { delegate_ = delegate; }
+  void resume() { runLoop_.add(std::move(door_), Event::kInput); }
+
+  const VarlinkService* admit(SocketConnection& connection) override {
+    if (!delegate_->shouldAcceptNewConnection(listener_, connection)) return nullptr;
+    const Interface* exported = connection.resumedInterface();
+    return exported == nullptr ? nullptr : &services_.serviceForProtocol(exported->protocol());
+  }
+
+ private:
+  Listener& listener_;
+  RunLoop::Implementation& runLoop_;
   const FileDescriptor lock_;
+  std::unique_ptr<Door> door_;  ///< until it is resumed
   ListenerDelegate* delegate_ = nullptr;
   Services services_;
 };
@@ -119,31 +104,23 @@ std::unique_ptr<Listener> Listener::listenerWithServiceName(RunLoop& runLoop,
     setIfEmpty(error, *failure);
     return nullptr;
   }
-  if (socket) return listenerWithSocket(runLoop, std::move(*socket), error);
-  std::string path(kServiceSocketDirectory);
-  return listenerWithPath(runLoop, rootedPath(path.append("/").append(serviceName)), error);
+  if (!socket) {
+    std::string path(kServiceSocketDirectory);
+    path.append("/").append(serviceName);
+    return listenerWithPath(runLoop, rootedPath(path), error);
+  }
+  return std::unique_ptr<Listener>(new Listener(runLoop, std::move(*socket)));
 }
 
 std::unique_ptr<Listener> Listener::listenerWithPath(RunLoop& runLoop, const std::string& path,
                                                      ErrorSlot error) {
   auto socket = ListeningSocket::atPath(path, error);
-  return socket ? listenerWithSocket(runLoop, std::move(*socket), error) : nullptr;
+  if (!socket) return nullptr;
+  return std::unique_ptr<Listener>(new Listener(runLoop, std::move(*socket)));
 }
 
-std::unique_ptr<Listener> Listener::listenerWithSocket(RunLoop& runLoop, ListeningSocket socket,
-                                                       ErrorSlot error) {
-  try {
-    return std::unique_ptr<Listener>(new Listener(
-        std::make_shared<Implementation>(runLoop.implementation(), std::move(socket))));
-  } catch (const boost::system::system_error& failure) {
-    setIfEmpty(error, makeError(kListenerErrorDomain, failure.code().value(),
-                                std::string("cannot wait for clients: ") + failure.what()));
-    return nullptr;
-  }
-}
-
-Listener::Listener(std::shared_ptr<Implementation> implementation)
-    : implementation_(std::move(implementation)) {}
+Listener::Listener(RunLoop& runLoop, ListeningSocket socket)
+    : implementation_(std::make_unique<Implementation>(*this, runLoop, std::move(socket))) {}
 
 Listener::~Listener() = default;
 
@@ -152,7 +129,7 @@ void Listener::setDelegate(ListenerDelegate* delegate) {
 }
 
 void Listener::resume() {
-  implementation_->waitForClient(*this);
+  implementation_->resume();
 }
 
 }  // namespace velto

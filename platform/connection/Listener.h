@@ -46,11 +46,10 @@ class Listener {
   void resume();
 
  private:
+  class Door;
   class Implementation;
-  static std::unique_ptr<Listener> listenerWithSocket(RunLoop& runLoop, ListeningSocket socket,
-                                                      ErrorSlot error);
-  explicit Listener(std::shared_ptr<Implementation> implementation);
-  std::shared_ptr<Implementation> implementation_;
+  Listener(RunLoop& runLoop, ListeningSocket socket);
+  const std::unique_ptr<Implementation> implementation_;
 };
 
 }  // namespace velto

@@ -1,15 +1,35 @@
 #include "platform/connection/RunLoop.h"
 
-#include <chrono>
+#include <cerrno>
+#include <cstdint>
 #include <exception>
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <system_error>
+#include <tuple>
 
 #include "platform/connection/RunLoopImplementation.h"
 
 namespace velto {
 namespace {
 
-/// How long a thread waits for something to do before it ends.
-constexpr std::chrono::seconds kIdleTime{5};
+/// How long a helper waits for something to do before it ends, in milliseconds.
+constexpr int kIdleTime = 5000;
+constexpr int kForEver = -1;
+
+[[noreturn]] void throwSystemError(const char* what) {
+  throw std::system_error(errno, std::generic_category(), what);
+}
+
+FileDescriptor opened(int descriptor, const char* what) {
+  if (descriptor < 0) throwSystemError(what);
+  return FileDescriptor(descriptor);
+}
+
+/// One event wakes one thread, which has the source for itself until it waits again.
+epoll_event eventOf(EventSource& source, Event event) {
+  return {.events = static_cast<std::uint32_t>(event) | EPOLLONESHOT, .data = {.ptr = &source}};
+}
 
 }  // namespace
 
@@ -25,60 +45,132 @@ void RunLoop::stop() {
   implementation_->stop();
 }
 
+RunLoop::Implementation::Implementation()
+    : epoll_(opened(::epoll_create1(EPOLL_CLOEXEC), "epoll_create1")),
+      stopEvent_(opened(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd")) {
+  // Never read, so that it wakes every thread.
+  epoll_event event{.events = EPOLLIN, .data = {.ptr = nullptr}};
+  if (::epoll_ctl(epoll_.get(), EPOLL_CTL_ADD, stopEvent_.get(), &event) != 0) {
+    throwSystemError("epoll_ctl");
+  }
+}
+
+void RunLoop::Implementation::add(std::unique_ptr<EventSource> source, Event first) {
+  EventSource& added = *source;
+  {
+    MutexLock lock(mutex_);
+    sources_.emplace(&added, std::move(source));
+  }
+  epoll_event event = eventOf(added, first);
+  if (::epoll_ctl(epoll_.get(), EPOLL_CTL_ADD, added.descriptor(), &event) != 0) {
+    const int error = errno;
+    destroy(added);
+    throw std::system_error(error, std::generic_category(), "epoll_ctl");
+  }
+}
+
 void RunLoop::Implementation::run() {
-  context_.run();
+  {
+    MutexLock lock(mutex_);
+    ++waiting_;
+  }
+  for (bool isStopped = false; !isStopped;) {
+    if (EventSource* source = waitForEvent(kForEver, isStopped)) serve(*source);
+  }
+  Sources sources;
   MutexLock lock(mutex_);
-  while (!threads_.empty()) {
-    lock.wait(ended_);
+  --waiting_;
+  while (!helpers_.empty()) {
+    lock.wait(helperHasEnded_);
   }
-  for (std::thread& thread : endedThreads_) {
-    thread.join();
-  }
-  endedThreads_.clear();
+  joinEndedHelpers();
+  sources.swap(sources_);
 }
 
-void RunLoop::Implementation::occupyThread() {
-  MutexLock lock(mutex_);
-  ++occupied_;
-  if (occupied_ > threads_.size() && !context_.stopped()) {
-    startThread();
+void RunLoop::Implementation::stop() {
+  const std::uint64_t one = 1;
+  // It can only fail for being full, and then it has been told long ago.
+  std::ignore = ::write(stopEvent_.get(), &one, sizeof(one));
+}
+
+/// The source that an event is for; null when there is none, because the time is up, a signal came,
+/// or the run loop is stopped.
+EventSource* RunLoop::Implementation::waitForEvent(int milliseconds, bool& isStopped) const {
+  epoll_event event{};
+  if (::epoll_wait(epoll_.get(), &event, 1, milliseconds) != 1) return nullptr;
+  isStopped = event.data.ptr == nullptr;
+  return static_cast<EventSource*>(event.data.ptr);
+}
+
+void RunLoop::Implementation::serve(EventSource& source) {
+  turnToEvent();
+  const Event next = source.serve();
+  if (next == Event::kNone || !turnToWaiting(source, next)) {
+    destroy(source);
+    MutexLock lock(mutex_);
+    ++waiting_;
   }
 }
 
-void RunLoop::Implementation::freeThread() {
+void RunLoop::Implementation::destroy(EventSource& source) {
+  Sources::node_type destroyed;  // outside the lock, since a source may take its time
   MutexLock lock(mutex_);
-  --occupied_;
+  destroyed = sources_.extract(&source);
 }
 
-void RunLoop::Implementation::startThread() {
-  for (std::thread& thread : endedThreads_) {
-    thread.join();
-  }
-  endedThreads_.clear();
+void RunLoop::Implementation::turnToEvent() {
+  MutexLock lock(mutex_);
+  if (--waiting_ == 0) startHelper();
+}
+
+/// Lets the source wait for its next event, and counts the thread among those that wait. False when
+/// the system does not take the event.
+bool RunLoop::Implementation::turnToWaiting(EventSource& source, Event next) {
+  epoll_event event = eventOf(source, next);
+  // The thread that has the source next takes the lock, too, and so sees all that was done to it.
+  MutexLock lock(mutex_);
+  if (::epoll_ctl(epoll_.get(), EPOLL_CTL_MOD, source.descriptor(), &event) != 0) return false;
+  ++waiting_;
+  return true;
+}
+
+void RunLoop::Implementation::startHelper() {
+  joinEndedHelpers();
   try {
     Threads started(1);
     const auto self = started.begin();
-    *self = std::thread([this, self] { serveUntilIdle(self); });
-    threads_.splice(threads_.end(), started);
+    *self = std::thread([this, self] { help(self); });
+    helpers_.splice(helpers_.end(), started);
+    ++waiting_;
   } catch (const std::exception&) {
     // No thread or no memory to be had: the others wait until one of ours is free again.
   }
 }
 
-void RunLoop::Implementation::serveUntilIdle(Threads::iterator self) {
-  while (context_.run_one_for(kIdleTime) > 0 || !leave(self)) {
-  }
+void RunLoop::Implementation::help(Threads::iterator self) {
+  bool isStopped = false;
+  do {
+    while (EventSource* source = waitForEvent(kIdleTime, isStopped)) {
+      serve(*source);
+    }
+  } while (!endHelper(self, isStopped));
 }
 
-/// Takes the calling thread off the list, unless it is the last one that waits for events.
-bool RunLoop::Implementation::leave(Threads::iterator self) {
+/// Ends a helper that has found nothing to do, unless it is the last one that waits.
+bool RunLoop::Implementation::endHelper(Threads::iterator self, bool isStopped) {
   MutexLock lock(mutex_);
-  if (!context_.stopped() && occupied_ >= threads_.size()) {
-    return false;
-  }
-  endedThreads_.splice(endedThreads_.end(), threads_, self);
-  ended_.notify_one();
+  if (waiting_ == 1 && !isStopped) return false;
+  --waiting_;
+  endedHelpers_.splice(endedHelpers_.end(), helpers_, self);
+  helperHasEnded_.notify_one();
   return true;
+}
+
+void RunLoop::Implementation::joinEndedHelpers() {
+  for (std::thread& thread : endedHelpers_) {
+    thread.join();
+  }
+  endedHelpers_.clear();
 }
 
 }  // namespace velto

@@ -3,56 +3,58 @@
 #include <condition_variable>
 #include <cstddef>
 #include <list>
+#include <memory>
 #include <thread>
+#include <unordered_map>
 
-#include <boost/asio/executor_work_guard.hpp>
-#include <boost/asio/io_context.hpp>
-
+#include "platform/connection/EventSource.h"
+#include "platform/connection/FileDescriptor.h"
 #include "platform/connection/RunLoop.h"
 #include "platform/foundation/Mutex.h"
 
 namespace velto {
 
-/// The event queue and the threads that serve it. Any thread.
+/// The sources, and the threads that wait for their events. Every thread waits by itself and serves
+/// what it is woken for; when the last one that waits turns to an event, it starts another first.
+/// Any thread.
 class RunLoop::Implementation {
  public:
-  /// Marks the calling thread, which is serving an event, as occupied for a scope. What it does may
-  /// then take any time: there is always another thread that waits for events.
-  class Occupied {
-   public:
-    explicit Occupied(Implementation& runLoop) : runLoop_(runLoop) { runLoop_.occupyThread(); }
-    ~Occupied() { runLoop_.freeThread(); }
-    Occupied(const Occupied&) = delete;
-    Occupied& operator=(const Occupied&) = delete;
+  /// Throws std::system_error when the system has no means to wait for events.
+  Implementation();
 
-   private:
-    Implementation& runLoop_;
-  };
+  /// Takes over `source` and waits for its first event. Throws std::system_error, or
+  /// std::bad_alloc, when there are no means for one more; the source is destroyed then.
+  void add(std::unique_ptr<EventSource> source, Event first) VELTO_EXCLUDES(mutex_);
 
-  boost::asio::io_context& context() { return context_; }
-  void run();
-  void stop() { context_.stop(); }
+  void run() VELTO_EXCLUDES(mutex_);
+  void stop();
 
  private:
+  using Sources = std::unordered_map<EventSource*, std::unique_ptr<EventSource>>;
   using Threads = std::list<std::thread>;
 
-  void occupyThread() VELTO_EXCLUDES(mutex_);
-  void freeThread() VELTO_EXCLUDES(mutex_);
-  void startThread() VELTO_REQUIRES(mutex_);
-  void serveUntilIdle(Threads::iterator self) VELTO_EXCLUDES(mutex_);
-  bool leave(Threads::iterator self) VELTO_EXCLUDES(mutex_);
+  EventSource* waitForEvent(int milliseconds, bool& isStopped) const;
+  void serve(EventSource& source) VELTO_EXCLUDES(mutex_);
+  void destroy(EventSource& source) VELTO_EXCLUDES(mutex_);
+  void turnToEvent() VELTO_EXCLUDES(mutex_);
+  bool turnToWaiting(EventSource& source, Event next) VELTO_EXCLUDES(mutex_);
+  void startHelper() VELTO_REQUIRES(mutex_);
+  void help(Threads::iterator self) VELTO_EXCLUDES(mutex_);
+  bool endHelper(Threads::iterator self, bool isStopped) VELTO_EXCLUDES(mutex_);
+  void joinEndedHelpers() VELTO_REQUIRES(mutex_);
 
-  boost::asio::io_context context_;
-  boost::asio::executor_work_guard<boost::asio::io_context::executor_type> work_{
-      context_.get_executor()};
+  const FileDescriptor epoll_;
+  const FileDescriptor stopEvent_;
 
   Mutex mutex_;
-  std::condition_variable ended_;
+  std::condition_variable helperHasEnded_;
+  Sources sources_ VELTO_GUARDED_BY(mutex_);
+  /// How many threads wait for events.
+  std::size_t waiting_ VELTO_GUARDED_BY(mutex_) = 0;
   /// The threads besides the one inside `run`.
-  Threads threads_ VELTO_GUARDED_BY(mutex_);
-  /// Threads that have nothing left to do but to be joined.
-  Threads endedThreads_ VELTO_GUARDED_BY(mutex_);
-  std::size_t occupied_ VELTO_GUARDED_BY(mutex_) = 0;
+  Threads helpers_ VELTO_GUARDED_BY(mutex_);
+  /// Those that have nothing left to do but to be joined.
+  Threads endedHelpers_ VELTO_GUARDED_BY(mutex_);
 };
 
 }  // namespace velto

@@ -5,110 +5,91 @@
 #include <sys/socket.h>
 #include <utility>
 
-#include <boost/asio/post.hpp>
 #include <boost/json/monotonic_resource.hpp>
 
 namespace velto {
 namespace {
 
 constexpr std::size_t kInputChunk = std::size_t{64} * 1024;
-/// A connection whose client sends calls without a break lets the others have their turn after so
-/// many.
-constexpr int kCallsATurn = 64;
+/// So much is done for a client that sends calls without a break before the others have their turn.
+constexpr int kStepsATurn = 64;
 /// Calls of usual size are decoded without asking for memory.
 constexpr std::size_t kCallMemory = 8192;
 /// An idle connection keeps a buffer no larger than this.
 constexpr std::size_t kKeptOutput = 512;
 
-bool mustWait(int error) {
+bool meansToWait(int error) {
   return error == EAGAIN || error == EWOULDBLOCK || error == EINTR;
 }
 
 }  // namespace
 
-SocketConnection::SocketConnection(RunLoop::Implementation& runLoop, FileDescriptor socket,
-                                   const AuditToken& auditToken)
-    : runLoop_(runLoop), socket_(runLoop.context()), auditToken_(auditToken) {
-  socket_.assign(boost::asio::local::stream_protocol(), socket.get());
-  socket.release();
-}
+SocketConnection::SocketConnection(FileDescriptor socket, const AuditToken& auditToken,
+                                   Admission& admission)
+    : EventSource(std::move(socket)), auditToken_(auditToken), admission_(admission) {}
 
 const Interface* SocketConnection::resumedInterface() const {
-  return resumed_ && exported_ && object_ != nullptr ? &*exported_ : nullptr;
+  return isResumed_ && exported_ && object_ != nullptr ? &*exported_ : nullptr;
 }
 
-void SocketConnection::start(const VarlinkService& service) {
-  service_ = &service;
-  perform(&SocketConnection::waitForInput);
-}
-
-/// A step that throws was the last one: the connection ends, the daemon does not.
-void SocketConnection::perform(Step step) noexcept {
+Event SocketConnection::serve() noexcept {
   try {
-    (this->*step)();
+    awaited_ = serveAwaited();
   } catch (...) {
-    boost::system::error_code ignored;
-    socket_.close(ignored);
+    // The client finds its connection closed; the others are served as before.
+    awaited_ = Event::kNone;
   }
+  return awaited_;
 }
 
-void SocketConnection::waitForInput() {
-  socket_.async_wait(Socket::wait_read, [self = shared_from_this()](const auto& error) {
-    if (!error) self->perform(&SocketConnection::takeInput);
-  });
+Event SocketConnection::serveAwaited() {
+  if (service_ == nullptr) {
+    service_ = admission_.admit(*this);
+    return service_ != nullptr ? Event::kInput : Event::kNone;
+  }
+  if (awaited_ == Event::kInput && !takeInput()) return Event::kNone;
+  const Event next = proceed();
+  input_.keep();
+  return next;
 }
 
-void SocketConnection::waitForOutput() {
-  socket_.async_wait(Socket::wait_write, [self = shared_from_this()](const auto& error) {
-    if (!error) self->perform(&SocketConnection::proceed);
-  });
-}
-
-void SocketConnection::takeInput() {
-  // One for all connections that the thread serves: an idle one then needs none.
+/// False when the client is gone.
+bool SocketConnection::takeInput() {
+  // One for all connections that the thread serves, so that an idle one needs none.
   thread_local std::array<char, kInputChunk> chunk;
-  const ssize_t size = ::recv(socket_.native_handle(), chunk.data(), chunk.size(), 0);
-  if (size > 0) {
-    input_.add({chunk.data(), static_cast<std::size_t>(size)});
-    proceed();
-  } else if (size < 0 && mustWait(errno)) {
-    waitForInput();
-  }
+  const ssize_t size = ::recv(descriptor(), chunk.data(), chunk.size(), 0);
+  if (size < 0) return meansToWait(errno);
+  input_.add({chunk.data(), static_cast<std::size_t>(size)});
+  return size > 0;
 }
 
-/// Does all there is to do, and then waits for what is missing.
-void SocketConnection::proceed() {
-  const RunLoop::Implementation::Occupied occupied(runLoop_);
-  for (int calls = 0; calls < kCallsATurn; ++calls) {
-    switch (proceedByOne()) {
-      case Progress::kDone:
+/// Does all that can be done without waiting, and tells what to wait for then.
+Event SocketConnection::proceed() {
+  for (int steps = 0; steps < kStepsATurn; ++steps) {
+    switch (doNext()) {
+      case Step::kGoOn:
         break;
-      case Progress::kFailed:
-        return;
-      case Progress::kMustWait:
-        input_.keep();
-        return output_.empty() ? waitForInput() : waitForOutput();
+      case Step::kEnd:
+        return Event::kNone;
+      case Step::kWait:
+        return output_.empty() ? Event::kInput : Event::kOutput;
     }
   }
-  input_.keep();
-  boost::asio::post(runLoop_.context(),
-                    [self = shared_from_this()] { self->perform(&SocketConnection::proceed); });
+  // There is room for output, or else nothing to go on with: the next turn comes after the others'.
+  return Event::kOutput;
 }
 
-/// Goes on with the reply under way, and when there is none, serves the next message.
-SocketConnection::Progress SocketConnection::proceedByOne() {
+/// Goes on with the output, then with the reply under way, then with the next call.
+SocketConnection::Step SocketConnection::doNext() {
+  if (output_.empty() && piece_) addPiece();
   if (!output_.empty()) return flush();
-  if (piece_) {
-    addNextPiece();
-    return flush();
-  }
   const std::optional<std::string_view> message = input_.next();
-  if (message) return serve(*message) ? flush() : Progress::kFailed;
-  return input_.size() > kMaximumCallSize ? Progress::kFailed : Progress::kMustWait;
+  if (message) return runCall(*message) ? Step::kGoOn : Step::kEnd;
+  return input_.size() > kMaximumCallSize ? Step::kEnd : Step::kWait;
 }
 
-/// Runs a call, and makes its reply the one under way. False when the message is no call.
-bool SocketConnection::serve(std::string_view message) {
+/// Runs a call; its reply is then under way. False when the message is no call.
+bool SocketConnection::runCall(std::string_view message) {
   std::array<unsigned char, kCallMemory> memory;
   boost::json::monotonic_resource storage(memory.data(), memory.size());
   const std::optional<VarlinkCall> call = VarlinkCall::parse(message, &storage);
@@ -116,17 +97,17 @@ bool SocketConnection::serve(std::string_view message) {
 
   CallReply reply = service_->dispatch(*call, *exported_, *object_);
   if (call->oneway()) return true;
-  output_ = std::move(reply.error);
-  if (!output_.empty()) return true;
-
+  if (!reply.error.empty()) {
+    output_ = std::move(reply.error);
+    return true;
+  }
   piece_ = reply.nextPiece();
-  if (!piece_) return false;
   if (call->more()) laterPieces_ = std::move(reply.nextPiece);
-  addNextPiece();
-  return true;
+  return piece_.has_value();
 }
 
-void SocketConnection::addNextPiece() {
+/// Moves the next piece of the reply under way to the output.
+void SocketConnection::addPiece() {
   std::optional<std::string> following = laterPieces_ ? laterPieces_() : std::nullopt;
   appendReply(output_, *piece_, following.has_value());
   piece_ = std::move(following);
@@ -134,17 +115,17 @@ void SocketConnection::addNextPiece() {
 }
 
 /// Sends what the client takes without waiting.
-SocketConnection::Progress SocketConnection::flush() {
+SocketConnection::Step SocketConnection::flush() {
   while (sent_ < output_.size()) {
-    const ssize_t size = ::send(socket_.native_handle(), output_.data() + sent_,
-                                output_.size() - sent_, MSG_NOSIGNAL);
-    if (size < 0) return mustWait(errno) ? Progress::kMustWait : Progress::kFailed;
+    const ssize_t size =
+        ::send(descriptor(), output_.data() + sent_, output_.size() - sent_, MSG_NOSIGNAL);
+    if (size < 0) return meansToWait(errno) ? Step::kWait : Step::kEnd;
     sent_ += static_cast<std::size_t>(size);
   }
   sent_ = 0;
   output_.clear();
   if (output_.capacity() > kKeptOutput) output_.shrink_to_fit();
-  return Progress::kDone;
+  return Step::kGoOn;
 }
 
 }  // namespace velto

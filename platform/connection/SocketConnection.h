@@ -7,29 +7,36 @@
 #include <string>
 #include <string_view>
 
-#include <boost/asio/basic_stream_socket.hpp>
-#include <boost/asio/local/stream_protocol.hpp>
-
 #include "platform/connection/Connection.h"
-#include "platform/connection/FileDescriptor.h"
+#include "platform/connection/EventSource.h"
 #include "platform/connection/MessageBuffer.h"
-#include "platform/connection/RunLoopImplementation.h"
 #include "platform/connection/VarlinkService.h"
 
 namespace velto {
 
-/// The daemon's end of a client's connection. After `start` it is always in one of three states:
-/// waiting for input, waiting until the client takes output, or occupying a thread with a call. The
-/// event waited for owns it; when it waits for nothing any more it is gone, and the socket closes.
-///
-/// So it is used by one thread at a time, and needs no lock. Input is read only when all output has
-/// been taken: a client that does not read its replies holds up itself.
-class SocketConnection : public Connection, public std::enable_shared_from_this<SocketConnection> {
+class SocketConnection;
+
+/// Decides about new connections. Any thread, several at once.
+class Admission {
  public:
-  /// `socket` is connected and does not block. Throws boost::system::system_error when the run loop
-  /// cannot take it.
-  SocketConnection(RunLoop::Implementation& runLoop, FileDescriptor socket,
-                   const AuditToken& auditToken);
+  virtual ~Admission() = default;
+  /// The service that serves the connection, which has been set up for it; null to close it. The
+  /// service must outlive the connection.
+  virtual const VarlinkService* admit(SocketConnection& connection) = 0;
+};
+
+/// The daemon's end of a client's connection. It is new until it is admitted; from then on it waits
+/// for input, or until the client takes output, or runs a call. It ends when the client is gone,
+/// sends something that is no call, or a call throws.
+///
+/// Input is read only when all output has been taken, so a client that does not read its replies
+/// holds up nobody but itself. A connection that waits for a new call holds no buffer. One thread
+/// at a time.
+class SocketConnection : public EventSource, public Connection {
+ public:
+  /// `socket` is connected and does not block; the first event to wait for is kOutput. `admission`
+  /// must outlive the connection.
+  SocketConnection(FileDescriptor socket, const AuditToken& auditToken, Admission& admission);
 
   uid_t effectiveUserIdentifier() const override { return auditToken_.effectiveUserIdentifier; }
   gid_t effectiveGroupIdentifier() const override { return auditToken_.effectiveGroupIdentifier; }
@@ -38,38 +45,32 @@ class SocketConnection : public Connection, public std::enable_shared_from_this<
   void setExportedObject(std::unique_ptr<ExportedObject> object) override {
     object_ = std::move(object);
   }
-  void resume() override { resumed_ = true; }
+  void resume() override { isResumed_ = true; }
 
   /// The interface to serve, or null as long as the connection is not ready to be served.
   const Interface* resumedInterface() const;
-  /// Begins to serve, by the service of the resumed interface's protocol, which must outlive the
-  /// connection.
-  void start(const VarlinkService& service);
+
+  Event serve() noexcept override;
 
  private:
-  enum class Progress { kDone, kMustWait, kFailed };
-  using Step = void (SocketConnection::*)();
+  /// What is left to do after a step.
+  enum class Step { kGoOn, kWait, kEnd };
 
-  void perform(Step step) noexcept;
-  void waitForInput();
-  void waitForOutput();
-  void takeInput();
-  void proceed();
-  Progress proceedByOne();
-  bool serve(std::string_view message);
-  void addNextPiece();
-  Progress flush();
+  Event serveAwaited();
+  bool takeInput();
+  Event proceed();
+  Step doNext();
+  bool runCall(std::string_view message);
+  void addPiece();
+  Step flush();
 
-  using Socket = boost::asio::basic_stream_socket<boost::asio::local::stream_protocol,
-                                                  boost::asio::io_context::executor_type>;
-
-  RunLoop::Implementation& runLoop_;
-  Socket socket_;
   const AuditToken auditToken_;
+  Admission& admission_;
   std::optional<Interface> exported_;
   std::unique_ptr<ExportedObject> object_;
-  bool resumed_ = false;
-  const VarlinkService* service_ = nullptr;
+  bool isResumed_ = false;
+  const VarlinkService* service_ = nullptr;  ///< null until admitted
+  Event awaited_ = Event::kOutput;
 
   MessageBuffer input_;
   std::string output_;
