@@ -1,0 +1,54 @@
+// Any bytes, in any portions, are cut into messages and read as calls; whatever is taken for a call
+// can be answered.
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include <boost/json/serialize.hpp>
+
+#include "platform/connection/JSONReader.h"
+#include "platform/connection/MessageBuffer.h"
+#include "platform/connection/VarlinkMessage.h"
+
+namespace {
+
+void check(bool condition) {
+  if (!condition) __builtin_trap();
+}
+
+/// What a call brought in is JSON again when it is sent back.
+void readCall(std::string_view message) {
+  const auto call = velto::VarlinkCall::parse(message);
+  if (!call) return;
+  std::string reply;
+  velto::appendReply(reply, boost::json::serialize(call->parameters()), call->more());
+  check(reply.back() == '\0');
+  reply.pop_back();
+  const auto document = velto::readJSON(reply);
+  check(document && document->at("parameters") == call->parameters());
+  std::string error = velto::errorReply("a.Error", "name", call->method());
+  error.pop_back();
+  check(velto::readJSON(error).has_value());
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size == 0) return 0;
+  // The first byte says how long the portions are.
+  const std::size_t portion = std::size_t{data[0]} + 1;
+  std::string_view bytes(reinterpret_cast<const char*>(data) + 1, size - 1);
+  velto::MessageBuffer buffer;
+  while (!bytes.empty()) {
+    buffer.add(bytes.substr(0, portion));
+    while (const auto message = buffer.next()) {
+      readCall(*message);
+    }
+    buffer.keep();
+    bytes.remove_prefix(std::min(portion, bytes.size()));
+  }
+  return 0;
+}
