@@ -72,7 +72,7 @@ struct Protocol {
 /// Set up before the connection is resumed and not changed afterwards.
 class Interface {
  public:
-  /// `protocol` must outlive the interface.
+  /// `protocol` must outlive the listener that serves it.
   static Interface interfaceWithProtocol(const Protocol& protocol) { return Interface(protocol); }
 
   /// Sets the classes admitted for an argument of the method with this selector. Only incoming

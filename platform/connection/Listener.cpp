@@ -6,6 +6,7 @@
 #include <map>
 #include <string>
 #include <sys/socket.h>
+#include <thread>
 #include <utility>
 
 #include "platform/connection/ListeningSocket.h"
@@ -128,7 +129,7 @@ void Listener::setDelegate(ListenerDelegate* delegate) {
   implementation_->setDelegate(delegate);
 }
 
-void Listener::resume() {
+void Listener::resume() noexcept {
   implementation_->resume();
 }
 

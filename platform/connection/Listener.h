@@ -42,8 +42,9 @@ class Listener {
 
   /// Not owned; must outlive the listener.
   void setDelegate(ListenerDelegate* delegate);
-  /// Starts to accept. The delegate must be set.
-  void resume();
+  /// Starts to accept; called once, with the delegate set. Ends the process when the system has no
+  /// means to wait for clients.
+  void resume() noexcept;
 
  private:
   class Door;

@@ -27,8 +27,8 @@ std::optional<std::string_view> MessageBuffer::next() {
 void MessageBuffer::keep() {
   const bool isKept = pending_.data() == kept_.data() && pending_.size() == kept_.size();
   if (!isKept) {
-    // A string of its own, so that the memory of a long message is given back with the message.
-    kept_ = std::string(pending_);
+    // Swapped, since an assignment would keep the memory of a long message.
+    std::string(pending_).swap(kept_);
   }
   pending_ = kept_;
 }

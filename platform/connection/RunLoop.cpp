@@ -33,7 +33,7 @@ epoll_event eventOf(EventSource& source, Event event) {
 
 }  // namespace
 
-RunLoop::RunLoop() : implementation_(std::make_unique<Implementation>()) {}
+RunLoop::RunLoop() noexcept : implementation_(std::make_unique<Implementation>()) {}
 
 RunLoop::~RunLoop() = default;
 

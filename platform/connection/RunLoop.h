@@ -9,7 +9,8 @@ namespace velto {
 /// that takes minutes holds up nobody. Threads that find nothing to do for a while end again.
 class RunLoop {
  public:
-  RunLoop();
+  /// Ends the process when the system has no means to wait for events.
+  RunLoop() noexcept;
   ~RunLoop();
   RunLoop(const RunLoop&) = delete;
   RunLoop& operator=(const RunLoop&) = delete;

@@ -56,7 +56,8 @@ std::optional<std::string> TestClient::receive() {
     end = input_.find('\0', before);
   }
   std::string message = input_.substr(0, end);
-  input_.erase(0, end + 1);
+  // A string of its own, so that what is left holds no more memory than it needs.
+  std::string(input_, end + 1).swap(input_);
   return message;
 }
 
