@@ -57,8 +57,11 @@ function(velto_test name)
   target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} velto_test_support GTest::gmock
                                         GTest::gtest_main)
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
-  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST
-                       PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT 300)
+  set(properties TIMEOUT 300)
+  if(ARG_LABELS)
+    list(APPEND properties LABELS ${ARG_LABELS})
+  endif()
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES ${properties})
 endfunction()
 
 # velto_fuzz_target(NAME SOURCE LIBRARIES libs...)

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include <boost/json/serialize.hpp>
+#include <fmt/format.h>
 
 namespace velto {
 namespace {
@@ -15,6 +16,12 @@ void append(std::string& text, const json::value& value, std::size_t level);
 void appendLineStart(std::string& text, std::size_t level) {
   text.push_back('\n');
   text.append(2 * level, ' ');
+}
+
+/// Without an exponent as long as that is readable; never like an integer.
+void appendReal(std::string& text, double real) {
+  const std::string digits = fmt::format("{}", real);
+  text.append(digits).append(digits.find_first_of(".e") == std::string::npos ? ".0" : "");
 }
 
 /// Appends the members or elements of `container`, each by `appendOne`, within `brackets`.
@@ -42,6 +49,8 @@ void append(std::string& text, const json::value& value, std::size_t level) {
   } else if (const json::array* array = value.if_array()) {
     appendAll(text, *array, "[]", level,
               [&](const json::value& element) { append(text, element, level + 1); });
+  } else if (const double* real = value.if_double()) {
+    appendReal(text, *real);
   } else {
     text.append(json::serialize(value));
   }

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdlib>
 #include <optional>
+#include <utility>
 
 #include <unicode/localematcher.h>
 #include <unicode/locid.h>
@@ -33,10 +34,13 @@ std::optional<icu::Locale> localeFromIdentifier(std::string_view identifier) {
 /// A POSIX locale name as a language tag; nothing for C, POSIX and what is no locale name.
 std::optional<std::string> languageFromPosixName(std::string_view name) {
   name = name.substr(0, name.find_first_of(".@"));
-  if (name == "C" || name == "POSIX" || !localeFromIdentifier(name)) {
+  const auto locale = localeFromIdentifier(name);
+  if (name == "C" || name == "POSIX" || !locale) {
     return std::nullopt;
   }
-  return canonicalLocaleIdentifier(name);
+  UErrorCode status = U_ZERO_ERROR;
+  std::string tag = locale->toLanguageTag<std::string>(status);
+  return U_SUCCESS(status) ? std::optional(std::move(tag)) : std::nullopt;
 }
 
 void appendOnce(std::vector<std::string>& list, const std::string& element) {
@@ -73,9 +77,7 @@ std::vector<std::string> preferredLanguages() {
 
 std::string canonicalLocaleIdentifier(std::string_view identifier) {
   const auto locale = localeFromIdentifier(identifier);
-  UErrorCode status = U_ZERO_ERROR;
-  std::string tag = locale ? locale->toLanguageTag<std::string>(status) : std::string();
-  return U_SUCCESS(status) && !tag.empty() ? tag : std::string(identifier);
+  return locale ? std::string(locale->getName()) : std::string(identifier);
 }
 
 std::vector<std::string> matchingLocalizations(const std::vector<std::string>& localizations,

@@ -12,8 +12,8 @@ namespace velto {
 /// Any thread, as long as nobody changes the environment.
 std::vector<std::string> preferredLanguages();
 
-/// The canonical form of a locale identifier, as ICU makes it, with "-" between its parts in a
-/// language tag ("EN-us" is "en-US"). Text that is no locale identifier comes back as it is.
+/// The canonical form of a locale identifier, as ICU makes it ("pt-br" is "pt_BR"). Text that is no
+/// locale identifier comes back as it is.
 std::string canonicalLocaleIdentifier(std::string_view identifier);
 
 /// The elements of `localizations` that suit the preferences, best first: for each preference, in

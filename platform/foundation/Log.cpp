@@ -1,9 +1,8 @@
 #include "platform/foundation/Log.h"
 
-#include <syslog.h>
-
 #include <cstdio>
 #include <string>
+#include <syslog.h>
 
 #include "platform/foundation/Paths.h"
 

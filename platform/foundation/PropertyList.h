@@ -41,10 +41,10 @@ class PropertyList {
   PropertyList(Data value) : value_(std::move(value)) {}
   PropertyList(Array value) : value_(std::move(value)) {}
   PropertyList(Dictionary value) : value_(std::move(value)) {}
-  template <typename Integer, std::enable_if_t<std::is_integral_v<Integer> &&
-                                                   !std::is_same_v<Integer, bool> &&
-                                                   !std::is_same_v<Integer, char>,
-                                               int> = 0>
+  template <typename Integer,
+            std::enable_if_t<std::is_integral_v<Integer> && !std::is_same_v<Integer, bool> &&
+                                 !std::is_same_v<Integer, char>,
+                             int> = 0>
   PropertyList(Integer value) {
     if (std::in_range<std::int64_t>(value)) {
       value_ = static_cast<std::int64_t>(value);

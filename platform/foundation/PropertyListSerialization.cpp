@@ -7,6 +7,7 @@
 #include "platform/foundation/PropertyListBinaryFormat.h"
 #include "platform/foundation/PropertyListBinaryReader.h"
 #include "platform/foundation/PropertyListBinaryWriter.h"
+#include "platform/foundation/PropertyListError.h"
 #include "platform/foundation/PropertyListTextReader.h"
 #include "platform/foundation/PropertyListUnicode.h"
 #include "platform/foundation/PropertyListXMLReader.h"
@@ -30,6 +31,9 @@ std::optional<Data> PropertyListSerialization::binaryData(const PropertyList& va
 std::optional<PropertyList> PropertyListSerialization::propertyList(const Data& data,
                                                                     ErrorSlot error,
                                                                     PropertyListFormat* format) {
+  if (data.empty()) {
+    return propertyListFailure(error, "There is nothing to read");
+  }
   PropertyListFormat ignored;
   PropertyListFormat& found = format != nullptr ? *format : ignored;
   if (data.view().starts_with(binary_property_list::kSignature)) {

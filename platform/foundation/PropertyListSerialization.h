@@ -28,8 +28,8 @@ class PropertyListSerialization {
   /// Reads a property list of any of the three formats, told apart by content: "bplist0" is
   /// binary, "<?xml", "<!DOCTYPE" or "<plist" (after a byte-order mark and white space) is XML,
   /// everything else is the old text form. The text form accepts UTF-8 and, with a byte-order
-  /// mark, UTF-16, and reads a file of bare `key = value;` lines as a dictionary. Empty text is
-  /// an empty dictionary.
+  /// mark, UTF-16, and reads a file of bare `key = value;` lines as a dictionary. Text of
+  /// nothing but white space and comments is an empty dictionary; no bytes at all are an error.
   ///
   /// Total: any bytes give a value or an error, in time and memory linear in the input. Nesting
   /// deeper than kMaximumDepth, a cycle, and shared references that would unfold to more than a

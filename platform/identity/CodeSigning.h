@@ -35,15 +35,16 @@ class CodeSigning {
  public:
   virtual ~CodeSigning() = default;
 
-  /// Finds the guest that the attributes describe and sets `code`; otherwise a non-zero status, with
-  /// `code` left as it is.
+  /// Finds the guest that the attributes describe and sets `code`; otherwise a non-zero status,
+  /// with `code` left as it is.
   virtual SecStatus copyGuestWithAttributes(const std::map<std::string, Data>& attributes,
                                             std::uint32_t flags,
                                             std::unique_ptr<CodeReference>& code) = 0;
 
   /// Sets `information` to what is known of the guest; otherwise a non-zero status.
-  virtual SecStatus copySigningInformation(const CodeReference& code, std::uint32_t flags,
-                                           std::optional<PropertyList::Dictionary>& information) = 0;
+  virtual SecStatus copySigningInformation(
+      const CodeReference& code, std::uint32_t flags,
+      std::optional<PropertyList::Dictionary>& information) = 0;
 };
 
 /// Knows no guest: nobody is entitled to anything.

@@ -81,9 +81,9 @@ def test_adding_nobody_is_no_error(client, parameters):
 
 
 @pytest.mark.parametrize("environment, locale", [
-    ({"LANG": "pt_BR.UTF-8"}, "pt-BR"), ({"LANG": "C"}, "en"), ({"LANG": "POSIX"}, "en"),
-    ({"LANG": "fr_FR.UTF-8", "LC_ALL": "de_DE.UTF-8"}, "de-DE"),
-    ({"LANG": "fr_FR.UTF-8", "LC_MESSAGES": "es_ES.UTF-8"}, "es-ES"),
+    ({"LANG": "pt_BR.UTF-8"}, "pt_BR"), ({"LANG": "C"}, "en"), ({"LANG": "POSIX"}, "en"),
+    ({"LANG": "fr_FR.UTF-8", "LC_ALL": "de_DE.UTF-8"}, "de_DE"),
+    ({"LANG": "fr_FR.UTF-8", "LC_MESSAGES": "es_ES.UTF-8"}, "es_ES"),
     ({"LANG": "fr_FR.UTF-8", "LANGUAGE": "nl:fr"}, "nl"),
 ])
 def test_without_bundles_the_preferred_language_is_the_users_first(system, environment, locale):

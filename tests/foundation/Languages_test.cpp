@@ -56,8 +56,8 @@ TEST_F(PreferredLanguagesTest, LeaveOutWhatIsNoLocaleName) {
 }
 
 TEST(CanonicalLocaleIdentifier, HasTheUsualSpelling) {
-  EXPECT_EQ(canonicalLocaleIdentifier("EN-us"), "en-US");
-  EXPECT_EQ(canonicalLocaleIdentifier("zh_hans_cn"), "zh-Hans-CN");
+  EXPECT_EQ(canonicalLocaleIdentifier("EN-us"), "en_US");
+  EXPECT_EQ(canonicalLocaleIdentifier("zh_hans_cn"), "zh_Hans_CN");
   EXPECT_EQ(canonicalLocaleIdentifier("fr"), "fr");
   EXPECT_EQ(canonicalLocaleIdentifier("no"), "no");
 }

