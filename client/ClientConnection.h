@@ -8,9 +8,9 @@
 
 #include <boost/json/object.hpp>
 
-#include "platform/connection/FileDescriptor.h"
 #include "platform/connection/MessageBuffer.h"
 #include "platform/foundation/Error.h"
+#include "platform/foundation/FileDescriptor.h"
 
 namespace velto {
 

@@ -4,7 +4,7 @@
 #include <sys/epoll.h>
 #include <utility>
 
-#include "platform/connection/FileDescriptor.h"
+#include "platform/foundation/FileDescriptor.h"
 
 namespace velto {
 

@@ -3,8 +3,8 @@
 #include <optional>
 #include <string>
 
-#include "platform/connection/FileDescriptor.h"
 #include "platform/foundation/Error.h"
+#include "platform/foundation/FileDescriptor.h"
 
 namespace velto {
 

@@ -8,8 +8,8 @@
 #include <unordered_map>
 
 #include "platform/connection/EventSource.h"
-#include "platform/connection/FileDescriptor.h"
 #include "platform/connection/RunLoop.h"
+#include "platform/foundation/FileDescriptor.h"
 #include "platform/foundation/Mutex.h"
 
 namespace velto {

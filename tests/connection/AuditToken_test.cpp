@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/connection/FileDescriptor.h"
+#include "platform/foundation/FileDescriptor.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace velto {

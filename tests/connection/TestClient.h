@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/connection/FileDescriptor.h"
+#include "platform/foundation/FileDescriptor.h"
 
 namespace velto {
 
