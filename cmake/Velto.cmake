@@ -40,6 +40,11 @@ else()
   endif()
 endif()
 
+if(VELTO_FUZZ)
+  # So that the fuzzer sees which code an input reaches.
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 # velto_library(NAME SOURCES... [PUBLIC libs...] [PRIVATE libs...])
 function(velto_library name)
   cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
