@@ -13,7 +13,11 @@ namespace {
 TEST(ReaderPool, ReadersAreUsedAgain) {
   const OpenStore store(thingModel());
   ReaderPool pool(store.path());
-  const Connection* first = pool.lend(nullptr).get();
+  const Connection* first = nullptr;
+  {
+    const ReaderPool::Reader lent = pool.lend(nullptr);
+    first = lent.get();
+  }
   EXPECT_NE(first, nullptr);
   EXPECT_EQ(pool.lend(nullptr).get(), first);
 }
