@@ -12,7 +12,7 @@ namespace {
 
 /// The look-up takes the address of the token, not the token.
 Data addressOf(const AuditToken& token) {
-  const AuditToken* address = &token;
+  const auto address = reinterpret_cast<std::uintptr_t>(&token);
   std::vector<std::uint8_t> bytes(sizeof address);
   std::memcpy(bytes.data(), &address, sizeof address);
   return Data(std::move(bytes));

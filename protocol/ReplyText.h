@@ -18,7 +18,7 @@ using ReplyPieces = std::function<std::optional<std::string>()>;
 
 /// How much of a list goes into one piece, in bytes of JSON; a piece ends with the first alert that
 /// goes beyond.
-inline constexpr std::size_t kPieceSize = 64 * 1024;
+inline constexpr std::size_t kPieceSize = std::size_t{64} * 1024;
 
 ReplyPieces onePiece(boost::json::object parameters);
 

@@ -75,8 +75,9 @@ bool StoreFile::prepare(ErrorSlot error) const {
   auto failure = file.isOpen() ? check(file.get()) : unusable(errno);
   if (failure) {
     replaceError(error, *std::move(failure));
+    return false;
   }
-  return !failure;
+  return true;
 }
 
 std::optional<Error> StoreFile::check(int descriptor) const {

@@ -1,6 +1,7 @@
 #include "platform/foundation/PropertyListBinaryReader.h"
 
 #include <limits>
+#include <ostream>
 #include <random>
 
 #include <gmock/gmock.h>
@@ -20,6 +21,8 @@ struct ObjectCase {
   const char* name;
   std::string object;
   PropertyList value;
+
+  friend void PrintTo(const ObjectCase& each, std::ostream* stream) { *stream << each.name; }
 };
 
 class ObjectReading : public ::testing::TestWithParam<ObjectCase> {};
@@ -55,6 +58,8 @@ struct BadObjectCase {
   const char* name;
   std::string object;
   const char* error;
+
+  friend void PrintTo(const BadObjectCase& each, std::ostream* stream) { *stream << each.name; }
 };
 
 class BadObject : public ::testing::TestWithParam<BadObjectCase> {};

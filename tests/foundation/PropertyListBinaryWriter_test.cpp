@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <limits>
+#include <ostream>
 #include <utility>
 
 #include <gmock/gmock.h>
@@ -30,6 +31,8 @@ struct ScalarCase {
   const char* name;
   PropertyList value;
   std::string object;
+
+  friend void PrintTo(const ScalarCase& each, std::ostream* stream) { *stream << each.name; }
 };
 
 class ScalarWriting : public ::testing::TestWithParam<ScalarCase> {};

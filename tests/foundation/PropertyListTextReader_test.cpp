@@ -15,6 +15,8 @@ struct TextCase {
   const char* name;
   const char* text;
   PropertyList value;
+
+  friend void PrintTo(const TextCase& each, std::ostream* stream) { *stream << each.name; }
 };
 
 class TextReading : public ::testing::TestWithParam<TextCase> {};
@@ -70,6 +72,8 @@ struct BadTextCase {
   const char* name;
   const char* text;
   const char* error;
+
+  friend void PrintTo(const BadTextCase& each, std::ostream* stream) { *stream << each.name; }
 };
 
 class BadText : public ::testing::TestWithParam<BadTextCase> {};

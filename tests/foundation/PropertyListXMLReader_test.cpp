@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <limits>
+#include <ostream>
 
 #include <gmock/gmock.h>
 
@@ -24,6 +25,8 @@ struct XMLCase {
   const char* name;
   const char* element;
   PropertyList value;
+
+  friend void PrintTo(const XMLCase& each, std::ostream* stream) { *stream << each.name; }
 };
 
 class XMLReading : public ::testing::TestWithParam<XMLCase> {};
@@ -113,6 +116,8 @@ struct BadElementCase {
   const char* name;
   const char* element;
   const char* error;
+
+  friend void PrintTo(const BadElementCase& each, std::ostream* stream) { *stream << each.name; }
 };
 
 class BadElement : public ::testing::TestWithParam<BadElementCase> {};
