@@ -69,7 +69,6 @@ mode_t modeOf(const std::string& path) {
 
 TEST(PersistentStoreCoordinator, NewFilesAreForTheOwnerAlone) {
   const TestStore store;
-  insertThing(*store.context(), "thing");
   const auto context = store.context();
   insertThing(*context, "thing");
   expectSaved(*context);

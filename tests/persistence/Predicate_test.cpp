@@ -168,8 +168,7 @@ TEST_F(PredicateTest, AndBindsTighterThanOr) {
   EXPECT_THAT(found("name != nil AND enabled = 1 AND name = %@", {a}), ElementsAre("a"));
 }
 
-TEST_F(PredicateTest, OutlivesItsArguments) {
-  add("a");
+TEST(Predicate, OutlivesItsArguments) {
   std::optional<Predicate> predicate;
   {
     const std::string argument = "a";
