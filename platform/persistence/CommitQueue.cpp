@@ -3,12 +3,20 @@
 #include <algorithm>
 #include <utility>
 
+#include <sqlite3.h>
+
 #include "platform/persistence/PersistentStoreCoordinator.h"
 
 namespace velto {
 
-CommitQueue::CommitQueue(Connection& connection, std::string path)
-    : path_(std::move(path)), connection_(connection) {}
+namespace {
+
+/// From this length on, in pages, the log is checkpointed after a commit.
+constexpr int kLongLog = 1000;
+
+}  // namespace
+
+CommitQueue::CommitQueue(Connection& connection) : connection_(connection) {}
 
 bool CommitQueue::save(std::vector<RowChange>& changes, ErrorSlot error) {
   Save own{changes, std::nullopt};
@@ -25,7 +33,7 @@ bool CommitQueue::save(std::vector<RowChange>& changes, ErrorSlot error) {
     }
   }
   if (!batch.empty()) {
-    commit(batch);
+    serve(batch);
     MutexLock lock(mutex_);
     for (Save* save : batch) {
       save->answered = true;
@@ -45,18 +53,44 @@ std::size_t CommitQueue::waiting() const {
   return waiting_.size();
 }
 
-void CommitQueue::commit(const Batch& batch) {
-  if (connection_.execute("BEGIN IMMEDIATE") && applyAll(batch) && end(batch)) {
-    return;
+void CommitQueue::serve(const Batch& batch) {
+  std::optional<Error> failure = distrust_;
+  if (!failure && !commit(batch)) {
+    failure = connection_.lastError();
+    distrustAfterFailedSync();
+    connection_.rollBack();
   }
-  const Error error = connection_.lastError();
-  if (connection_.inTransaction()) {
-    connection_.execute("ROLLBACK");
+  if (!failure) {
+    checkpointLongLog();
+    return;
   }
   for (Save* save : batch) {
     if (!save->error) {
-      save->error = error;
+      save->error = failure;
     }
+  }
+}
+
+/// When it fails, the transaction may be left open.
+bool CommitQueue::commit(const Batch& batch) {
+  return connection_.execute("BEGIN IMMEDIATE") && applyAll(batch) && end(batch);
+}
+
+/// What is committed is safe in the log, so a failure is none of the batch; the next commit tries
+/// again.
+void CommitQueue::checkpointLongLog() {
+  if (connection_.logPages() >= kLongLog && !connection_.checkpoint()) {
+    distrustAfterFailedSync();
+  }
+}
+
+void CommitQueue::distrustAfterFailedSync() {
+  if (connection_.lastError().code == SQLITE_IOERR_FSYNC) {
+    distrust_ = makeError(kPersistenceErrorDomain, kUntrustedStoreErrorCode,
+                          connection_.path() +
+                              ": a sync has failed, so nothing is saved any more until the service "
+                              "is started again");
+    connection_.setReadOnly();
   }
 }
 
@@ -112,7 +146,7 @@ std::optional<Error> CommitQueue::write(RowChange& change) {
   }
   if (connection_.changes() != 1) {
     return makeError(kPersistenceErrorDomain, kConflictErrorCode,
-                     path_ + ": a record was changed or deleted since it was read");
+                     connection_.path() + ": a record was changed or deleted since it was read");
   }
   if (inserts) {
     change.rowId = connection_.lastInsertRowId();

@@ -30,11 +30,16 @@ struct RowChange {
 
 /// The saves that wait for the writing connection, and their commits. The first save to arrive
 /// leads: it applies all that wait, each in a savepoint of its own, commits once and wakes them;
-/// those that arrive meanwhile wait, and one of them leads next. Any thread.
+/// those that arrive meanwhile wait, and one of them leads next. The leader also checkpoints, when
+/// the log has become long. Any thread.
+///
+/// Once the file or its log could not be synced, nothing is written any more. The system may have
+/// given up the pages that it could not write and yet let the next sync succeed, so no later
+/// success would mean anything. Opening the file anew ends this state.
 class CommitQueue {
  public:
   /// From now on the connection is used by the queue alone.
-  CommitQueue(Connection& connection, std::string path);
+  explicit CommitQueue(Connection& connection);
   CommitQueue(const CommitQueue&) = delete;
   CommitQueue& operator=(const CommitQueue&) = delete;
 
@@ -53,15 +58,19 @@ class CommitQueue {
   };
   using Batch = std::vector<Save*>;
 
-  void commit(const Batch& batch);
+  void serve(const Batch& batch);
+  bool commit(const Batch& batch);
+  void checkpointLongLog();
+  void distrustAfterFailedSync();
   bool applyAll(const Batch& batch);
   bool apply(Save& save);
   bool end(const Batch& batch);
   std::optional<Error> write(std::vector<RowChange>& changes);
   std::optional<Error> write(RowChange& change);
 
-  const std::string path_;
-  Connection& connection_;  ///< the leader's
+  // The leader's.
+  Connection& connection_;
+  std::optional<Error> distrust_;  ///< why nothing is written any more
 
   mutable Mutex mutex_;
   std::condition_variable answered_;

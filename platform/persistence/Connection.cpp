@@ -42,14 +42,36 @@ Connection::~Connection() {
 }
 
 bool Connection::configure(Role role) {
-  const bool reads = role == Role::kReader;
-  return sqlite3_busy_timeout(
-             database_, reads ? kReaderBusyMilliseconds : kWriterBusyMilliseconds) == SQLITE_OK &&
-         sqlite3_db_config(database_, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, reads ? 1 : 0, nullptr) ==
-             SQLITE_OK &&
-         (reads ? execute("PRAGMA wal_autocheckpoint=0") && execute("PRAGMA query_only=1") &&
-                      registerStringListTable(database_) == SQLITE_OK
-                : execute("PRAGMA synchronous=FULL"));
+  // In place of SQLite's own hook, which checkpoints.
+  sqlite3_wal_hook(
+      database_,
+      [](void* connection, sqlite3*, const char*, int pages) {
+        static_cast<Connection*>(connection)->logPages_ = pages;
+        return SQLITE_OK;
+      },
+      this);
+  if (role == Role::kReader) {
+    return sqlite3_busy_timeout(database_, kReaderBusyMilliseconds) == SQLITE_OK && setReadOnly() &&
+           registerStringListTable(database_) == SQLITE_OK;
+  }
+  return sqlite3_busy_timeout(database_, kWriterBusyMilliseconds) == SQLITE_OK &&
+         execute("PRAGMA synchronous=FULL");
+}
+
+bool Connection::setReadOnly() {
+  return sqlite3_db_config(database_, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr) == SQLITE_OK &&
+         execute("PRAGMA query_only=1");
+}
+
+bool Connection::checkpoint() {
+  return sqlite3_wal_checkpoint_v2(database_, "main", SQLITE_CHECKPOINT_PASSIVE, nullptr,
+                                   nullptr) == SQLITE_OK;
+}
+
+void Connection::rollBack() {
+  if (inTransaction()) {
+    execute("ROLLBACK");
+  }
 }
 
 Statement Connection::statement(std::string_view sql) {

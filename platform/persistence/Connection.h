@@ -54,7 +54,7 @@ class Statement {
 class Connection {
  public:
   enum class Role {
-    kWriter,  ///< writes and checkpoints, also on closing
+    kWriter,  ///< writes, and checkpoints when it is told to and on closing
     kReader,  ///< does neither
   };
 
@@ -73,13 +73,23 @@ class Connection {
 
   /// Whether SQLite is within a transaction: some errors make it roll back on its own.
   bool inTransaction() const;
+  /// Ends the transaction, if there is one, without its changes.
+  void rollBack();
   /// How many rows the last INSERT, UPDATE or DELETE changed.
   std::int64_t changes() const;
   std::int64_t lastInsertRowId() const;
 
+  /// The length of the write-ahead log in pages, as this connection's last commit left it.
+  int logPages() const { return logPages_; }
+  /// Copies from the log into the file what no reader holds back. A success may leave a rest.
+  bool checkpoint();
+  /// From now on nothing is written any more, not even on closing.
+  bool setReadOnly();
+
   /// SQLite's last failure, with the file's name.
   Error lastError() const;
 
+  const std::string& path() const { return path_; }
   sqlite3* handle() const { return database_; }
 
  private:
@@ -89,6 +99,7 @@ class Connection {
   const std::string path_;
   sqlite3* const database_;
   std::map<std::string, sqlite3_stmt*, std::less<>> statements_;
+  int logPages_ = 0;
 };
 
 }  // namespace velto

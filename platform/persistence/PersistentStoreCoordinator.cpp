@@ -18,17 +18,15 @@ namespace velto {
 
 namespace {
 
-/// An absolute path means a file to SQLite, whatever it looks like.
+/// The file's own path: absolute, which means a file to SQLite, whatever it looks like, and with
+/// the links that lead to it followed, since the log is kept beside the file.
 std::string absolutePath(const std::string& path) {
   std::error_code failed;
-  const std::filesystem::path absolute = std::filesystem::absolute(path, failed);
+  std::filesystem::path absolute = std::filesystem::canonical(path, failed);
+  if (failed) {
+    absolute = std::filesystem::absolute(path, failed);
+  }
   return failed ? path : absolute.string();
-}
-
-bool useWriteAheadLog(Connection& connection) {
-  Statement statement = connection.statement("PRAGMA journal_mode=WAL");
-  return statement.step() == Statement::Step::kRow &&
-         statement.value(0, AttributeType::kString) == AttributeValue(std::string("wal"));
 }
 
 Error noStoreError() {
@@ -44,7 +42,7 @@ void bind(Statement& statement, const Predicate::Operand& operand) {
 /// An open file. The readers close first, so that the writer, as the last, checkpoints the log.
 struct PersistentStoreCoordinator::Store {
   Store(const std::string& path, std::unique_ptr<Connection> connection)
-      : writer(std::move(connection)), commits(*writer, path), readers(path) {}
+      : writer(std::move(connection)), commits(*writer), readers(path) {}
 
   const std::unique_ptr<Connection> writer;
   CommitQueue commits;
@@ -59,17 +57,8 @@ PersistentStoreCoordinator::~PersistentStoreCoordinator() = default;
 
 bool PersistentStoreCoordinator::addPersistentStore(const std::string& path, ErrorSlot error) {
   const std::string file = absolutePath(path);
-  const StoreFile storeFile(file, *model_);
-  if (!storeFile.prepare(error)) {
-    return false;
-  }
-  auto writer = Connection::open(file, Connection::Role::kWriter, error);
-  if (writer == nullptr || !storeFile.createSchema(*writer, sql_, error)) {
-    return false;
-  }
-  if (!useWriteAheadLog(*writer)) {
-    replaceError(error, makeError(kPersistenceErrorDomain, SQLITE_CANTOPEN,
-                                  file + ": no write-ahead log can be used here"));
+  auto writer = StoreFile(file, *model_, sql_).open(error);
+  if (writer == nullptr) {
     return false;
   }
   store_ = std::make_unique<Store>(file, std::move(writer));

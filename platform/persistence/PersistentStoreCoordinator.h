@@ -22,6 +22,7 @@ inline constexpr std::string_view kPersistenceErrorDomain = "VeltoPersistence";
 inline constexpr int kConflictErrorCode = 1001;  ///< a record was changed or deleted meanwhile
 inline constexpr int kNoStoreErrorCode = 1002;   ///< the context has no storage behind it
 inline constexpr int kIncompatibleStoreErrorCode = 1003;  ///< a file of another model or program
+inline constexpr int kUntrustedStoreErrorCode = 1004;     ///< a sync has failed; no more is saved
 
 /// The door to one store file, shared by all contexts of the process. Owns the one connection that
 /// writes and checkpoints, and a pool of reading connections. Synchronised itself: any thread, once
@@ -29,6 +30,9 @@ inline constexpr int kIncompatibleStoreErrorCode = 1003;  ///< a file of another
 ///
 /// Saves that wait for each other are committed together: the first to arrive leads, applies every
 /// waiting save in a savepoint of its own, in order, commits once and wakes all.
+///
+/// A save that fails, on a full disk for instance, changes nothing and may be tried again. Only
+/// when the file could not be synced, every further save fails: see CommitQueue.
 class PersistentStoreCoordinator {
  public:
   explicit PersistentStoreCoordinator(std::shared_ptr<const ManagedObjectModel> model);
@@ -36,10 +40,10 @@ class PersistentStoreCoordinator {
   PersistentStoreCoordinator(const PersistentStoreCoordinator&) = delete;
   PersistentStoreCoordinator& operator=(const PersistentStoreCoordinator&) = delete;
 
-  /// Opens the SQLite store at `path`, creating the file (mode 0600) when it is missing, in WAL
-  /// mode with synchronous=FULL. False with an error that names the file when it cannot: it is then
-  /// left as it was. A file of another model or another program is refused and not written to.
-  /// Called once, before contexts use the coordinator.
+  /// Opens the SQLite store at `path`, creating the file (mode 0600) when it is missing or empty,
+  /// in WAL mode with synchronous=FULL. False with an error that names the file when it cannot: it
+  /// is then left as it was. A file of another model or another program is refused and not written
+  /// to. Called once, before contexts use the coordinator.
   bool addPersistentStore(const std::string& path, ErrorSlot error);
 
   const ManagedObjectModel& model() const { return *model_; }

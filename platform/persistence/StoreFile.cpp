@@ -3,6 +3,7 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
+#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -14,6 +15,7 @@
 
 #include "platform/foundation/FileDescriptor.h"
 #include "platform/persistence/PersistentStoreCoordinator.h"
+#include "platform/persistence/WriteAheadLog.h"
 
 namespace velto {
 
@@ -43,58 +45,83 @@ std::uint32_t tagOf(const ManagedObjectModel& model) {
   return tag;
 }
 
-/// Does not wait for the other end of what may be a pipe.
-int openExisting(const std::string& path) {
-  return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-}
-
-/// Opens the file, made when it is missing; gives -1 with errno set when it cannot.
-int openOrCreate(const std::string& path) {
-  int descriptor = openExisting(path);
-  if (descriptor < 0 && errno == ENOENT) {
-    descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    if (descriptor < 0 && errno == EEXIST) {  // another process was faster
-      descriptor = openExisting(path);
-    }
-  }
-  return descriptor;
-}
-
 bool setHeaderField(Connection& connection, std::string_view field, std::uint32_t value) {
   return connection.execute("PRAGMA " + std::string(field) + " = " +
                             std::to_string(static_cast<std::int32_t>(value)));
 }
 
-}  // namespace
-
-StoreFile::StoreFile(std::string path, const ManagedObjectModel& model)
-    : path_(std::move(path)), modelTag_(tagOf(model)) {}
-
-bool StoreFile::prepare(ErrorSlot error) const {
-  const FileDescriptor file(openOrCreate(path_));
-  auto failure = file.isOpen() ? check(file.get()) : unusable(errno);
-  if (failure) {
-    replaceError(error, *std::move(failure));
-    return false;
-  }
-  return true;
+Error unusable(const std::string& path, int errorNumber) {
+  return makeError(kPersistenceErrorDomain, SQLITE_CANTOPEN,
+                   path + ": " + std::generic_category().message(errorNumber));
 }
 
-std::optional<Error> StoreFile::check(int descriptor) const {
+/// The file is there, though perhaps as the link to nothing that could not be opened.
+bool exists(const std::string& path) {
   struct stat status {};
-  if (::fstat(descriptor, &status) != 0) {
-    return unusable(errno);
+  return ::lstat(path.c_str(), &status) == 0;
+}
+
+/// The file and those that SQLite puts beside it. What cannot be removed shows when it is made.
+void removeDatabase(const std::string& path) {
+  for (const char* suffix : {"-journal", "-wal", "-shm", ""}) {
+    ::unlink((path + suffix).c_str());
   }
-  if (!S_ISREG(status.st_mode)) {
-    return incompatible("not a regular file");
+}
+
+/// Makes the names in a file's directory last.
+bool syncDirectoryOf(const std::string& path) {
+  const std::string directory = path.substr(0, path.rfind('/') + 1);
+  const FileDescriptor opened(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  return opened.isOpen() && ::fsync(opened.get()) == 0;
+}
+
+}  // namespace
+
+StoreFile::StoreFile(std::string path, const ManagedObjectModel& model,
+                     const std::vector<EntitySql>& entities)
+    : path_(std::move(path)), modelTag_(tagOf(model)), entities_(entities) {}
+
+std::unique_ptr<Connection> StoreFile::open(ErrorSlot error) const {
+  const Content found = content(error);
+  if (found == Content::kUnusable || (found == Content::kNothing && !create(error))) {
+    return nullptr;
   }
-  if (status.st_size == 0) {
+  auto writer = Connection::open(path_, Connection::Role::kWriter, error);
+  if (writer == nullptr || !useWriteAheadLog(*writer, error) || !rewriteLog(*writer, error) ||
+      !createSchema(*writer, error)) {
+    return nullptr;
+  }
+  return writer;
+}
+
+/// Does not wait for the other end of what may be a pipe.
+StoreFile::Content StoreFile::content(ErrorSlot error) const {
+  const FileDescriptor file(::open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  if (!file.isOpen() && errno == ENOENT && !exists(path_)) {
+    return Content::kNothing;
+  }
+  struct stat status {};
+  if (!file.isOpen() || ::fstat(file.get(), &status) != 0) {
+    replaceError(error, unusable(path_, errno));
+    return Content::kUnusable;
+  }
+  auto failure = S_ISREG(status.st_mode)
+                     ? check(file.get(), static_cast<std::size_t>(status.st_size))
+                     : incompatible("not a regular file");
+  if (failure) {
+    replaceError(error, *std::move(failure));
+    return Content::kUnusable;
+  }
+  return status.st_size == 0 ? Content::kNothing : Content::kStore;
+}
+
+std::optional<Error> StoreFile::check(int descriptor, std::size_t size) const {
+  Header header{};
+  if (size == 0) {
     return std::nullopt;
   }
-  Header header{};
-  const ssize_t count = ::pread(descriptor, header.data(), header.size(), 0);
-  if (count < 0) {
-    return unusable(errno);
+  if (::pread(descriptor, header.data(), header.size(), 0) < 0) {
+    return unusable(path_, errno);
   }
   if (std::memcmp(header.data(), kHeaderStart.data(), kHeaderStart.size()) != 0 ||
       bigEndian(header, kApplicationIdOffset) != kApplicationId) {
@@ -106,26 +133,57 @@ std::optional<Error> StoreFile::check(int descriptor) const {
   return std::nullopt;
 }
 
-bool StoreFile::createSchema(Connection& connection, const std::vector<EntitySql>& entities,
-                             ErrorSlot error) const {
-  if (connection.execute("BEGIN IMMEDIATE") && writeSchema(connection, entities) &&
+bool StoreFile::create(ErrorSlot error) const {
+  const std::string newFile = path_ + "-new";
+  removeDatabase(newFile);
+  const bool created = fill(newFile, error) && moveIntoPlace(newFile, error);
+  if (!created) {
+    removeDatabase(newFile);
+  }
+  return created;
+}
+
+/// When it succeeds, all that the file holds is on disk, and nothing is left beside it.
+bool StoreFile::fill(const std::string& newFile, ErrorSlot error) const {
+  const FileDescriptor file(
+      ::open(newFile.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
+  if (!file.isOpen()) {
+    replaceError(error, unusable(newFile, errno));
+    return false;
+  }
+  const auto connection = Connection::open(newFile, Connection::Role::kWriter, error);
+  return connection != nullptr && createSchema(*connection, error) &&
+         useWriteAheadLog(*connection, error);
+}
+
+bool StoreFile::moveIntoPlace(const std::string& newFile, ErrorSlot error) const {
+  // A log that has lost its file would be taken for the new one's.
+  removeDatabase(path_);
+  if (::rename(newFile.c_str(), path_.c_str()) != 0 || !syncDirectoryOf(path_)) {
+    replaceError(error, unusable(path_, errno));
+    return false;
+  }
+  return true;
+}
+
+/// Creates what the file lacks of tables and indexes, in one transaction.
+bool StoreFile::createSchema(Connection& connection, ErrorSlot error) const {
+  if (connection.execute("BEGIN IMMEDIATE") && writeSchema(connection) &&
       connection.execute("COMMIT")) {
     return true;
   }
   replaceError(error, connection.lastError());
-  if (connection.inTransaction()) {
-    connection.execute("ROLLBACK");
-  }
+  connection.rollBack();
   return false;
 }
 
-bool StoreFile::writeSchema(Connection& connection, const std::vector<EntitySql>& entities) const {
+bool StoreFile::writeSchema(Connection& connection) const {
   const auto applicationId = connection.integer("PRAGMA application_id");
   if (applicationId == 0 && !(setHeaderField(connection, "application_id", kApplicationId) &&
                               setHeaderField(connection, "user_version", modelTag_))) {
     return false;
   }
-  for (const EntitySql& entity : entities) {
+  for (const EntitySql& entity : entities_) {
     for (const std::string& statement : entity.create) {
       if (!connection.execute(statement)) {
         return false;
@@ -138,11 +196,6 @@ bool StoreFile::writeSchema(Connection& connection, const std::vector<EntitySql>
 Error StoreFile::incompatible(std::string_view why) const {
   return makeError(kPersistenceErrorDomain, kIncompatibleStoreErrorCode,
                    path_ + ": " + std::string(why));
-}
-
-Error StoreFile::unusable(int errorNumber) const {
-  return makeError(kPersistenceErrorDomain, SQLITE_CANTOPEN,
-                   path_ + ": " + std::generic_category().message(errorNumber));
 }
 
 }  // namespace velto

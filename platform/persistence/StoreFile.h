@@ -1,6 +1,10 @@
 #pragma once
 
+#include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "platform/foundation/Error.h"
 #include "platform/persistence/Connection.h"
@@ -9,32 +13,39 @@
 
 namespace velto {
 
-/// The store's file before it is in use: making it, and telling it from others. The file's header
-/// carries an application id and the model's hash.
+/// The store's file before it is in use: making it, telling it from others, and making sure of what
+/// it holds. The file's header carries an application id and the model's hash. One thread.
 ///
-/// Closing a file drops all locks that the process holds on it, so a file must not be checked while
-/// a connection of this process has it open.
+/// Closing a file drops all locks that the process holds on it, so a file must not be opened here
+/// while a connection of this process has it open.
 class StoreFile {
  public:
-  StoreFile(std::string path, const ManagedObjectModel& model);
+  /// `entities` are those of the model.
+  StoreFile(std::string path, const ManagedObjectModel& model,
+            const std::vector<EntitySql>& entities);
 
-  /// Makes a missing file, empty and for the owner alone; refuses an existing one that is neither
-  /// empty nor a store of the model. Looks at the bytes only: SQLite would recover a foreign file
-  /// or put others beside it.
-  bool prepare(ErrorSlot error) const;
-
-  /// Creates what the file lacks of tables and indexes, in one transaction.
-  bool createSchema(Connection& connection, const std::vector<EntitySql>& entities,
-                    ErrorSlot error) const;
+  /// The writing connection to the file, which is in WAL mode and has all tables and indexes; null
+  /// with the error otherwise. A missing or empty file is made, for the owner alone: whole, under
+  /// another name, and then moved into place, so that a stop at any moment leaves none or a whole
+  /// one. An existing file that is no store of the model is refused by its header, because SQLite
+  /// would recover a foreign file or put others beside it.
+  std::unique_ptr<Connection> open(ErrorSlot error) const;
 
  private:
-  std::optional<Error> check(int descriptor) const;
-  bool writeSchema(Connection& connection, const std::vector<EntitySql>& entities) const;
+  enum class Content { kStore, kNothing, kUnusable };
+
+  Content content(ErrorSlot error) const;
+  std::optional<Error> check(int descriptor, std::size_t size) const;
+  bool create(ErrorSlot error) const;
+  bool fill(const std::string& newFile, ErrorSlot error) const;
+  bool moveIntoPlace(const std::string& newFile, ErrorSlot error) const;
+  bool createSchema(Connection& connection, ErrorSlot error) const;
+  bool writeSchema(Connection& connection) const;
   Error incompatible(std::string_view why) const;
-  Error unusable(int errorNumber) const;
 
   const std::string path_;
   const std::uint32_t modelTag_;  ///< as much of the model's hash as the header has room for
+  const std::vector<EntitySql>& entities_;
 };
 
 }  // namespace velto

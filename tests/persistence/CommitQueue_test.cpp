@@ -73,7 +73,7 @@ class CommitQueueTest : public ::testing::Test {
 
   const OpenStore store_{thingModel()};
   const EntitySql sql_{*store_.model().entity(kThing)};
-  CommitQueue queue_{store_.writer(), store_.path()};
+  CommitQueue queue_{store_.writer()};
   std::list<Save> saves_;
   /// Called within each commit with its number; what is not 0 makes it fail.
   std::function<int(int)> duringCommit_ = [](int) { return 0; };

@@ -17,15 +17,11 @@ namespace velto {
 /// A new store file of a model with its writing connection, without a coordinator around them.
 class OpenStore {
  public:
-  explicit OpenStore(std::shared_ptr<const ManagedObjectModel> model) : model_(std::move(model)) {
+  explicit OpenStore(std::shared_ptr<const ManagedObjectModel> model)
+      : model_(std::move(model)), sql_(model_->entities().begin(), model_->entities().end()) {
     std::optional<Error> error;
-    const StoreFile file(path(), *model_);
-    EXPECT_TRUE(file.prepare(&error));
-    writer_ = Connection::open(path(), Connection::Role::kWriter, &error);
-    EXPECT_TRUE(file.createSchema(*writer_, {model_->entities().begin(), model_->entities().end()},
-                                  &error));
-    EXPECT_TRUE(writer_->execute("PRAGMA journal_mode=WAL"));
-    EXPECT_FALSE(error.has_value()) << error->localizedDescription();
+    writer_ = StoreFile(path(), *model_, sql_).open(&error);
+    EXPECT_NE(writer_, nullptr) << error->localizedDescription();
   }
 
   std::string path() const { return directory_.path() / "store.db"; }
@@ -43,6 +39,7 @@ class OpenStore {
  private:
   const TemporaryDirectory directory_;
   const std::shared_ptr<const ManagedObjectModel> model_;
+  const std::vector<EntitySql> sql_;
   std::unique_ptr<Connection> writer_;
 };
 

@@ -17,6 +17,8 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using ::testing::Pair;
+using ::testing::SizeIs;
 
 namespace fs = std::filesystem;
 
@@ -108,14 +110,45 @@ TEST(PersistentStoreCoordinator, SavedRecordsSurviveAStopMidway) {
   EXPECT_THAT(names(recovered, thingRequest()), ElementsAre("saved"));
 }
 
-TEST(PersistentStoreCoordinator, EmptyFileIsInitialised) {
+TEST(PersistentStoreCoordinator, EmptyFileIsReplacedByAStore) {
   const TemporaryDirectory directory;
   const fs::path path = directory.write("store.db", "");
-  fs::permissions(path, fs::perms(0640));
+  fs::permissions(path, fs::perms(0644));
+  fs::create_symlink("store.db", directory.path() / "link");
+  {
+    PersistentStoreCoordinator coordinator(thingModel());
+    EXPECT_TRUE(coordinator.addPersistentStore(directory.path() / "link", nullptr));
+    EXPECT_TRUE(fs::is_symlink(directory.path() / "link"));
+    EXPECT_EQ(modeOf(path), 0600U);
+    EXPECT_THAT(readFile(path), HasSubstr("SQLite format 3"));
+  }
+  EXPECT_THAT(snapshot(directory.path()), SizeIs(2));
+}
+
+TEST(PersistentStoreCoordinator, WhatAStopWhileCreatingLeftIsReplaced) {
+  const TemporaryDirectory directory;
+  const fs::path path = directory.path() / "store.db";
+  for (const char* suffix : {"-new", "-new-journal", "-new-wal", "-wal", "-journal"}) {
+    directory.write(std::string("store.db") + suffix, "torn");
+  }
+  {
+    PersistentStoreCoordinator coordinator(thingModel());
+    std::optional<Error> error;
+    EXPECT_TRUE(coordinator.addPersistentStore(path, &error));
+    EXPECT_EQ(error, std::nullopt);
+  }
+  EXPECT_THAT(snapshot(directory.path()), ElementsAre(Pair("store.db", HasSubstr("SQLite"))));
+}
+
+TEST(PersistentStoreCoordinator, WhatIsInTheWayOfTheNewFileIsNamed) {
+  const TemporaryDirectory directory;
+  directory.write("store.db-new/file", "");
   PersistentStoreCoordinator coordinator(thingModel());
-  EXPECT_TRUE(coordinator.addPersistentStore(path, nullptr));
-  EXPECT_EQ(modeOf(path), 0640U);
-  EXPECT_THAT(readFile(path), HasSubstr("SQLite format 3"));
+  std::optional<Error> error;
+  EXPECT_FALSE(coordinator.addPersistentStore(directory.path() / "store.db", &error));
+  ASSERT_TRUE(error.has_value());
+  EXPECT_EQ(error->code, SQLITE_CANTOPEN);
+  EXPECT_THAT(error->localizedDescription(), HasSubstr("store.db-new: File exists"));
 }
 
 TEST(PersistentStoreCoordinator, ForeignFilesAreLeftAsTheyWere) {

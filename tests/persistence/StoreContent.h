@@ -1,0 +1,25 @@
+#pragma once
+
+#include <random>
+#include <string>
+#include <vector>
+
+#include "platform/persistence/ManagedObjectContext.h"
+
+namespace velto {
+
+/// All that a store of the test model holds, a line a record, in order.
+std::vector<std::string> contentOf(ManagedObjectContext& context);
+
+/// Inserts, changes and deletes a few records, of up to 60,000 bytes each. A store that is only
+/// changed so stays at about half a megabyte.
+void changeAtRandom(ManagedObjectContext& context, std::mt19937& random);
+
+/// What `PRAGMA integrity_check` says of a file.
+std::string integrityOf(const std::string& path);
+
+/// Opens what a stop has left, as a coordinator does, and gives what it holds. Expects that the
+/// file is whole, and that saving works and lasts.
+std::vector<std::string> recoveredContent(const std::string& path);
+
+}  // namespace velto
