@@ -17,9 +17,10 @@
 namespace velto {
 namespace {
 
-using ::testing::AnyOf;
-using ::testing::Ge;
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Le;
 using ::testing::SizeIs;
 using ::testing::StartsWith;
 using Kind = FileCall::Kind;
@@ -32,10 +33,13 @@ class FaultyFiles : public FileObserver {
     int result;
     bool writesHalf = false;
     bool lasts = false;
+    std::string path = {};  ///< only calls to this file; empty is any
   };
 
   Verdict before(const FileCall& call) override {
-    if (!fault_.kinds.contains(call.kind) || number_ == 0 || --number_ > 0) {
+    const bool counts =
+        fault_.kinds.contains(call.kind) && (fault_.path.empty() || fault_.path == call.path);
+    if (!counts || number_ == 0 || --number_ > 0) {
       return {};
     }
     number_ = fault_.lasts ? 1 : 0;
@@ -74,33 +78,24 @@ std::string nameOf(const ::testing::TestParamInfo<Case>& info) {
 /// The calls fail that a save makes.
 class SaveFault : public ::testing::TestWithParam<Case> {};
 
-/// Tries the save with its first call failing, with its second, and so on, until it is through
-/// before it comes to the fault. Gives how often it failed.
-int saveThroughEachFault(FaultyFiles& faults, const Fault& fault, const TestStore& store,
-                         ManagedObjectContext& context) {
+/// Saves with the given call failing; true when the save was made all the same.
+bool saveThroughFault(FaultyFiles& faults, const Fault& fault, int number, const TestStore& store,
+                      ManagedObjectContext& context) {
   const auto before = contentOf(*store.context());
-  int failed = 0;
-  for (int number = 1;; ++number) {
-    faults.arm(fault, number);
-    std::optional<Error> error;
-    const bool saved = context.save(&error);
-    faults.disarm();
-    EXPECT_EQ(saved, !error.has_value());
-    if (saved) {
-      if (faults.failures() == 0) {
-        return failed;
-      }
-      // The fault met the checkpoint. Another save begins where this one was.
-      context.insertNewObject<Thing>(kThing).setName(std::to_string(number));
-    } else {
-      ++failed;
-      EXPECT_GT(faults.failures(), 0);
-      EXPECT_EQ(error->code & 0xff, fault.result & 0xff) << error->localizedDescription();
-      EXPECT_THAT(error->localizedDescription(), StartsWith(store.path() + ": "));
-      EXPECT_TRUE(context.hasChanges());
-      EXPECT_EQ(contentOf(*store.context()), before);
-    }
+  const auto after = contentOf(context);
+  faults.arm(fault, number);
+  std::optional<Error> error;
+  const bool saved = context.save(&error);
+  faults.disarm();
+  EXPECT_EQ(context.hasChanges(), !saved);
+  EXPECT_EQ(contentOf(*store.context()), saved ? after : before);
+  EXPECT_EQ(error.has_value(), !saved);
+  if (error) {
+    EXPECT_GT(faults.failures(), 0);
+    EXPECT_EQ(error->code & 0xff, fault.result & 0xff) << error->localizedDescription();
+    EXPECT_THAT(error->localizedDescription(), StartsWith(store.path() + ": "));
   }
+  return saved;
 }
 
 TEST_P(SaveFault, ChangesNothingAndTheNextSaveWorks) {
@@ -108,15 +103,46 @@ TEST_P(SaveFault, ChangesNothingAndTheNextSaveWorks) {
   const InterceptedFiles files(faults);
   TestStore store;
   std::mt19937 random(3);
-  for (int save = 0; save < 45; ++save) {
+  for (int save = 0; save < 15; ++save) {
     SCOPED_TRACE(save);
     const auto context = store.context();
     changeAtRandom(*context, random);
-    const auto expected = contentOf(*context);
-    EXPECT_THAT(saveThroughEachFault(faults, GetParam().fault, store, *context), Ge(3));
-    EXPECT_EQ(contentOf(*store.context()), expected);
+    int number = 1;
+    while (!saveThroughFault(faults, GetParam().fault, number, store, *context)) {
+      ++number;
+    }
+    EXPECT_GT(number, 3);
+    EXPECT_EQ(faults.failures(), 0);
     EXPECT_EQ(integrityOf(store.path()), "ok");
   }
+}
+
+TEST_P(SaveFault, OfTheCheckpointFailsNoSave) {
+  FaultyFiles faults;
+  const InterceptedFiles files(faults);
+  TestStore store;
+  const auto context = store.context();
+  Thing thing = insertThing(*context, "thing");
+  char content = 'a';
+  const auto saveLargeThing = [&] {
+    thing.setData(Data(std::string(20 * 4096, ++content)));
+    expectSaved(*context);
+  };
+  Fault fault = GetParam().fault;
+  fault.path = store.path();
+  int number = 1;
+  faults.arm(fault, number);
+  for (int save = 0; save < 60 && faults.failures() == 0; ++save) {
+    saveLargeThing();
+  }
+  // The log is long now, and stays so until a checkpoint is through.
+  while (faults.failures() != 0) {
+    faults.arm(fault, ++number);
+    saveLargeThing();
+    EXPECT_EQ(contentOf(*store.context()), contentOf(*context));
+  }
+  EXPECT_GT(number, 20);
+  EXPECT_EQ(integrityOf(store.path()), "ok");
 }
 
 const Case kSaveFaults[] = {
@@ -127,6 +153,143 @@ const Case kSaveFaults[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Store, SaveFault, ::testing::ValuesIn(kSaveFaults), nameOf);
+
+/// The calls fail that opening makes.
+class OpeningFault : public ::testing::TestWithParam<Case> {};
+
+/// Opens with each call failing in turn, until none fails any more; the files stay openable.
+void openThroughEachFault(FaultyFiles& faults, const Fault& fault, const std::string& path) {
+  int failed = 0;
+  for (int number = 1; number == 1 || faults.failures() != 0; ++number) {
+    SCOPED_TRACE(number);
+    PersistentStoreCoordinator coordinator(thingModel());
+    std::optional<Error> error;
+    faults.arm(fault, number);
+    const bool opened = coordinator.addPersistentStore(path, &error);
+    faults.disarm();
+    EXPECT_EQ(opened, !error.has_value());
+    if (error) {
+      ++failed;
+      EXPECT_EQ(error->domain, kPersistenceErrorDomain);
+      EXPECT_THAT(error->localizedDescription(), StartsWith(path));
+    }
+  }
+  EXPECT_GT(failed, 0);
+}
+
+TEST_P(OpeningFault, OfANewStoreLeavesNothingInTheWay) {
+  FaultyFiles faults;
+  const InterceptedFiles files(faults);
+  const TemporaryDirectory directory;
+  const std::string path = directory.path() / "store.db";
+  for (int number = 1; number == 1 || faults.failures() != 0; ++number) {
+    SCOPED_TRACE(number);
+    std::filesystem::remove(path);
+    {
+      PersistentStoreCoordinator coordinator(thingModel());
+      faults.arm(GetParam().fault, number);
+      coordinator.addPersistentStore(path, nullptr);
+      faults.disarm();
+    }
+    EXPECT_EQ(recoveredContent(path).size(), 0U);
+  }
+}
+
+TEST_P(OpeningFault, OfAStoreWithALogLosesNothing) {
+  FaultyFiles faults;
+  const InterceptedFiles files(faults);
+  const TestStore store;
+  std::mt19937 random(4);
+  for (int save = 0; save < 5; ++save) {
+    const auto context = store.context();
+    changeAtRandom(*context, random);
+    expectSaved(*context);
+  }
+  const TemporaryDirectory directory;
+  const std::string path = directory.path() / "store.db";
+  std::filesystem::copy(store.path(), path);
+  std::filesystem::copy(store.path() + "-wal", path + "-wal");
+  openThroughEachFault(faults, GetParam().fault, path);
+  EXPECT_EQ(recoveredContent(path), contentOf(*store.context()));
+}
+
+const Case kOpeningFaults[] = {
+    {"DiskFull", {kChanges, SQLITE_FULL, true}},
+    {"WriteError", {kChanges, SQLITE_IOERR_WRITE}},
+    {"SyncError", {{Kind::kSync}, SQLITE_IOERR_FSYNC}},
+    {"ReadError", {{Kind::kRead}, SQLITE_IOERR_READ}},
+    {"OpenError", {{Kind::kOpen}, SQLITE_CANTOPEN}},
+};
+
+INSTANTIATE_TEST_SUITE_P(Store, OpeningFault, ::testing::ValuesIn(kOpeningFaults), nameOf);
+
+void expectUntrusted(ManagedObjectContext& context) {
+  std::optional<Error> error;
+  EXPECT_FALSE(context.save(&error));
+  ASSERT_TRUE(error.has_value());
+  EXPECT_EQ(error->code, kUntrustedStoreErrorCode);
+  EXPECT_THAT(error->localizedDescription(), HasSubstr("until the service is started again"));
+  EXPECT_TRUE(context.hasChanges());
+}
+
+TEST(FailedSync, EndsSavingUntilTheStoreIsOpenedAnew) {
+  FaultyFiles faults;
+  const InterceptedFiles files(faults);
+  TestStore store;
+  {
+    const auto context = store.context();
+    insertThing(*context, "failed");
+    faults.arm({{Kind::kSync}, SQLITE_IOERR_FSYNC}, 1);
+    std::optional<Error> error;
+    EXPECT_FALSE(context->save(&error));
+    EXPECT_EQ(error->code, SQLITE_IOERR_FSYNC) << error->localizedDescription();
+    expectUntrusted(*context);
+  }
+  const auto context = store.context();
+  EXPECT_THAT(names(*context, thingRequest()), IsEmpty()) << "reading goes on";
+  insertThing(*context, "later");
+  expectUntrusted(*context);
+  store.close();
+  store.open();
+  EXPECT_THAT(recoveredContent(store.path()), SizeIs(Le(1)));
+}
+
+TEST(FailedSync, OfACheckpointFailsNoSaveButThoseAfterIt) {
+  FaultyFiles faults;
+  const InterceptedFiles files(faults);
+  TestStore store;
+  const auto context = store.context();
+  // A save that makes the log long: its commit syncs once, and then the checkpoint does.
+  insertThing(*context, "long").setData(Data(std::string(1100 * 4096, 'x')));
+  faults.arm({{Kind::kSync}, SQLITE_IOERR_FSYNC}, 3);
+  expectSaved(*context);
+  EXPECT_EQ(faults.failures(), 1);
+  insertThing(*context, "next");
+  expectUntrusted(*context);
+  store.close();
+  store.open();
+  EXPECT_THAT(names(*store.context(), thingRequest()), ElementsAre("long"));
+}
+
+TEST(ReadError, FailsTheFetchAndNoMore) {
+  FaultyFiles faults;
+  const InterceptedFiles files(faults);
+  const TestStore store;
+  const auto context = store.context();
+  insertThing(*context, "thing").setData(Data(std::string(100000, 'x')));
+  expectSaved(*context);
+  int failed = 0;
+  for (int number = 1; number == 1 || faults.failures() != 0; ++number) {
+    faults.arm({{Kind::kRead}, SQLITE_IOERR_READ}, number);
+    std::optional<Error> error;
+    const auto found = store.context()->executeFetchRequest(thingRequest(), &error);
+    faults.disarm();
+    EXPECT_EQ(found.has_value(), !error.has_value());
+    failed += error ? 1 : 0;
+    EXPECT_THAT(names(*store.context(), thingRequest()), ElementsAre("thing"));
+  }
+  EXPECT_GT(failed, 0);
+}
 
 }  // namespace
 }  // namespace velto
