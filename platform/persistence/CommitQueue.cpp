@@ -1,6 +1,7 @@
 #include "platform/persistence/CommitQueue.h"
 
 #include <algorithm>
+#include <thread>
 #include <utility>
 
 #include <sqlite3.h>
@@ -20,26 +21,8 @@ CommitQueue::CommitQueue(Connection& connection) : connection_(connection) {}
 
 bool CommitQueue::save(std::vector<RowChange>& changes, ErrorSlot error) {
   Save own{changes, std::nullopt};
-  Batch batch;
-  {
-    MutexLock lock(mutex_);
-    waiting_.push_back(&own);
-    while (led_ && !own.answered) {
-      lock.wait(answered_);
-    }
-    if (!own.answered) {
-      led_ = true;
-      batch.swap(waiting_);
-    }
-  }
-  if (!batch.empty()) {
-    serve(batch);
-    MutexLock lock(mutex_);
-    for (Save* save : batch) {
-      save->answered = true;
-    }
-    led_ = false;
-    answered_.notify_all();
+  if (joinOrLead(own)) {
+    lead();
   }
   if (own.error) {
     replaceError(error, *std::move(own.error));
@@ -48,8 +31,41 @@ bool CommitQueue::save(std::vector<RowChange>& changes, ErrorSlot error) {
   return true;
 }
 
-std::size_t CommitQueue::waiting() const {
+/// Waits until another leader has answered the save, or until there is none: true then.
+bool CommitQueue::joinOrLead(Save& own) {
   MutexLock lock(mutex_);
+  waiting_.push_back(&own);
+  while (led_ && !own.answered) {
+    lock.wait(answered_);
+  }
+  if (own.answered) {
+    return false;
+  }
+  led_ = true;
+  return true;
+}
+
+void CommitQueue::lead() {
+  // Those whom the last leader has just woken are about to save again. Whoever is ready to run may
+  // come along, which costs a lone save next to nothing.
+  std::this_thread::yield();
+  const Batch batch = takeWaiting();
+  serve(batch);
+  const MutexLock lock(mutex_);
+  for (Save* save : batch) {
+    save->answered = true;
+  }
+  led_ = false;
+  answered_.notify_all();
+}
+
+CommitQueue::Batch CommitQueue::takeWaiting() {
+  const MutexLock lock(mutex_);
+  return std::exchange(waiting_, {});
+}
+
+std::size_t CommitQueue::waiting() const {
+  const MutexLock lock(mutex_);
   return waiting_.size();
 }
 

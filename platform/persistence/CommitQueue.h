@@ -58,6 +58,9 @@ class CommitQueue {
   };
   using Batch = std::vector<Save*>;
 
+  bool joinOrLead(Save& own);
+  void lead();
+  Batch takeWaiting();
   void serve(const Batch& batch);
   bool commit(const Batch& batch);
   void checkpointLongLog();

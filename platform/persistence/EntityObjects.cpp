@@ -1,6 +1,7 @@
 #include "platform/persistence/EntityObjects.h"
 
 #include <algorithm>
+#include <cmath>
 #include <iterator>
 #include <string>
 #include <utility>
@@ -75,7 +76,10 @@ void EntityObjects::setValue(ObjectState& state, std::size_t index, AttributeVal
     programMistake("a value that attribute " + std::to_string(index) + " of " + entity_->name() +
                    " cannot hold");
   }
-  state.values[index] = std::move(value);
+  // The file has no place for a date that is not a number; it would come back absent.
+  const Date* const date = std::get_if<Date>(&value);
+  const bool isStorable = date == nullptr || !std::isnan(date->secondsSinceReference());
+  state.values[index] = isStorable ? std::move(value) : AttributeValue();
   if (state.condition == Condition::kUnchanged) {
     state.condition = Condition::kUpdated;
     pending_.push_back(&state);

@@ -21,8 +21,9 @@ class ManagedObject {
 
   /// The value of the attribute at `index` in its entity's declaration order.
   const AttributeValue& value(std::size_t index) const;
-  /// Changes the attribute in the context; the store sees it at the next save. A value of another
-  /// type than the attribute's is a mistake of the program and ends the process.
+  /// Changes the attribute in the context; the store sees it at the next save. A date that is not a
+  /// number is taken for absent. A value of another type than the attribute's is a mistake of the
+  /// program and ends the process.
   void setValue(std::size_t index, AttributeValue value);
 
   ObjectState& state() const { return *state_; }

@@ -41,7 +41,27 @@ TEST(Connection, ErrorsNameTheFileAndTheReason) {
 TEST(Connection, WriterSyncsEachCommit) {
   const OpenStore store(thingModel());
   EXPECT_EQ(store.writer().integer("PRAGMA synchronous"), 2);
-  EXPECT_GT(store.writer().integer("PRAGMA wal_autocheckpoint"), 0);
+}
+
+TEST(Connection, WriterCheckpointsWhenItIsTold) {
+  const OpenStore store(thingModel());
+  Connection& writer = store.writer();
+  ASSERT_TRUE(writer.execute("INSERT INTO Thing (_version, data) VALUES (1, zeroblob(5000000))"));
+  EXPECT_GT(writer.logPages(), 1200);
+  EXPECT_LT(std::filesystem::file_size(store.path()), 100000U);
+  EXPECT_TRUE(writer.checkpoint());
+  EXPECT_GT(std::filesystem::file_size(store.path()), 5000000U);
+  ASSERT_TRUE(writer.execute(kInsert));
+  EXPECT_LT(writer.logPages(), 10) << "the log begins anew";
+}
+
+TEST(Connection, ReadOnlyWriterDoesNeitherWriteNorCheckpoint) {
+  OpenStore store(thingModel());
+  ASSERT_TRUE(store.writer().execute(kInsert));
+  ASSERT_TRUE(store.writer().setReadOnly());
+  EXPECT_FALSE(store.writer().execute(kInsert));
+  store.closeWriter();
+  EXPECT_GT(std::filesystem::file_size(store.path() + "-wal"), 0U);
 }
 
 TEST(Connection, ReaderCannotWrite) {

@@ -1,5 +1,7 @@
 #include "platform/persistence/ManagedObjectContext.h"
 
+#include <limits>
+
 #include <gmock/gmock.h>
 
 #include "tests/persistence/TestStore.h"
@@ -49,6 +51,18 @@ TEST(ManagedObjectContext, EmptyIsNotAbsent) {
   ASSERT_EQ(things.size(), 1U);
   EXPECT_EQ(things[0].name(), "");
   EXPECT_EQ(things[0].data(), Data());
+}
+
+TEST(ManagedObjectContext, DateThatIsNoNumberIsAbsentFromTheStart) {
+  const TestStore store;
+  const auto context = store.context();
+  Thing thing = insertThing(*context, "thing");
+  thing.setDate(Date(std::numeric_limits<double>::quiet_NaN()));
+  EXPECT_EQ(thing.date(), std::nullopt);
+  EXPECT_THAT(names(*context, thingRequest("date = nil")), ElementsAre("thing"));
+  thing.setDate(Date(-std::numeric_limits<double>::infinity()));
+  expectSaved(*context);
+  EXPECT_EQ(fetchThings(*store.context(), thingRequest()).at(0).date(), thing.date());
 }
 
 TEST(ManagedObjectContext, NothingIsVisibleToOthersBeforeTheSave) {
