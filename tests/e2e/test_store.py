@@ -1,7 +1,6 @@
 """The store's directory and file, and what becomes of them."""
 
 import os
-import sqlite3
 import stat
 
 import pytest
@@ -76,8 +75,7 @@ def test_the_file_is_sound(system):
     system.start()
     save(system, ALERT)
     system.stop()
-    with sqlite3.connect(system.store_file) as database:
-        assert database.execute("PRAGMA integrity_check").fetchall() == [("ok",)]
+    assert store.integrity(system.store_file) == "ok"
     (row,) = store.rows(system.store_file, "ADAlert")
     assert {key: row[key] for key in ("bundle", "type", "identifier", "creationDate", "sentDate",
                                       "readDate", "resolvedDate")} == {

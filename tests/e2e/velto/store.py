@@ -11,6 +11,12 @@ def rows(path, table):
         return [dict(row) for row in database.execute(f'SELECT * FROM "{table}" ORDER BY _id')]
 
 
+def integrity(path):
+    """What SQLite's own check says of the file."""
+    with contextlib.closing(sqlite3.connect(path)) as database:
+        return database.execute("PRAGMA integrity_check").fetchone()[0]
+
+
 def execute(path, statement, *arguments):
     with contextlib.closing(sqlite3.connect(path)) as database, database:
         database.execute(statement, arguments)
