@@ -52,7 +52,7 @@ void AlertsDaemon::addMailRecipients(std::optional<std::vector<MailRecipientOrAd
       // Only what was stored before counts: an address that stands twice in the input goes in
       // twice.
       if (!isListed(existing, recipient.address)) {
-        store.insertMailRecipient(recipient.address, recipient.locale);
+        store.insertMailRecipientWithAddress(recipient.address, recipient.locale);
         inserted = true;
       }
     }

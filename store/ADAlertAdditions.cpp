@@ -18,14 +18,14 @@ std::optional<PropertyList::Dictionary> decodedAttributes(const std::optional<Da
   return std::move(*value->dictionary());
 }
 
+}  // namespace
+
 std::optional<Data> encodedAttributes(const std::optional<PropertyList::Dictionary>& attributes) {
   if (!attributes) {
     return std::nullopt;
   }
   return PropertyListSerialization::binaryData(*attributes, nullptr);
 }
-
-}  // namespace
 
 VLAlert initWithADAlert(const ADAlert& record) {
   VLAlert alert;

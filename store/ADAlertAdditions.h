@@ -13,6 +13,10 @@ namespace velto {
 /// property-list dictionary read as absent.
 VLAlert initWithADAlert(const ADAlert& record);
 
+/// The dictionary as a record holds it: a binary property list. Nothing for an absent dictionary or
+/// one that has no encoding.
+std::optional<Data> encodedAttributes(const std::optional<PropertyList::Dictionary>& attributes);
+
 /// A new record of the alert in the context, not saved. Nothing is filled in or checked; attributes
 /// that have no encoding are stored as absent.
 ADAlert insertADAlertObjectInManagedObjectContext(const VLAlert& alert,

@@ -6,7 +6,7 @@
 
 namespace velto {
 
-Error notFoundError(std::string_view message) {
+Error storeError(std::string_view message) {
   return makeError(kStoreErrorDomain, kStoreErrorCode, message);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <optional>
@@ -7,7 +8,9 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/foundation/AlertBundleSettings.h"
 #include "platform/foundation/Error.h"
+#include "platform/foundation/PropertyList.h"
 #include "platform/foundation/Recipients.h"
 #include "platform/foundation/VLAlert.h"
 #include "platform/persistence/ManagedObjectContext.h"
@@ -36,7 +39,8 @@ struct AlertBundleSwitches {
 /// No record operation saves: the caller calls `save` once, and what is not saved when the handle
 /// goes is dropped. The store's own errors ("not found") go only into a provided and still empty
 /// slot; an error of a fetch or a save replaces what the slot held. The latter two have the domain
-/// of the persistence.
+/// of the persistence. Where a key is given, the first record of it that the store comes to is
+/// meant; the operations that change it are true when there was one.
 class ADAlertStore {
  public:
   explicit ADAlertStore(StoreContainer& container = StoreContainer::shared());
@@ -69,35 +73,90 @@ class ADAlertStore {
   // Alerts. Listings are newest sent first, alerts without a sent date last; with an error in the
   // slot, be it from before, they are empty.
   void insertAlert(const VLAlert& alert);
+  /// Overwrites the record of the alert's identifier, but for its identifier and creation date.
+  /// What the alert lacks, the record lacks then.
+  bool updateAlert(const std::optional<VLAlert>& alert, ErrorSlot error);
+  bool deleteAlert(const std::optional<VLAlert>& alert, ErrorSlot error);
+  std::optional<VLAlert> getAlertWithIdentifier(const std::optional<std::string>& identifier,
+                                                ErrorSlot error);
+  /// The alerts that were sent, read or resolved after `from` and at or before `to`: any one of the
+  /// three will do. Without `from`, at or before `to`; without `to`, it is the present time.
+  std::vector<VLAlert> getAlertsFromDate(const std::optional<Date>& from,
+                                         const std::optional<Date>& to, ErrorSlot error);
   std::vector<VLAlert> getAlertsOfType(const std::optional<std::string>& type, ErrorSlot error);
   std::vector<VLAlert> getAlertsOfBundle(const std::optional<std::string>& bundle, ErrorSlot error);
+  /// As objects of their bundles' classes. One whose bundle does not know it is left out, and the
+  /// reason is in the slot.
+  std::vector<std::unique_ptr<VLAlertSubclass>> getUnresolvedAlertSubclasses(ErrorSlot error);
   std::optional<VLAlert> getLastAlertOfType(const std::optional<std::string>& type,
                                             ErrorSlot error);
   std::optional<VLAlert> getLastAlertOfBundle(const std::optional<std::string>& bundle,
                                               ErrorSlot error);
+  // Deletions give how many records they deleted: 0 also when the fetch fails.
+  /// Those that were sent before the date.
+  std::uint64_t deleteAlertsBeforeDate(const std::optional<Date>& date, ErrorSlot error);
+  /// All records of each identifier.
+  std::uint64_t deleteAlertsWithIds(const std::vector<std::string>& identifiers, ErrorSlot error);
+  /// The alerts of the bundles, by their identifiers; those without one stay. Nothing is deleted
+  /// with an error in the slot, be it from before.
+  std::uint64_t deleteAlertsWithBundleIDs(const std::vector<std::string>& bundles, ErrorSlot error);
 
   // Bundles, by bundle key.
   std::optional<AlertBundleSwitches> getAlertBundle(const std::optional<std::string>& bundle,
                                                     ErrorSlot error);
+  /// With everything switched on.
   void insertAlertBundle(const std::string& bundle, const std::string& name);
   /// True when the name was changed; a name that is already the record's counts as not found.
   bool updateAlertBundle(const std::string& bundle, const std::string& name, ErrorSlot error);
-  bool deleteAlertBundle(const std::string& bundle, ErrorSlot error);
+  bool deleteAlertBundle(const std::optional<std::string>& bundle, ErrorSlot error);
+  bool enableAlertBundle(const std::optional<std::string>& bundle, ErrorSlot error);
+  bool disableAlertBundle(const std::optional<std::string>& bundle, ErrorSlot error);
   /// The keys of the bundles, not their display names.
   std::vector<std::string> getEnabledAlertBundleNames(ErrorSlot error);
   std::vector<std::string> getAllAlertBundleNames(ErrorSlot error);
+  /// Those of the enabled bundles, by key.
+  std::map<std::string, AlertBundleSettings> getAlertBundleSettings(ErrorSlot error);
+  /// Sets the switches of the bundles named, also of disabled ones; an absent switch is off. Keys
+  /// without a record, and names, count for nothing. True when a switch has changed.
+  bool setAlertBundleSettings(const std::map<std::string, AlertBundleSettings>& settings,
+                              ErrorSlot error);
 
-  // Mail recipients.
+  // Attributes, by name.
+  std::map<std::string, std::string> getAttributes(ErrorSlot error);
+  /// Sets the attributes named, and deletes those whose value is absent. A number is stored as its
+  /// decimal text, a boolean as "1" or "0"; a date, data, an array or a dictionary has no such
+  /// form: then nothing is set, with an error that names the attribute. True when there is
+  /// something to save.
+  bool setAttributes(const PropertyList::Dictionary& attributes, ErrorSlot error);
+
+  // Mail recipients, by address.
   /// The enabled ones that have both an address and a locale.
   std::vector<MailRecipient> getMailRecipients(ErrorSlot error);
   /// The addresses of the enabled ones by localization identifier.
   std::map<std::string, std::vector<std::string>> getMailRecipientsByLocalization(ErrorSlot error);
   /// Without a locale, one is derived from the address; without an address, nothing happens. An
   /// address that is there already is inserted once more.
-  void insertMailRecipient(const std::optional<std::string>& address,
-                           const std::optional<std::string>& locale);
+  void insertMailRecipientWithAddress(const std::optional<std::string>& address,
+                                      const std::optional<std::string>& locale);
+  bool deleteMailRecipientWithAddress(const std::optional<std::string>& address, ErrorSlot error);
+
+  // Push recipients, by guid.
+  /// All, also those that are not enabled.
+  std::vector<PushRecipient> getPushRecipients(ErrorSlot error);
+  /// The tokens of the enabled ones by localization identifier.
+  std::map<std::string, std::vector<Data>> getPushRecipientsByLocalization(ErrorSlot error);
+  /// Without a guid or a token, nothing happens. One that is there already is inserted once more.
+  void insertPushRecipientWithName(const std::optional<std::string>& name,
+                                   const std::optional<std::string>& guid,
+                                   const std::optional<Data>& token,
+                                   const std::optional<std::string>& locale);
+  bool deletePushRecipientWithGUID(const std::optional<std::string>& guid, ErrorSlot error);
+  bool enablePushRecipientWithGUID(const std::optional<std::string>& guid, ErrorSlot error);
+  bool disablePushRecipientWithGUID(const std::optional<std::string>& guid, ErrorSlot error);
 
  private:
+  std::uint64_t deleteAlerts(Predicate predicate, ErrorSlot error);
+
   StoreContainer& container_;
   std::unique_ptr<ManagedObjectContext> managedObjectContext_;
 };

@@ -9,11 +9,26 @@
 namespace velto {
 namespace {
 
-FetchRequest newestFirst(std::string_view format, const std::optional<std::string>& key) {
+FetchRequest newestFirst(Predicate predicate) {
   FetchRequest request{std::string(ADAlert::kEntityName)};
   request.setSortDescriptors({{.key = "sentDate", .ascending = false}});
-  request.setPredicate(Predicate::withFormat(format, {predicateValue(key)}));
+  request.setPredicate(std::move(predicate));
   return request;
+}
+
+FetchRequest newestFirst(std::string_view format, const std::optional<std::string>& key) {
+  return newestFirst(Predicate::withFormat(format, {predicateValue(key)}));
+}
+
+Predicate isWithin(const std::optional<Date>& from, Date to) {
+  if (!from) {
+    return Predicate::withFormat("sentDate <= %@ OR readDate <= %@ OR resolvedDate <= %@",
+                                 {to, to, to});
+  }
+  return Predicate::withFormat(
+      "(sentDate > %@ AND sentDate <= %@) OR (readDate > %@ AND readDate <= %@) OR "
+      "(resolvedDate > %@ AND resolvedDate <= %@)",
+      {*from, to, *from, to, *from, to});
 }
 
 std::vector<VLAlert> listing(ManagedObjectContext& context, const FetchRequest& request,
@@ -47,6 +62,45 @@ void ADAlertStore::insertAlert(const VLAlert& alert) {
   insertADAlertObjectInManagedObjectContext(alert, managedObjectContext());
 }
 
+bool ADAlertStore::updateAlert(const std::optional<VLAlert>& alert, ErrorSlot error) {
+  auto record = alert ? getADAlertWithIdentifier(alert->identifier, error) : std::nullopt;
+  if (!record) {
+    setIfEmpty(error, storeError("Update Alert: Alert not found."));
+    return false;
+  }
+  record->setType(alert->type);
+  record->setBundle(alert->bundle);
+  record->setSentDate(alert->sentDate);
+  record->setReadDate(alert->readDate);
+  record->setResolvedDate(alert->resolvedDate);
+  record->setAttributes(encodedAttributes(alert->attributes));
+  return true;
+}
+
+bool ADAlertStore::deleteAlert(const std::optional<VLAlert>& alert, ErrorSlot error) {
+  const auto record = alert ? getADAlertWithIdentifier(alert->identifier, error) : std::nullopt;
+  if (!record) {
+    const auto identifier = alert ? alert->identifier : std::nullopt;
+    setIfEmpty(error, storeError("Delete Alert: Alert '" + keyText(identifier) + "' not found."));
+    return false;
+  }
+  managedObjectContext().deleteObject(*record);
+  return true;
+}
+
+std::optional<VLAlert> ADAlertStore::getAlertWithIdentifier(
+    const std::optional<std::string>& identifier, ErrorSlot error) {
+  const auto record = getADAlertWithIdentifier(identifier, error);
+  return record ? std::optional(initWithADAlert(*record)) : std::nullopt;
+}
+
+std::vector<VLAlert> ADAlertStore::getAlertsFromDate(const std::optional<Date>& from,
+                                                     const std::optional<Date>& to,
+                                                     ErrorSlot error) {
+  const Date end = to ? *to : container_.clock().now();
+  return listing(managedObjectContext(), newestFirst(isWithin(from, end)), error);
+}
+
 std::vector<VLAlert> ADAlertStore::getAlertsOfType(const std::optional<std::string>& type,
                                                    ErrorSlot error) {
   return listing(managedObjectContext(), newestFirst("type = %@", type), error);
@@ -57,6 +111,18 @@ std::vector<VLAlert> ADAlertStore::getAlertsOfBundle(const std::optional<std::st
   return listing(managedObjectContext(), newestFirst("bundle = %@", bundle), error);
 }
 
+std::vector<std::unique_ptr<VLAlertSubclass>> ADAlertStore::getUnresolvedAlertSubclasses(
+    ErrorSlot error) {
+  std::vector<std::unique_ptr<VLAlertSubclass>> alerts;
+  const auto request = newestFirst(Predicate::withFormat("resolvedDate = nil"));
+  for (const VLAlert& alert : listing(managedObjectContext(), request, error)) {
+    if (auto bundleAlert = container_.bundles().alertSubclass(alert, error)) {
+      alerts.push_back(std::move(bundleAlert));
+    }
+  }
+  return alerts;
+}
+
 std::optional<VLAlert> ADAlertStore::getLastAlertOfType(const std::optional<std::string>& type,
                                                         ErrorSlot error) {
   return newest(managedObjectContext(), newestFirst("type = %@", type), error);
@@ -65,6 +131,47 @@ std::optional<VLAlert> ADAlertStore::getLastAlertOfType(const std::optional<std:
 std::optional<VLAlert> ADAlertStore::getLastAlertOfBundle(const std::optional<std::string>& bundle,
                                                           ErrorSlot error) {
   return newest(managedObjectContext(), newestFirst("bundle = %@", bundle), error);
+}
+
+std::uint64_t ADAlertStore::deleteAlertsBeforeDate(const std::optional<Date>& date,
+                                                   ErrorSlot error) {
+  return deleteAlerts(Predicate::withFormat("sentDate < %@", {predicateValue(date)}), error);
+}
+
+std::uint64_t ADAlertStore::deleteAlertsWithIds(const std::vector<std::string>& identifiers,
+                                                ErrorSlot error) {
+  return deleteAlerts(Predicate::withFormat("identifier IN %@", {identifiers}), error);
+}
+
+std::uint64_t ADAlertStore::deleteAlertsWithBundleIDs(const std::vector<std::string>& bundles,
+                                                      ErrorSlot error) {
+  std::optional<Error> own;
+  const ErrorSlot slot = error == nullptr ? &own : error;
+  std::vector<std::string> identifiers;
+  for (const std::string& bundle : bundles) {
+    const auto alerts = getAlertsOfBundle(bundle, slot);
+    if (slot->has_value()) {
+      return 0;
+    }
+    for (const VLAlert& alert : alerts) {
+      if (alert.identifier) {
+        identifiers.push_back(*alert.identifier);
+      }
+    }
+  }
+  return deleteAlertsWithIds(identifiers, slot);
+}
+
+std::uint64_t ADAlertStore::deleteAlerts(Predicate predicate, ErrorSlot error) {
+  FetchRequest request{std::string(ADAlert::kEntityName)};
+  request.setPredicate(std::move(predicate));
+  ManagedObjectContext& context = managedObjectContext();
+  const auto records =
+      context.executeFetchRequest<ADAlert>(request, error).value_or(std::vector<ADAlert>());
+  for (const ADAlert& record : records) {
+    context.deleteObject(record);
+  }
+  return records.size();
 }
 
 }  // namespace velto

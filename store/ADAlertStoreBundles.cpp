@@ -6,10 +6,12 @@
 namespace velto {
 namespace {
 
-void reportMissing(ErrorSlot error, std::string_view operation,
-                   const std::optional<std::string>& bundle) {
-  setIfEmpty(error, notFoundError(std::string(operation) + ": Bundle '" +
-                                  bundle.value_or("(null)") + "' not found."));
+/// Reports it, and is what the operation returns then.
+bool missing(ErrorSlot error, std::string_view operation,
+             const std::optional<std::string>& bundle) {
+  setIfEmpty(error,
+             storeError(std::string(operation) + ": Bundle '" + keyText(bundle) + "' not found."));
+  return false;
 }
 
 std::vector<std::string> keys(const std::vector<ADAlertBundle>& records) {
@@ -23,13 +25,29 @@ std::vector<std::string> keys(const std::vector<ADAlertBundle>& records) {
   return names;
 }
 
+/// True when a switch of the record has another value now.
+bool setSwitches(ADAlertBundle record, const AlertBundleSettings& settings) {
+  const bool mailEnabled = settings.mailEnabled.value_or(false);
+  const bool pushEnabled = settings.pushEnabled.value_or(false);
+  bool changed = false;
+  if (record.mailEnabled() != mailEnabled) {
+    record.setMailEnabled(mailEnabled);
+    changed = true;
+  }
+  if (record.pushEnabled() != pushEnabled) {
+    record.setPushEnabled(pushEnabled);
+    changed = true;
+  }
+  return changed;
+}
+
 }  // namespace
 
 std::optional<AlertBundleSwitches> ADAlertStore::getAlertBundle(
     const std::optional<std::string>& bundle, ErrorSlot error) {
   const auto record = getADAlertBundle(bundle, error);
   if (!record) {
-    reportMissing(error, "Get Alert Bundle", bundle);
+    missing(error, "Get Alert Bundle", bundle);
     return std::nullopt;
   }
   return AlertBundleSwitches{bundle, record->pushEnabled(), record->mailEnabled()};
@@ -48,20 +66,36 @@ bool ADAlertStore::updateAlertBundle(const std::string& bundle, const std::strin
                                      ErrorSlot error) {
   auto record = getADAlertBundle(bundle, error);
   if (!record || record->name() == name) {
-    reportMissing(error, "Update Alert Bundle", bundle);
-    return false;
+    return missing(error, "Update Alert Bundle", bundle);
   }
   record->setName(name);
   return true;
 }
 
-bool ADAlertStore::deleteAlertBundle(const std::string& bundle, ErrorSlot error) {
+bool ADAlertStore::deleteAlertBundle(const std::optional<std::string>& bundle, ErrorSlot error) {
   const auto record = getADAlertBundle(bundle, error);
   if (!record) {
-    reportMissing(error, "Delete Alert Bundle", bundle);
-    return false;
+    return missing(error, "Delete Alert Bundle", bundle);
   }
   managedObjectContext().deleteObject(*record);
+  return true;
+}
+
+bool ADAlertStore::enableAlertBundle(const std::optional<std::string>& bundle, ErrorSlot error) {
+  auto record = getADAlertBundle(bundle, error);
+  if (!record) {
+    return missing(error, "Enable Alert Bundle", bundle);
+  }
+  record->setEnabled(true);
+  return true;
+}
+
+bool ADAlertStore::disableAlertBundle(const std::optional<std::string>& bundle, ErrorSlot error) {
+  auto record = getADAlertBundle(bundle, error);
+  if (!record) {
+    return missing(error, "Disable Alert Bundle", bundle);
+  }
+  record->setEnabled(false);
   return true;
 }
 
@@ -71,6 +105,35 @@ std::vector<std::string> ADAlertStore::getEnabledAlertBundleNames(ErrorSlot erro
 
 std::vector<std::string> ADAlertStore::getAllAlertBundleNames(ErrorSlot error) {
   return keys(allObjects<ADAlertBundle>(managedObjectContext(), error));
+}
+
+std::map<std::string, AlertBundleSettings> ADAlertStore::getAlertBundleSettings(ErrorSlot error) {
+  std::map<std::string, AlertBundleSettings> settings;
+  for (const auto& record : enabledObjects<ADAlertBundle>(managedObjectContext(), error)) {
+    if (const auto key = record.bundle()) {
+      settings[*key] = {record.name(), record.pushEnabled(), record.mailEnabled()};
+    }
+  }
+  return settings;
+}
+
+bool ADAlertStore::setAlertBundleSettings(
+    const std::map<std::string, AlertBundleSettings>& settings, ErrorSlot error) {
+  const FetchRequest request{std::string(ADAlertBundle::kEntityName)};
+  const auto records = managedObjectContext().executeFetchRequest<ADAlertBundle>(request, error);
+  if (!records) {
+    setIfEmpty(error, storeError("Set Alert Bundle Settings: No Bundles Found."));
+    return false;
+  }
+  bool changed = false;
+  for (const ADAlertBundle& record : *records) {
+    const auto key = record.bundle();
+    const auto entry = key ? settings.find(*key) : settings.end();
+    if (entry != settings.end()) {
+      changed = setSwitches(record, entry->second) || changed;
+    }
+  }
+  return changed;
 }
 
 }  // namespace velto

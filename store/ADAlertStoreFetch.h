@@ -13,8 +13,13 @@
 
 namespace velto {
 
-/// The error of an operation that found no record.
-Error notFoundError(std::string_view message);
+/// The store's own error.
+Error storeError(std::string_view message);
+
+/// How a key stands in a message.
+inline std::string keyText(const std::optional<std::string>& key) {
+  return key.value_or("(null)");
+}
 
 /// As an argument of a predicate, where an absent key compares against nil.
 template <typename T>

@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <fcntl.h>
 #include <optional>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
+#include "platform/foundation/FileDescriptor.h"
 #include "platform/foundation/Paths.h"
 #include "store/ADAlert.h"
 #include "store/ADAlertBundle.h"
@@ -37,6 +39,15 @@ bool isOurs(const ManagedObjectModel& model) {
          declares<ADMailRecipient>(model) && declares<ADPushRecipient>(model);
 }
 
+/// Makes the directory's name last, with which all that is in it would be lost.
+void syncParentOf(const std::string& directory) {
+  const std::string parent = directory + "/..";
+  const FileDescriptor opened(open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (opened.isOpen()) {
+    static_cast<void>(fsync(opened.get()));
+  }
+}
+
 /// An existing directory keeps its owner and mode, and a failure shows when the store is opened.
 void createIfMissing(const std::string& directory) {
   struct stat status {};
@@ -47,6 +58,7 @@ void createIfMissing(const std::string& directory) {
     // Opened to the group last, when the group is the right one.
     static_cast<void>(chmod(directory.c_str(), 0750));
   }
+  syncParentOf(directory);
 }
 
 }  // namespace
@@ -56,10 +68,13 @@ StoreContainer& StoreContainer::shared() {
   return container;
 }
 
-StoreContainer::StoreContainer(std::string resourceDirectory, std::string directory, Log& log)
+StoreContainer::StoreContainer(std::string resourceDirectory, std::string directory, Log& log,
+                               const Clock& clock, AlertBundleRegistry& bundles)
     : resourceDirectory_(std::move(resourceDirectory)),
       directory_(std::move(directory)),
-      log_(log) {}
+      log_(log),
+      clock_(clock),
+      bundles_(bundles) {}
 
 std::shared_ptr<const ManagedObjectModel> StoreContainer::managedObjectModel() {
   std::call_once(modelOnce_, [this] {

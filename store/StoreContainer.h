@@ -4,6 +4,8 @@
 #include <mutex>
 #include <string>
 
+#include "platform/foundation/AlertBundleRegistry.h"
+#include "platform/foundation/Clock.h"
 #include "platform/foundation/Log.h"
 #include "platform/persistence/ManagedObjectModel.h"
 #include "platform/persistence/PersistentStoreCoordinator.h"
@@ -18,8 +20,10 @@ class StoreContainer {
   static StoreContainer& shared();
 
   /// `directory` is made when it is missing (its parent is not). Nothing is touched before the
-  /// first use.
-  StoreContainer(std::string resourceDirectory, std::string directory, Log& log);
+  /// first use. What is referred to outlives the container.
+  StoreContainer(std::string resourceDirectory, std::string directory, Log& log,
+                 const Clock& clock = Clock::system(),
+                 AlertBundleRegistry& bundles = AlertBundleRegistry::shared());
 
   /// The model, or null when there is no file of it, it is damaged, or it is not this program's.
   std::shared_ptr<const ManagedObjectModel> managedObjectModel();
@@ -29,6 +33,8 @@ class StoreContainer {
   std::shared_ptr<PersistentStoreCoordinator> persistentStoreCoordinator();
 
   Log& log() const { return log_; }
+  const Clock& clock() const { return clock_; }
+  AlertBundleRegistry& bundles() const { return bundles_; }
 
  private:
   void openStore();
@@ -36,6 +42,8 @@ class StoreContainer {
   const std::string resourceDirectory_;
   const std::string directory_;
   Log& log_;
+  const Clock& clock_;
+  AlertBundleRegistry& bundles_;
   std::once_flag modelOnce_;
   std::shared_ptr<const ManagedObjectModel> model_;
   std::once_flag coordinatorOnce_;

@@ -17,7 +17,7 @@ class PostingTest : public ::testing::Test {
     system_.clock.set(86400);
     auto store = system_.store();
     store.insertAlertBundle("Disk", "Disks");
-    store.insertMailRecipient("a@example.org", "en");
+    store.insertMailRecipientWithAddress("a@example.org", "en");
     store.save(nullptr);
   }
 

@@ -42,7 +42,7 @@ class ADAlertMailerTest : public ::testing::Test {
   void addRecipients(const std::vector<MailRecipient>& recipients) {
     auto store = system_.store();
     for (const auto& [address, locale] : recipients) {
-      store.insertMailRecipient(address, locale);
+      store.insertMailRecipientWithAddress(address, locale);
     }
     ASSERT_TRUE(store.save(nullptr));
   }

@@ -240,9 +240,9 @@ TEST_F(ADAlertStoreTest, DeletingAnUnknownBundleSaysSo) {
 
 TEST_F(ADAlertStoreTest, MailRecipientsTakeTheirLanguageFromTheAddress) {
   auto store = system_.store();
-  store.insertMailRecipient("a@example.fr", std::nullopt);
-  store.insertMailRecipient("b@example.fr", "de");
-  store.insertMailRecipient(std::nullopt, "de");
+  store.insertMailRecipientWithAddress("a@example.fr", std::nullopt);
+  store.insertMailRecipientWithAddress("b@example.fr", "de");
+  store.insertMailRecipientWithAddress(std::nullopt, "de");
   save(store);
   EXPECT_THAT(
       system_.store().getMailRecipients(nullptr),
@@ -251,11 +251,11 @@ TEST_F(ADAlertStoreTest, MailRecipientsTakeTheirLanguageFromTheAddress) {
 
 TEST_F(ADAlertStoreTest, OnlyEnabledRecipientsWithBothValuesAreListed) {
   auto store = system_.store();
-  store.insertMailRecipient("off@example.fr", std::nullopt);
+  store.insertMailRecipientWithAddress("off@example.fr", std::nullopt);
   store.getADMailRecipientForAddress("off@example.fr", nullptr)->setEnabled(false);
-  store.insertMailRecipient("nowhere@example.fr", std::nullopt);
+  store.insertMailRecipientWithAddress("nowhere@example.fr", std::nullopt);
   store.getADMailRecipientForAddress("nowhere@example.fr", nullptr)->setLocalization(std::nullopt);
-  store.insertMailRecipient("empty@example.fr", "");
+  store.insertMailRecipientWithAddress("empty@example.fr", "");
   save(store);
   auto reader = system_.store();
   EXPECT_THAT(reader.getMailRecipients(nullptr),
@@ -268,10 +268,10 @@ TEST_F(ADAlertStoreTest, OnlyEnabledRecipientsWithBothValuesAreListed) {
 
 TEST_F(ADAlertStoreTest, RecipientsOfALanguageStandTogetherInOrder) {
   auto store = system_.store();
-  store.insertMailRecipient("1@example.org", "fr");
-  store.insertMailRecipient("2@example.org", "en");
-  store.insertMailRecipient("3@example.org", "fr");
-  store.insertMailRecipient("3@example.org", "fr");
+  store.insertMailRecipientWithAddress("1@example.org", "fr");
+  store.insertMailRecipientWithAddress("2@example.org", "en");
+  store.insertMailRecipientWithAddress("3@example.org", "fr");
+  store.insertMailRecipientWithAddress("3@example.org", "fr");
   save(store);
   EXPECT_EQ(
       system_.store().getMailRecipientsByLocalization(nullptr),

@@ -19,16 +19,16 @@ const fs::path& enter(const fs::path& root) {
   return root;
 }
 
-std::string storeDirectory(const TemporaryDirectory& root) {
+std::string alertsDirectory(const TemporaryDirectory& root) {
   enter(root.path());
-  return rootedPath(kStoreDirectory);
+  return rootedPath(VLAlertsDirectory);
 }
 
 }  // namespace
 
 ScratchSystem::ScratchSystem()
-    : container(resourceDirectory(), storeDirectory(root), log),
-      bundles(rootedPath(VLAlertsDirectory), log),
+    : bundles(alertsDirectory(root), log),
+      container(resourceDirectory(), rootedPath(kStoreDirectory), log, clock, bundles),
       mailer(bundles, rootedPath(kMailProgram), log) {
   setMailProgram("n=$(ls mails | wc -l); cat > mails/$n");
   fs::create_directories(root.path() / "mails");

@@ -48,8 +48,8 @@ class ScratchSystem {
   const TemporaryDirectory root;
   FakeLog log;
   FakeClock clock;
-  StoreContainer container;
   AlertBundleRegistry bundles;
+  StoreContainer container;
   ADAlertMailer mailer;
 };
 
