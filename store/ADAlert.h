@@ -29,7 +29,8 @@ class ADAlert : public ManagedObject {
       EntityAttribute{"resolvedDate", AttributeType::kDate},
   };
 
-  std::optional<Data> attributes() const { return get<Data>(0); }
+  /// Null when they are absent; valid until they change.
+  const Data* attributes() const { return find<Data>(0); }
   void setAttributes(std::optional<Data> value) { set(0, std::move(value)); }
 
   std::optional<Date> creationDate() const { return get<Date>(1); }

@@ -7,8 +7,8 @@
 namespace velto {
 namespace {
 
-std::optional<PropertyList::Dictionary> decodedAttributes(const std::optional<Data>& data) {
-  if (!data) {
+std::optional<PropertyList::Dictionary> decodedAttributes(const Data* data) {
+  if (data == nullptr) {
     return std::nullopt;
   }
   auto value = PropertyListSerialization::propertyList(*data, nullptr);

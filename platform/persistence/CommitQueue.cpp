@@ -47,8 +47,12 @@ bool CommitQueue::joinOrLead(Save& own) {
 
 void CommitQueue::lead() {
   // Those whom the last leader has just woken are about to save again. Whoever is ready to run may
-  // come along, which costs a lone save next to nothing.
-  std::this_thread::yield();
+  // come along, as long as somebody does; a lone save waits for nobody.
+  std::size_t company = 0;
+  do {
+    company = waiting();
+    std::this_thread::yield();
+  } while (waiting() > company);
   const Batch batch = takeWaiting();
   serve(batch);
   const MutexLock lock(mutex_);

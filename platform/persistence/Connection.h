@@ -43,6 +43,7 @@ class Statement {
  private:
   template <typename Bind>
   void bindNext(Bind bindAt);
+  AttributeValue bytes(int column, AttributeType type) const;
 
   sqlite3_stmt* const statement_;
   int parameters_ = 0;

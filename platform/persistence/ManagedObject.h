@@ -31,10 +31,15 @@ class ManagedObject {
   bool operator==(const ManagedObject&) const = default;
 
  protected:
+  /// The attribute in place, or null when it is absent. Valid until it changes.
+  template <typename T>
+  const T* find(std::size_t index) const {
+    return std::get_if<T>(&value(index));
+  }
   /// The attribute as a `T`, or nothing when it is absent.
   template <typename T>
   std::optional<T> get(std::size_t index) const {
-    const T* found = std::get_if<T>(&value(index));
+    const T* found = find<T>(index);
     return found == nullptr ? std::nullopt : std::optional<T>(*found);
   }
   template <typename T>

@@ -72,22 +72,26 @@ std::int64_t Statement::integer(int column) const {
 }
 
 AttributeValue Statement::value(int column, AttributeType type) const {
+  if (type == AttributeType::kString || type == AttributeType::kData) {
+    return bytes(column, type);
+  }
   if (sqlite3_column_type(statement_, column) == SQLITE_NULL) {
     return {};
   }
-  switch (type) {
-    case AttributeType::kDate:
-      return Date(sqlite3_column_double(statement_, column));
-    case AttributeType::kBoolean:
-      return sqlite3_column_int64(statement_, column) != 0;
-    case AttributeType::kString:
-    case AttributeType::kData:
-      break;
+  return type == AttributeType::kDate
+             ? AttributeValue(Date(sqlite3_column_double(statement_, column)))
+             : AttributeValue(sqlite3_column_int64(statement_, column) != 0);
+}
+
+/// As a blob, text and data both come without conversion; the length is known only after the
+/// pointer, which is null for what is empty, too.
+AttributeValue Statement::bytes(int column, AttributeType type) const {
+  const auto* start = static_cast<const char*>(sqlite3_column_blob(statement_, column));
+  if (start == nullptr && sqlite3_column_type(statement_, column) == SQLITE_NULL) {
+    return {};
   }
-  // As a blob, both come without conversion; the length is known only after the pointer.
-  const auto* bytes = static_cast<const char*>(sqlite3_column_blob(statement_, column));
   const std::string_view content(
-      bytes, static_cast<std::size_t>(sqlite3_column_bytes(statement_, column)));
+      start, static_cast<std::size_t>(sqlite3_column_bytes(statement_, column)));
   return type == AttributeType::kString ? AttributeValue(std::string(content))
                                         : AttributeValue(Data(content));
 }
