@@ -1,60 +1,13 @@
 #include "store/ADAlertStore.h"
 
-#include <algorithm>
+#include <functional>
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include "platform/foundation/Paths.h"
-#include "tests/support/ScratchSystem.h"
+#include "tests/store/StoreTesting.h"
 
 namespace velto {
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::UnorderedElementsAre;
-
-Error storeError(std::string_view message) {
-  return makeError("VeltoAlertsStore", 100, message);
-}
-
-const Error kEarlier = makeError("Earlier", 1, "from before");
-
-class ADAlertStoreTest : public ::testing::Test {
- protected:
-  /// A handle without storage behind it: every fetch fails.
-  ADAlertStore brokenStore() { return ADAlertStore(broken_); }
-
-  void save(ADAlertStore& store) {
-    std::optional<Error> error;
-    ASSERT_TRUE(store.save(&error)) << error->localizedDescription();
-  }
-
-  ScratchSystem system_;
-  TemporaryDirectory nothing_;
-  FakeLog brokenLog_;
-  StoreContainer broken_{nothing_.path().string(), nothing_.path().string(), brokenLog_};
-};
-
-VLAlert alert(std::optional<std::string> identifier, std::optional<double> sent = std::nullopt) {
-  VLAlert made;
-  made.identifier = std::move(identifier);
-  made.type = "AlmostFull";
-  made.bundle = "Disk";
-  if (sent) {
-    made.sentDate = Date(*sent);
-  }
-  return made;
-}
-
-std::vector<std::string> identifiers(const std::vector<VLAlert>& alerts) {
-  std::vector<std::string> found;
-  for (const auto& each : alerts) {
-    found.push_back(each.identifier.value_or("none"));
-  }
-  return found;
-}
+class ADAlertStoreTest : public StoreTest {};
 
 TEST_F(ADAlertStoreTest, LookUpWithAnAbsentKeyFindsARecordWithoutOne) {
   auto store = system_.store();
@@ -94,190 +47,161 @@ TEST_F(ADAlertStoreTest, LooksUpPushRecipientsByBothKeys) {
   EXPECT_EQ(other.getADPushRecipientWithToken(Data("\x01"), nullptr), std::nullopt);
 }
 
-TEST_F(ADAlertStoreTest, TwoRecordsOfAKeyOneIsActedOn) {
-  auto store = system_.store();
-  store.insertAlertBundle("Disk", "one");
-  store.insertAlertBundle("Disk", "two");
-  save(store);
-  auto second = system_.store();
-  EXPECT_TRUE(second.deleteAlertBundle("Disk", nullptr));
-  save(second);
-  EXPECT_THAT(system_.store().getAllAlertBundleNames(nullptr), ElementsAre("Disk"));
-}
+/// What an operation gives when the fetch fails; true when it is nothing.
+struct Reading {
+  const char* name;
+  std::function<bool(ADAlertStore&, ErrorSlot)> givesNothing;
+};
 
-TEST_F(ADAlertStoreTest, AFetchErrorWinsOverNotFound) {
-  auto store = brokenStore();
-  std::optional<Error> error;
-  EXPECT_EQ(store.getAlertBundle("Disk", &error), std::nullopt);
-  ASSERT_TRUE(error);
-  EXPECT_EQ(error->domain, kPersistenceErrorDomain);
-  error.reset();
-  EXPECT_FALSE(store.deleteAlertBundle("Disk", &error));
-  ASSERT_TRUE(error);
-  EXPECT_EQ(error->domain, kPersistenceErrorDomain);
-}
+class FailedFetchTest : public StoreTest, public ::testing::WithParamInterface<Reading> {};
 
-TEST_F(ADAlertStoreTest, NotFoundGoesOnlyIntoAnEmptySlot) {
-  auto store = system_.store();
-  std::optional<Error> error = kEarlier;
-  EXPECT_EQ(store.getAlertBundle("Disk", &error), std::nullopt);
-  EXPECT_EQ(error, kEarlier);
-  EXPECT_EQ(store.getAlertBundle("Disk", nullptr), std::nullopt);
-  error.reset();
-  EXPECT_EQ(store.getAlertBundle("Disk", &error), std::nullopt);
-  EXPECT_EQ(error, storeError("Get Alert Bundle: Bundle 'Disk' not found."));
-}
-
-TEST_F(ADAlertStoreTest, WhatIsNotSavedIsDropped) {
-  {
-    auto store = system_.store();
-    store.insertAlert(alert("a", 1));
-    EXPECT_THAT(identifiers(store.getAlertsOfType("AlmostFull", nullptr)), ElementsAre("a"));
+TEST_P(FailedFetchTest, GivesNothingAndTheErrorOfTheFetch) {
+  for (std::optional<Error> error : {std::optional<Error>(), std::optional(kEarlier)}) {
+    auto store = brokenStore();
+    EXPECT_TRUE(GetParam().givesNothing(store, &error));
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->domain, kPersistenceErrorDomain);
   }
-  EXPECT_THAT(system_.store().getAlertsOfType("AlmostFull", nullptr), IsEmpty());
-}
-
-TEST_F(ADAlertStoreTest, ListingsAreNewestFirstAndUndatedLast) {
-  auto store = system_.store();
-  store.insertAlert(alert("undated"));
-  store.insertAlert(alert("old", 1));
-  store.insertAlert(alert("new", 3));
-  store.insertAlert(alert("middle", 2));
-  auto other = alert("other", 9);
-  other.bundle = "Mail";
-  store.insertAlert(other);
-  save(store);
-  auto reader = system_.store();
-  EXPECT_THAT(identifiers(reader.getAlertsOfBundle("Disk", nullptr)),
-              ElementsAre("new", "middle", "old", "undated"));
-  EXPECT_THAT(identifiers(reader.getAlertsOfType("AlmostFull", nullptr)),
-              ElementsAre("other", "new", "middle", "old", "undated"));
-  EXPECT_EQ(reader.getLastAlertOfBundle("Disk", nullptr)->identifier, "new");
-  EXPECT_EQ(reader.getLastAlertOfType("AlmostFull", nullptr)->identifier, "other");
-}
-
-TEST_F(ADAlertStoreTest, MatchingIsExact) {
-  auto store = system_.store();
-  store.insertAlert(alert("a", 1));
-  EXPECT_THAT(store.getAlertsOfBundle("disk", nullptr), IsEmpty());
-  EXPECT_THAT(store.getAlertsOfBundle("Disk ", nullptr), IsEmpty());
-  EXPECT_THAT(store.getAlertsOfBundle("' OR 1=1 --", nullptr), IsEmpty());
-  EXPECT_THAT(store.getAlertsOfBundle(std::nullopt, nullptr), IsEmpty());
-}
-
-TEST_F(ADAlertStoreTest, AListingWithAnErrorInTheSlotIsEmpty) {
-  auto store = system_.store();
-  store.insertAlert(alert("a", 1));
-  std::optional<Error> error = kEarlier;
-  EXPECT_THAT(store.getAlertsOfType("AlmostFull", &error), IsEmpty());
-  EXPECT_THAT(store.getAlertsOfBundle("Disk", &error), IsEmpty());
-  EXPECT_EQ(error, kEarlier);
-  EXPECT_TRUE(store.getLastAlertOfType("AlmostFull", &error)) << "the slot is not looked at";
-}
-
-TEST_F(ADAlertStoreTest, AFailedFetchGivesNothingAndItsError) {
   auto store = brokenStore();
+  EXPECT_TRUE(GetParam().givesNothing(store, nullptr));
+}
+
+/// A reading by one key, or by none.
+template <auto kOperation, typename... Keys>
+Reading reading(const char* name, Keys... keys) {
+  return {name, [=](ADAlertStore& store, ErrorSlot error) {
+            const auto result = (store.*kOperation)(keys..., error);
+            if constexpr (requires { result.has_value(); }) {
+              return !result.has_value();
+            } else {
+              return result.empty();
+            }
+          }};
+}
+
+using S = ADAlertStore;
+
+const Reading kReadings[] = {
+    reading<&S::getADAlertWithIdentifier>("RecordOfAnAlert", "a"),
+    reading<&S::getADAlertBundle>("RecordOfABundle", "Disk"),
+    reading<&S::getADMailRecipientForAddress>("RecordOfAnAddress", "a@b"),
+    reading<&S::getADPushRecipientWithGUID>("RecordOfAGuid", "g"),
+    reading<&S::getADPushRecipientWithToken>("RecordOfAToken", Data("t")),
+    reading<&S::getAlertWithIdentifier>("Alert", "a"),
+    reading<&S::getAlertsFromDate>("AlertsOfAPeriod", Date(0), Date(1)),
+    reading<&S::getAlertsOfType>("AlertsOfAType", "AlmostFull"),
+    reading<&S::getAlertsOfBundle>("AlertsOfABundle", "Disk"),
+    reading<&S::getUnresolvedAlertSubclasses>("UnresolvedAlerts"),
+    reading<&S::getLastAlertOfType>("LastAlertOfAType", "AlmostFull"),
+    reading<&S::getLastAlertOfBundle>("LastAlertOfABundle", "Disk"),
+    reading<&S::getEnabledAlertBundleNames>("EnabledBundles"),
+    reading<&S::getAllAlertBundleNames>("AllBundles"),
+    reading<&S::getAlertBundleSettings>("BundleSettings"),
+    reading<&S::getAttributes>("Attributes"),
+    reading<&S::getMailRecipients>("MailRecipients"),
+    reading<&S::getMailRecipientsByLocalization>("MailRecipientsByLocalization"),
+    reading<&S::getPushRecipients>("PushRecipients"),
+    reading<&S::getPushRecipientsByLocalization>("PushRecipientsByLocalization"),
+};
+
+INSTANTIATE_TEST_SUITE_P(Store, FailedFetchTest, ::testing::ValuesIn(kReadings),
+                         [](const auto& row) { return row.param.name; });
+
+/// An operation that finds no record.
+struct NotFound {
+  const char* name;
+  std::function<bool(ADAlertStore&, ErrorSlot)> call;
+  const char* message;
+};
+
+class NotFoundTest : public StoreTest, public ::testing::WithParamInterface<NotFound> {};
+
+TEST_P(NotFoundTest, IsReportedIntoAnEmptySlot) {
+  std::optional<Error> error;
+  auto store = system_.store();
+  EXPECT_FALSE(GetParam().call(store, &error));
+  EXPECT_EQ(error, ownError(GetParam().message));
+  EXPECT_FALSE(store.managedObjectContext().hasChanges());
+}
+
+TEST_P(NotFoundTest, LeavesAnEarlierErrorInTheSlot) {
   std::optional<Error> error = kEarlier;
-  EXPECT_THAT(store.getAlertsOfType("AlmostFull", nullptr), IsEmpty());
-  EXPECT_EQ(store.getLastAlertOfType("AlmostFull", &error), std::nullopt);
-  EXPECT_NE(error, kEarlier) << "an error of the layer below replaces what was there";
-  EXPECT_THAT(store.getEnabledAlertBundleNames(&error), IsEmpty());
-  EXPECT_THAT(store.getMailRecipients(&error), IsEmpty());
-  EXPECT_THAT(store.getMailRecipientsByLocalization(&error), IsEmpty());
-}
-
-TEST_F(ADAlertStoreTest, LastAlertOfAnUnknownTypeIsNoError) {
-  std::optional<Error> error;
-  EXPECT_EQ(system_.store().getLastAlertOfType("Unknown", &error), std::nullopt);
-  EXPECT_EQ(error, std::nullopt);
-}
-
-TEST_F(ADAlertStoreTest, ANewBundleIsEnabledWithBothChannels) {
   auto store = system_.store();
-  store.insertAlertBundle("Disk", "Disks");
-  save(store);
-  auto reader = system_.store();
-  const auto switches = reader.getAlertBundle("Disk", nullptr);
-  ASSERT_TRUE(switches);
-  EXPECT_EQ(switches->bundle, "Disk");
-  EXPECT_EQ(switches->pushEnabled, true);
-  EXPECT_EQ(switches->mailEnabled, true);
-  EXPECT_EQ(reader.getADAlertBundle("Disk", nullptr)->name(), "Disks");
-  EXPECT_THAT(reader.getEnabledAlertBundleNames(nullptr), ElementsAre("Disk"));
-  EXPECT_THAT(reader.getAllAlertBundleNames(nullptr), ElementsAre("Disk"));
+  EXPECT_FALSE(GetParam().call(store, &error));
+  EXPECT_EQ(error, kEarlier);
 }
 
-TEST_F(ADAlertStoreTest, ADisabledBundleIsOnlyInTheWholeList) {
+TEST_P(NotFoundTest, NeedsNoSlot) {
   auto store = system_.store();
-  store.insertAlertBundle("Disk", "Disks");
-  store.insertAlertBundle("Mail", "Mail");
-  store.getADAlertBundle("Disk", nullptr)->setEnabled(false);
-  save(store);
-  auto reader = system_.store();
-  EXPECT_THAT(reader.getEnabledAlertBundleNames(nullptr), ElementsAre("Mail"));
-  EXPECT_THAT(reader.getAllAlertBundleNames(nullptr), UnorderedElementsAre("Disk", "Mail"));
+  EXPECT_FALSE(GetParam().call(store, nullptr));
 }
 
-TEST_F(ADAlertStoreTest, RenamingToTheSameNameIsNotFound) {
-  auto store = system_.store();
-  store.insertAlertBundle("Disk", "Disks");
-  std::optional<Error> error;
-  EXPECT_FALSE(store.updateAlertBundle("Disk", "Disks", &error));
-  EXPECT_EQ(error, storeError("Update Alert Bundle: Bundle 'Disk' not found."));
-  error.reset();
-  EXPECT_TRUE(store.updateAlertBundle("Disk", "Volumes", &error));
-  EXPECT_EQ(error, std::nullopt);
-  EXPECT_EQ(store.getADAlertBundle("Disk", nullptr)->name(), "Volumes");
-  EXPECT_FALSE(store.updateAlertBundle("Tape", "Tapes", &error));
-  EXPECT_EQ(error, storeError("Update Alert Bundle: Bundle 'Tape' not found."));
+TEST_P(NotFoundTest, GivesWayToTheErrorOfTheFetch) {
+  for (std::optional<Error> error : {std::optional<Error>(), std::optional(kEarlier)}) {
+    auto store = brokenStore();
+    EXPECT_FALSE(GetParam().call(store, &error));
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->domain, kPersistenceErrorDomain);
+  }
+  auto store = brokenStore();
+  EXPECT_FALSE(GetParam().call(store, nullptr));
 }
 
-TEST_F(ADAlertStoreTest, DeletingAnUnknownBundleSaysSo) {
-  std::optional<Error> error;
-  EXPECT_FALSE(system_.store().deleteAlertBundle("Disk", &error));
-  EXPECT_EQ(error, storeError("Delete Alert Bundle: Bundle 'Disk' not found."));
-}
+const NotFound kNotFound[] = {
+    {"UpdateAlert",
+     [](ADAlertStore& store, ErrorSlot error) { return store.updateAlert(alert("a"), error); },
+     "Update Alert: Alert not found."},
+    {"DeleteAlert",
+     [](ADAlertStore& store, ErrorSlot error) { return store.deleteAlert(alert("a"), error); },
+     "Delete Alert: Alert 'a' not found."},
+    {"GetAlertBundle",
+     [](ADAlertStore& store, ErrorSlot error) {
+       return store.getAlertBundle("Disk", error).has_value();
+     },
+     "Get Alert Bundle: Bundle 'Disk' not found."},
+    {"GetAlertBundleWithoutAKey",
+     [](ADAlertStore& store, ErrorSlot error) {
+       return store.getAlertBundle(std::nullopt, error).has_value();
+     },
+     "Get Alert Bundle: Bundle '(null)' not found."},
+    {"UpdateAlertBundle",
+     [](ADAlertStore& store, ErrorSlot error) {
+       return store.updateAlertBundle("Disk", "Disks", error);
+     },
+     "Update Alert Bundle: Bundle 'Disk' not found."},
+    {"DeleteAlertBundle",
+     [](ADAlertStore& store, ErrorSlot error) { return store.deleteAlertBundle("Disk", error); },
+     "Delete Alert Bundle: Bundle 'Disk' not found."},
+    {"EnableAlertBundle",
+     [](ADAlertStore& store, ErrorSlot error) { return store.enableAlertBundle("Disk", error); },
+     "Enable Alert Bundle: Bundle 'Disk' not found."},
+    {"DisableAlertBundle",
+     [](ADAlertStore& store, ErrorSlot error) { return store.disableAlertBundle("Disk", error); },
+     "Disable Alert Bundle: Bundle 'Disk' not found."},
+    {"DeleteMailRecipient",
+     [](ADAlertStore& store, ErrorSlot error) {
+       return store.deleteMailRecipientWithAddress("a@b", error);
+     },
+     "Delete Mail Recipient: Address 'a@b' not found."},
+    {"DeletePushRecipient",
+     [](ADAlertStore& store, ErrorSlot error) {
+       return store.deletePushRecipientWithGUID("g", error);
+     },
+     "Delete Push Recipient: guid 'g' not found."},
+    {"EnablePushRecipient",
+     [](ADAlertStore& store, ErrorSlot error) {
+       return store.enablePushRecipientWithGUID("g", error);
+     },
+     "Enable Push Recipient: guid 'g' not found."},
+    {"DisablePushRecipient",
+     [](ADAlertStore& store, ErrorSlot error) {
+       return store.disablePushRecipientWithGUID("g", error);
+     },
+     "Disable Push Recipient: guid 'g' not found."},
+};
 
-TEST_F(ADAlertStoreTest, MailRecipientsTakeTheirLanguageFromTheAddress) {
-  auto store = system_.store();
-  store.insertMailRecipientWithAddress("a@example.fr", std::nullopt);
-  store.insertMailRecipientWithAddress("b@example.fr", "de");
-  store.insertMailRecipientWithAddress(std::nullopt, "de");
-  save(store);
-  EXPECT_THAT(
-      system_.store().getMailRecipients(nullptr),
-      ElementsAre(MailRecipient{"a@example.fr", "fr"}, MailRecipient{"b@example.fr", "de"}));
-}
-
-TEST_F(ADAlertStoreTest, OnlyEnabledRecipientsWithBothValuesAreListed) {
-  auto store = system_.store();
-  store.insertMailRecipientWithAddress("off@example.fr", std::nullopt);
-  store.getADMailRecipientForAddress("off@example.fr", nullptr)->setEnabled(false);
-  store.insertMailRecipientWithAddress("nowhere@example.fr", std::nullopt);
-  store.getADMailRecipientForAddress("nowhere@example.fr", nullptr)->setLocalization(std::nullopt);
-  store.insertMailRecipientWithAddress("empty@example.fr", "");
-  save(store);
-  auto reader = system_.store();
-  EXPECT_THAT(reader.getMailRecipients(nullptr),
-              ElementsAre(MailRecipient{"empty@example.fr", ""}));
-  EXPECT_EQ(reader.getMailRecipientsByLocalization(nullptr),
-            (std::map<std::string, std::vector<std::string>>{
-                {ADAlertStore::preferredLocalizationIdentifier(),
-                 {"nowhere@example.fr", "empty@example.fr"}}}));
-}
-
-TEST_F(ADAlertStoreTest, RecipientsOfALanguageStandTogetherInOrder) {
-  auto store = system_.store();
-  store.insertMailRecipientWithAddress("1@example.org", "fr");
-  store.insertMailRecipientWithAddress("2@example.org", "en");
-  store.insertMailRecipientWithAddress("3@example.org", "fr");
-  store.insertMailRecipientWithAddress("3@example.org", "fr");
-  save(store);
-  EXPECT_EQ(
-      system_.store().getMailRecipientsByLocalization(nullptr),
-      (std::map<std::string, std::vector<std::string>>{
-          {"en", {"2@example.org"}}, {"fr", {"1@example.org", "3@example.org", "3@example.org"}}}));
-}
+INSTANTIATE_TEST_SUITE_P(Store, NotFoundTest, ::testing::ValuesIn(kNotFound),
+                         [](const auto& row) { return row.param.name; });
 
 }  // namespace
 }  // namespace velto
