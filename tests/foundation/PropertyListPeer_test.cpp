@@ -212,8 +212,8 @@ TEST_F(PropertyListPeer, WritesWhatIsReadHere) {
     EXPECT_EQ(valueOf(readFile(file(binaries, ".xml"))).visit(Describer()), expected);
     ++documents;
   }
-  EXPECT_GT(binaries, 400U);
-  EXPECT_EQ(documents, binaries - 1);
+  EXPECT_GT(documents, 400U);
+  EXPECT_EQ(binaries, documents + 200) << "those with fractions of seconds";
 }
 
 }  // namespace

@@ -55,26 +55,28 @@ def some_integer(source):
     return max(-(2**63), min(2**64 - 1, number))
 
 
-def some_date(source):
+def some_date(source, fractions):
     seconds = source.randrange(-(10**10), 10**10)
-    return REFERENCE + datetime.timedelta(seconds=seconds)
+    parts = source.randrange(64) if fractions else 0
+    # 64ths of a second, which microseconds hold exactly.
+    return REFERENCE + datetime.timedelta(seconds=seconds, microseconds=parts * 15_625)
 
 
-def some_value(source, depth):
+def some_value(source, depth, fractions=False):
+    """Dates have fractions only where asked for: XML has whole seconds."""
     kinds = [
         lambda: some_string(source),
         lambda: some_integer(source),
         lambda: source.uniform(-1e9, 1e9),
         lambda: source.choice([True, False]),
-        lambda: some_date(source),
+        lambda: some_date(source, fractions),
         lambda: source.randbytes(source.choice([0, 1, 14, 15, 300])),
     ]
     if depth > 0:
         size = source.choice([0, 1, 2, 5])
-        kinds.append(lambda: [some_value(source, depth - 1) for _ in range(size)])
-        kinds.append(
-            lambda: {some_string(source): some_value(source, depth - 1) for _ in range(size)}
-        )
+        kinds.append(lambda: [some_value(source, depth - 1, fractions) for _ in range(size)])
+        kinds.append(lambda: {some_string(source): some_value(source, depth - 1, fractions)
+                              for _ in range(size)})
     return source.choice(kinds)()
 
 
@@ -107,10 +109,11 @@ def make(directory, seed):
         pathlib.Path(name + ".binary").write_bytes(plistlib.dumps(value, fmt=plistlib.FMT_BINARY))
         pathlib.Path(name + ".xml").write_bytes(plistlib.dumps(value, fmt=plistlib.FMT_XML))
         pathlib.Path(name + ".text").write_text(describe(value))
-    fraction = REFERENCE + datetime.timedelta(seconds=-1, microseconds=15_625)
-    name = str(directory / str(len(values)))
-    pathlib.Path(name + ".binary").write_bytes(plistlib.dumps(fraction, fmt=plistlib.FMT_BINARY))
-    pathlib.Path(name + ".text").write_text(describe(fraction))
+    for number in range(len(values), len(values) + 200):
+        value = some_value(source, 5, fractions=True)
+        name = str(directory / str(number))
+        pathlib.Path(name + ".binary").write_bytes(plistlib.dumps(value, fmt=plistlib.FMT_BINARY))
+        pathlib.Path(name + ".text").write_text(describe(value))
 
 
 def check(directory):
