@@ -71,6 +71,10 @@ struct Case {
   Fault fault;
 };
 
+void PrintTo(const Case& row, std::ostream* out) {
+  *out << row.name;
+}
+
 std::string nameOf(const ::testing::TestParamInfo<Case>& info) {
   return info.param.name;
 }

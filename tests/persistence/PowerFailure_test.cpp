@@ -97,6 +97,10 @@ struct Case {
   unsigned seed;
 };
 
+void PrintTo(const Case& row, std::ostream* out) {
+  *out << row.name;
+}
+
 class PowerFailure : public ::testing::TestWithParam<Case> {
  protected:
   /// From now on what happens to the store's files is a part of the log.

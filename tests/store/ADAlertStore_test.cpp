@@ -53,6 +53,10 @@ struct Reading {
   std::function<bool(ADAlertStore&, ErrorSlot)> givesNothing;
 };
 
+void PrintTo(const Reading& row, std::ostream* out) {
+  *out << row.name;
+}
+
 class FailedFetchTest : public StoreTest, public ::testing::WithParamInterface<Reading> {};
 
 TEST_P(FailedFetchTest, GivesNothingAndTheErrorOfTheFetch) {
@@ -113,6 +117,10 @@ struct NotFound {
   std::function<bool(ADAlertStore&, ErrorSlot)> call;
   const char* message;
 };
+
+void PrintTo(const NotFound& row, std::ostream* out) {
+  *out << row.name;
+}
 
 class NotFoundTest : public StoreTest, public ::testing::WithParamInterface<NotFound> {};
 
