@@ -129,7 +129,7 @@ TEST_P(SaveFault, OfTheCheckpointFailsNoSave) {
   Thing thing = insertThing(*context, "thing");
   char content = 'a';
   const auto saveLargeThing = [&] {
-    thing.setData(Data(std::string(20 * 4096, ++content)));
+    thing.setData(Data(std::string(80'000, ++content)));
     expectSaved(*context);
   };
   Fault fault = GetParam().fault;
@@ -264,7 +264,7 @@ TEST(FailedSync, OfACheckpointFailsNoSaveButThoseAfterIt) {
   TestStore store;
   const auto context = store.context();
   // A save that makes the log long: its commit syncs once, and then the checkpoint does.
-  insertThing(*context, "long").setData(Data(std::string(1100 * 4096, 'x')));
+  insertThing(*context, "long").setData(Data(std::string(4'500'000, 'x')));
   faults.arm({{Kind::kSync}, SQLITE_IOERR_FSYNC}, 3);
   expectSaved(*context);
   EXPECT_EQ(faults.failures(), 1);

@@ -76,7 +76,7 @@ std::vector<std::string> killAfter(std::size_t saves, pid_t process, int acknowl
 /// Each record's other half is there, too.
 void expectWholePairs(const std::vector<std::string>& names) {
   for (std::size_t index = 0; index < names.size(); index += 2) {
-    const std::string left = names[index];
+    const std::string& left = names[index];
     ASSERT_LT(index + 1, names.size()) << left;
     EXPECT_EQ(names[index + 1], left.substr(0, left.find(' ')) + " right");
   }

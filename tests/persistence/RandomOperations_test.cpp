@@ -300,8 +300,10 @@ TEST(RandomOperations, EqualThePlainModel) {
   const char* const count = std::getenv("VELTO_RANDOM_OPERATIONS");
   const char* const seed = std::getenv("VELTO_RANDOM_SEED");
   constexpr int kOperationsOfARun = 2000;
-  const int runs = (count == nullptr ? 100000 : std::atoi(count)) / kOperationsOfARun;
-  unsigned next = seed == nullptr ? std::random_device()() : static_cast<unsigned>(std::atol(seed));
+  const int runs = static_cast<int>(count == nullptr ? 100000 : std::strtol(count, nullptr, 10)) /
+                   kOperationsOfARun;
+  unsigned next = seed == nullptr ? std::random_device()()
+                                  : static_cast<unsigned>(std::strtoul(seed, nullptr, 10));
   for (int number = 0; number < std::max(runs, 1) && !HasFailure(); ++number) {
     run(next++, kOperationsOfARun);
   }

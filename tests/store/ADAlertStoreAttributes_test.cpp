@@ -8,9 +8,7 @@
 namespace velto {
 namespace {
 
-using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::UnorderedElementsAre;
 
 class AttributeRecordsTest : public StoreTest {};
 

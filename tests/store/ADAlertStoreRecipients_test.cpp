@@ -7,7 +7,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::UnorderedElementsAre;
 
 class RecipientRecordsTest : public StoreTest {};
 

@@ -54,6 +54,7 @@ inline VLAlert alert(std::optional<std::string> identifier,
 
 inline std::vector<std::string> identifiers(const std::vector<VLAlert>& alerts) {
   std::vector<std::string> found;
+  found.reserve(alerts.size());
   for (const auto& each : alerts) {
     found.push_back(each.identifier.value_or("none"));
   }
