@@ -87,6 +87,38 @@ TEST_F(StoreContainerTest, AFileInPlaceOfTheDirectoryIsLeftAlone) {
   EXPECT_EQ(log_.lines().size(), 1u);
 }
 
+TEST_F(StoreContainerTest, ADirectoryThatMayNotBeEnteredIsNoStore) {
+  if (geteuid() != 0) {
+    GTEST_SKIP() << "only root can act as somebody else";
+  }
+  auto stores = container();
+  ASSERT_EQ(seteuid(65534), 0);
+  EXPECT_EQ(stores.persistentStoreCoordinator(), nullptr);
+  ASSERT_EQ(seteuid(0), 0);
+  EXPECT_THAT(log_.lines(), ElementsAre(HasSubstr("alertData.db: Permission denied")));
+  EXPECT_FALSE(fs::exists(directory_));
+  EXPECT_EQ(stores.persistentStoreCoordinator(), nullptr) << "it is not tried again";
+}
+
+TEST_F(StoreContainerTest, AStoreOfAnotherModelStaysBitForBit) {
+  fs::create_directory(directory_);
+  const fs::path path = directory_ / "alertData.db";
+  {
+    std::vector<EntityDescription> entities;
+    entities.emplace_back("ADAlert",
+                          std::vector<AttributeDescription>{{"identifier", AttributeType::kString}},
+                          std::vector<std::vector<std::string>>{});
+    PersistentStoreCoordinator earlier(
+        std::make_shared<const ManagedObjectModel>(std::move(entities)));
+    ASSERT_TRUE(earlier.addPersistentStore(path, nullptr));
+  }
+  const std::string before = readFile(path);
+  auto stores = container();
+  EXPECT_EQ(stores.persistentStoreCoordinator(), nullptr);
+  EXPECT_THAT(log_.lines(), ElementsAre(HasSubstr("alertData.db: a store of another model")));
+  EXPECT_EQ(readFile(path), before);
+}
+
 TEST_F(StoreContainerTest, AFileOfAnotherProgramStaysBitForBit) {
   const std::string content = "this is no store, and somebody may want it";
   root_.write("Alerts/alertData.db", content);
