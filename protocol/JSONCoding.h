@@ -18,19 +18,13 @@
 #include "platform/foundation/Date.h"
 #include "platform/foundation/Error.h"
 #include "platform/foundation/PropertyList.h"
+#include "platform/foundation/PropertyListJSON.h"
 #include "platform/foundation/Recipients.h"
 #include "platform/foundation/VLAlert.h"
 
 namespace velto {
 
 using ArgumentClasses = std::set<ArgumentClass>;
-
-/// Plain JSON for strings, integers, reals, booleans, arrays and dictionaries; {"$date": seconds}
-/// and {"$data": base64} for the two kinds that JSON lacks; {"$dict": {...}} for a dictionary that
-/// itself has a key beginning with "$". An absent value, in a dictionary only, is null or
-/// {"$absent": true}.
-std::optional<PropertyList> propertyListFromJSON(const boost::json::value& json);
-boost::json::value jsonFromPropertyList(const PropertyList& value);
 
 // `classes` is the white-list of a collection argument, or null when the method has none. An array
 // that it admits as an element is passed over.

@@ -1,6 +1,7 @@
 #include <utility>
 
 #include "platform/foundation/Base64.h"
+#include "platform/foundation/VLAlertJSON.h"
 #include "protocol/JSONCoding.h"
 
 namespace velto {
@@ -14,14 +15,8 @@ json::value encodeMember(bool value) {
 json::value encodeMember(const std::string& value) {
   return json::value(value);
 }
-json::value encodeMember(Date value) {
-  return jsonFromPropertyList(value.secondsSinceReference());
-}
 json::value encodeMember(const Data& value) {
   return json::value(base64Encoded(value));
-}
-json::value encodeMember(const PropertyList::Dictionary& value) {
-  return jsonFromPropertyList(value);
 }
 
 /// An absent member is left out.
@@ -56,17 +51,7 @@ json::value encode(const Error& error) {
 }
 
 json::value encode(const VLAlert& alert) {
-  json::object object;
-  object.reserve(8);
-  add(object, "identifier", alert.identifier);
-  add(object, "type", alert.type);
-  add(object, "bundle", alert.bundle);
-  add(object, "creationDate", alert.creationDate);
-  add(object, "sentDate", alert.sentDate);
-  add(object, "readDate", alert.readDate);
-  add(object, "resolvedDate", alert.resolvedDate);
-  add(object, "attributes", alert.attributes);
-  return object;
+  return jsonFromAlert(alert);
 }
 
 json::value encode(const AlertBundleSettings& settings) {

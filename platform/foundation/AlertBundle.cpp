@@ -14,6 +14,7 @@
 namespace velto {
 namespace {
 
+constexpr std::size_t kMaximumLanguages = 1000;
 constexpr std::size_t kMaximumStringsSize = std::size_t{1} << 20;
 
 /// The dictionary in a strings file; nothing when there is none, or, with a log line, when it
@@ -69,8 +70,8 @@ class DeclaredAlert : public VLAlertSubclass {
 
 }  // namespace
 
-AlertBundle::AlertBundle(Bundle bundle, Log& log)
-    : bundle_(std::move(bundle)), localizations_(bundle_.localizations()) {
+AlertBundle::AlertBundle(std::string key, Bundle bundle, Log& log)
+    : key_(std::move(key)), bundle_(std::move(bundle)), localizations_(bundle_.localizations()) {
   for (const std::string& language : localizations_) {
     const std::string folder = bundle_.path() + "/Contents/Resources/" + language + ".lproj";
     if (auto strings = readStrings(folder + "/Alerts.strings", log)) {
@@ -84,20 +85,34 @@ AlertBundle::AlertBundle(Bundle bundle, Log& log)
 
 std::unique_ptr<VLAlertSubclass> AlertBundle::makeAlert(std::shared_ptr<const AlertBundle> bundle,
                                                         const VLAlert& alert) {
-  if (!alert.type || bundle->alertType(*alert.type) == nullptr) {
-    return nullptr;
-  }
   return std::make_unique<DeclaredAlert>(std::move(bundle), alert);
 }
 
 std::optional<std::string> AlertBundle::text(std::string_view key,
                                              std::string_view localization) const {
-  const auto languages = matchingLocalizations(localizations_, {std::string(localization)});
-  const std::string* found = languages.empty() ? nullptr : textInLanguage(key, languages.front());
+  const std::string* found = textInLanguage(key, language(localization));
   if (found == nullptr) {
     found = textInLanguage(key, developmentRegion_);
   }
   return found == nullptr ? std::nullopt : std::optional(*found);
+}
+
+std::string AlertBundle::language(std::string_view localization) const {
+  {
+    const MutexLock lock(languagesLock_);
+    const auto found = languages_.find(localization);
+    if (found != languages_.end()) {
+      return found->second;
+    }
+  }
+  const auto matches = matchingLocalizations(localizations_, {std::string(localization)});
+  std::string best = matches.empty() ? "" : matches.front();
+  const MutexLock lock(languagesLock_);
+  if (languages_.size() >= kMaximumLanguages) {
+    languages_.clear();  // whoever sends so many names must not make it grow
+  }
+  languages_.emplace(localization, best);
+  return best;
 }
 
 std::vector<std::string> AlertBundle::recoveryOptions(std::string_view type) const {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/foundation/Bundle.h"
+#include "platform/foundation/Mutex.h"
 #include "platform/foundation/VLAlert.h"
 
 namespace velto {
@@ -20,12 +21,16 @@ class Log;
 class AlertBundle {
  public:
   /// Texts that cannot be read are logged and count as missing.
-  AlertBundle(Bundle bundle, Log& log);
+  AlertBundle(std::string key, Bundle bundle, Log& log);
 
+  /// The name by which everybody knows the bundle.
+  const std::string& key() const { return key_; }
   const Bundle& bundle() const { return bundle_; }
 
-  /// The alert as an object of its type, which is declared here; null when it is not. The object
-  /// shares `bundle`.
+  bool declares(std::string_view type) const { return alertType(type) != nullptr; }
+
+  /// The alert, which has a type, with what the data says of that type, be it declared or not. The
+  /// object shares `bundle`.
   static std::unique_ptr<VLAlertSubclass> makeAlert(std::shared_ptr<const AlertBundle> bundle,
                                                     const VLAlert& alert);
 
@@ -39,12 +44,20 @@ class AlertBundle {
   /// The declaration of a type, or null.
   const PropertyList::Dictionary* alertType(std::string_view type) const;
   const std::string* textInLanguage(std::string_view key, const std::string& language) const;
+  /// The bundle's language that suits a localization best, or "".
+  std::string language(std::string_view localization) const;
 
+  const std::string key_;
   const Bundle bundle_;
   const std::vector<std::string> localizations_;
   /// By localization; a language without readable texts has no entry.
   std::map<std::string, PropertyList::Dictionary> texts_;
   std::string developmentRegion_;
+
+  /// What `language` has found out, which takes a while each time.
+  mutable Mutex languagesLock_;
+  mutable std::map<std::string, std::string, std::less<>> languages_
+      VELTO_GUARDED_BY(languagesLock_);
 };
 
 }  // namespace velto

@@ -8,32 +8,42 @@
 
 #include "platform/foundation/AlertBundle.h"
 #include "platform/foundation/Bundle.h"
+#include "platform/foundation/DeclaredAction.h"
 #include "platform/foundation/FileManager.h"
 #include "platform/foundation/Log.h"
 #include "platform/foundation/Mutex.h"
+#include "platform/foundation/NativeAction.h"
+#include "platform/foundation/NativeAlert.h"
 #include "platform/foundation/NativeBundle.h"
 #include "platform/foundation/NativeClasses.h"
 #include "platform/foundation/Paths.h"
+#include "platform/foundation/TrustedFile.h"
 
 namespace velto {
 
 class AlertBundleRegistry::Implementation {
  public:
-  Implementation(std::string directory, Log& log) : directory_(std::move(directory)), log_(log) {}
+  Implementation(std::string directory, Log& log, std::chrono::milliseconds actionTimeLimit)
+      : directory_(std::move(directory)), log_(log), actions_{log, actionTimeLimit} {}
 
   /// The bundle of this name, or null.
   std::shared_ptr<const AlertBundle> alertBundle(std::string_view name)
       VELTO_EXCLUDES(bundlesLock_);
-  bool load(std::string_view name) VELTO_EXCLUDES(loadLock_);
+  /// The bundle of an alert, ready for use: its code, if it has some, is loaded. Null with an error
+  /// otherwise.
+  std::shared_ptr<const AlertBundle> bundleOf(const VLAlert& alert, ErrorSlot error);
+  /// Nothing when the code is loaded, or why it is not.
+  std::optional<std::string> load(std::string_view name) VELTO_EXCLUDES(loadLock_);
   const NativeClasses& classes() const { return classes_; }
-  const std::string& directory() const { return directory_; }
+  const ActionContext& actions() const { return actions_; }
 
  private:
   std::optional<Bundle> openBundle(const std::string& name) const;
-  bool tryToLoad(const std::string& name) VELTO_REQUIRES(loadLock_);
+  std::optional<std::string> tryToLoad(const std::string& name) VELTO_REQUIRES(loadLock_);
 
   const std::string directory_;
   Log& log_;
+  const ActionContext actions_;
   NativeClasses classes_;
 
   Mutex bundlesLock_;
@@ -42,7 +52,8 @@ class AlertBundleRegistry::Implementation {
 
   /// Held while a bundle's code is loaded: who asks for it meanwhile waits for the outcome.
   Mutex loadLock_;
-  std::map<std::string, bool, std::less<>> outcomes_ VELTO_GUARDED_BY(loadLock_);
+  std::map<std::string, std::optional<std::string>, std::less<>> outcomes_
+      VELTO_GUARDED_BY(loadLock_);
 };
 
 std::shared_ptr<const AlertBundle> AlertBundleRegistry::Implementation::alertBundle(
@@ -56,7 +67,7 @@ std::shared_ptr<const AlertBundle> AlertBundleRegistry::Implementation::alertBun
   if (!bundle) {
     return nullptr;
   }
-  auto opened = std::make_shared<const AlertBundle>(std::move(*bundle), log_);
+  auto opened = std::make_shared<const AlertBundle>(std::string(name), std::move(*bundle), log_);
   bundles_.emplace(name, opened);
   return opened;
 }
@@ -64,7 +75,7 @@ std::shared_ptr<const AlertBundle> AlertBundleRegistry::Implementation::alertBun
 /// "X.bundle", or any other entry that discovery knows under the same key.
 std::optional<Bundle> AlertBundleRegistry::Implementation::openBundle(
     const std::string& name) const {
-  if (name.empty() || name.find_first_of(std::string_view("/\0", 2)) != std::string::npos) {
+  if (!isFileName(name)) {
     return std::nullopt;
   }
   auto bundle = Bundle::bundleWithPath(directory_ + "/" + name + ".bundle");
@@ -81,39 +92,27 @@ std::optional<Bundle> AlertBundleRegistry::Implementation::openBundle(
   return std::nullopt;
 }
 
-bool AlertBundleRegistry::Implementation::load(std::string_view name) {
+std::optional<std::string> AlertBundleRegistry::Implementation::load(std::string_view name) {
   MutexLock lock(loadLock_);
   const auto found = outcomes_.find(name);
   if (found != outcomes_.end()) {
     return found->second;
   }
-  const bool isLoaded = tryToLoad(std::string(name));
-  outcomes_.emplace(name, isLoaded);
-  return isLoaded;
+  return outcomes_.emplace(name, tryToLoad(std::string(name))).first->second;
 }
 
-bool AlertBundleRegistry::Implementation::tryToLoad(const std::string& name) {
+std::optional<std::string> AlertBundleRegistry::Implementation::tryToLoad(const std::string& name) {
   std::string reason = "there is no such bundle in " + directory_;
   const auto bundle = alertBundle(name);
   if (bundle == nullptr || !loadNativeBundle(bundle->bundle(), name, classes_, reason)) {
     log_.warning("Alert bundle '" + name + "' not loaded: " + reason);
-    return false;
+    return reason;
   }
-  return true;
+  return std::nullopt;
 }
 
-AlertBundleRegistry& AlertBundleRegistry::shared() {
-  static AlertBundleRegistry registry(rootedPath(VLAlertsDirectory), Log::system());
-  return registry;
-}
-
-AlertBundleRegistry::AlertBundleRegistry(std::string directory, Log& log)
-    : implementation_(std::make_unique<Implementation>(std::move(directory), log)) {}
-
-AlertBundleRegistry::~AlertBundleRegistry() = default;
-
-std::unique_ptr<VLAlertSubclass> AlertBundleRegistry::alertSubclass(const VLAlert& alert,
-                                                                    ErrorSlot error) {
+std::shared_ptr<const AlertBundle> AlertBundleRegistry::Implementation::bundleOf(
+    const VLAlert& alert, ErrorSlot error) {
   const auto fail = [error](int code, const std::string& description) {
     setIfEmpty(error, makeError(kBundleErrorDomain, code, description));
     return nullptr;
@@ -121,26 +120,73 @@ std::unique_ptr<VLAlertSubclass> AlertBundleRegistry::alertSubclass(const VLAler
   if (!alert.bundle) {
     return fail(kAlertWithoutBundleErrorCode, "The alert names no alert bundle.");
   }
-  const std::string bundleText = "Alert bundle '" + *alert.bundle + "'";
-  if (!alert.type) {
-    return fail(kAlertWithoutTypeErrorCode,
-                "The alert of bundle '" + *alert.bundle + "' names no type.");
-  }
-  auto bundle = implementation_->alertBundle(*alert.bundle);
+  auto bundle = alertBundle(*alert.bundle);
   if (bundle == nullptr) {
-    return fail(kBundleNotOpenedErrorCode, bundleText + " cannot be opened: no such bundle in " +
-                                               implementation_->directory() + ".");
+    return fail(kBundleNotOpenedErrorCode, "Alert bundle '" + *alert.bundle +
+                                               "' cannot be opened: no such bundle in " +
+                                               directory_ + ".");
   }
-  auto result = AlertBundle::makeAlert(std::move(bundle), alert);
-  if (result == nullptr) {
-    return fail(kNoSuchAlertTypeErrorCode,
-                bundleText + " has no alert type '" + *alert.type + "'.");
+  const bool hasCode =
+      valueForKey(bundle->bundle().infoDictionary(), "CFBundleExecutable") != nullptr;
+  if (const auto reason = hasCode ? load(*alert.bundle) : std::nullopt) {
+    return fail(kCodeNotLoadedErrorCode,
+                "Alert bundle '" + *alert.bundle + "' cannot be used: " + *reason + ".");
   }
-  return result;
+  return bundle;
+}
+
+AlertBundleRegistry& AlertBundleRegistry::shared() {
+  static AlertBundleRegistry registry(rootedPath(VLAlertsDirectory), Log::system());
+  return registry;
+}
+
+AlertBundleRegistry::AlertBundleRegistry(std::string directory, Log& log,
+                                         std::chrono::milliseconds actionTimeLimit)
+    : implementation_(
+          std::make_unique<Implementation>(std::move(directory), log, actionTimeLimit)) {}
+
+AlertBundleRegistry::~AlertBundleRegistry() = default;
+
+std::unique_ptr<VLAlertSubclass> AlertBundleRegistry::alertSubclass(const VLAlert& alert,
+                                                                    ErrorSlot error) {
+  if (alert.bundle && !alert.type) {
+    setIfEmpty(error, makeError(kBundleErrorDomain, kAlertWithoutTypeErrorCode,
+                                "The alert of bundle '" + *alert.bundle + "' names no type."));
+    return nullptr;
+  }
+  const auto bundle = implementation_->bundleOf(alert, error);
+  if (bundle == nullptr) {
+    return nullptr;
+  }
+  const auto* const alertClass = implementation_->classes().alertClass(bundle->key(), *alert.type);
+  if (alertClass == nullptr && !bundle->declares(*alert.type)) {
+    setIfEmpty(error, makeError(kBundleErrorDomain, kNoSuchAlertTypeErrorCode,
+                                "Alert bundle '" + bundle->key() + "' has no alert type '" +
+                                    *alert.type + "'."));
+    return nullptr;
+  }
+  auto declared = AlertBundle::makeAlert(bundle, alert);
+  return alertClass == nullptr ? std::move(declared)
+                               : makeNativeAlert(*alertClass, std::move(declared));
+}
+
+std::unique_ptr<VLAlertAction> AlertBundleRegistry::alertAction(const std::string& className,
+                                                                const VLAlert& alert,
+                                                                ErrorSlot error) {
+  const auto bundle = implementation_->bundleOf(alert, error);
+  if (bundle == nullptr) {
+    return nullptr;
+  }
+  const auto* const actionClass = implementation_->classes().actionClass(bundle->key(), className);
+  if (actionClass == nullptr) {
+    return makeDeclaredAction(bundle, className, alert, implementation_->actions(), error);
+  }
+  return makeNativeAction(*actionClass, bundle, className, AlertBundle::makeAlert(bundle, alert),
+                          implementation_->actions(), error);
 }
 
 bool AlertBundleRegistry::VLLoadAlertBundle(std::string_view name) {
-  return implementation_->load(name);
+  return !implementation_->load(name);
 }
 
 std::unique_ptr<EmailFormatter> AlertBundleRegistry::makeEmailFormatter(

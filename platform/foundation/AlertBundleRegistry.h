@@ -1,26 +1,19 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <string>
 #include <string_view>
 
+#include "platform/foundation/AlertBundleErrors.h"
 #include "platform/foundation/EmailFormatter.h"
 #include "platform/foundation/Error.h"
 #include "platform/foundation/VLAlert.h"
+#include "platform/foundation/VLAlertAction.h"
 
 namespace velto {
 
 class Log;
-
-/// The domain of the errors about bundles.
-inline constexpr std::string_view kBundleErrorDomain = "VeltoFoundation";
-
-/// Its codes.
-inline constexpr int kAlertWithoutBundleErrorCode = 1;
-inline constexpr int kAlertWithoutTypeErrorCode = 2;
-inline constexpr int kBundleNotOpenedErrorCode = 3;
-inline constexpr int kNoSuchAlertTypeErrorCode = 4;
-inline constexpr int kFormatterFailedErrorCode = 5;
 
 /// The alert bundles of one directory: finds the bundle of an alert, loads bundles with code, and
 /// knows the classes they registered, by name. A bundle is read when it is first asked for and
@@ -29,16 +22,24 @@ inline constexpr int kFormatterFailedErrorCode = 5;
 /// Synchronised itself: any thread.
 class AlertBundleRegistry {
  public:
+  /// How long the program of a recovery action may take.
+  static constexpr std::chrono::milliseconds kActionTimeLimit = std::chrono::minutes(1);
+
   /// The registry of the process, over VLAlertsDirectory.
   static AlertBundleRegistry& shared();
 
-  AlertBundleRegistry(std::string directory, Log& log);
+  AlertBundleRegistry(std::string directory, Log& log,
+                      std::chrono::milliseconds actionTimeLimit = kActionTimeLimit);
   ~AlertBundleRegistry();
   AlertBundleRegistry(const AlertBundleRegistry&) = delete;
   AlertBundleRegistry& operator=(const AlertBundleRegistry&) = delete;
 
   /// See VLAlert::alertSubclass.
   std::unique_ptr<VLAlertSubclass> alertSubclass(const VLAlert& alert, ErrorSlot error);
+
+  /// See VLAlertAction::alertActionWithClassName.
+  std::unique_ptr<VLAlertAction> alertAction(const std::string& className, const VLAlert& alert,
+                                             ErrorSlot error);
 
   /// Loads the code of the bundle "<name>.bundle" if it is not loaded yet, which makes its classes
   /// available by name. False, with one log line that says why, when there is no such bundle, it

@@ -3,7 +3,9 @@
 #include <new>
 #include <optional>
 #include <string_view>
+#include <type_traits>
 
+#include "platform/foundation/AlertText.h"
 #include "platform/foundation/PropertyListUnicode.h"
 
 namespace velto {
@@ -11,20 +13,48 @@ namespace {
 
 // The caller is foreign code, through which no exception can pass: out of memory ends the process.
 
+bool isName(const char* name) noexcept {
+  return name != nullptr && *name != '\0' && !invalidUTF8Offset(name);
+}
+
 int registerEmailFormatter(velto_registry* registry, const char* className,
                            const velto_email_formatter_class* functions) noexcept {
-  if (registry == nullptr || className == nullptr || *className == '\0' || functions == nullptr ||
+  if (registry == nullptr || !isName(className) || functions == nullptr ||
       functions->create == nullptr || functions->destroy == nullptr ||
       functions->from_address == nullptr || functions->format_message == nullptr) {
     return -1;
   }
-  if (invalidUTF8Offset(className) || registry->taken.isTaken(className)) {
+  if (registry->taken.isTaken(className)) {
     return -1;
   }
-  const bool isNew =
-      registry->formatters.try_emplace(className, NativeFormatterClass{functions, registry->bundle})
-          .second;
+  const bool isNew = registry->classes.formatters
+                         .try_emplace(className, NativeFormatterClass{functions, registry->bundle})
+                         .second;
   return isNew ? 0 : -1;
+}
+
+int registerAlertClass(velto_registry* registry, const char* type,
+                       const velto_alert_class* alertClass) noexcept {
+  if (registry == nullptr || !isName(type) || alertClass == nullptr) {
+    return -1;
+  }
+  return registry->classes.alerts.try_emplace(type, alertClass).second ? 0 : -1;
+}
+
+int registerActionClass(velto_registry* registry, const char* name,
+                        const velto_action_class* actionClass) noexcept {
+  if (registry == nullptr || !isName(name) || actionClass == nullptr ||
+      actionClass->create == nullptr || actionClass->destroy == nullptr ||
+      actionClass->has_been_resolved == nullptr || actionClass->run == nullptr) {
+    return -1;
+  }
+  return registry->classes.actions.try_emplace(name, actionClass).second ? 0 : -1;
+}
+
+void namesAppend(velto_names* names, const char* name) noexcept {
+  if (names != nullptr && isName(name)) {
+    names->names.emplace_back(name);
+  }
 }
 
 void textAppend(velto_text* text, const char* utf8, std::size_t length) noexcept {
@@ -92,6 +122,32 @@ int alertBundleText(const velto_alert* alert, const char* localization, velto_te
   return 0;
 }
 
+const PropertyList* attribute(const velto_alert* alert, const char* name) noexcept {
+  if (alert == nullptr || name == nullptr) return nullptr;
+  const auto& attributes = alert->alert.alert().attributes;
+  return attributes ? valueForKey(*attributes, name) : nullptr;
+}
+
+int alertAttributeText(const velto_alert* alert, const char* name, velto_text* text) noexcept {
+  const PropertyList* value = attribute(alert, name);
+  if (value == nullptr || text == nullptr) return -1;
+  text->utf8 += readableText(*value);
+  return 0;
+}
+
+int alertAttributeNumber(const velto_alert* alert, const char* name, double* number) noexcept {
+  const PropertyList* value = attribute(alert, name);
+  if (value == nullptr || number == nullptr) return -1;
+  return value->visit([number](const auto& held) {
+    if constexpr (std::is_arithmetic_v<std::decay_t<decltype(held)>>) {
+      *number = static_cast<double>(held);
+      return 0;
+    } else {
+      return -1;
+    }
+  });
+}
+
 constexpr velto_host kHost = {
     .interface_version = VELTO_ALERT_BUNDLE_INTERFACE,
     .size = sizeof(velto_host),
@@ -107,6 +163,11 @@ constexpr velto_host kHost = {
     .alert_date = alertDate,
     .alert_subject = alertBundleText<&VLAlertSubclass::subject>,
     .alert_message = alertBundleText<&VLAlertSubclass::message>,
+    .register_alert_class = registerAlertClass,
+    .register_action_class = registerActionClass,
+    .names_append = namesAppend,
+    .alert_attribute_text = alertAttributeText,
+    .alert_attribute_number = alertAttributeNumber,
 };
 
 }  // namespace

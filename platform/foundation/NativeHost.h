@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include <velto/alert_bundle.h>
 
@@ -25,11 +26,15 @@ struct velto_alert {
   const velto::VLAlertSubclass& alert;
 };
 
+struct velto_names {
+  std::vector<std::string> names;
+};
+
 /// Gathers the classes of one bundle while it registers them.
 struct velto_registry {
   const velto::NativeClasses& taken;
   std::string bundle;
-  velto::NativeClasses::Formatters formatters;
+  velto::NativeClasses::OfBundle classes;
 };
 
 namespace velto {

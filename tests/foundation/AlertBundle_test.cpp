@@ -38,8 +38,9 @@ class AlertBundleTest : public testing::Test {
   std::unique_ptr<VLAlertSubclass> makeAlert(const VLAlert& alert) {
     auto bundle = Bundle::bundleWithPath(directory_.path() + "/" + std::string(kEntry));
     EXPECT_TRUE(bundle.has_value());
-    return AlertBundle::makeAlert(std::make_shared<const AlertBundle>(std::move(*bundle), log_),
-                                  alert);
+    auto opened = std::make_shared<const AlertBundle>("Disk", std::move(*bundle), log_);
+    return alert.type && opened->declares(*alert.type) ? AlertBundle::makeAlert(opened, alert)
+                                                       : nullptr;
   }
   std::unique_ptr<VLAlertSubclass> makeAlert(std::string type, std::string volume = "/home") {
     VLAlert alert;

@@ -28,6 +28,7 @@ typedef struct velto_registry velto_registry;
 typedef struct velto_alert velto_alert;
 typedef struct velto_text velto_text;
 typedef struct velto_error velto_error;
+typedef struct velto_names velto_names;
 
 /* A class that writes mail messages. The functions return 0 on success. */
 typedef struct velto_email_formatter_class {
@@ -41,6 +42,29 @@ typedef struct velto_email_formatter_class {
   int (*format_message)(void* self, const velto_alert* alert, const char* localization,
                         velto_text* message, velto_error* error);
 } velto_email_formatter_class;
+
+/* The class of an alert type. What it leaves out (NULL, or a result that is not 0) is taken from
+ * the bundle's data: Alerts.strings and VLAlertTypes. In these functions, the host's alert_subject
+ * and alert_message give what the data says. */
+typedef struct velto_alert_class {
+  /* Append the text in the language. Return 0 on success. */
+  int (*subject)(const velto_alert* alert, const char* localization, velto_text* subject);
+  int (*message)(const velto_alert* alert, const char* localization, velto_text* message);
+  /* Appends the names of the recovery actions, in the order to offer them. */
+  void (*recovery_options)(const velto_alert* alert, velto_names* names);
+} velto_alert_class;
+
+/* The class of a recovery action. All functions are there. They run in the daemon, which cannot end
+ * them: what may take long, or hang, is better done by a program in Actions. */
+typedef struct velto_action_class {
+  /* A new action for the alert, or NULL when there is no memory; destroy ends its life. */
+  void* (*create)(const velto_alert* alert);
+  void (*destroy)(void* self);
+  /* Whether the condition behind the alert has gone away: 1 yes, 0 no, anything else unknown. */
+  int (*has_been_resolved)(void* self, const velto_alert* alert);
+  /* Does what is to be done. Returns 0 on success; on failure it may set the error. */
+  int (*run)(void* self, const velto_alert* alert, const char* localization, velto_error* error);
+} velto_action_class;
 
 typedef enum velto_alert_date {
   VELTO_ALERT_CREATION_DATE,
@@ -78,6 +102,18 @@ typedef struct velto_host {
   /* Append the bundle's text for the alert. Return 0, or -1 when there is none. */
   int (*alert_subject)(const velto_alert* alert, const char* localization, velto_text* text);
   int (*alert_message)(const velto_alert* alert, const char* localization, velto_text* text);
+
+  /* Register the class of the bundle's alert type of this name, and of its recovery action of this
+   * name. Otherwise like register_email_formatter; other bundles may use the same names. */
+  int (*register_alert_class)(velto_registry* registry, const char* type,
+                              const velto_alert_class* alert_class);
+  int (*register_action_class)(velto_registry* registry, const char* name,
+                               const velto_action_class* action_class);
+  void (*names_append)(velto_names* names, const char* name);
+  /* An attribute of the alert: appended as people read it, or as a number. Return 0, or -1 when
+   * there is none of that kind. */
+  int (*alert_attribute_text)(const velto_alert* alert, const char* name, velto_text* text);
+  int (*alert_attribute_number)(const velto_alert* alert, const char* name, double* number);
 } velto_host;
 
 #ifdef __cplusplus

@@ -1,10 +1,13 @@
+#include "platform/foundation/PropertyListJSON.h"
+
 #include <cmath>
 #include <string_view>
 #include <type_traits>
 #include <utility>
 
+#include <boost/json.hpp>
+
 #include "platform/foundation/Base64.h"
-#include "protocol/JSONCoding.h"
 
 namespace velto {
 namespace {
