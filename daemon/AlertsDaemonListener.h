@@ -6,6 +6,7 @@
 
 #include "daemon/AlertsDaemon.h"
 #include "platform/connection/Listener.h"
+#include "platform/events/VLEDaemonClient.h"
 #include "platform/foundation/FileManager.h"
 #include "platform/foundation/Log.h"
 #include "platform/identity/CodeSigning.h"
@@ -17,6 +18,7 @@ namespace velto {
 struct AlertsDaemonListenerSeams {
   CodeSigning& codeSigning;
   const FileManager& fileManager;
+  VLEDaemonClient& events;
   Log& log;
 };
 
@@ -31,7 +33,8 @@ class AlertsDaemonListener : public ListenerDelegate {
 
   /// Updates the records of the bundles in the alerts directory, inserts new ones, deletes those
   /// that have no bundle any more, and saves once. The error, if any, is that of reading the
-  /// directory, in which case the store is untouched, or of reading the store's bundles.
+  /// directory, in which case the store is untouched, or of reading the store's bundles. The events
+  /// service is asked to load each new bundle and then to enable it; nobody waits for that.
   std::optional<Error> loadAlertBundles();
 
   /// The effective user ids of the trusted service accounts.

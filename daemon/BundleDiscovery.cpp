@@ -21,17 +21,34 @@ std::string displayName(const Bundle& bundle, const std::string& key) {
   return text == nullptr || text->empty() ? key : *text;
 }
 
+/// Has the events service watch with a new bundle. What is referred to outlives the client.
+void startMonitoring(VLEDaemonClient& events, Log& log, const std::string& path,
+                     const std::string& key) {
+  events.loadMonitorBundleWithPath(path, [&events, &log, key](const std::optional<Error>& failure) {
+    if (failure) {
+      log.warning("Error Loading Alert Bundle: " + key);
+      return;
+    }
+    events.enableMonitorBundleWithName(key, [&log, key](const std::optional<Error>& refusal) {
+      if (refusal) {
+        log.warning("Error Enabling Alert Bundle: " + key);
+      }
+    });
+  });
+}
+
 /// Brings the record of one entry of the directory into line, and takes its key off the known ones.
-void reconcile(ADAlertStore& store, std::vector<std::string>& known, const std::string& directory,
-               const std::string& entry) {
-  if (entry.find(".bundle") == std::string::npos) {
+void reconcile(ADAlertStore& store, std::vector<std::string>& known, const std::string& path,
+               const AlertsDaemonListenerSeams& seams) {
+  const std::filesystem::path entry = std::filesystem::path(path).filename();
+  if (entry.string().find(".bundle") == std::string::npos) {
     return;
   }
-  const auto bundle = Bundle::bundleWithPath(directory + "/" + entry);
+  const auto bundle = Bundle::bundleWithPath(path);
   if (!bundle) {
     return;
   }
-  const std::string key = std::filesystem::path(entry).stem().string();
+  const std::string key = entry.stem().string();
   const std::string name = displayName(*bundle, key);
   const auto found = std::find(known.begin(), known.end(), key);
   if (found != known.end()) {
@@ -39,6 +56,7 @@ void reconcile(ADAlertStore& store, std::vector<std::string>& known, const std::
     known.erase(found);
   } else {
     store.insertAlertBundle(key, name);
+    startMonitoring(seams.events, seams.log, path, key);
   }
 }
 
@@ -56,7 +74,7 @@ std::optional<Error> AlertsDaemonListener::loadAlertBundles() {
   ADAlertStore store(services_.stores);
   auto known = store.getAllAlertBundleNames(&error);
   for (const std::string& entry : *entries) {
-    reconcile(store, known, directory, entry);
+    reconcile(store, known, directory + "/" + entry, seams_);
   }
   for (const std::string& key : known) {
     store.deleteAlertBundle(key, nullptr);

@@ -28,12 +28,14 @@ int main(int argc, char** argv) {
   }
 
   NoGuests codeSigning;
-  AlertsDaemonListener delegate(
-      {.stores = StoreContainer::shared(),
-       .bundles = AlertBundleRegistry::shared(),
-       .mailer = ADAlertMailer::sharedInstance(),
-       .clock = Clock::system()},
-      {.codeSigning = codeSigning, .fileManager = FileManager::system(), .log = Log::system()});
+  AlertsDaemonListener delegate({.stores = StoreContainer::shared(),
+                                 .bundles = AlertBundleRegistry::shared(),
+                                 .mailer = ADAlertMailer::sharedInstance(),
+                                 .clock = Clock::system()},
+                                {.codeSigning = codeSigning,
+                                 .fileManager = FileManager::system(),
+                                 .events = VLEDaemonClient::sharedClient(),
+                                 .log = Log::system()});
   listener->setDelegate(&delegate);
   listener->resume();
   // Also takes NOTIFY_SOCKET from the environment of our children.

@@ -8,7 +8,6 @@
 #include <poll.h>
 #include <sys/mman.h>
 #include <sys/syscall.h>
-#include <sys/timerfd.h>
 #include <sys/wait.h>
 #include <system_error>
 #include <unistd.h>
@@ -16,6 +15,7 @@
 
 #include "platform/foundation/FileDescriptor.h"
 #include "platform/foundation/Spawn.h"
+#include "platform/foundation/TimerDescriptor.h"
 
 namespace velto {
 namespace {
@@ -40,17 +40,6 @@ FileDescriptor fileHolding(std::string_view text) {
     text.remove_prefix(static_cast<std::size_t>(count));
   }
   if (file.isOpen() && ::lseek(file.get(), 0, SEEK_SET) != 0) {
-    return {};
-  }
-  return file;
-}
-
-FileDescriptor timer(std::chrono::milliseconds limit) {
-  FileDescriptor file(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC));
-  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(limit);
-  const std::chrono::nanoseconds rest = limit - seconds;
-  const itimerspec time{{0, 0}, {seconds.count(), rest.count()}};
-  if (file.isOpen() && ::timerfd_settime(file.get(), 0, &time, nullptr) != 0) {
     return {};
   }
   return file;
@@ -131,7 +120,7 @@ struct Plumbing {
   Plumbing(std::string_view text, std::chrono::milliseconds timeLimit)
       : input(fileHolding(text)),
         output(::open("/dev/null", O_WRONLY | O_CLOEXEC)),
-        limit(timer(timeLimit)) {
+        limit(timerExpiringAfter(timeLimit)) {
     std::array<int, 2> ends;
     if (::pipe2(ends.data(), O_CLOEXEC) == 0) {
       errorReader = FileDescriptor(ends[0]);

@@ -13,6 +13,8 @@ inline constexpr std::string_view VLAlertsDirectory = "/usr/lib/velto/alert-bund
 
 inline constexpr std::string_view kStoreDirectory = "/Library/Velto/Alerts";
 inline constexpr std::string_view kServiceSocketDirectory = "/run/velto";
+inline constexpr std::string_view kEventsServiceSocket =
+    "/run/velto/com.ulmora.velto.EventsDaemon";
 inline constexpr std::string_view kMailProgram = "/usr/sbin/sendmail";
 
 /// The entitlement that limits a caller to the bundles it names.

@@ -17,6 +17,7 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::Not;
 using ::testing::UnorderedElementsAre;
 
 constexpr const char* kWarning = "Connection attempt with insufficient privileges";
@@ -78,11 +79,35 @@ class NoListing : public FileManager {
   }
 };
 
+/// Keeps the requests, and answers them when a test says so.
+class FakeEvents : public VLEDaemonClient {
+ public:
+  void loadMonitorBundleWithPath(const std::string& path, Reply reply) override {
+    requests.emplace_back("load " + path, std::move(reply));
+  }
+  void enableMonitorBundleWithName(const std::string& name, Reply reply) override {
+    requests.emplace_back("enable " + name, std::move(reply));
+  }
+
+  /// Answers the first request that waits; gives what it was.
+  std::string answer(std::optional<Error> error = std::nullopt) {
+    if (requests.empty()) {
+      return "nothing";
+    }
+    const auto [request, reply] = std::move(requests.front());
+    requests.erase(requests.begin());
+    reply(std::move(error));
+    return request;
+  }
+
+  std::vector<std::pair<std::string, Reply>> requests;
+};
+
 class ListenerTest : public ::testing::Test {
  protected:
   std::unique_ptr<AlertsDaemonListener> start(const FileManager& files = FileManager::system()) {
     return std::make_unique<AlertsDaemonListener>(
-        servicesOf(system_), AlertsDaemonListenerSeams{signing_, files, system_.log});
+        servicesOf(system_), AlertsDaemonListenerSeams{signing_, files, events_, system_.log});
   }
 
   /// The object that a new connection of this caller exports.
@@ -101,6 +126,7 @@ class ListenerTest : public ::testing::Test {
 
   ScratchSystem system_;
   FakeCodeSigning signing_;
+  FakeEvents events_;
   RunLoop runLoop_;
   std::unique_ptr<Listener> door_ =
       Listener::listenerWithPath(runLoop_, system_.path("/socket").string(), nullptr);
@@ -210,6 +236,43 @@ TEST_F(ListenerTest, ANewBundleIsInsertedUnderItsKey) {
   EXPECT_EQ(nameOf("Z"), "Z");
 }
 
+TEST_F(ListenerTest, ANewBundleIsLoadedAndThenEnabledAsAMonitor) {
+  system_.addBundle("X.bundle", "{ }");
+  start();
+  EXPECT_THAT(system_.store().getAllAlertBundleNames(nullptr), ElementsAre("X"))
+      << "nobody waits for the events service";
+  EXPECT_EQ(events_.answer(), "load " + system_.bundlesDirectory().string() + "/X.bundle");
+  EXPECT_EQ(events_.answer(), "enable X");
+  EXPECT_EQ(events_.answer(), "nothing");
+  EXPECT_THAT(system_.log.lines(), IsEmpty()) << "success is not logged";
+}
+
+TEST_F(ListenerTest, AKnownBundleIsNoConcernOfTheEventsService) {
+  system_.addBundle("X.bundle", "{ }");
+  start();
+  events_.requests.clear();
+  start();
+  std::filesystem::remove_all(system_.bundlesDirectory() / "X.bundle");
+  start();
+  EXPECT_EQ(events_.answer(), "nothing");
+}
+
+TEST_F(ListenerTest, ABundleThatTheEventsServiceDoesNotTakeStaysInserted) {
+  const Error refusal = makeError("Events", 1, "no");
+  system_.addBundle("X.bundle", "{ }");
+  start();
+  events_.answer(refusal);
+  EXPECT_EQ(events_.answer(), "nothing") << "what is not loaded is not enabled";
+  EXPECT_THAT(system_.log.lines(), ElementsAre("Error Loading Alert Bundle: X"));
+  system_.addBundle("Y.bundle", "{ }");
+  start();
+  events_.answer();
+  EXPECT_EQ(events_.answer(refusal), "enable Y");
+  EXPECT_THAT(system_.log.lines(),
+              ElementsAre("Error Loading Alert Bundle: X", "Error Enabling Alert Bundle: Y"));
+  EXPECT_THAT(system_.store().getAllAlertBundleNames(nullptr), UnorderedElementsAre("X", "Y"));
+}
+
 TEST_F(ListenerTest, ASecondStartRefreshesTheName) {
   system_.addBundle("X.bundle", "{ CFBundleGetInfoString = Example; }");
   start();
@@ -261,10 +324,11 @@ TEST_F(ListenerTest, AStoreThatCannotBeReadGivesItsErrorAndTheListenerServesAllT
   const TemporaryDirectory nothing;
   StoreContainer broken(nothing.path().string(), nothing.path().string(), system_.log);
   AlertsDaemonListener listener({broken, system_.bundles, system_.mailer, system_.clock},
-                                {signing_, FileManager::system(), system_.log});
+                                {signing_, FileManager::system(), events_, system_.log});
   const auto error = listener.loadAlertBundles();
   ASSERT_TRUE(error);
   EXPECT_EQ(error->domain, kPersistenceErrorDomain);
+  EXPECT_THAT(events_.requests, Not(IsEmpty())) << "every bundle counts as a new one";
 }
 
 }  // namespace

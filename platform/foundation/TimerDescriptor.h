@@ -1,0 +1,13 @@
+#pragma once
+
+#include <chrono>
+
+#include "platform/foundation/FileDescriptor.h"
+
+namespace velto {
+
+/// A descriptor that becomes readable after the time, to be waited for along with others. Not open,
+/// with errno set, when there is none to be had. Any thread.
+FileDescriptor timerExpiringAfter(std::chrono::milliseconds time);
+
+}  // namespace velto
