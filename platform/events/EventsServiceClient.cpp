@@ -144,8 +144,7 @@ EventsServiceClient::~EventsServiceClient() {
     thread = std::move(thread_);
   }
   changed_.notify_all();
-  const std::uint64_t one = 1;
-  static_cast<void>(::write(stopSignal_.get(), &one, sizeof one));
+  ::eventfd_write(stopSignal_.get(), 1);
   if (thread.joinable()) {
     thread.join();
   }
