@@ -9,6 +9,7 @@
 #include "daemon/AlertsDaemonListener.h"
 #include "platform/connection/RunLoop.h"
 #include "platform/foundation/Paths.h"
+#include "platform/identity/EntitledGuests.h"
 
 int main(int argc, char** argv) {
   using namespace velto;
@@ -27,7 +28,9 @@ int main(int argc, char** argv) {
     return 1;
   }
 
-  NoGuests codeSigning;
+  EntitledGuests codeSigning(
+      {rootedPath(kEntitlementDirectories[0]), rootedPath(kEntitlementDirectories[1])},
+      GuestTable::shared(), Log::system());
   AlertsDaemonListener delegate({.stores = StoreContainer::shared(),
                                  .bundles = AlertBundleRegistry::shared(),
                                  .mailer = ADAlertMailer::sharedInstance(),

@@ -14,6 +14,7 @@
 #include "platform/connection/SocketConnection.h"
 #include "platform/foundation/Mutex.h"
 #include "platform/foundation/Paths.h"
+#include "platform/identity/GuestTable.h"
 
 namespace velto {
 namespace {
@@ -82,6 +83,9 @@ class Listener::Implementation : public Admission {
   void resume() { runLoop_.add(std::move(door_), Event::kInput); }
 
   const VarlinkService* admit(SocketConnection& connection) override {
+    // Admission is the only time at which anybody asks who is behind the token.
+    const GuestTable::Entry guest(GuestTable::shared(), connection.auditToken(),
+                                  connection.descriptor());
     if (!delegate_->shouldAcceptNewConnection(listener_, connection)) return nullptr;
     const Interface* exported = connection.resumedInterface();
     return exported == nullptr ? nullptr : &services_.serviceForProtocol(exported->protocol());

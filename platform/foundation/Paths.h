@@ -13,9 +13,12 @@ inline constexpr std::string_view VLAlertsDirectory = "/usr/lib/velto/alert-bund
 
 inline constexpr std::string_view kStoreDirectory = "/Library/Velto/Alerts";
 inline constexpr std::string_view kServiceSocketDirectory = "/run/velto";
-inline constexpr std::string_view kEventsServiceSocket =
-    "/run/velto/com.ulmora.velto.EventsDaemon";
+inline constexpr std::string_view kEventsServiceSocket = "/run/velto/com.ulmora.velto.EventsDaemon";
 inline constexpr std::string_view kMailProgram = "/usr/sbin/sendmail";
+
+/// Where rules of entitlements are, those of the administrator before those of packages.
+inline constexpr std::string_view kEntitlementDirectories[] = {"/etc/velto/entitlements.d",
+                                                               "/usr/lib/velto/entitlements.d"};
 
 /// The entitlement that limits a caller to the bundles it names.
 inline constexpr std::string_view kBundleEntitlement = "com.ulmora.velto.alert-bundles";

@@ -16,6 +16,8 @@ constexpr int kStartTimeField = 22;
 /// The program's name, which stands in parentheses and may itself hold spaces and parentheses.
 constexpr int kNameField = 2;
 
+}  // namespace
+
 std::uint64_t startTimeOfProcess(pid_t process) {
   const std::string path = "/proc/" + std::to_string(process) + "/stat";
   const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
@@ -25,8 +27,6 @@ std::uint64_t startTimeOfProcess(pid_t process) {
   ::close(file);
   return size < 0 ? 0 : startTimeInStat({text.data(), static_cast<std::size_t>(size)});
 }
-
-}  // namespace
 
 std::uint64_t startTimeInStat(std::string_view stat) {
   std::size_t position = stat.rfind(')');

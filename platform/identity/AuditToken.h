@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string_view>
+#include <sys/types.h>
 
 namespace velto {
 
@@ -25,6 +26,9 @@ static_assert(sizeof(AuditToken) == 32);
 /// The token of the process at the other end of a connected Unix socket. Nothing when the kernel
 /// does not tell. Any thread.
 std::optional<AuditToken> auditTokenOfPeer(int socket);
+
+/// When the process with the id started, as in the token, 0 if unknown. Any thread.
+std::uint64_t startTimeOfProcess(pid_t process);
 
 /// The start time in the text of a /proc/PID/stat, 0 when it is not there.
 std::uint64_t startTimeInStat(std::string_view stat);

@@ -47,14 +47,4 @@ class CodeSigning {
       std::optional<PropertyList::Dictionary>& information) = 0;
 };
 
-/// Knows no guest: nobody is entitled to anything.
-class NoGuests : public CodeSigning {
- public:
-  SecStatus copyGuestWithAttributes(const std::map<std::string, Data>& attributes,
-                                    std::uint32_t flags,
-                                    std::unique_ptr<CodeReference>& code) override;
-  SecStatus copySigningInformation(const CodeReference& code, std::uint32_t flags,
-                                   std::optional<PropertyList::Dictionary>& information) override;
-};
-
 }  // namespace velto

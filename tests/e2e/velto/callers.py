@@ -1,6 +1,7 @@
 """Connections made by other users."""
 
 import os
+import signal
 import socket
 
 from .varlink import DEADLINE, Client, connect
@@ -10,12 +11,13 @@ class OtherUser(Client):
     """A connection made by a child process that became another user, in no further groups. The
     child stays until the connection is closed, as the peer that it is."""
 
-    def __init__(self, path, uid, gid):
+    def __init__(self, path, uid, gid, then=None):
+        """`then` is the program that the child becomes when it is told to go on."""
         ours, theirs = socket.socketpair()
         ours.settimeout(DEADLINE)
-        self._child = os.fork()
-        if self._child == 0:
-            _connect_and_wait(path, uid, gid, theirs)
+        self.process = os.fork()
+        if self.process == 0:
+            _connect_and_wait(path, uid, gid, theirs, then)
         theirs.close()
         self._control = ours
         _, descriptors, _, _ = socket.recv_fds(ours, 1, 1)
@@ -23,13 +25,24 @@ class OtherUser(Client):
         super().__init__(socket.socket(fileno=descriptors[0]))
         self.socket.settimeout(DEADLINE)
 
+    def go_on(self):
+        self._control.send(b"g")
+
+    def end_process(self):
+        """The connection stays."""
+        if self.process:
+            os.kill(self.process, signal.SIGKILL)
+            os.waitpid(self.process, 0)
+            self.process = None
+
     def close(self):
         super().close()
         self._control.close()
-        os.waitpid(self._child, 0)
+        if self.process:
+            os.waitpid(self.process, 0)
 
 
-def _connect_and_wait(path, uid, gid, control):
+def _connect_and_wait(path, uid, gid, control, then):
     """Never returns."""
     try:
         # What this process inherited belongs to other connections, which it must not keep open.
@@ -40,6 +53,7 @@ def _connect_and_wait(path, uid, gid, control):
         os.setresuid(uid, uid, uid)
         with connect(path) as connection:
             socket.send_fds(control, [b"c"], [connection.fileno()])
-        control.recv(1)
+        if control.recv(1) and then:
+            os.execv(then[0], then)
     finally:
         os._exit(0)

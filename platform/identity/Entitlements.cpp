@@ -1,0 +1,132 @@
+#include "platform/identity/Entitlements.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <memory>
+#include <pwd.h>
+#include <string_view>
+#include <sys/stat.h>
+#include <utility>
+#include <vector>
+
+#include <systemd/sd-login.h>
+
+namespace velto {
+namespace {
+
+constexpr std::string_view kEntitlements = "Entitlements";
+
+std::optional<uid_t> userNamed(const std::string& name) {
+  std::vector<char> buffer(16384);
+  passwd entry{};
+  passwd* found = nullptr;
+  getpwnam_r(name.c_str(), &entry, buffer.data(), buffer.size(), &found);
+  return found == nullptr ? std::nullopt : std::optional(found->pw_uid);
+}
+
+bool isUser(const PropertyList& user, const Guest& guest) {
+  if (user.integer() != nullptr) {
+    return *user.integer() == std::int64_t{guest.token.effectiveUserIdentifier};
+  }
+  const std::string* text = user.string();
+  if (text == nullptr || text->empty()) {
+    return false;
+  }
+  // The old text form has no numbers.
+  const bool isNumber =
+      std::all_of(text->begin(), text->end(), [](char c) { return c >= '0' && c <= '9'; });
+  return isNumber ? *text == std::to_string(guest.token.effectiveUserIdentifier)
+                  : userNamed(*text) == guest.token.effectiveUserIdentifier;
+}
+
+/// The unit is found by the process's id, which is the process's as long as it lives.
+bool isInUnit(const PropertyList& unit, const Guest& guest) {
+  char* name = nullptr;
+  if (unit.string() == nullptr || !isAlive(guest.process) ||
+      sd_pid_get_unit(guest.token.processIdentifier, &name) < 0) {
+    return false;
+  }
+  const std::unique_ptr<char, decltype(&std::free)> owned(name, &std::free);
+  return *unit.string() == name && isAlive(guest.process);
+}
+
+bool hasLabel(const PropertyList& label, const Guest& guest) {
+  return label.string() != nullptr && guest.label == *label.string();
+}
+
+/// Whether the token's process id is still that process's.
+bool isSameProcess(const Guest& guest) {
+  return guest.process.isOpen() ? isAlive(guest.process)
+                                : guest.token.processStartTime != 0 &&
+                                      guest.token.processStartTime ==
+                                          startTimeOfProcess(guest.token.processIdentifier);
+}
+
+/// Compared as files: a name may mean another file to the process, which can have its own view of
+/// the tree.
+bool runs(const PropertyList& executable, const Guest& guest) {
+  const std::string link = "/proc/" + std::to_string(guest.token.processIdentifier) + "/exe";
+  struct stat running {};
+  struct stat named {};
+  return executable.string() != nullptr && ::stat(link.c_str(), &running) == 0 &&
+         ::stat(executable.string()->c_str(), &named) == 0 && running.st_dev == named.st_dev &&
+         running.st_ino == named.st_ino && isSameProcess(guest);
+}
+
+struct Condition {
+  std::string_view name;
+  bool (*holds)(const PropertyList& value, const Guest& guest);
+  bool isLasting;  ///< a process cannot take it on after it has connected
+};
+
+constexpr std::array<Condition, 4> kConditions = {{
+    {"User", isUser, true},
+    {"Unit", isInUnit, true},
+    {"Label", hasLabel, true},
+    {"Executable", runs, false},
+}};
+
+const Condition* conditionNamed(std::string_view name) {
+  const auto* found = std::find_if(kConditions.begin(), kConditions.end(),
+                                   [name](const Condition& each) { return each.name == name; });
+  return found == kConditions.end() ? nullptr : found;
+}
+
+}  // namespace
+
+std::optional<EntitlementRule> EntitlementRule::fromPropertyList(const PropertyList& value,
+                                                                 std::string& reason) {
+  if (value.dictionary() == nullptr) {
+    reason = "it holds no dictionary";
+    return std::nullopt;
+  }
+  PropertyList::Dictionary conditions = *value.dictionary();
+  auto entitlements = conditions.extract(std::string(kEntitlements));
+  if (entitlements.empty() || entitlements.mapped().dictionary() == nullptr) {
+    reason = "it has no dictionary Entitlements";
+    return std::nullopt;
+  }
+  const bool isSafe = std::any_of(conditions.begin(), conditions.end(), [](const auto& entry) {
+    const Condition* condition = conditionNamed(entry.first);
+    return condition != nullptr && condition->isLasting;
+  });
+  if (!isSafe) {
+    reason = "it has none of User, Unit and Label";
+    return std::nullopt;
+  }
+  return EntitlementRule(std::move(conditions), std::move(*entitlements.mapped().dictionary()));
+}
+
+EntitlementRule::EntitlementRule(PropertyList::Dictionary conditions,
+                                 PropertyList::Dictionary entitlements)
+    : conditions_(std::move(conditions)), entitlements_(std::move(entitlements)) {}
+
+bool EntitlementRule::holdsFor(const Guest& guest) const {
+  return std::all_of(conditions_.begin(), conditions_.end(), [&guest](const auto& entry) {
+    const Condition* condition = conditionNamed(entry.first);
+    return condition != nullptr && condition->holds(entry.second, guest);
+  });
+}
+
+}  // namespace velto
