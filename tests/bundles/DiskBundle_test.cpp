@@ -1,3 +1,6 @@
+#include <cmath>
+#include <sys/statvfs.h>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -35,9 +38,27 @@ TEST_F(DiskBundleTest, TellsItsAlertInThreeLanguages) {
   }
 }
 
-TEST_F(DiskBundleTest, OffersNoRecovery) {
+TEST_F(DiskBundleTest, OffersToFreeSpace) {
   ASSERT_NE(alert_, nullptr);
-  EXPECT_TRUE(alert_->recoveryOptions().empty());
+  EXPECT_THAT(alert_->recoveryOptions(), testing::ElementsAre("FreeSpace"));
+  std::optional<Error> error;
+  const auto action = registry_.alertAction("FreeSpace", alert_->alert(), &error);
+  ASSERT_NE(action, nullptr) << error->localizedDescription();
+  EXPECT_EQ(action->title("fr"), "Vider le cache des paquets");
+}
+
+TEST_F(DiskBundleTest, IsResolvedWhenThereIsRoomAgain) {
+  struct statvfs state {};
+  ASSERT_EQ(statvfs("/", &state), 0);
+  const double used = static_cast<double>(state.f_blocks - state.f_bfree);
+  const double percent = std::ceil(used * 100 / (used + static_cast<double>(state.f_bavail)));
+  VLAlert alert = alert_->alert();
+  alert.attributes = PropertyList::Dictionary{{"percent", 97}, {"volume", "/"}};
+  EXPECT_EQ(registry_.alertAction("FreeSpace", alert, nullptr)->hasBeenResolved(), percent < 90);
+  EXPECT_THAT(log_.lines(), testing::IsEmpty());
+  alert.attributes = PropertyList::Dictionary{{"volume", "/nonexistent"}};
+  EXPECT_FALSE(registry_.alertAction("FreeSpace", alert, nullptr)->hasBeenResolved());
+  EXPECT_THAT(log_.lines(), testing::ElementsAre(testing::HasSubstr("ended with status 2")));
 }
 
 }  // namespace

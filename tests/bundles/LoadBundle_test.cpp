@@ -1,0 +1,53 @@
+#include <cstdlib>
+#include <unistd.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/foundation/AlertBundleRegistry.h"
+#include "tests/support/FakeLog.h"
+
+namespace velto {
+namespace {
+
+class LoadBundleTest : public testing::Test {
+ protected:
+  LoadBundleTest() {
+    alert_.bundle = "Load";
+    alert_.type = "HighLoad";
+    alert_.attributes = PropertyList::Dictionary{{"load", 12.54}};
+  }
+
+  FakeLog log_;
+  AlertBundleRegistry registry_{VELTO_BUNDLES_DIR, log_};
+  VLAlert alert_;
+};
+
+TEST_F(LoadBundleTest, TheCodeTellsItsAlert) {
+  std::optional<Error> error;
+  const auto alert = registry_.alertSubclass(alert_, &error);
+  ASSERT_NE(alert, nullptr) << error->localizedDescription();
+  EXPECT_EQ(alert->subject("en"), "12.5: The processors are overloaded");
+  EXPECT_EQ(alert->subject("de"), "12.5: Die Prozessoren sind überlastet");
+  EXPECT_THAT(*alert->message("fr"), testing::HasSubstr("La charge moyenne est de 12.54."));
+  EXPECT_THAT(alert->recoveryOptions(), testing::ElementsAre("Recheck"));
+  alert_.attributes = std::nullopt;
+  EXPECT_EQ(registry_.alertSubclass(alert_, nullptr)->subject("en"),
+            "The processors are overloaded");
+}
+
+TEST_F(LoadBundleTest, TheActionLooksAgain) {
+  const auto action = registry_.alertAction("Recheck", alert_, nullptr);
+  ASSERT_NE(action, nullptr);
+  EXPECT_EQ(action->title("en"), "Check again");
+  // The load may change between two looks, but not say two things at once.
+  std::optional<Error> error;
+  const bool isDone = action->runWithLocalization("en", &error);
+  EXPECT_EQ(isDone, !error.has_value());
+  if (error) {
+    EXPECT_EQ(error, makeError("Recheck", 1, "The load is still high."));
+  }
+}
+
+}  // namespace
+}  // namespace velto
