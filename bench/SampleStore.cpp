@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 
 #include <fmt/format.h>
 
@@ -37,6 +38,11 @@ std::string BenchDirectory::make(const std::string& name) const {
   std::string directory = path_ + "/" + name;
   fs::create_directory(directory);
   return directory;
+}
+
+void writeFile(const std::string& path, const std::string& content) {
+  fs::create_directories(fs::path(path).parent_path());
+  std::ofstream(path) << content;
 }
 
 VLAlert sampleAlert(std::size_t number) {

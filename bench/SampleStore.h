@@ -26,6 +26,9 @@ class BenchDirectory {
   std::string path_;
 };
 
+/// Writes a file, with the folders that lead to it.
+void writeFile(const std::string& path, const std::string& content);
+
 /// The alert of this number: of 20 types and 10 bundles, sent half a minute after the one before
 /// it; some have been read and resolved, within seconds. Three attributes.
 VLAlert sampleAlert(std::size_t number);
