@@ -9,6 +9,7 @@
 #include "platform/foundation/AlertBundleRegistry.h"
 #include "platform/foundation/Clock.h"
 #include "protocol/VLAlertsDaemon.h"
+#include "store/ADAlertStore.h"
 #include "store/StoreContainer.h"
 
 namespace velto {
@@ -50,6 +51,16 @@ class AlertsDaemon : public VLAlertsDaemon {
   /// The error of a call that the role does not admit.
   Error privilegeError() const;
 
+  /// Asks the recovery actions of every unresolved alert whether its condition has gone away, and
+  /// marks those alerts as resolved now. Gives them, once for each action that says so, or nothing
+  /// when the unresolved alerts cannot be read. An action that fails does not end the round; the
+  /// slot shows the last failure.
+  std::optional<std::vector<VLAlert>> updateUnresolvedAlerts(ADAlertStore& store,
+                                                             std::optional<Error>& error) const;
+  /// The plain alerts behind objects of their bundles' classes.
+  static std::vector<VLAlert> removeSubclasses(
+      const std::vector<std::unique_ptr<VLAlertSubclass>>& alerts);
+
   void postAlert(std::optional<VLAlert> alert, ErrorReply reply) override;
   void saveAlerts(std::optional<std::vector<VLAlert>> alerts, ErrorReply reply) override;
   void getAlertsOfType(std::optional<std::string> type, Reply<std::vector<VLAlert>> reply) override;
@@ -77,6 +88,8 @@ class AlertsDaemon : public VLAlertsDaemon {
   Error error(int code, std::string_view description) const;
 
   std::optional<Error> post(VLAlert& alert);
+  bool hasBeenResolved(const std::string& option, const VLAlert& alert,
+                       std::optional<Error>& error) const;
 
   const AlertsDaemonServices services_;
   const bool isRoot_;

@@ -53,6 +53,15 @@ void ScratchSystem::addTexts(const std::string& entry, const std::string& langua
       strings);
 }
 
+void ScratchSystem::addAction(const std::string& entry, const std::string& name,
+                              std::string_view script) const {
+  const fs::path actions = bundlesDirectory() / entry / "Contents/Actions";
+  const fs::path path = root.write(actions / name, "#!/bin/sh\n" + std::string(script) + "\n");
+  for (fs::path each = path; each != bundlesDirectory().parent_path(); each = each.parent_path()) {
+    fs::permissions(each, fs::perms(0755));
+  }
+}
+
 void ScratchSystem::addDiskBundle() const {
   addBundle("Disk.bundle",
             R"({ CFBundleGetInfoString = "Disks"; CFBundleDevelopmentRegion = en;

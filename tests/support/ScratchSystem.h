@@ -32,6 +32,8 @@ class ScratchSystem {
   /// The texts of a language of the bundle, as Alerts.strings holds them.
   void addTexts(const std::string& entry, const std::string& language,
                 std::string_view strings) const;
+  /// A shell script as a recovery action of the bundle, with the modes that the daemon accepts.
+  void addAction(const std::string& entry, const std::string& name, std::string_view script) const;
   /// The bundle Disk, with the type AlmostFull in English and French.
   void addDiskBundle() const;
   /// Puts the bundle with the mail formatter, as it was built, into the alerts directory.
