@@ -1,5 +1,6 @@
 #include "platform/foundation/DeclaredAction.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <sys/stat.h>
 #include <utility>
@@ -9,6 +10,7 @@
 #include "platform/foundation/ActionProcess.h"
 #include "platform/foundation/AlertBundleErrors.h"
 #include "platform/foundation/Log.h"
+#include "platform/foundation/PropertyListUnicode.h"
 #include "platform/foundation/TrustedFile.h"
 #include "platform/foundation/VLAlertJSON.h"
 
@@ -17,11 +19,22 @@ namespace {
 
 using Kind = ActionOutcome::Kind;
 
-std::string trimmed(const std::string& text) {
+/// What a program wrote, as text to be shown: any bytes may have come.
+std::string shown(std::string text) {
+  std::size_t checked = 0;
+  while (const auto invalid = invalidUTF8Offset(std::string_view(text).substr(checked))) {
+    checked += *invalid;
+    text[checked] = '?';
+  }
   const std::size_t first = text.find_first_not_of(" \t\r\n");
   return first == std::string::npos
              ? ""
              : text.substr(first, text.find_last_not_of(" \t\r\n") + 1 - first);
+}
+
+std::string inOneLine(std::string text) {
+  std::replace(text.begin(), text.end(), '\n', ' ');
+  return text;
 }
 
 /// How an outcome reads after the name of the action.
@@ -69,7 +82,7 @@ class DeclaredAction : public VLAlertAction {
     const ActionOutcome outcome = run({"has-been-resolved"});
     const bool answers = outcome.kind == Kind::kExited && outcome.status <= 1;
     if (!answers) {
-      const std::string text = trimmed(outcome.standardError);
+      const std::string text = inOneLine(shown(outcome.standardError));
       context_.log.warning(name() + ", asked whether it has been resolved, " + describe(outcome) +
                            (text.empty() || outcome.kind == Kind::kNotStarted ? "" : ": " + text));
     }
@@ -81,7 +94,7 @@ class DeclaredAction : public VLAlertAction {
     if (outcome.kind == Kind::kExited && outcome.status == 0) {
       return true;
     }
-    const std::string text = trimmed(outcome.standardError);
+    const std::string text = shown(outcome.standardError);
     setIfEmpty(error, makeError(kBundleErrorDomain,
                                 outcome.kind == Kind::kTimedOut ? kActionTimedOutErrorCode
                                                                 : kActionFailedErrorCode,

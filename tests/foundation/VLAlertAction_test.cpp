@@ -119,6 +119,16 @@ TEST_F(VLAlertActionTest, AFailureSaysWhatTheActionSays) {
   EXPECT_FALSE(make("Silent")->runWithLocalization("en", nullptr));
 }
 
+TEST_F(VLAlertActionTest, WhatIsNoTextIsMadeOne) {
+  write("Odd", "printf 'caf\\303\\251 \\377\\376 x\\303' >&2; exit 1");
+  write("Lines", "printf 'one\\ntwo\\n' >&2; exit 2");
+  std::optional<Error> error;
+  EXPECT_FALSE(make("Odd")->runWithLocalization("en", &error));
+  EXPECT_EQ(error->localizedDescription(), "caf\xC3\xA9 ?? x?");
+  EXPECT_FALSE(make("Lines")->hasBeenResolved());
+  EXPECT_THAT(log_.lines(), ElementsAre(HasSubstr("ended with status 2: one two")));
+}
+
 TEST_F(VLAlertActionTest, TheTitleIsTheBundlesTextOrTheName) {
   write("Free", "");
   write("Other", "");
