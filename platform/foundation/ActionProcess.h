@@ -16,7 +16,7 @@ struct ActionOutcome {
     kNotStarted,  ///< `standardError` tells why
   };
 
-  Kind kind;
+  Kind kind = Kind::kNotStarted;
   int status = 0;
   /// The beginning of what it wrote to its standard error, as text.
   std::string standardError;
