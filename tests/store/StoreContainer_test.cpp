@@ -92,6 +92,7 @@ TEST_F(StoreContainerTest, ADirectoryThatMayNotBeEnteredIsNoStore) {
     GTEST_SKIP() << "only root can act as somebody else";
   }
   auto stores = container();
+  ASSERT_NE(stores.managedObjectModel(), nullptr);
   ASSERT_EQ(seteuid(65534), 0);
   EXPECT_EQ(stores.persistentStoreCoordinator(), nullptr);
   ASSERT_EQ(seteuid(0), 0);
