@@ -74,7 +74,7 @@ std::optional<Error> AlertsDaemonListener::loadAlertBundles() {
   ADAlertStore store(services_.stores);
   auto known = store.getAllAlertBundleNames(&error);
   for (const std::string& entry : *entries) {
-    reconcile(store, known, directory + "/" + entry, seams_);
+    reconcile(store, known, (std::filesystem::path(directory) / entry).string(), seams_);
   }
   for (const std::string& key : known) {
     store.deleteAlertBundle(key, nullptr);

@@ -3,7 +3,6 @@
 #include <new>
 #include <optional>
 #include <string_view>
-#include <type_traits>
 
 #include "platform/foundation/AlertText.h"
 #include "platform/foundation/PropertyListUnicode.h"
@@ -138,14 +137,18 @@ int alertAttributeText(const velto_alert* alert, const char* name, velto_text* t
 int alertAttributeNumber(const velto_alert* alert, const char* name, double* number) noexcept {
   const PropertyList* value = attribute(alert, name);
   if (value == nullptr || number == nullptr) return -1;
-  return value->visit([number](const auto& held) {
-    if constexpr (std::is_arithmetic_v<std::decay_t<decltype(held)>>) {
-      *number = static_cast<double>(held);
-      return 0;
-    } else {
-      return -1;
-    }
-  });
+  if (value->integer() != nullptr) {
+    *number = static_cast<double>(*value->integer());
+  } else if (value->unsignedInteger() != nullptr) {
+    *number = static_cast<double>(*value->unsignedInteger());
+  } else if (value->real() != nullptr) {
+    *number = *value->real();
+  } else if (value->boolean() != nullptr) {
+    *number = *value->boolean() ? 1 : 0;
+  } else {
+    return -1;
+  }
+  return 0;
 }
 
 constexpr velto_host kHost = {

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -75,13 +76,17 @@ std::optional<EntitlementRule> readRule(const std::string& path, std::string& re
   return EntitlementRule::fromPropertyList(*value, reason);
 }
 
+void logIgnored(Log& log, const std::string& path, const std::string& reason) {
+  log.warning("Entitlements in " + path + " ignored: " + reason);
+}
+
 /// The rules' files in a directory, by name; none where there is no such directory.
 std::vector<std::string> ruleFiles(const std::string& directory, Log& log) {
   std::string reason;
   const FileDescriptor opened = openRoots(directory, O_DIRECTORY, kOthersMayWrite, reason);
   if (!opened.isOpen()) {
     if (reason != std::generic_category().message(ENOENT)) {
-      log.warning("Entitlements in " + directory + " ignored: " + reason);
+      logIgnored(log, directory, reason);
     }
     return {};
   }
@@ -89,7 +94,7 @@ std::vector<std::string> ruleFiles(const std::string& directory, Log& log) {
   std::vector<std::string> files;
   for (const std::string& name : names.value_or(std::vector<std::string>())) {
     if (name.ends_with(".plist")) {
-      files.push_back(directory + "/" + name);
+      files.push_back((std::filesystem::path(directory) / name).string());
     }
   }
   std::sort(files.begin(), files.end());
@@ -142,7 +147,7 @@ std::optional<PropertyList::Dictionary> EntitledGuests::entitlementsOf(const Gue
       std::string reason;
       const auto rule = readRule(path, reason);
       if (!rule) {
-        log_.warning("Entitlements in " + path + " ignored: " + reason);
+        logIgnored(log_, path, reason);
       } else if (rule->holdsFor(guest)) {
         return rule->entitlements();
       }

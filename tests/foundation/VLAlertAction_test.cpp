@@ -44,7 +44,7 @@ class VLAlertActionTest : public testing::Test {
   fs::path write(const std::string& name, const std::string& script, mode_t mode = 0755) const {
     fs::create_directories(actions());
     chmod(actions().c_str(), 0755);
-    const fs::path path = files_.write(actions() / name, "#!/bin/sh\n" + script + "\n");
+    fs::path path = files_.write(actions() / name, "#!/bin/sh\n" + script + "\n");
     EXPECT_EQ(chmod(path.c_str(), mode), 0);
     return path;
   }
@@ -149,8 +149,9 @@ TEST_F(VLAlertActionTest, WhatTheBundleHasNotIsAnError) {
     const Error error = errorOf(name);
     EXPECT_EQ(error.domain, kBundleErrorDomain);
     EXPECT_EQ(error.code, kNoSuchActionErrorCode);
-    EXPECT_EQ(error.localizedDescription(),
-              "Alert bundle 'Disk' has no recovery action '" + name + "'.");
+    EXPECT_EQ(
+        error.localizedDescription(),
+        std::string("Alert bundle 'Disk' has no recovery action '").append(name).append("'."));
   }
   alert_.bundle = "Tape";
   EXPECT_EQ(errorOf("Free").code, kBundleNotOpenedErrorCode);
@@ -214,6 +215,7 @@ TEST_F(VLAlertActionTest, AFileThatBecameWritableIsNotRun) {
 TEST_F(VLAlertActionTest, SeveralRunAtOnce) {
   write("Free", "exit 0");
   std::vector<std::thread> threads;
+  threads.reserve(4);
   for (int thread = 0; thread < 4; ++thread) {
     threads.emplace_back([this] {
       for (int time = 0; time < 5; ++time) {
