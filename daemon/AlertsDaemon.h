@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "delivery/ADAlertMailer.h"
+#include "delivery/ADAlertPusher.h"
 #include "platform/foundation/AlertBundleRegistry.h"
 #include "platform/foundation/Clock.h"
 #include "protocol/VLAlertsDaemon.h"
@@ -23,6 +24,7 @@ inline constexpr int kMissingInputCode = 203;
 struct AlertsDaemonServices {
   StoreContainer& stores;
   AlertBundleRegistry& bundles;
+  ADAlertPusher& pusher;
   ADAlertMailer& mailer;
   const Clock& clock;
 };

@@ -44,8 +44,9 @@ std::optional<Error> AlertsDaemon::post(VLAlert& alert) {
   if (error) {
     return error;
   }
+  const bool pushEnabled = switches->pushEnabled.value_or(false);
   const bool mailEnabled = switches->mailEnabled.value_or(false);
-  if (!switches->pushEnabled.value_or(false) && !mailEnabled) {
+  if (!pushEnabled && !mailEnabled) {
     return std::nullopt;
   }
   alert.sentDate = services_.clock.now();
@@ -53,9 +54,15 @@ std::optional<Error> AlertsDaemon::post(VLAlert& alert) {
     alert.identifier = newIdentifier(alert.type, *alert.sentDate);
   }
   store.insertAlert(alert);
-  auto deliveryError = mailEnabled ? services_.mailer.mailAlert(alert, store) : std::nullopt;
+  auto deliveryError = pushEnabled ? services_.pusher.sendAlert(alert, store) : std::nullopt;
+  if (mailEnabled) {
+    auto mailError = services_.mailer.mailAlert(alert, store);
+    if (!deliveryError) {
+      deliveryError = std::move(mailError);
+    }
+  }
   if (deliveryError) {
-    // The alert stays stored as sent: the caller alone learns that nobody may have heard of it.
+    // The record stays as sent: the caller alone learns that somebody may not have heard of it.
     store.save(nullptr);
     return deliveryError;
   }

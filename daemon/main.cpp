@@ -33,6 +33,7 @@ int main(int argc, char** argv) {
       GuestTable::shared(), Log::system());
   AlertsDaemonListener delegate({.stores = StoreContainer::shared(),
                                  .bundles = AlertBundleRegistry::shared(),
+                                 .pusher = ADAlertPusher::sharedInstance(),
                                  .mailer = ADAlertMailer::sharedInstance(),
                                  .clock = Clock::system()},
                                 {.codeSigning = codeSigning,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
 
@@ -38,6 +39,11 @@ class VELTO_THREAD_ATTRIBUTE(scoped_lockable) MutexLock {
 
   /// Waits on `condition`, releasing the mutex meanwhile. May return without a reason: loop.
   void wait(std::condition_variable& condition) { condition.wait(lock_); }
+  /// The same, at the longest until a moment of the steady clock.
+  void waitUntil(std::condition_variable& condition,
+                 std::chrono::steady_clock::time_point deadline) {
+    condition.wait_until(lock_, deadline);
+  }
 
  private:
   std::unique_lock<std::mutex> lock_;

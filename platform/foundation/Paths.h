@@ -14,6 +14,7 @@ inline constexpr std::string_view VLAlertsDirectory = "/usr/lib/velto/alert-bund
 inline constexpr std::string_view kStoreDirectory = "/Library/Velto/Alerts";
 inline constexpr std::string_view kServiceSocketDirectory = "/run/velto";
 inline constexpr std::string_view kEventsServiceSocket = "/run/velto/com.ulmora.velto.EventsDaemon";
+inline constexpr std::string_view kPushIdentityDirectory = "/etc/velto/push";
 inline constexpr std::string_view kMailProgram = "/usr/sbin/sendmail";
 
 /// Where rules of entitlements are, those of the administrator before those of packages.

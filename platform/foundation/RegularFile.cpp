@@ -13,10 +13,13 @@
 namespace velto {
 namespace {
 
-std::nullopt_t fail(ErrorSlot slot, const std::string& path, int code) {
-  replaceError(slot,
-               makeError(kPOSIXErrorDomain, code,
-                         "Cannot read " + path + ": " + std::generic_category().message(code)));
+/// What a file must be like for its content to be used: an objection, or nothing.
+using Requirement = std::optional<std::string> (*)(const struct stat& status);
+
+std::nullopt_t fail(ErrorSlot slot, const std::string& path, int code,
+                    const std::string& why = {}) {
+  const std::string reason = why.empty() ? std::generic_category().message(code) : why;
+  replaceError(slot, makeError(kPOSIXErrorDomain, code, "Cannot read " + path + ": " + reason));
   return std::nullopt;
 }
 
@@ -33,27 +36,47 @@ int readAll(int descriptor, std::size_t limit, std::string& content) {
   }
 }
 
-}  // namespace
+std::optional<std::string> objectionToPrivacy(const struct stat& status) {
+  if (status.st_uid != 0 && status.st_uid != ::geteuid()) {
+    return "it belongs to user " + std::to_string(status.st_uid);
+  }
+  if ((status.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
+    return "others than its owner can read or write it";
+  }
+  return std::nullopt;
+}
 
-std::optional<std::string> contentsOfRegularFile(const std::string& path, std::size_t limit,
-                                                 ErrorSlot error) {
+std::optional<std::string> contents(const std::string& path, std::size_t limit,
+                                    Requirement requirement, ErrorSlot error) {
   if (path.find('\0') != std::string::npos) {
     return fail(error, path, EINVAL);
   }
   const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-  if (!file.isOpen()) {
-    return fail(error, path, errno);
-  }
   struct stat status;
-  if (::fstat(file.get(), &status) != 0) {
+  if (!file.isOpen() || ::fstat(file.get(), &status) != 0) {
     return fail(error, path, errno);
   }
   if (!S_ISREG(status.st_mode)) {
     return fail(error, path, S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
   }
+  if (const auto objection = requirement == nullptr ? std::nullopt : requirement(status)) {
+    return fail(error, path, EPERM, *objection);
+  }
   std::string content;
   const int code = readAll(file.get(), limit, content);
   return code == 0 ? std::optional(std::move(content)) : fail(error, path, code);
+}
+
+}  // namespace
+
+std::optional<std::string> contentsOfRegularFile(const std::string& path, std::size_t limit,
+                                                 ErrorSlot error) {
+  return contents(path, limit, nullptr, error);
+}
+
+std::optional<std::string> contentsOfPrivateFile(const std::string& path, std::size_t limit,
+                                                 ErrorSlot error) {
+  return contents(path, limit, objectionToPrivacy, error);
 }
 
 }  // namespace velto

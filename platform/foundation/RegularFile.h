@@ -14,4 +14,9 @@ namespace velto {
 std::optional<std::string> contentsOfRegularFile(const std::string& path, std::size_t limit,
                                                  ErrorSlot error);
 
+/// The same for a file with a secret: it must belong to root or to this process's own user, and
+/// nobody else may be able to read or write it.
+std::optional<std::string> contentsOfPrivateFile(const std::string& path, std::size_t limit,
+                                                 ErrorSlot error);
+
 }  // namespace velto

@@ -323,8 +323,9 @@ TEST_F(ListenerTest, AStoreThatCannotBeReadGivesItsErrorAndTheListenerServesAllT
   system_.addBundle("X.bundle", "{ }");
   const TemporaryDirectory nothing;
   StoreContainer broken(nothing.path().string(), nothing.path().string(), system_.log);
-  AlertsDaemonListener listener({broken, system_.bundles, system_.mailer, system_.clock},
-                                {signing_, FileManager::system(), events_, system_.log});
+  AlertsDaemonListener listener(
+      {broken, system_.bundles, system_.pusher, system_.mailer, system_.clock},
+      {signing_, FileManager::system(), events_, system_.log});
   const auto error = listener.loadAlertBundles();
   ASSERT_TRUE(error);
   EXPECT_EQ(error->domain, kPersistenceErrorDomain);

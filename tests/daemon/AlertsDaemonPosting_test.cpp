@@ -30,6 +30,12 @@ class PostingTest : public ::testing::Test {
 
   std::vector<VLAlert> stored() { return system_.store().getAlertsOfBundle("Disk", nullptr); }
 
+  void addPushRecipient() {
+    auto store = system_.store();
+    store.insertPushRecipientWithName("Phone", "guid", Data(std::string_view("token")), "en");
+    ASSERT_TRUE(store.save(nullptr));
+  }
+
   void setSwitches(bool push, bool mail) {
     auto store = system_.store();
     auto record = store.getADAlertBundle("Disk", nullptr);
@@ -150,6 +156,45 @@ TEST_F(PostingTest, AFailedMailIsToldAndTheAlertStaysStoredAsSent) {
   EXPECT_EQ(post(*root_, diskAlert()), (Error{"VeltoAlertsMailer", 75, {}}));
   ASSERT_THAT(stored(), SizeIs(1));
   EXPECT_EQ(stored().front().sentDate, Date(86400));
+}
+
+TEST_F(PostingTest, PushComesBeforeMailAndItsErrorCounts) {
+  addPushRecipient();
+  system_.provider->refuse("token", 410, "gone");
+  const auto error = post(*root_, diskAlert());
+  ASSERT_TRUE(error);
+  EXPECT_EQ(error->domain, "UlmoraPushProvider");
+  EXPECT_EQ(error->code, 410);
+  EXPECT_THAT(system_.mails(), SizeIs(1)) << "mail is sent all the same";
+  ASSERT_THAT(stored(), SizeIs(1));
+  EXPECT_EQ(stored().front().sentDate, Date(86400));
+}
+
+TEST_F(PostingTest, WhenBothChannelsFailThePushErrorIsTold) {
+  addPushRecipient();
+  system_.provider->refuse("token", 410, "gone");
+  system_.setMailProgram("cat > /dev/null; exit 75");
+  EXPECT_EQ(post(*root_, diskAlert())->code, 410);
+  EXPECT_THAT(stored(), SizeIs(1));
+}
+
+TEST_F(PostingTest, WhenPushIsFineAFailedMailIsTold) {
+  addPushRecipient();
+  system_.setMailProgram("cat > /dev/null; exit 75");
+  EXPECT_EQ(post(*root_, diskAlert()), (Error{"VeltoAlertsMailer", 75, {}}));
+  EXPECT_THAT(system_.provider->sent, SizeIs(1));
+}
+
+TEST_F(PostingTest, OnlyTheChannelsThatAreOnAreUsed) {
+  addPushRecipient();
+  setSwitches(false, true);
+  EXPECT_EQ(post(*root_, diskAlert()), std::nullopt);
+  EXPECT_THAT(system_.provider->sent, IsEmpty());
+  EXPECT_THAT(system_.mails(), SizeIs(1));
+  setSwitches(true, false);
+  EXPECT_EQ(post(*root_, diskAlert()), std::nullopt);
+  EXPECT_THAT(system_.provider->sent, SizeIs(1));
+  EXPECT_THAT(system_.mails(), SizeIs(1));
 }
 
 TEST_F(PostingTest, OnlyRootSavesAlerts) {

@@ -29,6 +29,12 @@ std::string alertsDirectory(const TemporaryDirectory& root) {
 ScratchSystem::ScratchSystem()
     : bundles(alertsDirectory(root), log),
       container(resourceDirectory(), rootedPath(kStoreDirectory), log, clock, bundles),
+      pusher(bundles, clock,
+             [this](const std::string&) {
+               auto made = std::make_unique<FakePushProvider>();
+               provider = made.get();
+               return made;
+             }),
       mailer(bundles, rootedPath(kMailProgram), log) {
   setMailProgram("n=$(ls mails | wc -l); cat > mails/$n");
   fs::create_directories(root.path() / "mails");

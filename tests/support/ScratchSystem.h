@@ -6,19 +6,21 @@
 #include <vector>
 
 #include "delivery/ADAlertMailer.h"
+#include "delivery/ADAlertPusher.h"
 #include "platform/foundation/AlertBundleRegistry.h"
 #include "platform/foundation/Paths.h"
 #include "store/ADAlertStore.h"
 #include "store/StoreContainer.h"
 #include "tests/support/FakeClock.h"
 #include "tests/support/FakeLog.h"
+#include "tests/support/FakePushProvider.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace velto {
 
 /// A whole system in a temporary directory, which VELTO_ROOT names as long as this object lives: an
-/// alerts directory, a place for the store, and a mail program that files what it gets. One at a
-/// time; made and dropped while no other thread runs.
+/// alerts directory, a place for the store, a mail program that files what it gets, and a push
+/// provider that does. One at a time; made and dropped while no other thread runs.
 class ScratchSystem {
  public:
   ScratchSystem();
@@ -52,6 +54,8 @@ class ScratchSystem {
   FakeClock clock;
   AlertBundleRegistry bundles;
   StoreContainer container;
+  FakePushProvider* provider = nullptr;  ///< the pusher's
+  ADAlertPusher pusher;
   ADAlertMailer mailer;
 };
 

@@ -1,0 +1,137 @@
+#include "delivery/ADAlertPusher.h"
+
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <utility>
+
+#include <boost/json.hpp>
+
+#include "platform/push/UlmoraPushServiceProvider.h"
+
+namespace velto {
+namespace {
+
+constexpr const char* kIdentityPreference = "ovix:com.ulmora.alerts";
+constexpr double kSecondsToExpiry = 2592000;
+
+Data payload(std::string_view message) {
+  return Data(boost::json::serialize(boost::json::object{{"zel", {{"alert", message}}}}));
+}
+
+/// Truncated toward zero; a date beyond the range is the range's end.
+std::int64_t wholeMilliseconds(Date date) {
+  constexpr double kEnd = 9223372036854775808.0;
+  const double milliseconds = date.secondsSinceReference() * 1000.0;
+  if (std::isnan(milliseconds)) {
+    return 0;
+  }
+  if (milliseconds >= kEnd || milliseconds < -kEnd) {
+    return milliseconds > 0 ? std::numeric_limits<std::int64_t>::max()
+                            : std::numeric_limits<std::int64_t>::min();
+  }
+  return static_cast<std::int64_t>(milliseconds);
+}
+
+/// The low 32 bits of the date's milliseconds, the lowest byte first.
+Data identifier(std::optional<Date> date) {
+  const auto bits = static_cast<std::uint64_t>(date ? wholeMilliseconds(*date) : 0);
+  std::vector<std::uint8_t> bytes;
+  for (unsigned shift = 0; shift < 32; shift += 8) {
+    bytes.push_back(static_cast<std::uint8_t>(bits >> shift));
+  }
+  return Data(std::move(bytes));
+}
+
+/// Hears what the provider reports to this thread, as long as it lives, and keeps the first error.
+class FirstReport {
+ public:
+  explicit FirstReport(PushServiceProvider& provider) : provider_(provider) {
+    provider_.setErrorHandler([this](const Error& reported) {
+      Error error{std::string(kPusherErrorDomain), reported.code, reported.userInfo};
+      error.userInfo.insert_or_assign(std::string(kParentDomainKey), reported.domain);
+      keep(std::move(error));
+    });
+    provider_.setErrorResponseHandler([this](std::uint64_t status, const Data& response) {
+      keep({std::string(kPusherErrorDomain),
+            static_cast<std::int64_t>(status),
+            {{std::string(NSLocalizedDescriptionKey), response}}});
+    });
+  }
+  ~FirstReport() { stopHearing(); }
+  FirstReport(const FirstReport&) = delete;
+  FirstReport& operator=(const FirstReport&) = delete;
+
+  /// What was reported when there is nothing more to hear.
+  std::optional<Error> result() {
+    stopHearing();
+    return std::move(error_);
+  }
+
+ private:
+  void keep(Error error) { setIfEmpty(&error_, std::move(error)); }
+
+  void stopHearing() {
+    if (std::exchange(isHearing_, false)) {
+      provider_.setErrorHandler({});
+      provider_.setErrorResponseHandler({});
+    }
+  }
+
+  PushServiceProvider& provider_;
+  std::optional<Error> error_;
+  bool isHearing_ = true;
+};
+
+}  // namespace
+
+ADAlertPusher& ADAlertPusher::sharedInstance() {
+  static ADAlertPusher pusher(AlertBundleRegistry::shared(), Clock::system(),
+                              [](const std::string& preference) {
+                                return std::make_unique<UlmoraPushServiceProvider>(preference);
+                              });
+  return pusher;
+}
+
+ADAlertPusher::ADAlertPusher(AlertBundleRegistry& bundles, const Clock& clock,
+                             const PushServiceProviderFactory& makeProvider)
+    : bundles_(bundles), clock_(clock), ulmoraPushProvider_(makeProvider(kIdentityPreference)) {}
+
+ADAlertPusher::~ADAlertPusher() {
+  ulmoraPushProvider_->flush();
+}
+
+std::optional<Error> ADAlertPusher::sendAlert(const VLAlert& alert, ADAlertStore& store) {
+  std::optional<Error> error;
+  const auto recipients = store.getPushRecipientsByLocalization(&error);
+  const auto bundleAlert = bundles_.alertSubclass(alert, &error);
+  if (error) {
+    return error;
+  }
+  for (const auto& [localization, tokens] : recipients) {
+    const auto message = bundleAlert->subject(localization);
+    auto result =
+        message ? sendPushNotificationToTokens(tokens, *message, alert.sentDate)
+                : makeError(kPusherErrorDomain, kNoPushMessageErrorCode,
+                            "The alert has no subject in the language \"" + localization + "\".");
+    if (result) {
+      setIfEmpty(&error, std::move(*result));
+    }
+  }
+  return error;
+}
+
+std::optional<Error> ADAlertPusher::sendPushNotificationToTokens(const std::vector<Data>& tokens,
+                                                                 std::string_view message,
+                                                                 std::optional<Date> date) {
+  const Data content = payload(message);
+  const Date expiry(clock_.now().secondsSinceReference() + kSecondsToExpiry);
+  const Data name = identifier(date);
+  FirstReport report(*ulmoraPushProvider_);
+  for (const Data& token : tokens) {
+    ulmoraPushProvider_->sendPushNotification(content, token, name, expiry);
+  }
+  return report.result();
+}
+
+}  // namespace velto

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/foundation/Data.h"
+#include "platform/push/PushIdentity.h"
+#include "platform/push/PushReports.h"
+
+namespace velto {
+
+/// What the notifications of a message have in common. Constant once it is made.
+struct PushMessage {
+  std::shared_ptr<const PushIdentity> identity;
+  Data payload;
+  std::vector<std::string> headers;  ///< "Name: value" each
+};
+
+/// One notification on its way: a message for one device, and who wants to know what became of it.
+struct PushNotification {
+  std::shared_ptr<const PushMessage> message;
+  Data device;
+  std::shared_ptr<PushReports> reports;
+};
+
+}  // namespace velto

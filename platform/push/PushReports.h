@@ -1,0 +1,66 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <optional>
+#include <variant>
+
+#include "platform/foundation/Data.h"
+#include "platform/foundation/Error.h"
+#include "platform/foundation/Mutex.h"
+
+namespace velto {
+
+/// How long one waits for the push service.
+struct PushTimeLimits {
+  /// For a connection to it: name look-up, TCP and TLS.
+  std::chrono::milliseconds connecting = std::chrono::seconds(10);
+  /// Between one answer and the next, as long as some are missing.
+  std::chrono::milliseconds silence = std::chrono::seconds(30);
+  /// For all answers together, and for a single one.
+  std::chrono::milliseconds total = std::chrono::minutes(5);
+};
+
+/// The push service's answer to a notification that it did not accept.
+struct PushErrorResponse {
+  std::uint64_t status = 0;
+  Data body;
+};
+
+/// What became of a notification: accepted, not answered, or not accepted.
+using PushOutcome = std::variant<std::monostate, Error, PushErrorResponse>;
+
+/// The outcomes of what one caller has sent, on their way from the sending thread back to it. Each
+/// notification has one, until the caller gives up. Any thread.
+class PushReports {
+ public:
+  using Clock = std::chrono::steady_clock;
+
+  /// One more notification has been handed over.
+  void expectOne();
+  /// The outcome of one of them. Passed over once the caller has given up.
+  void add(PushOutcome outcome);
+  /// A failure that has come in, without waiting.
+  std::optional<PushOutcome> takeFailure();
+  /// Waits for a failure to come in; nothing when there is an outcome for every notification, or
+  /// when time is up for a caller that waits since `begin`.
+  std::optional<PushOutcome> waitForFailure(const PushTimeLimits& limits, Clock::time_point begin);
+  /// From now on nothing is waited for. Gives how many outcomes were missing.
+  std::size_t giveUp();
+  bool isGivenUp() const;
+
+ private:
+  std::optional<PushOutcome> take() VELTO_REQUIRES(mutex_);
+
+  mutable Mutex mutex_;
+  std::condition_variable changed_;
+  std::deque<PushOutcome> failures_ VELTO_GUARDED_BY(mutex_);
+  std::size_t missing_ VELTO_GUARDED_BY(mutex_) = 0;
+  bool isGivenUp_ VELTO_GUARDED_BY(mutex_) = false;
+  Clock::time_point lastOutcome_ VELTO_GUARDED_BY(mutex_);
+};
+
+}  // namespace velto

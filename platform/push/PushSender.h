@@ -1,0 +1,51 @@
+#pragma once
+
+#include <condition_variable>
+#include <deque>
+#include <thread>
+#include <vector>
+
+#include "platform/push/PushTransfers.h"
+
+namespace velto {
+
+/// Sends notifications on a thread of its own, which begins with the first one. When the sender
+/// goes, what has no answer yet is reported as given up. Any thread.
+class PushSender {
+ public:
+  explicit PushSender(const PushTimeLimits& limits);
+  ~PushSender();
+  PushSender(const PushSender&) = delete;
+  PushSender& operator=(const PushSender&) = delete;
+
+  /// Every notification is reported to its PushReports exactly once.
+  void send(PushNotification notification);
+  /// Somebody has given up: nothing more is to be done for them.
+  void forgetGivenUp();
+  /// Waits until nothing is under way, or time is up.
+  void waitUntilIdle();
+
+ private:
+  bool add(PushNotification& notification) VELTO_EXCLUDES(mutex_);
+  bool waitForWork() VELTO_EXCLUDES(mutex_);
+  void startWaiting() VELTO_EXCLUDES(mutex_);
+  void failWaiting(const PushTransfers::ConnectionFailure& failure) VELTO_EXCLUDES(mutex_);
+  void dropGivenUp() VELTO_EXCLUDES(mutex_);
+  void work();
+
+  const PushTimeLimits limits_;
+  /// Made with the thread, and its own but for wakeUp().
+  std::unique_ptr<PushTransfers> transfers_;
+
+  Mutex mutex_;
+  std::condition_variable workCame_;
+  std::condition_variable becameIdle_;
+  std::deque<PushNotification> waiting_ VELTO_GUARDED_BY(mutex_);
+  bool isIdle_ VELTO_GUARDED_BY(mutex_) = true;
+  bool hasGivenUp_ VELTO_GUARDED_BY(mutex_) = false;
+  bool isAwake_ VELTO_GUARDED_BY(mutex_) = false;  ///< the thread will look for work by itself
+  bool stops_ VELTO_GUARDED_BY(mutex_) = false;
+  std::thread thread_ VELTO_GUARDED_BY(mutex_);
+};
+
+}  // namespace velto

@@ -1,0 +1,142 @@
+#include "platform/push/PushTransfer.h"
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+#include "platform/push/PushErrors.h"
+
+namespace velto {
+namespace {
+
+/// More of an answer than this is not waited for.
+constexpr std::size_t kMaximumBody = std::size_t{1} << 16;
+/// libcurl sends a request once more that the gateway refused unread, and would go on doing so.
+constexpr int kMaximumTimesSent = 2;
+
+std::string hexadecimal(const Data& data) {
+  constexpr std::string_view kDigits = "0123456789abcdef";
+  std::string text;
+  text.reserve(data.size() * 2);
+  for (const std::uint8_t byte : data.bytes()) {
+    text.push_back(kDigits[byte >> 4u]);
+    text.push_back(kDigits[byte & 0xfu]);
+  }
+  return text;
+}
+
+const char* pathOrNull(const std::optional<std::string>& path) {
+  return path ? path->c_str() : nullptr;
+}
+
+}  // namespace
+
+PushTransfer::PushTransfer(const PushTimeLimits& limits, Gate& gate)
+    : gate_(gate), handle_(curl_easy_init()) {
+  CURL* handle = handle_.get();
+  curl_easy_setopt(handle, CURLOPT_PRIVATE, this);
+  curl_easy_setopt(handle, CURLOPT_POST, 1L);
+  curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "https");
+  curl_easy_setopt(handle, CURLOPT_SSLVERSION, CURL_SSLVERSION_TLSv1_2);
+  curl_easy_setopt(handle, CURLOPT_HTTP_VERSION, CURL_HTTP_VERSION_2TLS);
+  // Wait for the one connection to say that it takes many streams.
+  curl_easy_setopt(handle, CURLOPT_PIPEWAIT, 1L);
+  curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
+  // A resolver that hangs is not waited for when time is up.
+  curl_easy_setopt(handle, CURLOPT_QUICK_EXIT, 1L);
+  curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(limits.connecting.count()));
+  curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, static_cast<long>(limits.total.count()));
+  curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, problem_.data());
+  curl_easy_setopt(handle, CURLOPT_PREREQFUNCTION, &PushTransfer::beforeRequest);
+  curl_easy_setopt(handle, CURLOPT_PREREQDATA, this);
+  curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, &PushTransfer::receive);
+  curl_easy_setopt(handle, CURLOPT_WRITEDATA, this);
+}
+
+void PushTransfer::load(PushNotification notification) {
+  const auto previous = std::exchange(notification_, std::move(notification)).message;
+  const PushMessage& message = *notification_.message;
+  setIdentity(*message.identity);
+  curl_slist* headers = nullptr;
+  for (const std::string& header : message.headers) {
+    headers = curl_slist_append(headers, header.c_str());
+  }
+  const std::string url = message.identity->endpoint + "/" + hexadecimal(notification_.device);
+  curl_easy_setopt(handle(), CURLOPT_URL, url.c_str());
+  curl_easy_setopt(handle(), CURLOPT_HTTPHEADER, headers);
+  headers_.reset(headers);
+  curl_easy_setopt(handle(), CURLOPT_POSTFIELDS, message.payload.view().data());
+  curl_easy_setopt(handle(), CURLOPT_POSTFIELDSIZE, static_cast<long>(message.payload.size()));
+  curl_easy_setopt(handle(), CURLOPT_FORBID_REUSE, 0L);
+  body_.clear();
+  isBodyCut_ = false;
+  isHeldBack_ = false;
+  timesSent_ = 0;
+  problem_[0] = '\0';
+}
+
+PushNotification PushTransfer::unload() {
+  return std::exchange(notification_, {});
+}
+
+void PushTransfer::setIdentity(const PushIdentity& identity) {
+  curl_easy_setopt(handle(), CURLOPT_SSLCERT, pathOrNull(identity.certificate));
+  curl_easy_setopt(handle(), CURLOPT_SSLKEY, pathOrNull(identity.privateKey));
+  // An authority that is named counts alone, and not beside those of the machine.
+  const curl_version_info_data* machine = curl_version_info(CURLVERSION_NOW);
+  const char* authority = pathOrNull(identity.certificateAuthority);
+  curl_easy_setopt(handle(), CURLOPT_CAINFO, authority != nullptr ? authority : machine->cainfo);
+  curl_easy_setopt(handle(), CURLOPT_CAPATH, authority != nullptr ? nullptr : machine->capath);
+}
+
+void PushTransfer::distrustConnection() {
+  curl_easy_setopt(handle(), CURLOPT_FORBID_REUSE, 1L);
+}
+
+bool PushTransfer::hadNoConnection(CURLcode code) const {
+  constexpr std::array kCodes = {CURLE_COULDNT_RESOLVE_PROXY, CURLE_COULDNT_RESOLVE_HOST,
+                                 CURLE_COULDNT_CONNECT,       CURLE_PEER_FAILED_VERIFICATION,
+                                 CURLE_SSL_CONNECT_ERROR,     CURLE_SSL_CERTPROBLEM,
+                                 CURLE_SSL_CACERT_BADFILE,    CURLE_OPERATION_TIMEDOUT};
+  // A transfer whose connection died may have been sent, and then have met one of these.
+  return timesSent_ == 0 || std::find(kCodes.begin(), kCodes.end(), code) != kCodes.end();
+}
+
+PushOutcome PushTransfer::outcome(CURLcode code) const {
+  if (code == CURLE_OK || isBodyCut_) {
+    long status = 0;
+    curl_easy_getinfo(handle(), CURLINFO_RESPONSE_CODE, &status);
+    if (status >= 200 && status < 300) {
+      return std::monostate();
+    }
+    return PushErrorResponse{static_cast<std::uint64_t>(status), Data(std::string_view(body_))};
+  }
+  const std::string endpoint = notification_.message->identity->endpoint + ": ";
+  if (timesSent_ > kMaximumTimesSent) {
+    return makeError(kPushServiceErrorDomain, kPushRefusedErrorCode,
+                     endpoint + "the push service turned the notification away twice");
+  }
+  return makeError(kPushServiceErrorDomain, code,
+                   endpoint + (problem_[0] != '\0' ? problem_.data() : curl_easy_strerror(code)));
+}
+
+int PushTransfer::beforeRequest(void* transfer, char* /*peer*/, char* /*local*/, int /*peerPort*/,
+                                int localPort) {
+  auto& self = *static_cast<PushTransfer*>(transfer);
+  self.isHeldBack_ = !self.gate_.admits(self, localPort);
+  if (self.isHeldBack_ || ++self.timesSent_ > kMaximumTimesSent) {
+    return CURL_PREREQFUNC_ABORT;
+  }
+  return CURL_PREREQFUNC_OK;
+}
+
+std::size_t PushTransfer::receive(char* bytes, std::size_t /*one*/, std::size_t count,
+                                  void* transfer) {
+  auto& self = *static_cast<PushTransfer*>(transfer);
+  const std::size_t room = kMaximumBody - self.body_.size();
+  self.body_.append(bytes, std::min(room, count));
+  self.isBodyCut_ = count > room;
+  return self.isBodyCut_ ? 0 : count;
+}
+
+}  // namespace velto

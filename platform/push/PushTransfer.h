@@ -1,0 +1,69 @@
+#pragma once
+
+#include <array>
+#include <curl/curl.h>
+#include <memory>
+#include <string>
+
+#include "platform/push/PushNotification.h"
+
+namespace velto {
+
+/// One request over libcurl: a handle that carries a notification, again and again. States: free,
+/// loaded (`load`), and free again (`unload`). One thread.
+class PushTransfer {
+ public:
+  /// Asked before a request goes out over the connection that has this port on our side.
+  class Gate {
+   public:
+    virtual ~Gate() = default;
+    virtual bool admits(const PushTransfer& transfer, int localPort) = 0;
+  };
+
+  PushTransfer(const PushTimeLimits& limits, Gate& gate);
+  PushTransfer(const PushTransfer&) = delete;
+  PushTransfer& operator=(const PushTransfer&) = delete;
+
+  /// Null when libcurl has no memory for it. Its CURLOPT_PRIVATE is this object.
+  CURL* handle() const { return handle_.get(); }
+
+  void load(PushNotification notification);
+  /// Gives the notification back; the handle must belong to no multi handle.
+  PushNotification unload();
+  const PushNotification& notification() const { return notification_; }
+  /// libcurl counts how often a handle was tried again, from one request to the next, and gives up
+  /// at five.
+  bool canBeUsedAgain() const { return timesSent_ <= 1; }
+
+  /// Whether the gate held the notification back, so that it can be tried again.
+  bool isHeldBack() const { return isHeldBack_; }
+  /// Whether the transfer failed with `code` because there was no connection, or one that is as
+  /// good as none.
+  bool hadNoConnection(CURLcode code) const;
+  /// What became of it, when libcurl ended the transfer with `code`.
+  PushOutcome outcome(CURLcode code) const;
+  /// The connection of this transfer is not to be used for another one.
+  void distrustConnection();
+
+ private:
+  struct Free {
+    void operator()(CURL* handle) const { curl_easy_cleanup(handle); }
+    void operator()(curl_slist* list) const { curl_slist_free_all(list); }
+  };
+
+  void setIdentity(const PushIdentity& identity);
+  static int beforeRequest(void* transfer, char*, char*, int, int localPort);
+  static std::size_t receive(char* bytes, std::size_t, std::size_t count, void* transfer);
+
+  Gate& gate_;
+  const std::unique_ptr<CURL, Free> handle_;
+  PushNotification notification_;
+  std::unique_ptr<curl_slist, Free> headers_;
+  std::string body_;
+  bool isBodyCut_ = false;
+  bool isHeldBack_ = false;
+  int timesSent_ = 0;
+  std::array<char, CURL_ERROR_SIZE> problem_{};
+};
+
+}  // namespace velto

@@ -1,0 +1,175 @@
+#include "platform/push/PushTransfers.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/push/PushErrors.h"
+
+namespace velto {
+namespace {
+
+Error noMemory() {
+  return makeError(kPushServiceErrorDomain, CURLE_OUT_OF_MEMORY,
+                   curl_easy_strerror(CURLE_OUT_OF_MEMORY));
+}
+
+CURLM* makeMulti() {
+  static const CURLcode isReady = curl_global_init(CURL_GLOBAL_DEFAULT);
+  CURLM* multi = isReady == CURLE_OK ? curl_multi_init() : nullptr;
+  if (multi != nullptr) {
+    // Transfers wait for the one connection rather than open more.
+    curl_multi_setopt(multi, CURLMOPT_MAX_HOST_CONNECTIONS, 1L);
+    curl_multi_setopt(multi, CURLMOPT_MAX_CONCURRENT_STREAMS,
+                      static_cast<long>(PushTransfers::kMaximum));
+  }
+  return multi;
+}
+
+}  // namespace
+
+PushTransfers::PushTransfers(const PushTimeLimits& limits) : limits_(limits), multi_(makeMulti()) {}
+
+PushTransfers::~PushTransfers() {
+  while (!active_.empty()) {
+    remove(*active_.back()).reports->add(pushCancelled());
+  }
+  for (const PushNotification& notification : heldBack_) {
+    notification.reports->add(pushCancelled());
+  }
+}
+
+void PushTransfers::start(PushNotification notification) {
+  if (notification.reports->isGivenUp()) {
+    return;
+  }
+  if (free_.empty()) {
+    free_.push_back(std::make_unique<PushTransfer>(limits_, static_cast<Gate&>(*this)));
+  }
+  PushTransfer& transfer = *free_.back();
+  if (multi_ == nullptr || transfer.handle() == nullptr) {
+    free_.clear();
+    notification.reports->add(noMemory());
+    return;
+  }
+  transfer.load(std::move(notification));
+  if (curl_multi_add_handle(multi_.get(), transfer.handle()) != CURLM_OK) {
+    transfer.unload().reports->add(noMemory());
+    return;
+  }
+  active_.push_back(std::move(free_.back()));
+  free_.pop_back();
+}
+
+std::optional<PushTransfers::ConnectionFailure> PushTransfers::perform() {
+  int running = 0;
+  int left = 0;
+  std::optional<ConnectionFailure> failure;
+  curl_multi_perform(multi_.get(), &running);
+  while (const CURLMsg* message = curl_multi_info_read(multi_.get(), &left)) {
+    void* transfer = nullptr;
+    curl_easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &transfer);
+    finish(*static_cast<PushTransfer*>(transfer), message->data.result, failure);
+  }
+  if (failure) {
+    failAlike(*failure);
+  }
+  return failure;
+}
+
+void PushTransfers::finish(PushTransfer& transfer, CURLcode code,
+                           std::optional<ConnectionFailure>& failure) {
+  if (transfer.isHeldBack()) {
+    heldBack_.push_back(remove(transfer));
+    return;
+  }
+  const PushOutcome outcome = transfer.outcome(code);
+  const auto* error = std::get_if<Error>(&outcome);
+  if (error == nullptr && &transfer == first_) {
+    isConnectionProven_ = true;
+  }
+  if (error != nullptr && transfer.hadNoConnection(code)) {
+    failure = {transfer.notification().message->identity, *error};
+  }
+  remove(transfer).reports->add(outcome);
+}
+
+void PushTransfers::failAlike(const ConnectionFailure& failure) {
+  std::erase_if(heldBack_, [&](const PushNotification& notification) {
+    const bool isAlike = *notification.message->identity == *failure.identity;
+    if (isAlike) {
+      notification.reports->add(failure.error);
+    }
+    return isAlike;
+  });
+  for (std::size_t index = active_.size(); index-- > 0;) {
+    PushTransfer& transfer = *active_[index];
+    if (*transfer.notification().message->identity == *failure.identity) {
+      remove(transfer).reports->add(failure.error);
+    }
+  }
+}
+
+std::size_t PushTransfers::room() const {
+  const std::size_t maximum = isConnectionProven_ ? kMaximum : 1;
+  return maximum - std::min(maximum, active_.size());
+}
+
+bool PushTransfers::admits(const PushTransfer& transfer, int localPort) {
+  if (localPort != connection_) {
+    connection_ = localPort;
+    isConnectionProven_ = false;
+    first_ = nullptr;
+  }
+  if (!isConnectionProven_ && first_ == nullptr) {
+    first_ = &transfer;
+  }
+  return isConnectionProven_ || first_ == &transfer;
+}
+
+void PushTransfers::startHeldBack() {
+  while (!heldBack_.empty() && room() > 0) {
+    PushNotification notification = std::move(heldBack_.back());
+    heldBack_.pop_back();
+    start(std::move(notification));
+  }
+}
+
+void PushTransfers::dropGivenUp() {
+  for (std::size_t index = active_.size(); index-- > 0;) {
+    PushTransfer& transfer = *active_[index];
+    if (transfer.notification().reports->isGivenUp()) {
+      // Who does not answer this one may not answer the next one either.
+      transfer.distrustConnection();
+      remove(transfer);
+    }
+  }
+}
+
+void PushTransfers::wait() {
+  // wakeUp() fails where there was no descriptor for it.
+  constexpr int kLongestWithoutALook = 1000;
+  curl_multi_poll(multi_.get(), nullptr, 0, kLongestWithoutALook, nullptr);
+}
+
+void PushTransfers::wakeUp() {
+  curl_multi_wakeup(multi_.get());
+}
+
+PushNotification PushTransfers::remove(PushTransfer& transfer) {
+  curl_multi_remove_handle(multi_.get(), transfer.handle());
+  if (first_ == &transfer) {
+    first_ = nullptr;
+  }
+  PushNotification notification = transfer.unload();
+  const auto place = std::find_if(active_.begin(), active_.end(), [&](const Transfer& candidate) {
+    return candidate.get() == &transfer;
+  });
+  if (transfer.canBeUsedAgain()) {
+    free_.push_back(std::move(*place));
+  }
+  *place = std::move(active_.back());
+  active_.pop_back();
+  return notification;
+}
+
+}  // namespace velto
