@@ -29,11 +29,15 @@ std::string headerLine(std::string_view name, const std::string& value) {
   return std::string(name) + ": " + value + "\n";
 }
 
+/// An exception for an address that would mail to others as well, or swallow the next one.
 std::string joinedAddresses(const std::vector<std::string>& addresses) {
   std::string joined;
   for (const std::string& address : addresses) {
-    joined += joined.empty() ? "" : ",";
-    joined += encodedAddress(address);
+    const std::string encoded = encodedAddress(address);
+    if (!namesOneMailbox(encoded)) {
+      throw std::invalid_argument("\"" + encodedHeaderText(address) + "\" is not one address");
+    }
+    joined.append(joined.empty() ? "" : ",").append(encoded);
   }
   return joined;
 }

@@ -46,7 +46,8 @@ class ADAlertMailer {
 
   /// Hands one message to the mail program: 0 when it was taken, 1 without addresses. An absent
   /// message is written as nothing. An address or a sender that is no single line of ASCII, its
-  /// encoded display name aside, makes the message fail: it cannot stand in a header.
+  /// encoded display name aside, makes the message fail: it cannot stand in a header. So does an
+  /// address that names several mailboxes.
   int sendMail(const std::vector<std::string>& addresses, const std::optional<std::string>& subject,
                const std::optional<std::string>& message,
                const std::optional<std::string>& fromAddress);

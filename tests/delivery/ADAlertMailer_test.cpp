@@ -137,6 +137,19 @@ TEST_F(ADAlertMailerTest, AProgramThatDoesNotReadGivesItsStatusOrMinusOne) {
                                                StartsWith("Error sending alert email: ")));
 }
 
+TEST_F(ADAlertMailerTest, AProgramThatReadsSlowlyGetsAll) {
+  const std::string large(1 << 20, 'x');
+  system_.setMailProgram("dd bs=613 of=mails/0 status=none");
+  EXPECT_EQ(system_.mailer.sendMail({"a@x.org"}, "s", large, ""), 0);
+  EXPECT_THAT(system_.mails(), ElementsAre("To: a@x.org\nSubject: s\n" + large));
+}
+
+TEST_F(ADAlertMailerTest, AProgramThatCannotBeRunIsLogged) {
+  std::filesystem::permissions(system_.path("/usr/sbin/sendmail"), std::filesystem::perms(0600));
+  EXPECT_EQ(system_.mailer.sendMail({"a@x.org"}, "s", "m", "f"), -1);
+  EXPECT_THAT(system_.log.lines(), ElementsAre(StartsWith("Error sending alert email: ")));
+}
+
 TEST_F(ADAlertMailerTest, AProgramEndedByASignalGives128AndItsNumber) {
   system_.setMailProgram("cat > /dev/null; kill -9 $$");
   EXPECT_EQ(system_.mailer.sendMail({"a@x.org"}, "s", "m", "f"), 128 + 9);
@@ -152,6 +165,28 @@ TEST_F(ADAlertMailerTest, TextThatCannotStandInAHeaderIsNeverHandedOver) {
     EXPECT_EQ(content, "");
   }
   EXPECT_EQ(system_.log.lines().size(), 6u);
+}
+
+TEST_F(ADAlertMailerTest, AnAddressCannotAddARecipient) {
+  for (const auto* address : {"a@x.org, b@x.org", "<a@x.org>, b@x.org", "\"a@x.org"}) {
+    EXPECT_EQ(system_.mailer.sendMail({"ok@x.org", address}, "s", "m", "f"), -1) << address;
+  }
+  EXPECT_EQ(system_.mailer.sendMail({"b@x.org, \"A\" <a@x.org>"}, "", "\n", ""), 0);
+  EXPECT_EQ(system_.mails().back(), "To: =?UTF-8?Q?b=40x=2Eorg=2C_=22A=22_?=<a@x.org>\n\n");
+  EXPECT_EQ(system_.log.lines().size(), 3u);
+}
+
+TEST_F(ADAlertMailerTest, ALocaleCannotAddAnything) {
+  system_.addCommonBundle();
+  const std::string locales[] = {"en\nBcc: b@x.org", "../../etc", "en\r\n\r\ntext",
+                                 "=?UTF-8?Q?x?="};
+  for (const auto& locale : locales) {
+    addRecipients({{"a@x.org", locale}});
+  }
+  EXPECT_EQ(mail(), std::nullopt);
+  const auto mails = system_.mails();
+  EXPECT_THAT(mails, testing::SizeIs(4));
+  EXPECT_THAT(mails, testing::Each(mails.front())) << "each is in the language of last resort";
 }
 
 TEST_F(ADAlertMailerTest, ASubjectCannotAddAHeaderLine) {
