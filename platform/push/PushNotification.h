@@ -22,6 +22,7 @@ struct PushNotification {
   std::shared_ptr<const PushMessage> message;
   Data device;
   std::shared_ptr<PushReports> reports;
+  int timesSent = 0;
 };
 
 }  // namespace velto

@@ -54,25 +54,30 @@ PushTransfer::PushTransfer(const PushTimeLimits& limits, Gate& gate)
 }
 
 void PushTransfer::load(PushNotification notification) {
-  const auto previous = std::exchange(notification_, std::move(notification)).message;
-  const PushMessage& message = *notification_.message;
-  setIdentity(*message.identity);
-  curl_slist* headers = nullptr;
-  for (const std::string& header : message.headers) {
-    headers = curl_slist_append(headers, header.c_str());
+  notification_ = std::move(notification);
+  if (message_ != notification_.message) {
+    setMessage(notification_.message);
   }
-  const std::string url = message.identity->endpoint + "/" + hexadecimal(notification_.device);
+  const std::string url = message_->identity->endpoint + "/" + hexadecimal(notification_.device);
   curl_easy_setopt(handle(), CURLOPT_URL, url.c_str());
-  curl_easy_setopt(handle(), CURLOPT_HTTPHEADER, headers);
-  headers_.reset(headers);
-  curl_easy_setopt(handle(), CURLOPT_POSTFIELDS, message.payload.view().data());
-  curl_easy_setopt(handle(), CURLOPT_POSTFIELDSIZE, static_cast<long>(message.payload.size()));
   curl_easy_setopt(handle(), CURLOPT_FORBID_REUSE, 0L);
   body_.clear();
   isBodyCut_ = false;
   isHeldBack_ = false;
-  timesSent_ = 0;
   problem_[0] = '\0';
+}
+
+void PushTransfer::setMessage(std::shared_ptr<const PushMessage> message) {
+  setIdentity(*message->identity);
+  curl_slist* headers = nullptr;
+  for (const std::string& header : message->headers) {
+    headers = curl_slist_append(headers, header.c_str());
+  }
+  curl_easy_setopt(handle(), CURLOPT_HTTPHEADER, headers);
+  headers_.reset(headers);
+  curl_easy_setopt(handle(), CURLOPT_POSTFIELDS, message->payload.view().data());
+  curl_easy_setopt(handle(), CURLOPT_POSTFIELDSIZE, static_cast<long>(message->payload.size()));
+  message_ = std::move(message);
 }
 
 PushNotification PushTransfer::unload() {
@@ -93,13 +98,19 @@ void PushTransfer::distrustConnection() {
   curl_easy_setopt(handle(), CURLOPT_FORBID_REUSE, 1L);
 }
 
+bool PushTransfer::canBeSentAgain(CURLcode code) const {
+  // The latter is how libcurl tells of a stream that it could not even open.
+  return isHeldBack_ || (code == CURLE_HTTP2 && notification_.timesSent < kMaximumTimesSent);
+}
+
 bool PushTransfer::hadNoConnection(CURLcode code) const {
   constexpr std::array kCodes = {CURLE_COULDNT_RESOLVE_PROXY, CURLE_COULDNT_RESOLVE_HOST,
                                  CURLE_COULDNT_CONNECT,       CURLE_PEER_FAILED_VERIFICATION,
                                  CURLE_SSL_CONNECT_ERROR,     CURLE_SSL_CERTPROBLEM,
                                  CURLE_SSL_CACERT_BADFILE,    CURLE_OPERATION_TIMEDOUT};
   // A transfer whose connection died may have been sent, and then have met one of these.
-  return timesSent_ == 0 || std::find(kCodes.begin(), kCodes.end(), code) != kCodes.end();
+  return notification_.timesSent == 0 ||
+         std::find(kCodes.begin(), kCodes.end(), code) != kCodes.end();
 }
 
 PushOutcome PushTransfer::outcome(CURLcode code) const {
@@ -112,7 +123,7 @@ PushOutcome PushTransfer::outcome(CURLcode code) const {
     return PushErrorResponse{static_cast<std::uint64_t>(status), Data(std::string_view(body_))};
   }
   const std::string endpoint = notification_.message->identity->endpoint + ": ";
-  if (timesSent_ > kMaximumTimesSent) {
+  if (notification_.timesSent > kMaximumTimesSent) {
     return makeError(kPushServiceErrorDomain, kPushRefusedErrorCode,
                      endpoint + "the push service turned the notification away twice");
   }
@@ -124,7 +135,7 @@ int PushTransfer::beforeRequest(void* transfer, char* /*peer*/, char* /*local*/,
                                 int localPort) {
   auto& self = *static_cast<PushTransfer*>(transfer);
   self.isHeldBack_ = !self.gate_.admits(self, localPort);
-  if (self.isHeldBack_ || ++self.timesSent_ > kMaximumTimesSent) {
+  if (self.isHeldBack_ || ++self.notification_.timesSent > kMaximumTimesSent) {
     return CURL_PREREQFUNC_ABORT;
   }
   return CURL_PREREQFUNC_OK;

@@ -33,10 +33,11 @@ class PushTransfer {
   const PushNotification& notification() const { return notification_; }
   /// libcurl counts how often a handle was tried again, from one request to the next, and gives up
   /// at five.
-  bool canBeUsedAgain() const { return timesSent_ <= 1; }
+  bool canBeUsedAgain() const { return notification_.timesSent <= 1; }
 
-  /// Whether the gate held the notification back, so that it can be tried again.
-  bool isHeldBack() const { return isHeldBack_; }
+  /// Whether the transfer ended with `code` before the gateway has looked at the notification, so
+  /// that it can be sent once more: the gate held it back, or the gateway was leaving.
+  bool canBeSentAgain(CURLcode code) const;
   /// Whether the transfer failed with `code` because there was no connection, or one that is as
   /// good as none.
   bool hadNoConnection(CURLcode code) const;
@@ -51,6 +52,7 @@ class PushTransfer {
     void operator()(curl_slist* list) const { curl_slist_free_all(list); }
   };
 
+  void setMessage(std::shared_ptr<const PushMessage> message);
   void setIdentity(const PushIdentity& identity);
   static int beforeRequest(void* transfer, char*, char*, int, int localPort);
   static std::size_t receive(char* bytes, std::size_t, std::size_t count, void* transfer);
@@ -58,11 +60,11 @@ class PushTransfer {
   Gate& gate_;
   const std::unique_ptr<CURL, Free> handle_;
   PushNotification notification_;
+  std::shared_ptr<const PushMessage> message_;  ///< that the handle is prepared for
   std::unique_ptr<curl_slist, Free> headers_;
   std::string body_;
   bool isBodyCut_ = false;
   bool isHeldBack_ = false;
-  int timesSent_ = 0;
   std::array<char, CURL_ERROR_SIZE> problem_{};
 };
 

@@ -51,6 +51,7 @@ void PushTransfers::start(PushNotification notification) {
     notification.reports->add(noMemory());
     return;
   }
+  forgetOther(notification.message->identity);
   transfer.load(std::move(notification));
   if (curl_multi_add_handle(multi_.get(), transfer.handle()) != CURLM_OK) {
     transfer.unload().reports->add(noMemory());
@@ -78,14 +79,16 @@ std::optional<PushTransfers::ConnectionFailure> PushTransfers::perform() {
 
 void PushTransfers::finish(PushTransfer& transfer, CURLcode code,
                            std::optional<ConnectionFailure>& failure) {
-  if (transfer.isHeldBack()) {
+  if (transfer.canBeSentAgain(code)) {
     heldBack_.push_back(remove(transfer));
     return;
   }
   const PushOutcome outcome = transfer.outcome(code);
   const auto* error = std::get_if<Error>(&outcome);
-  if (error == nullptr && &transfer == first_) {
+  if (error == nullptr && admitted_.count(&transfer) > 0) {
     isConnectionProven_ = true;
+  } else if (error != nullptr && error->code == kPushRefusedErrorCode) {
+    widest_ = 1;
   }
   if (error != nullptr && transfer.hadNoConnection(code)) {
     failure = {transfer.notification().message->identity, *error};
@@ -110,20 +113,31 @@ void PushTransfers::failAlike(const ConnectionFailure& failure) {
 }
 
 std::size_t PushTransfers::room() const {
-  const std::size_t maximum = isConnectionProven_ ? kMaximum : 1;
+  const std::size_t maximum = isConnectionProven_ ? kMaximum : widest_;
   return maximum - std::min(maximum, active_.size());
+}
+
+/// What is known of one gateway need not hold for another.
+void PushTransfers::forgetOther(const std::shared_ptr<const PushIdentity>& identity) {
+  if (identity_ != identity && (identity_ == nullptr || !(*identity_ == *identity))) {
+    isConnectionProven_ = false;
+    widest_ = 1;
+  }
+  identity_ = identity;
 }
 
 bool PushTransfers::admits(const PushTransfer& transfer, int localPort) {
   if (localPort != connection_) {
     connection_ = localPort;
     isConnectionProven_ = false;
-    first_ = nullptr;
+    admitted_.clear();
   }
-  if (!isConnectionProven_ && first_ == nullptr) {
-    first_ = &transfer;
+  if (!isConnectionProven_ && admitted_.size() >= widest_) {
+    return admitted_.count(&transfer) > 0;
   }
-  return isConnectionProven_ || first_ == &transfer;
+  admitted_.insert(&transfer);
+  widest_ = std::max(widest_, admitted_.size());
+  return true;
 }
 
 void PushTransfers::startHeldBack() {
@@ -146,8 +160,9 @@ void PushTransfers::dropGivenUp() {
 }
 
 void PushTransfers::wait() {
-  // wakeUp() fails where there was no descriptor for it.
-  constexpr int kLongestWithoutALook = 1000;
+  // wakeUp() fails where there was no descriptor for it, and libcurl 7.88 does not always say that
+  // a transfer can go on when another one has lost its connection.
+  constexpr int kLongestWithoutALook = 100;
   curl_multi_poll(multi_.get(), nullptr, 0, kLongestWithoutALook, nullptr);
 }
 
@@ -157,14 +172,13 @@ void PushTransfers::wakeUp() {
 
 PushNotification PushTransfers::remove(PushTransfer& transfer) {
   curl_multi_remove_handle(multi_.get(), transfer.handle());
-  if (first_ == &transfer) {
-    first_ = nullptr;
-  }
+  admitted_.erase(&transfer);
+  const bool canBeUsedAgain = transfer.canBeUsedAgain();
   PushNotification notification = transfer.unload();
   const auto place = std::find_if(active_.begin(), active_.end(), [&](const Transfer& candidate) {
     return candidate.get() == &transfer;
   });
-  if (transfer.canBeUsedAgain()) {
+  if (canBeUsedAgain) {
     free_.push_back(std::move(*place));
   }
   *place = std::move(active_.back());

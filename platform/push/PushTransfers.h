@@ -4,6 +4,7 @@
 #include <curl/curl.h>
 #include <memory>
 #include <optional>
+#include <unordered_set>
 #include <vector>
 
 #include "platform/push/PushTransfer.h"
@@ -13,8 +14,9 @@ namespace velto {
 /// The notifications under way, over one connection that is kept from one to the next. Each is
 /// reported to its PushReports when it ends. One thread, but for wakeUp().
 ///
-/// Over a new connection a single notification goes first: the gateway says only then how many
-/// streams it takes, and would refuse the others.
+/// Over a new connection no more notifications go first than one before it carried at once, and
+/// over the very first one a single one: the gateway says only then how many streams it takes, and
+/// would refuse the others.
 class PushTransfers : private PushTransfer::Gate {
  public:
   /// How many can be under way: as many streams as libcurl opens on a connection.
@@ -58,6 +60,7 @@ class PushTransfers : private PushTransfer::Gate {
   };
 
   bool admits(const PushTransfer& transfer, int localPort) override;
+  void forgetOther(const std::shared_ptr<const PushIdentity>& identity);
   /// Takes the transfer out of the active ones. Its notification can then be reported.
   PushNotification remove(PushTransfer& transfer);
   void finish(PushTransfer& transfer, CURLcode code, std::optional<ConnectionFailure>& failure);
@@ -71,8 +74,10 @@ class PushTransfers : private PushTransfer::Gate {
 
   /// The connection in use, told by its port on our side.
   int connection_ = 0;
-  bool isConnectionProven_ = false;      ///< there was an answer over it
-  const PushTransfer* first_ = nullptr;  ///< goes alone, as long as there was none
+  bool isConnectionProven_ = false;                   ///< there was an answer over it
+  std::unordered_set<const PushTransfer*> admitted_;  ///< to it
+  std::size_t widest_ = 1;  ///< how many a proven connection has carried at once
+  std::shared_ptr<const PushIdentity> identity_;  ///< that this is known of
 };
 
 }  // namespace velto

@@ -94,6 +94,14 @@ TEST_F(PushFailuresTest, AGatewayThatGoesAwayTakesTheRestOnANewConnection) {
   EXPECT_EQ(gateway.sessions(), 2u);
 }
 
+TEST_F(PushFailuresTest, AGatewayMayGrowTiredOfAConnection) {
+  PushGateway gateway(R"({"lengthless": true})");
+  setIdentity(gateway);
+  EXPECT_THAT(send(devices("ok", 5000)).reports, IsEmpty());
+  EXPECT_THAT(arrivals(gateway), SizeIs(5000));
+  EXPECT_GT(gateway.sessions(), 1u);
+}
+
 TEST_F(PushFailuresTest, AConnectionClosedBetweenCallsIsReplaced) {
   PushGateway gateway;
   setIdentity(gateway);

@@ -17,7 +17,9 @@
 // usage: node gateway.js DIRECTORY OPTIONS
 // DIRECTORY holds ca.pem, server.pem and server.key; OPTIONS is a JSON object: "maxStreams" (a
 // connection), "delay" (of every answer, in ms), "requireClient" (a certificate), "http1" (nothing
-// newer is spoken). Prints its port, and for every line on standard input what it has been sent so
+// newer is spoken), "forgets" (what it was sent), "lengthless" (no answer says how
+// long it is; libcurl 7.88 then resets every stream at its end, and Node closes a connection after
+// some 1,000 of those). Prints its port, and for every line on standard input what it has been sent so
 // far, an array in JSON. Ends with its standard input.
 'use strict';
 
@@ -33,69 +35,102 @@ const requests = [];
 const refused = new Set();
 let sessions = 0;
 
-function answer(response, status, body) {
-  setTimeout(() => {
-    if (!response.destroyed) {
-      response.writeHead(status);
-      response.end(body);
+// What the words above stand for, given a stream and what follows the word.
+const actions = {
+  status: (stream, status, ...text) => answer(stream, Number(status), text.join(' ')),
+  large: (stream, size) => answer(stream, 500, 'x'.repeat(Number(size))),
+  cut: (stream, status) => {
+    stream.respond({ ':status': Number(status), 'content-length': 100 });
+    stream.write('cut off', () => stream.close(constants.NGHTTP2_CANCEL));
+  },
+  slow: (stream, milliseconds) => setTimeout(() => answer(stream, 200), Number(milliseconds)),
+  hang: () => {},
+  reset: (stream) => stream.close(constants.NGHTTP2_INTERNAL_ERROR),
+  refuse: (stream) => stream.close(constants.NGHTTP2_REFUSED_STREAM),
+  'refuse-once': (stream, number) => {
+    if (refused.has(number)) {
+      answer(stream, 200);
+    } else {
+      refused.add(number);
+      stream.close(constants.NGHTTP2_REFUSED_STREAM);
     }
-  }, options.delay || 0);
+  },
+  goaway: (stream) => {
+    stream.session.lastTaken = stream.id;
+    stream.session.goaway(constants.NGHTTP2_NO_ERROR, stream.id);
+    answer(stream, 200);
+  },
+  close: (stream) => {
+    answer(stream, 200);
+    stream.session.close();
+  },
+  destroy: (stream) => stream.session.destroy(),
+};
+
+function respond(stream, status, body = '') {
+  if (!stream.destroyed) {
+    const length = options.lengthless ? {} : { 'content-length': Buffer.byteLength(body) };
+    stream.respond({ ':status': status, ...length }, { endStream: !body });
+    if (body) stream.end(body);
+  }
 }
 
-function act(device, request, response) {
-  const stream = response.stream;
-  const [word, argument, ...rest] = device.split(' ');
-  const actions = {
-    status: () => answer(response, Number(argument), rest.join(' ')),
-    large: () => answer(response, 500, 'x'.repeat(Number(argument))),
-    cut: () => {
-      response.writeHead(Number(argument), { 'content-length': 100 });
-      response.write('cut off', () => stream.close(constants.NGHTTP2_CANCEL));
-    },
-    slow: () => setTimeout(() => answer(response, 200), Number(argument)),
-    hang: () => {},
-    reset: () => stream.close(constants.NGHTTP2_INTERNAL_ERROR),
-    refuse: () => stream.close(constants.NGHTTP2_REFUSED_STREAM),
-    'refuse-once': () => {
-      if (refused.has(device)) {
-        answer(response, 200);
-      } else {
-        refused.add(device);
-        stream.close(constants.NGHTTP2_REFUSED_STREAM);
-      }
-    },
-    goaway: () => {
-      stream.session.lastTaken = stream.id;
-      stream.session.goaway(constants.NGHTTP2_NO_ERROR, stream.id);
-      answer(response, 200);
-    },
-    close: () => {
-      answer(response, 200);
-      stream.session.close();
-    },
-    destroy: () => stream.session.destroy(),
-  };
-  (actions[word] || (() => answer(response, 200)))();
+function answer(stream, status, body) {
+  if (options.delay) {
+    setTimeout(respond, options.delay, stream, status, body);
+  } else {
+    respond(stream, status, body);
+  }
 }
 
-function serve(request, response) {
-  const session = response.stream ? response.stream.session : request.socket;
-  const isTaken = !(response.stream && session.lastTaken < response.stream.id);
+// Numbers the connection, and remembers who is at its other end.
+function introduce(session, socket) {
+  session.number = ++sessions;
+  session.client = (socket.getPeerCertificate().subject || {}).CN;
+}
+
+function deviceIn(path) {
+  return Buffer.from(path.slice(path.lastIndexOf('/') + 1), 'hex').toString();
+}
+
+// Remembers a notification, and gives its device.
+function take(session, version, method, path, headers, body) {
+  const device = deviceIn(path);
+  if (!options.forgets) {
+    requests.push({
+      session: session.number, client: session.client, version, method, path, device, body,
+      headers,
+    });
+  }
+  return device;
+}
+
+function serveStream(stream, headers) {
+  stream.on('error', () => {});
+  const { session } = stream;
+  if (!session || session.destroyed || session.lastTaken < stream.id) return;
+  if (!session.number) introduce(session, session.socket);
   let body = '';
-  request.on('error', () => {});
-  response.on('error', () => {});
+  stream.on('data', (piece) => { body += piece; });
+  stream.on('end', () => {
+    if (stream.destroyed) return;
+    const device = take(session, '2.0', headers[':method'], headers[':path'], headers, body);
+    const [word, ...rest] = device.split(' ');
+    (actions[word] || ((ours) => answer(ours, 200)))(stream, ...rest);
+  });
+}
+
+// The old protocol knows "status" only.
+function serveOld(request, response) {
+  if (!request.socket.number) introduce(request.socket, request.socket);
+  let body = '';
   request.on('data', (piece) => { body += piece; });
   request.on('end', () => {
-    if (!isTaken) return;
-    session.number = session.number || ++sessions;
-    const path = request.url;
-    const device = Buffer.from(path.slice(path.lastIndexOf('/') + 1), 'hex').toString();
-    requests.push({
-      session: session.number, method: request.method, path, device, body,
-      version: request.httpVersion, headers: request.headers,
-      client: (request.socket.getPeerCertificate().subject || {}).CN,
-    });
-    act(device, request, response);
+    const device = take(request.socket, request.httpVersion, request.method, request.url,
+      request.headers, body);
+    const [word, status, ...text] = device.split(' ');
+    response.writeHead(word === 'status' ? Number(status) : 200);
+    response.end(text.join(' '));
   });
 }
 
@@ -108,8 +143,8 @@ const tls = {
 };
 const settings = options.maxStreams ? { maxConcurrentStreams: options.maxStreams } : {};
 const server = options.http1
-  ? https.createServer(tls, serve)
-  : http2.createSecureServer({ ...tls, settings }, serve);
+  ? https.createServer(tls, serveOld)
+  : http2.createSecureServer({ ...tls, settings }).on('stream', serveStream);
 server.on('tlsClientError', () => {});
 server.on('sessionError', () => {});
 server.listen(0, '127.0.0.1', () => console.log(server.address().port));
