@@ -3,12 +3,14 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "delivery/ADAlertMailer.h"
 #include "delivery/ADAlertPusher.h"
 #include "platform/foundation/AlertBundleRegistry.h"
 #include "platform/foundation/Clock.h"
+#include "platform/foundation/Log.h"
 #include "protocol/VLAlertsDaemon.h"
 #include "store/ADAlertStore.h"
 #include "store/StoreContainer.h"
@@ -27,6 +29,7 @@ struct AlertsDaemonServices {
   ADAlertPusher& pusher;
   ADAlertMailer& mailer;
   const Clock& clock;
+  Log& log;
 };
 
 /// The object that a connection exports: checks every call against the role that its caller was
@@ -63,16 +66,40 @@ class AlertsDaemon : public VLAlertsDaemon {
   static std::vector<VLAlert> removeSubclasses(
       const std::vector<std::unique_ptr<VLAlertSubclass>>& alerts);
 
+  void getAttributes(Reply<Attributes> reply) override;
+  void setAttributes(std::optional<PropertyList::Dictionary> attributes, ErrorReply reply) override;
   void postAlert(std::optional<VLAlert> alert, ErrorReply reply) override;
   void saveAlerts(std::optional<std::vector<VLAlert>> alerts, ErrorReply reply) override;
+  void markAlertAsReadWithAlertId(std::optional<std::string> alertId, ErrorReply reply) override;
+  void markAlertAsResolvedWithAlertId(std::optional<std::string> alertId,
+                                      ErrorReply reply) override;
+  void performRecoveryAction(std::optional<std::string> action, std::optional<std::string> alertId,
+                             ErrorReply reply) override;
+  void getAlertsFromDate(std::optional<Date> from, std::optional<Date> to,
+                         Reply<std::vector<VLAlert>> reply) override;
   void getAlertsOfType(std::optional<std::string> type, Reply<std::vector<VLAlert>> reply) override;
   void getAlertsOfBundle(std::optional<std::string> bundle,
                          Reply<std::vector<VLAlert>> reply) override;
   void getLastAlertOfType(std::optional<std::string> type, Reply<VLAlert> reply) override;
   void getLastAlertOfBundle(std::optional<std::string> bundle, Reply<VLAlert> reply) override;
+  void deleteAlertsBeforeDate(std::optional<Date> date, Reply<std::int64_t> reply) override;
+  void deleteAlertsWithIds(std::optional<std::vector<std::string>> alertIds,
+                           ErrorReply reply) override;
+  void deleteUnsupportedAlerts(Reply<std::uint64_t> reply) override;
+  void enableAlertBundle(std::optional<std::string> bundle, ErrorReply reply) override;
+  void disableAlertBundle(std::optional<std::string> bundle, ErrorReply reply) override;
   void getAlertBundleNames(Reply<std::vector<std::string>> reply) override;
+  void getAlertBundleSettings(Reply<BundleSettings> reply) override;
+  void setAlertBundleSettings(std::optional<BundleSettings> settings, ErrorReply reply) override;
   void getMailRecipients(Reply<std::vector<MailRecipient>> reply) override;
+  void setMailRecipients(std::optional<std::vector<MailRecipient>> recipients,
+                         ErrorReply reply) override;
   void addMailRecipients(std::optional<std::vector<MailRecipientOrAddress>> recipients,
+                         ErrorReply reply) override;
+  void getPushRecipients(Reply<std::vector<PushRecipient>> reply) override;
+  void setPushRecipients(std::optional<std::vector<PushRecipient>> recipients,
+                         ErrorReply reply) override;
+  void addPushRecipients(std::optional<std::vector<std::optional<PushRecipient>>> recipients,
                          ErrorReply reply) override;
 
  protected:
@@ -89,7 +116,37 @@ class AlertsDaemon : public VLAlertsDaemon {
   bool isEntitledTo(const std::optional<std::string>& bundle) const;
   Error error(int code, std::string_view description) const;
 
+  /// Works on a store handle of its own, for root alone, and replies with what the work leaves in
+  /// the error slot.
+  template <typename Work>
+  void asRoot(const ErrorReply& reply, Work work) {
+    if (!isRoot()) {
+      reply(privilegeError());
+      return;
+    }
+    ADAlertStore store(services_.stores);
+    std::optional<Error> error;
+    work(store, error);
+    reply(std::move(error));
+  }
+  /// The same for work that has a result.
+  template <typename Result, typename Work>
+  void asRoot(const Reply<Result>& reply, Work work) {
+    if (!isRoot()) {
+      reply(std::nullopt, privilegeError());
+      return;
+    }
+    ADAlertStore store(services_.stores);
+    std::optional<Error> error;
+    std::optional<Result> result = work(store, error);
+    reply(std::move(result), std::move(error));
+  }
+
   std::optional<Error> post(VLAlert& alert);
+  void mark(const std::optional<std::string>& alertId, std::optional<Date> VLAlert::*date,
+            const ErrorReply& reply);
+  void recover(const std::string& action, VLAlert& alert, ADAlertStore& store,
+               std::optional<Error>& error) const;
   bool hasBeenResolved(const std::string& option, const VLAlert& alert,
                        std::optional<Error>& error) const;
 

@@ -1,11 +1,30 @@
 // Queries of stored alerts. A caller with a list of bundles sees the alerts of those bundles only.
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "daemon/AlertsDaemon.h"
 #include "store/ADAlertStore.h"
 
 namespace velto {
+
+void AlertsDaemon::getAlertsFromDate(std::optional<Date> from, std::optional<Date> to,
+                                     Reply<std::vector<VLAlert>> reply) {
+  asRoot(reply, [&](ADAlertStore& store, std::optional<Error>& error) {
+    std::optional<Error> updateError;
+    auto resolved = updateUnresolvedAlerts(store, updateError);
+    if (updateError) {
+      services_.log.warning("UpdateUnresolvedAlerts: " + updateError->localizedDescription());
+    }
+    auto alerts = store.getAlertsFromDate(from, to, &error);
+    if (resolved) {
+      // What has just been resolved is news, whatever the period, and stands at the end.
+      std::move(resolved->begin(), resolved->end(), std::back_inserter(alerts));
+    }
+    return alerts;
+  });
+}
 
 void AlertsDaemon::getAlertsOfType(std::optional<std::string> type,
                                    Reply<std::vector<VLAlert>> reply) {

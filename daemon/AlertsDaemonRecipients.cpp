@@ -1,4 +1,7 @@
 // The people to notify.
+//
+// An incoming recipient is matched against those that were stored before the call, never against
+// what the call itself inserts: a key that stands twice in the input goes in twice.
 
 #include <algorithm>
 #include <utility>
@@ -16,51 +19,120 @@ MailRecipient recipientFrom(MailRecipientOrAddress&& element) {
   return {.address = std::get<std::string>(std::move(element)), .locale = std::nullopt};
 }
 
-bool isListed(const std::vector<MailRecipient>& existing,
-              const std::optional<std::string>& address) {
-  return address && std::any_of(existing.begin(), existing.end(), [&](const MailRecipient& entry) {
-           return entry.address == address;
-         });
+/// Whether a recipient has the same key as another. One without a key matches nothing.
+template <typename Recipient>
+auto sameAs(const Recipient& incoming, std::optional<std::string> Recipient::*key) {
+  return [&incoming, key](const Recipient& existing) {
+    return incoming.*key && existing.*key == incoming.*key;
+  };
+}
+
+/// Does a step whose error, if there is one, replaces that of an earlier step.
+template <typename Step>
+void report(std::optional<Error>& error, Step step) {
+  std::optional<Error> failure;
+  step(&failure);
+  if (failure) {
+    error = std::move(failure);
+  }
 }
 
 }  // namespace
 
 void AlertsDaemon::getMailRecipients(Reply<std::vector<MailRecipient>> reply) {
-  if (!isRoot()) {
-    reply(std::nullopt, privilegeError());
-    return;
-  }
-  ADAlertStore store(services_.stores);
-  std::optional<Error> error;
-  auto recipients = store.getMailRecipients(&error);
-  reply(std::move(recipients), std::move(error));
+  asRoot(reply, [](ADAlertStore& store, std::optional<Error>& error) {
+    return store.getMailRecipients(&error);
+  });
+}
+
+void AlertsDaemon::setMailRecipients(std::optional<std::vector<MailRecipient>> recipients,
+                                     ErrorReply reply) {
+  asRoot(reply, [&](ADAlertStore& store, std::optional<Error>& error) {
+    auto existing = store.getMailRecipients(&error);
+    const auto remove = [&](const std::optional<std::string>& address) {
+      report(error, [&](ErrorSlot slot) { store.deleteMailRecipientWithAddress(address, slot); });
+    };
+    for (const MailRecipient& recipient : recipients.value_or(std::vector<MailRecipient>())) {
+      if (std::erase_if(existing, sameAs(recipient, &MailRecipient::address)) > 0) {
+        remove(recipient.address);
+      }
+      store.insertMailRecipientWithAddress(recipient.address, recipient.locale);
+    }
+    for (const MailRecipient& left : existing) {
+      remove(left.address);
+    }
+    report(error, [&](ErrorSlot slot) { store.save(slot); });
+  });
 }
 
 void AlertsDaemon::addMailRecipients(std::optional<std::vector<MailRecipientOrAddress>> recipients,
                                      ErrorReply reply) {
-  if (!isRoot()) {
-    reply(privilegeError());
-    return;
-  }
-  ADAlertStore store(services_.stores);
-  std::optional<Error> error;
-  const auto existing = store.getMailRecipients(&error);
-  bool inserted = false;
-  if (recipients) {
-    for (MailRecipientOrAddress& element : *recipients) {
+  asRoot(reply, [&](ADAlertStore& store, std::optional<Error>& error) {
+    const auto existing = store.getMailRecipients(&error);
+    bool inserted = false;
+    for (auto& element : recipients ? *recipients : std::vector<MailRecipientOrAddress>()) {
       const MailRecipient recipient = recipientFrom(std::move(element));
-      // Only what was stored before counts: an address that stands twice in the input goes in
-      // twice.
-      if (!isListed(existing, recipient.address)) {
+      if (std::none_of(existing.begin(), existing.end(),
+                       sameAs(recipient, &MailRecipient::address))) {
         store.insertMailRecipientWithAddress(recipient.address, recipient.locale);
         inserted = true;
       }
     }
-  }
-  if (inserted) {
-    store.save(&error);
-  }
-  reply(std::move(error));
+    if (inserted) {
+      report(error, [&](ErrorSlot slot) { store.save(slot); });
+    }
+  });
+}
+
+void AlertsDaemon::getPushRecipients(Reply<std::vector<PushRecipient>> reply) {
+  asRoot(reply, [](ADAlertStore& store, std::optional<Error>& error) {
+    return store.getPushRecipients(&error);
+  });
+}
+
+void AlertsDaemon::setPushRecipients(std::optional<std::vector<PushRecipient>> recipients,
+                                     ErrorReply reply) {
+  asRoot(reply, [&](ADAlertStore& store, std::optional<Error>& error) {
+    auto existing = store.getPushRecipients(&error);
+    const auto remove = [&](const std::optional<std::string>& guid) {
+      report(error, [&](ErrorSlot slot) { store.deletePushRecipientWithGUID(guid, slot); });
+    };
+    for (const PushRecipient& recipient : recipients.value_or(std::vector<PushRecipient>())) {
+      if (std::erase_if(existing, sameAs(recipient, &PushRecipient::guid)) > 0) {
+        remove(recipient.guid);
+      }
+      store.insertPushRecipientWithName(recipient.name, recipient.guid, recipient.token,
+                                        recipient.locale);
+      if (!recipient.enabled.value_or(false)) {
+        report(error,
+               [&](ErrorSlot slot) { store.disablePushRecipientWithGUID(recipient.guid, slot); });
+      }
+    }
+    for (const PushRecipient& left : existing) {
+      remove(left.guid);
+    }
+    report(error, [&](ErrorSlot slot) { store.save(slot); });
+  });
+}
+
+void AlertsDaemon::addPushRecipients(
+    std::optional<std::vector<std::optional<PushRecipient>>> recipients, ErrorReply reply) {
+  asRoot(reply, [&](ADAlertStore& store, std::optional<Error>& error) {
+    const auto existing = store.getPushRecipients(&error);
+    bool inserted = false;
+    for (const auto& element :
+         recipients ? *recipients : std::vector<std::optional<PushRecipient>>()) {
+      if (element &&
+          std::none_of(existing.begin(), existing.end(), sameAs(*element, &PushRecipient::guid))) {
+        store.insertPushRecipientWithName(element->name, element->guid, element->token,
+                                          element->locale);
+        inserted = true;
+      }
+    }
+    if (inserted) {
+      report(error, [&](ErrorSlot slot) { store.save(slot); });
+    }
+  });
 }
 
 }  // namespace velto

@@ -1,4 +1,4 @@
-// The settings of bundles.
+// The global attributes, and the settings of bundles.
 
 #include <utility>
 
@@ -7,11 +7,56 @@
 
 namespace velto {
 
+void AlertsDaemon::getAttributes(Reply<Attributes> reply) {
+  asRoot(reply, [](ADAlertStore& store, std::optional<Error>& error) {
+    return store.getAttributes(&error);
+  });
+}
+
+void AlertsDaemon::setAttributes(std::optional<PropertyList::Dictionary> attributes,
+                                 ErrorReply reply) {
+  asRoot(reply, [&](ADAlertStore& store, std::optional<Error>& error) {
+    if (store.setAttributes(attributes.value_or(PropertyList::Dictionary()), &error)) {
+      store.save(&error);
+    }
+  });
+}
+
+void AlertsDaemon::enableAlertBundle(std::optional<std::string> bundle, ErrorReply reply) {
+  asRoot(reply, [&](ADAlertStore& store, std::optional<Error>& error) {
+    store.enableAlertBundle(bundle, &error);
+    store.save(nullptr);
+  });
+}
+
+void AlertsDaemon::disableAlertBundle(std::optional<std::string> bundle, ErrorReply reply) {
+  asRoot(reply, [&](ADAlertStore& store, std::optional<Error>& error) {
+    store.disableAlertBundle(bundle, &error);
+    store.save(nullptr);
+  });
+}
+
 void AlertsDaemon::getAlertBundleNames(Reply<std::vector<std::string>> reply) {
+  // For everybody: a caller without rights may know what is installed.
   ADAlertStore store(services_.stores);
   std::optional<Error> error;
   auto names = store.getEnabledAlertBundleNames(&error);
   reply(std::move(names), std::move(error));
+}
+
+void AlertsDaemon::getAlertBundleSettings(Reply<BundleSettings> reply) {
+  asRoot(reply, [](ADAlertStore& store, std::optional<Error>& error) {
+    return store.getAlertBundleSettings(&error);
+  });
+}
+
+void AlertsDaemon::setAlertBundleSettings(std::optional<BundleSettings> settings,
+                                          ErrorReply reply) {
+  asRoot(reply, [&](ADAlertStore& store, std::optional<Error>& error) {
+    if (store.setAlertBundleSettings(settings.value_or(BundleSettings()), &error)) {
+      store.save(&error);
+    }
+  });
 }
 
 }  // namespace velto

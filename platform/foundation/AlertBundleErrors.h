@@ -18,5 +18,6 @@ inline constexpr int kNoSuchActionErrorCode = 7;
 inline constexpr int kActionRefusedErrorCode = 8;  ///< its file cannot be trusted
 inline constexpr int kActionFailedErrorCode = 9;
 inline constexpr int kActionTimedOutErrorCode = 10;
+inline constexpr int kNoAlertErrorCode = 11;  ///< an action for an alert that is not there
 
 }  // namespace velto

@@ -324,7 +324,7 @@ TEST_F(ListenerTest, AStoreThatCannotBeReadGivesItsErrorAndTheListenerServesAllT
   const TemporaryDirectory nothing;
   StoreContainer broken(nothing.path().string(), nothing.path().string(), system_.log);
   AlertsDaemonListener listener(
-      {broken, system_.bundles, system_.pusher, system_.mailer, system_.clock},
+      {broken, system_.bundles, system_.pusher, system_.mailer, system_.clock, system_.log},
       {signing_, FileManager::system(), events_, system_.log});
   const auto error = listener.loadAlertBundles();
   ASSERT_TRUE(error);

@@ -211,7 +211,7 @@ TEST_F(AlertsDaemonTest, AStoreThatCannotBeOpenedIsToldInEveryReply) {
   const TemporaryDirectory nothing;
   StoreContainer broken(nothing.path().string(), nothing.path().string(), system_.log);
   const auto object = AlertsDaemon::initAsRoot(
-      {broken, system_.bundles, system_.pusher, system_.mailer, system_.clock});
+      {broken, system_.bundles, system_.pusher, system_.mailer, system_.clock, system_.log});
   Answer<std::vector<std::string>> names;
   object->getAlertBundleNames(names.block());
   EXPECT_THAT(*names.data, IsEmpty());

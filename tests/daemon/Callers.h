@@ -38,7 +38,7 @@ struct ErrorAnswer {
 };
 
 inline AlertsDaemonServices servicesOf(ScratchSystem& system) {
-  return {system.container, system.bundles, system.pusher, system.mailer, system.clock};
+  return {system.container, system.bundles, system.pusher, system.mailer, system.clock, system.log};
 }
 
 inline const Error kPrivilegeError =

@@ -91,3 +91,30 @@ def test_without_bundles_the_preferred_language_is_the_users_first(system, envir
     client = system.client()
     client.call("AddMailRecipients", recipients=["bo@example.com"])
     assert listed(client) == [recipient("bo@example.com", locale)]
+
+
+def test_replacing_takes_the_list_as_it_is(client):
+    client.call("AddMailRecipients", recipients=["a@example.fr", "b@example.de"])
+    assert client.call("SetMailRecipients", recipients=[
+        recipient("b@example.de", "en"), {"address": "c@example.no"}]) == {}
+    assert listed(client) == [recipient("b@example.de", "en"), recipient("c@example.no", "no")]
+
+
+def test_a_present_address_that_stands_twice_is_deleted_once_and_inserted_twice(client):
+    client.call("AddMailRecipients", recipients=["a@example.fr"])
+    assert client.call("SetMailRecipients",
+                       recipients=[recipient("a@example.fr", "de")] * 2) == {}
+    assert listed(client) == [recipient("a@example.fr", "de")] * 2
+
+
+@pytest.mark.parametrize("parameters", [{}, {"recipients": None}, {"recipients": []}])
+def test_replacing_with_nobody_deletes_all(client, parameters):
+    client.call("AddMailRecipients", recipients=["a@example.fr", "b@example.de"])
+    assert client.call("SetMailRecipients", **parameters) == {}
+    assert listed(client) == []
+
+
+def test_a_replacement_without_an_address_is_nobody(client):
+    client.call("AddMailRecipients", recipients=["a@example.fr"])
+    assert client.call("SetMailRecipients", recipients=[{"locale": "fr"}]) == {}
+    assert listed(client) == []

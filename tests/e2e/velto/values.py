@@ -3,15 +3,14 @@
 INTERFACE = "com.ulmora.velto.AlertsDaemon"
 SERVICE = "org.varlink.service"
 
-# The methods that this version answers, and those that it declares only.
-SERVED = ("PostAlert", "SaveAlerts", "GetAlertsOfType", "GetAlertsOfBundle", "GetLastAlertOfType",
-          "GetLastAlertOfBundle", "GetAlertBundleNames", "GetMailRecipients", "AddMailRecipients")
-NOT_IMPLEMENTED = ("GetAttributes", "SetAttributes", "MarkAlertAsReadWithAlertId",
-                   "MarkAlertAsResolvedWithAlertId", "PerformRecoveryAction", "GetAlertsFromDate",
-                   "DeleteAlertsBeforeDate", "DeleteAlertsWithIds", "DeleteUnsupportedAlerts",
-                   "EnableAlertBundle", "DisableAlertBundle", "GetAlertBundleSettings",
-                   "SetAlertBundleSettings", "SetMailRecipients", "GetPushRecipients",
-                   "SetPushRecipients", "AddPushRecipients")
+METHODS = ("GetAttributes", "SetAttributes", "PostAlert", "SaveAlerts",
+           "MarkAlertAsReadWithAlertId", "MarkAlertAsResolvedWithAlertId", "PerformRecoveryAction",
+           "GetAlertsFromDate", "GetAlertsOfType", "GetAlertsOfBundle", "GetLastAlertOfType",
+           "GetLastAlertOfBundle", "DeleteAlertsBeforeDate", "DeleteAlertsWithIds",
+           "DeleteUnsupportedAlerts", "EnableAlertBundle", "DisableAlertBundle",
+           "GetAlertBundleNames", "GetAlertBundleSettings", "SetAlertBundleSettings",
+           "GetMailRecipients", "SetMailRecipients", "AddMailRecipients", "GetPushRecipients",
+           "SetPushRecipients", "AddPushRecipients")
 
 
 def error(domain, code, description=None):
@@ -24,3 +23,8 @@ INSUFFICIENT_PRIVILEGES = error("AlertsDaemon", 103, "Error: Insufficient privil
 INSUFFICIENT_ENTITLEMENTS = error("AlertsDaemon", 150, "Error: Insufficient entitlements.")
 NO_ALERT_TO_POST = error("AlertsDaemon", 203, "No alert to post.")
 NO_ALERTS_TO_SAVE = error("AlertsDaemon", 203, "No alerts to save.")
+
+
+def not_found(description):
+    """One of the store's own errors."""
+    return error("VeltoAlertsStore", 100, description)
