@@ -183,7 +183,9 @@ TEST_F(PushFailuresTest, EveryCallEndsInTime) {
 
 TEST_F(PushFailuresTest, ACertificateThatDoesNotVerifyIsRefused) {
   PushGateway gateway;
-  setIdentity(gateway.endpoint());
+  setIdentity(gateway);
+  std::filesystem::remove(root_.path() / std::string(kIdentityFile).substr(1));
+  setIdentity(gateway.endpoint(), "CertificateAuthority = \"/pki/client.pem\";");
   const auto error = onlyError(devices("ok", 150));
   EXPECT_EQ(error.code, CURLE_PEER_FAILED_VERIFICATION);
   EXPECT_THAT(error.localizedDescription(),
@@ -214,7 +216,9 @@ TEST_F(PushFailuresTest, AGatewayThatWantsACertificateGetsNothingWithoutOne) {
 
 TEST_F(PushFailuresTest, AMissingCertificateIsNamed) {
   PushGateway gateway;
-  setIdentity(gateway.endpoint(), "Certificate = \"/nowhere.pem\";");
+  root_.write("pki/ca.pem", readFile(testCertificates() / "ca.pem"));
+  setIdentity(gateway.endpoint(),
+              "CertificateAuthority = \"/pki/ca.pem\"; Certificate = \"/nowhere.pem\";");
   const auto error = onlyError({"ok"});
   EXPECT_EQ(error.code, CURLE_SSL_CERTPROBLEM);
   EXPECT_THAT(error.localizedDescription(), HasSubstr("/nowhere.pem"));
@@ -242,7 +246,8 @@ TEST_F(PushFailuresTest, ABlackHoleCostsTheTimeOfOneConnection) {
 TEST_F(PushFailuresTest, AGatewayThatNeverSpeaksTLSCostsTheTimeOfOneConnection) {
   limits_.connecting = std::chrono::milliseconds(300);
   const SilentPort port(16);
-  setIdentity(port.endpoint());
+  root_.write("pki/ca.pem", readFile(testCertificates() / "ca.pem"));
+  setIdentity(port.endpoint(), "CertificateAuthority = \"/pki/ca.pem\";");
   EXPECT_EQ(onlyError(devices("ok", 500)).code, CURLE_OPERATION_TIMEDOUT);
 }
 

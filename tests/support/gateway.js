@@ -61,8 +61,9 @@ const actions = {
     answer(stream, 200);
   },
   close: (stream) => {
+    const { session } = stream;
+    stream.on('close', () => session.close());
     answer(stream, 200);
-    stream.session.close();
   },
   destroy: (stream) => stream.session.destroy(),
 };
