@@ -63,7 +63,7 @@ def test_an_error_in_the_reply_is_told_and_has_its_status(shared):
 
 
 @pytest.mark.parametrize("arguments, name", [
-    (("Explode",), "MethodNotFound"), (("GetAttributes",), "MethodNotImplemented"),
+    (("Explode",), "MethodNotFound"),
     (("GetAlertsOfType", '{"type": 5}'), "InvalidParameter"),
     (("org.example.other.Method",), "InterfaceNotFound")])
 def test_a_call_that_the_daemon_cannot_take_has_the_same_status(shared, arguments, name):

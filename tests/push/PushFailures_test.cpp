@@ -184,7 +184,6 @@ TEST_F(PushFailuresTest, EveryCallEndsInTime) {
 TEST_F(PushFailuresTest, ACertificateThatDoesNotVerifyIsRefused) {
   PushGateway gateway;
   setIdentity(gateway);
-  std::filesystem::remove(root_.path() / std::string(kIdentityFile).substr(1));
   setIdentity(gateway.endpoint(), "CertificateAuthority = \"/pki/client.pem\";");
   const auto error = onlyError(devices("ok", 150));
   EXPECT_EQ(error.code, CURLE_PEER_FAILED_VERIFICATION);
@@ -196,7 +195,6 @@ TEST_F(PushFailuresTest, ACertificateThatDoesNotVerifyIsRefused) {
 TEST_F(PushFailuresTest, ACertificateForAnotherNameIsRefused) {
   PushGateway gateway;
   setIdentity(gateway);
-  std::filesystem::remove(root_.path() / std::string(kIdentityFile).substr(1));
   setIdentity("https://127.0.0.2:" + std::to_string(gateway.port()),
               "CertificateAuthority = \"/pki/ca.pem\";");
   // Nothing listens there, or somebody with another name: never a notification to a stranger.
@@ -208,7 +206,6 @@ TEST_F(PushFailuresTest, AGatewayThatWantsACertificateGetsNothingWithoutOne) {
   PushGateway gateway(R"({"requireClient": true})");
   setIdentity(gateway);
   EXPECT_THAT(send({"ok"}).reports, IsEmpty());
-  std::filesystem::remove(root_.path() / std::string(kIdentityFile).substr(1));
   setIdentity(gateway.endpoint(), "CertificateAuthority = \"/pki/ca.pem\";");
   EXPECT_THAT(send(devices("ok", 3)).errors, SizeIs(3));
   EXPECT_THAT(gateway.requests(), SizeIs(1));

@@ -40,6 +40,7 @@ class PushTest : public ::testing::Test {
 
   /// The identity file; further entries as the text of a dictionary.
   void setIdentity(const std::string& endpoint, const std::string& more = "") const {
+    std::filesystem::remove(root_.path() / std::string(kIdentityFile).substr(1));
     const auto path = root_.write(std::string(kIdentityFile).substr(1),
                                   "{ Endpoint = \"" + endpoint + "\"; " + more + " }");
     std::filesystem::permissions(path, std::filesystem::perms::owner_read);

@@ -142,7 +142,6 @@ TEST_F(UlmoraPushServiceProviderTest, AnotherIdentityCountsFromTheNextCall) {
   PushGateway second;
   setIdentity(first);
   send({"ok"});
-  std::filesystem::remove(root_.path() / std::string(kIdentityFile).substr(1));
   setIdentity(second);
   EXPECT_THAT(send({"ok"}).reports, IsEmpty());
   EXPECT_THAT(first.requests(), SizeIs(1));
