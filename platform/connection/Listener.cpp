@@ -41,8 +41,9 @@ class Services {
 /// The listening socket, waiting for clients.
 class Listener::Door : public EventSource {
  public:
-  Door(RunLoop::Implementation& runLoop, FileDescriptor socket, Admission& admission)
-      : EventSource(std::move(socket)), runLoop_(runLoop), admission_(admission) {}
+  Door(RunLoop::Implementation& runLoop, FileDescriptor socket, ConnectionTable& table,
+       Admission& admission)
+      : EventSource(std::move(socket)), runLoop_(runLoop), table_(table), admission_(admission) {}
 
   Event serve() noexcept override {
     FileDescriptor client(::accept4(descriptor(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
@@ -60,14 +61,16 @@ class Listener::Door : public EventSource {
       const std::optional<AuditToken> token = auditTokenOfPeer(client.get());
       if (!token) return;
       // Admitted when its first event is served, so that admissions overlap.
-      runLoop_.add(std::make_unique<SocketConnection>(std::move(client), *token, admission_),
-                   Event::kOutput);
+      runLoop_.add(
+          std::make_unique<SocketConnection>(std::move(client), *token, table_, admission_),
+          Event::kOutput);
     } catch (const std::exception&) {
       // No means to serve this client: it finds its connection closed.
     }
   }
 
   RunLoop::Implementation& runLoop_;
+  ConnectionTable& table_;
   Admission& admission_;
 };
 
@@ -77,7 +80,7 @@ class Listener::Implementation : public Admission {
       : listener_(listener),
         runLoop_(runLoop.implementation()),
         lock_(std::move(socket.lock)),
-        door_(std::make_unique<Door>(runLoop_, std::move(socket.socket), *this)) {}
+        door_(std::make_unique<Door>(runLoop_, std::move(socket.socket), table_, *this)) {}
 
   void setDelegate(ListenerDelegate* delegate) { delegate_ = delegate; }
   void resume() { runLoop_.add(std::move(door_), Event::kInput); }
@@ -95,6 +98,7 @@ class Listener::Implementation : public Admission {
   Listener& listener_;
   RunLoop::Implementation& runLoop_;
   const FileDescriptor lock_;
+  ConnectionTable table_{makeRoomForConnections()};
   std::unique_ptr<Door> door_;  ///< until it is resumed
   ListenerDelegate* delegate_ = nullptr;
   Services services_;

@@ -26,6 +26,9 @@ class ListenerDelegate {
 /// /run/velto/<service name>, mode 0666, below VELTO_ROOT. A socket left by a crash is replaced;
 /// one that still answers is not. Clients that connect before `resume` wait in the socket's queue.
 ///
+/// Raises the process's limit of open files, and shares them among the users as ConnectionTable
+/// says.
+///
 /// Made and resumed on one thread; it must outlive the run loop's `run`.
 class Listener {
  public:

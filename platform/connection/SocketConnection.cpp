@@ -25,8 +25,11 @@ bool meansToWait(int error) {
 }  // namespace
 
 SocketConnection::SocketConnection(FileDescriptor socket, const AuditToken& auditToken,
-                                   Admission& admission)
-    : EventSource(std::move(socket)), auditToken_(auditToken), admission_(admission) {}
+                                   ConnectionTable& table, Admission& admission)
+    : EventSource(std::move(socket)),
+      auditToken_(auditToken),
+      entry_(table, auditToken.effectiveUserIdentifier, descriptor()),
+      admission_(admission) {}
 
 const Interface* SocketConnection::resumedInterface() const {
   return isResumed_ && exported_ && object_ != nullptr ? &*exported_ : nullptr;

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "platform/connection/Connection.h"
+#include "platform/connection/ConnectionTable.h"
 #include "platform/connection/EventSource.h"
 #include "platform/connection/MessageBuffer.h"
 #include "platform/connection/VarlinkService.h"
@@ -34,9 +35,10 @@ class Admission {
 /// at a time.
 class SocketConnection : public EventSource, public Connection {
  public:
-  /// `socket` is connected and does not block; the first event to wait for is kOutput. `admission`
-  /// must outlive the connection.
-  SocketConnection(FileDescriptor socket, const AuditToken& auditToken, Admission& admission);
+  /// `socket` is connected and does not block; the first event to wait for is kOutput. `table` and
+  /// `admission` must outlive the connection.
+  SocketConnection(FileDescriptor socket, const AuditToken& auditToken, ConnectionTable& table,
+                   Admission& admission);
 
   uid_t effectiveUserIdentifier() const override { return auditToken_.effectiveUserIdentifier; }
   gid_t effectiveGroupIdentifier() const override { return auditToken_.effectiveGroupIdentifier; }
@@ -65,6 +67,7 @@ class SocketConnection : public EventSource, public Connection {
   Step flush();
 
   const AuditToken auditToken_;
+  const ConnectionTable::Entry entry_;
   Admission& admission_;
   std::optional<Interface> exported_;
   std::unique_ptr<ExportedObject> object_;

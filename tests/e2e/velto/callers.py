@@ -1,10 +1,23 @@
 """Connections made by other users."""
 
+import contextlib
 import os
 import signal
 import socket
 
 from .varlink import DEADLINE, Client, connect
+
+
+@contextlib.contextmanager
+def acting_as(uid, gid):
+    """Connections that this process makes meanwhile are that user's."""
+    os.setegid(gid)
+    os.seteuid(uid)
+    try:
+        yield
+    finally:
+        os.seteuid(0)
+        os.setegid(0)
 
 
 class OtherUser(Client):

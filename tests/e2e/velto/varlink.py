@@ -2,6 +2,7 @@
 
 import json
 import socket
+import struct
 import time
 
 from .values import INTERFACE
@@ -22,8 +23,10 @@ class CallFailed(Exception):
 def connect(path):
     """A socket connected to the service at `path`."""
     connection = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
-    connection.settimeout(DEADLINE)
+    # With a time limit of Python's own, a full queue would be an error at once.
+    connection.setsockopt(socket.SOL_SOCKET, socket.SO_SNDTIMEO, struct.pack("ll", DEADLINE, 0))
     connection.connect(str(path))
+    connection.settimeout(DEADLINE)
     return connection
 
 
