@@ -62,7 +62,8 @@ const actions = {
   },
   close: (stream) => {
     const { session } = stream;
-    stream.on('close', () => session.close());
+    // Once the answer is on its way: Node 18 would drop it.
+    stream.on('close', () => setImmediate(() => session.close()));
     answer(stream, 200);
   },
   destroy: (stream) => stream.session.destroy(),
