@@ -1,7 +1,6 @@
 #include "platform/persistence/CommitQueue.h"
 
 #include <algorithm>
-#include <thread>
 #include <utility>
 
 #include <sqlite3.h>
@@ -21,8 +20,9 @@ CommitQueue::CommitQueue(Connection& connection) : connection_(connection) {}
 
 bool CommitQueue::save(std::vector<RowChange>& changes, ErrorSlot error) {
   Save own{changes, std::nullopt};
-  if (joinOrLead(own)) {
-    lead();
+  join(own);
+  if (own.leads) {
+    lead(own);
   }
   if (own.error) {
     replaceError(error, *std::move(own.error));
@@ -31,36 +31,38 @@ bool CommitQueue::save(std::vector<RowChange>& changes, ErrorSlot error) {
   return true;
 }
 
-/// Waits until another leader has answered the save, or until there is none: true then.
-bool CommitQueue::joinOrLead(Save& own) {
-  MutexLock lock(mutex_);
-  waiting_.push_back(&own);
-  while (led_ && !own.answered) {
-    lock.wait(answered_);
+/// Waits until a leader has served the save or hands the lead over to it, or until there is no
+/// leader. Each waits for its own turn, so that nobody is woken in vain.
+void CommitQueue::join(Save& own) {
+  {
+    const MutexLock lock(mutex_);
+    waiting_.push_back(&own);
+    own.leads = !std::exchange(led_, true);
   }
-  if (own.answered) {
-    return false;
+  if (!own.leads) {
+    own.turn.acquire();
   }
-  led_ = true;
-  return true;
 }
 
-void CommitQueue::lead() {
-  // Those whom the last leader has just woken are about to save again. Whoever is ready to run may
-  // come along, as long as somebody does; a lone save waits for nobody.
-  std::size_t company = 0;
-  do {
-    company = waiting();
-    std::this_thread::yield();
-  } while (waiting() > company);
+void CommitQueue::lead(Save& own) {
   const Batch batch = takeWaiting();
   serve(batch);
-  const MutexLock lock(mutex_);
   for (Save* save : batch) {
-    save->answered = true;
+    if (save != &own) {
+      save->turn.release();  // the save is gone from here on
+    }
   }
-  led_ = false;
-  answered_.notify_all();
+  handOver();
+}
+
+/// To the save that has waited longest.
+void CommitQueue::handOver() {
+  const MutexLock lock(mutex_);
+  led_ = !waiting_.empty();
+  if (led_) {
+    waiting_.front()->leads = true;
+    waiting_.front()->turn.release();
+  }
 }
 
 CommitQueue::Batch CommitQueue::takeWaiting() {

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <semaphore>
 #include <string>
 #include <vector>
 
@@ -54,12 +54,14 @@ class CommitQueue {
   struct Save {
     std::vector<RowChange>& changes;
     std::optional<Error> error;
-    bool answered = false;
+    bool leads = false;             ///< its thread leads the next commit
+    std::binary_semaphore turn{0};  ///< it leads, or it has been served
   };
   using Batch = std::vector<Save*>;
 
-  bool joinOrLead(Save& own);
-  void lead();
+  void join(Save& own);
+  void lead(Save& own);
+  void handOver();
   Batch takeWaiting();
   void serve(const Batch& batch);
   bool commit(const Batch& batch);
@@ -76,7 +78,6 @@ class CommitQueue {
   std::optional<Error> distrust_;  ///< why nothing is written any more
 
   mutable Mutex mutex_;
-  std::condition_variable answered_;
   Batch waiting_ VELTO_GUARDED_BY(mutex_);
   bool led_ VELTO_GUARDED_BY(mutex_) = false;  ///< a leader is at work
 };
