@@ -90,8 +90,10 @@ InvocationResult perform(const Invocation& invocation, std::string_view result,
 template <typename... Arguments>
 ProtocolMethod row(std::string_view selector, std::string_view wireName,
                    Names<sizeof...(Arguments) - 1> names,
-                   void (VLAlertsDaemon::*operation)(Arguments...), std::string_view result = {}) {
-  return {selector, wireName, [names, operation, result](const Invocation& invocation) {
+                   void (VLAlertsDaemon::*operation)(Arguments...), std::string_view result = {},
+                   bool isQuick = false) {
+  return {selector, wireName,
+          [names, operation, result](const Invocation& invocation) {
             auto wrong = unknownParameter(invocation.parameters, names);
             std::tuple<Arguments...> arguments;
             if (!wrong) {
@@ -100,13 +102,16 @@ ProtocolMethod row(std::string_view selector, std::string_view wireName,
             }
             return wrong ? invalidParameter(*wrong)
                          : perform(invocation, result, operation, arguments);
-          }};
+          },
+          isQuick};
 }
 
 std::vector<ProtocolMethod> methodTable() {
   using D = VLAlertsDaemon;
+  constexpr bool kQuick = true;
   return {
-      row("getAttributesWithCallback:", "GetAttributes", {}, &D::getAttributes, "attributes"),
+      row("getAttributesWithCallback:", "GetAttributes", {}, &D::getAttributes, "attributes",
+          kQuick),
       row("setAttributes:callback:", "SetAttributes", {"attributes"}, &D::setAttributes),
       row("postAlert:callback:", "PostAlert", {"alert"}, &D::postAlert),
       row("saveAlerts:callback:", "SaveAlerts", {"alerts"}, &D::saveAlerts),
@@ -122,9 +127,9 @@ std::vector<ProtocolMethod> methodTable() {
       row("getAlertsOfBundle:callback:", "GetAlertsOfBundle", {"bundle"}, &D::getAlertsOfBundle,
           "alerts"),
       row("getLastAlertOfType:callback:", "GetLastAlertOfType", {"type"}, &D::getLastAlertOfType,
-          "alert"),
+          "alert", kQuick),
       row("getLastAlertOfBundle:callback:", "GetLastAlertOfBundle", {"bundle"},
-          &D::getLastAlertOfBundle, "alert"),
+          &D::getLastAlertOfBundle, "alert", kQuick),
       row("deleteAlertsBeforeDate:callback:", "DeleteAlertsBeforeDate", {"date"},
           &D::deleteAlertsBeforeDate, "count"),
       row("deleteAlertsWithIds:callback:", "DeleteAlertsWithIds", {"alertIds"},
@@ -134,19 +139,19 @@ std::vector<ProtocolMethod> methodTable() {
       row("enableAlertBundle:callback:", "EnableAlertBundle", {"bundle"}, &D::enableAlertBundle),
       row("disableAlertBundle:callback:", "DisableAlertBundle", {"bundle"}, &D::disableAlertBundle),
       row("getAlertBundleNamesWithCallback:", "GetAlertBundleNames", {}, &D::getAlertBundleNames,
-          "names"),
+          "names", kQuick),
       row("getAlertBundleSettingsWithCallback:", "GetAlertBundleSettings", {},
-          &D::getAlertBundleSettings, "settings"),
+          &D::getAlertBundleSettings, "settings", kQuick),
       row("setAlertBundleSettings:callback:", "SetAlertBundleSettings", {"settings"},
           &D::setAlertBundleSettings),
       row("getMailRecipientsWithCallback:", "GetMailRecipients", {}, &D::getMailRecipients,
-          "recipients"),
+          "recipients", kQuick),
       row("setMailRecipients:callback:", "SetMailRecipients", {"recipients"},
           &D::setMailRecipients),
       row("addMailRecipients:callback:", "AddMailRecipients", {"recipients"},
           &D::addMailRecipients),
       row("getPushRecipientsWithCallback:", "GetPushRecipients", {}, &D::getPushRecipients,
-          "recipients"),
+          "recipients", kQuick),
       row("setPushRecipients:callback:", "SetPushRecipients", {"recipients"},
           &D::setPushRecipients),
       row("addPushRecipients:callback:", "AddPushRecipients", {"recipients"},

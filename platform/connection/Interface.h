@@ -59,6 +59,9 @@ struct ProtocolMethod {
   /// Checks the parameters' shape, calls the object and gives its reply. Called on the thread that
   /// delivers the call; returns when the operation has replied.
   std::function<InvocationResult(const Invocation&)> invoke;
+  /// Whether it only ever takes a moment. Replies to the calls before it may wait for its own then,
+  /// to be sent together.
+  bool isQuick = false;
 };
 
 /// A protocol as clients see it. Immutable, made once by the protocol's own folder.

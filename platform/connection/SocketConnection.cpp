@@ -12,7 +12,9 @@ namespace {
 
 constexpr std::size_t kInputChunk = std::size_t{64} * 1024;
 /// So much is done for a client that sends calls without a break before the others have their turn.
-constexpr int kStepsATurn = 64;
+constexpr int kStepsATurn = 128;
+/// So much output is not held back any longer.
+constexpr std::size_t kMuchOutput = std::size_t{16} * 1024;
 /// Calls of usual size are decoded without asking for memory.
 constexpr std::size_t kCallMemory = 8192;
 /// An idle connection keeps a buffer no larger than this.
@@ -39,7 +41,9 @@ Event SocketConnection::serve() noexcept {
   try {
     awaited_ = serveAwaited();
   } catch (...) {
-    // The client finds its connection closed; the others are served as before.
+    // The client finds its connection closed after the replies it has earned; the others are served
+    // as before.
+    flush();
     awaited_ = Event::kNone;
   }
   return awaited_;
@@ -68,45 +72,53 @@ bool SocketConnection::takeInput() {
 
 /// Does all that can be done without waiting, and tells what to wait for then.
 Event SocketConnection::proceed() {
-  for (int steps = 0; steps < kStepsATurn; ++steps) {
-    switch (doNext()) {
-      case Step::kGoOn:
-        break;
-      case Step::kEnd:
-        return Event::kNone;
-      case Step::kWait:
-        return output_.empty() ? Event::kInput : Event::kOutput;
-    }
+  Step last = flush();
+  for (int steps = 0; last == Step::kGoOn && steps < kStepsATurn; ++steps) {
+    last = doNext();
   }
-  // There is room for output, or else nothing to go on with: the next turn comes after the others'.
-  return Event::kOutput;
+  if (last == Step::kGoOn) {
+    // There may be room for more output: the next turn comes after the others'.
+    return flush() == Step::kEnd ? Event::kNone : Event::kOutput;
+  }
+  if (last == Step::kEnd) return Event::kNone;
+  return output_.empty() ? Event::kInput : Event::kOutput;
 }
 
-/// Goes on with the output, then with the reply under way, then with the next call.
+/// Goes on with the reply under way, then with the next call, and sends what has come together.
 SocketConnection::Step SocketConnection::doNext() {
-  if (output_.empty() && piece_) addPiece();
+  if (output_.size() >= kMuchOutput) return flush();
+  if (piece_) {
+    addPiece();
+    return Step::kGoOn;
+  }
+  const auto message = isEnding_ ? std::nullopt : input_.next();
+  if (message) {
+    runCall(*message);
+    return Step::kGoOn;
+  }
   if (!output_.empty()) return flush();
-  const std::optional<std::string_view> message = input_.next();
-  if (message) return runCall(*message) ? Step::kGoOn : Step::kEnd;
-  return input_.size() > kMaximumCallSize ? Step::kEnd : Step::kWait;
+  return isEnding_ || input_.size() > kMaximumCallSize ? Step::kEnd : Step::kWait;
 }
 
-/// Runs a call; its reply is then under way. False when the message is no call.
-bool SocketConnection::runCall(std::string_view message) {
+/// Runs a call; its reply is then under way. A message that is no call ends the connection.
+void SocketConnection::runCall(std::string_view message) {
   std::array<unsigned char, kCallMemory> memory;
   boost::json::monotonic_resource storage(memory.data(), memory.size());
   const std::optional<VarlinkCall> call = VarlinkCall::parse(message, &storage);
-  if (!call) return false;
-
+  if (!call) {
+    isEnding_ = true;
+    return;
+  }
+  if (!service_->isQuick(*call)) flush();
   CallReply reply = service_->dispatch(*call, *exported_, *object_);
-  if (call->oneway()) return true;
+  if (call->oneway()) return;
   if (!reply.error.empty()) {
-    output_ = std::move(reply.error);
-    return true;
+    output_.append(reply.error);
+    return;
   }
   piece_ = reply.nextPiece();
   if (call->more()) laterPieces_ = std::move(reply.nextPiece);
-  return piece_.has_value();
+  isEnding_ = !piece_;
 }
 
 /// Moves the next piece of the reply under way to the output.

@@ -30,9 +30,9 @@ class Admission {
 /// for input, or until the client takes output, or runs a call. It ends when the client is gone,
 /// sends something that is no call, or a call throws.
 ///
-/// Input is read only when all output has been taken, so a client that does not read its replies
-/// holds up nobody but itself. A connection that waits for a new call holds no buffer. One thread
-/// at a time.
+/// Replies are sent together as long as there is a next call that is quick. Input is read only when
+/// all output has been taken, so a client that does not read its replies holds up nobody but
+/// itself. A connection that waits for a new call holds no buffer. One thread at a time.
 class SocketConnection : public EventSource, public Connection {
  public:
   /// `socket` is connected and does not block; the first event to wait for is kOutput. `table` and
@@ -62,7 +62,7 @@ class SocketConnection : public EventSource, public Connection {
   bool takeInput();
   Event proceed();
   Step doNext();
-  bool runCall(std::string_view message);
+  void runCall(std::string_view message);
   void addPiece();
   Step flush();
 
@@ -76,6 +76,7 @@ class SocketConnection : public EventSource, public Connection {
   Event awaited_ = Event::kOutput;
 
   MessageBuffer input_;
+  bool isEnding_ = false;  ///< once all output has been taken
   std::string output_;
   std::size_t sent_ = 0;  ///< how much of `output_` the client has
 

@@ -100,6 +100,11 @@ CallReply VarlinkService::dispatch(const VarlinkCall& call, const Interface& exp
   return invoke(*found->second, call, exported, object);
 }
 
+bool VarlinkService::isQuick(const VarlinkCall& call) const {
+  const auto found = methods_.find(call.method().substr(call.method().rfind('.') + 1));
+  return found == methods_.end() || found->second->isQuick;
+}
+
 CallReply VarlinkService::invoke(const ProtocolMethod& method, const VarlinkCall& call,
                                  const Interface& exported, ExportedObject& object) const {
   InvocationResult result = method.invoke({.object = object,

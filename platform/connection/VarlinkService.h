@@ -28,6 +28,8 @@ class VarlinkService {
   /// service's protocol. Lets the exceptions of the method through.
   CallReply dispatch(const VarlinkCall& call, const Interface& exported,
                      ExportedObject& object) const;
+  /// Whether the call takes a moment only.
+  bool isQuick(const VarlinkCall& call) const;
 
  private:
   CallReply invoke(const ProtocolMethod& method, const VarlinkCall& call, const Interface& exported,

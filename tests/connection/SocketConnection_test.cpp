@@ -152,6 +152,36 @@ TEST(SocketConnection, servesPipelinedCallsInOrder) {
   }
 }
 
+TEST(SocketConnection, sendsTheRepliesToQuickCallsTogether) {
+  TestService service;
+  TestClient client(service.path());
+  std::string calls;
+  std::string replies;
+  for (int i = 0; i < 64; ++i) {
+    calls.append(kEcho1).push_back('\0');
+    replies.append(kEchoed1).push_back('\0');
+  }
+  ASSERT_TRUE(client.sendBytes(calls));
+  std::string received(2 * replies.size(), ' ');
+  received.resize(
+      static_cast<std::size_t>(::recv(client.descriptor(), received.data(), received.size(), 0)));
+  EXPECT_EQ(received, replies);
+}
+
+class LastMessage : public testing::TestWithParam<const char*> {};
+
+TEST_P(LastMessage, leavesTheRepliesBeforeItToTheClient) {
+  TestService service;
+  TestClient client(service.path());
+  ASSERT_TRUE(client.sendBytes(std::string(kEcho1) + '\0' + GetParam() + '\0' + kNote + '\0'));
+  EXPECT_EQ(client.receive(), kEchoed1);
+  EXPECT_EQ(client.receive(), std::nullopt);
+  EXPECT_EQ(service.shared().calls, 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(, LastMessage,
+                         testing::Values("nonsense", R"({"method":"test.service.Throw"})"));
+
 TEST(SocketConnection, sendsAReplyBeforeTheNextCallHasEnded) {
   TestService service;
   TestClient client(service.path());

@@ -80,13 +80,14 @@ const Protocol& testProtocol() {
   static const Protocol protocol{
       .name = "test.service",
       .description = "# A \"quoted\" description.\ninterface test.service\n",
-      .methods = {{.selector = "echo:", .wireName = "Echo", .invoke = echo},
-                  {.selector = "note", .wireName = "Note", .invoke = note},
-                  {.selector = "wait", .wireName = "Wait", .invoke = wait},
-                  {.selector = "count:", .wireName = "Count", .invoke = count},
-                  {.selector = "missing", .wireName = "Missing", .invoke = missing},
-                  {.selector = "throw", .wireName = "Throw", .invoke = runOutOfMemory},
-                  {.selector = "classes:", .wireName = "Classes", .invoke = classes}}};
+      .methods = {
+          {.selector = "echo:", .wireName = "Echo", .invoke = echo, .isQuick = true},
+          {.selector = "note", .wireName = "Note", .invoke = note},
+          {.selector = "wait", .wireName = "Wait", .invoke = wait},
+          {.selector = "count:", .wireName = "Count", .invoke = count},
+          {.selector = "missing", .wireName = "Missing", .invoke = missing},
+          {.selector = "throw", .wireName = "Throw", .invoke = runOutOfMemory, .isQuick = true},
+          {.selector = "classes:", .wireName = "Classes", .invoke = classes}}};
   return protocol;
 }
 
