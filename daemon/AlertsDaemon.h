@@ -76,10 +76,9 @@ class AlertsDaemon : public VLAlertsDaemon {
   void performRecoveryAction(std::optional<std::string> action, std::optional<std::string> alertId,
                              ErrorReply reply) override;
   void getAlertsFromDate(std::optional<Date> from, std::optional<Date> to,
-                         Reply<std::vector<VLAlert>> reply) override;
-  void getAlertsOfType(std::optional<std::string> type, Reply<std::vector<VLAlert>> reply) override;
-  void getAlertsOfBundle(std::optional<std::string> bundle,
-                         Reply<std::vector<VLAlert>> reply) override;
+                         Reply<AlertSequence> reply) override;
+  void getAlertsOfType(std::optional<std::string> type, Reply<AlertSequence> reply) override;
+  void getAlertsOfBundle(std::optional<std::string> bundle, Reply<AlertSequence> reply) override;
   void getLastAlertOfType(std::optional<std::string> type, Reply<VLAlert> reply) override;
   void getLastAlertOfBundle(std::optional<std::string> bundle, Reply<VLAlert> reply) override;
   void deleteAlertsBeforeDate(std::optional<Date> date, Reply<std::int64_t> reply) override;

@@ -1,7 +1,5 @@
 // Queries of stored alerts. A caller with a list of bundles sees the alerts of those bundles only.
 
-#include <algorithm>
-#include <iterator>
 #include <utility>
 
 #include "daemon/AlertsDaemon.h"
@@ -10,33 +8,33 @@
 namespace velto {
 
 void AlertsDaemon::getAlertsFromDate(std::optional<Date> from, std::optional<Date> to,
-                                     Reply<std::vector<VLAlert>> reply) {
+                                     Reply<AlertSequence> reply) {
   asRoot(reply, [&](ADAlertStore& store, std::optional<Error>& error) {
     std::optional<Error> updateError;
     auto resolved = updateUnresolvedAlerts(store, updateError);
     if (updateError) {
       services_.log.warning("UpdateUnresolvedAlerts: " + updateError->localizedDescription());
     }
-    auto alerts = store.getAlertsFromDate(from, to, &error);
+    AlertSequence alerts = store.alertsFromDate(from, to, &error);
     if (resolved) {
       // What has just been resolved is news, whatever the period, and stands at the end.
-      std::move(resolved->begin(), resolved->end(), std::back_inserter(alerts));
+      alerts.append(*std::move(resolved));
     }
     return alerts;
   });
 }
 
-void AlertsDaemon::getAlertsOfType(std::optional<std::string> type,
-                                   Reply<std::vector<VLAlert>> reply) {
+void AlertsDaemon::getAlertsOfType(std::optional<std::string> type, Reply<AlertSequence> reply) {
   if (!isUnrestricted() && !hasBundles()) {
     reply(std::nullopt, privilegeError());
     return;
   }
   ADAlertStore store(services_.stores);
   std::optional<Error> error;
-  auto alerts = store.getAlertsOfType(type, &error);
+  AlertSequence alerts = store.alertsOfType(type, &error);
   // A type belongs to one bundle, so the first alert stands for all.
-  if (!isUnrestricted() && !alerts.empty() && !isEntitledTo(alerts.front().bundle)) {
+  const VLAlert* first = alerts.current(&error);
+  if (!isUnrestricted() && first != nullptr && !isEntitledTo(first->bundle)) {
     reply(std::nullopt, privilegeError());
     return;
   }
@@ -44,14 +42,14 @@ void AlertsDaemon::getAlertsOfType(std::optional<std::string> type,
 }
 
 void AlertsDaemon::getAlertsOfBundle(std::optional<std::string> bundle,
-                                     Reply<std::vector<VLAlert>> reply) {
+                                     Reply<AlertSequence> reply) {
   if (!isUnrestricted() && !isEntitledTo(bundle)) {
     reply(std::nullopt, privilegeError());
     return;
   }
   ADAlertStore store(services_.stores);
   std::optional<Error> error;
-  auto alerts = store.getAlertsOfBundle(bundle, &error);
+  AlertSequence alerts = store.alertsOfBundle(bundle, &error);
   reply(std::move(alerts), std::move(error));
 }
 

@@ -2,9 +2,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
-
-#include <boost/json.hpp>
 
 #include "platform/connection/JSONReader.h"
 #include "platform/foundation/PropertyListSerialization.h"
@@ -17,7 +16,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   velto::VLAlert alert;
   alert.type = "type";
   alert.attributes = *attributes->dictionary();
-  const auto text = boost::json::serialize(velto::jsonFromAlert(alert));
+  std::string text;
+  velto::appendJSON(text, alert);
   // Deeper than any alert from a client can be, which the reader would refuse.
   if (!velto::readJSON(text, {}, 2048)) __builtin_trap();
   return 0;

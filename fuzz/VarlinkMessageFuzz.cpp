@@ -24,7 +24,11 @@ void readCall(std::string_view message) {
   const auto call = velto::VarlinkCall::parse(message);
   if (!call) return;
   std::string reply;
-  velto::appendReply(reply, boost::json::serialize(call->parameters()), call->more());
+  const auto write = [&](std::string& text) {
+    text += boost::json::serialize(call->parameters());
+    return true;
+  };
+  velto::appendReply(reply, write, call->more());
   check(reply.back() == '\0');
   reply.pop_back();
   const auto document = velto::readJSON(reply);

@@ -57,16 +57,16 @@ std::optional<std::string_view> decodeParameters(const Invocation& invocation,
   return wrong;
 }
 
-/// Makes the reply block of one call; it leaves the reply's text in `pieces`.
-void makeReplyBlock(ErrorReply& reply, ReplyPieces& pieces, std::string_view /*result*/,
+/// Makes the reply block of one call; it leaves the reply's text in `text`.
+void makeReplyBlock(ErrorReply& reply, ReplyWriter& text, std::string_view /*result*/,
                     bool /*more*/) {
-  reply = [&pieces](const std::optional<Error>& error) { pieces = replyText(error); };
+  reply = [&text](const std::optional<Error>& error) { text = replyText(error); };
 }
 
 template <typename Result>
-void makeReplyBlock(Reply<Result>& reply, ReplyPieces& pieces, std::string_view result, bool more) {
-  reply = [&pieces, result, more](std::optional<Result> data, std::optional<Error> error) {
-    pieces = replyText(result, std::move(data), std::move(error), more);
+void makeReplyBlock(Reply<Result>& reply, ReplyWriter& text, std::string_view result, bool more) {
+  reply = [&text, result, more](std::optional<Result> data, std::optional<Error> error) {
+    text = replyText(result, std::move(data), std::move(error), more);
   };
 }
 
@@ -75,14 +75,14 @@ template <typename... Arguments>
 InvocationResult perform(const Invocation& invocation, std::string_view result,
                          void (VLAlertsDaemon::*operation)(Arguments...),
                          std::tuple<Arguments...>& arguments) {
-  ReplyPieces pieces;
-  makeReplyBlock(std::get<sizeof...(Arguments) - 1>(arguments), pieces, result, invocation.more);
+  ReplyWriter text;
+  makeReplyBlock(std::get<sizeof...(Arguments) - 1>(arguments), text, result, invocation.more);
   auto& object = static_cast<VLAlertsDaemon&>(invocation.object);
   std::apply([&](auto&... argument) { (object.*operation)(std::move(argument)...); }, arguments);
-  if (pieces == nullptr) {
+  if (text == nullptr) {
     return {InvocationResult::Kind::kNotImplemented, {}, nullptr};
   }
-  return {InvocationResult::Kind::kReplied, {}, std::move(pieces)};
+  return {InvocationResult::Kind::kReplied, {}, std::move(text)};
 }
 
 /// The row of one operation: its parameters' names in order, and the name of the data that it

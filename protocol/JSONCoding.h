@@ -17,10 +17,12 @@
 #include "platform/foundation/Data.h"
 #include "platform/foundation/Date.h"
 #include "platform/foundation/Error.h"
+#include "platform/foundation/JSONText.h"
 #include "platform/foundation/PropertyList.h"
 #include "platform/foundation/PropertyListJSON.h"
 #include "platform/foundation/Recipients.h"
 #include "platform/foundation/VLAlert.h"
+#include "platform/foundation/VLAlertJSON.h"
 
 namespace velto {
 
@@ -68,32 +70,9 @@ bool decode(const boost::json::value& json, const ArgumentClasses* classes,
   return true;
 }
 
-boost::json::value encode(std::int64_t value);
-boost::json::value encode(std::uint64_t value);
-boost::json::value encode(const std::string& value);
-boost::json::value encode(const Error& error);
-boost::json::value encode(const VLAlert& alert);
-boost::json::value encode(const AlertBundleSettings& settings);
-boost::json::value encode(const MailRecipient& recipient);
-boost::json::value encode(const PushRecipient& recipient);
-
-template <typename T>
-boost::json::value encode(const std::vector<T>& values) {
-  boost::json::array json;
-  json.reserve(values.size());
-  for (const T& value : values) {
-    json.push_back(encode(value));
-  }
-  return json;
-}
-
-template <typename T>
-boost::json::value encode(const std::map<std::string, T>& values) {
-  boost::json::object json;
-  for (const auto& [key, value] : values) {
-    json.emplace(key, encode(value));
-  }
-  return json;
-}
+void appendJSON(std::string& text, const Error& error);
+void appendJSON(std::string& text, const AlertBundleSettings& settings);
+void appendJSON(std::string& text, const MailRecipient& recipient);
+void appendJSON(std::string& text, const PushRecipient& recipient);
 
 }  // namespace velto

@@ -5,76 +5,81 @@
 namespace velto {
 namespace {
 
-namespace json = boost::json;
-
 /// A list of alerts that has been replied, and how far it has been told.
 class AlertList {
  public:
-  AlertList(std::string_view name, std::optional<std::vector<VLAlert>> alerts,
-            std::optional<Error> error, bool more)
+  AlertList(std::string_view name, std::optional<AlertSequence> alerts, std::optional<Error> error,
+            bool more)
       : name_(name), alerts_(std::move(alerts)), error_(std::move(error)), more_(more) {}
 
-  std::optional<std::string> nextPiece() {
-    if (done_) {
-      return std::nullopt;
-    }
-    std::string text = "{";
+  /// Appends the next piece; true when another follows.
+  bool write(std::string& text) {
+    JSONObjectText parameters(text);
     if (alerts_) {
+      parameters.beginMember(name_);
       appendAlerts(text);
     }
-    done_ = !alerts_ || next_ == alerts_->size();
-    if (done_ && error_) {
-      text += text.size() > 1 ? ",\"error\":" : "\"error\":";
-      text += json::serialize(encode(*error_));
+    const bool isDone = !alerts_ || current() == nullptr;
+    if (isDone) {
+      parameters.add("error", error_);
     }
-    text += '}';
-    return text;
+    parameters.end();
+    return !isDone;
   }
 
  private:
   void appendAlerts(std::string& text) {
-    text += json::serialize(json::string(name_));
-    text += ":[";
-    const std::size_t first = next_;
-    while (next_ < alerts_->size() && (!more_ || text.size() < kPieceSize)) {
-      if (next_ > first) {
+    const std::size_t start = text.size();
+    text += '[';
+    const VLAlert* alert = current();
+    while (alert != nullptr && (!more_ || text.size() - start < kPieceSize)) {
+      if (text.back() != '[') {
         text += ',';
       }
-      text += json::serialize(encode((*alerts_)[next_]));
-      ++next_;
+      appendJSON(text, *alert);
+      alerts_->advance();
+      alert = current();
     }
     text += ']';
   }
 
+  /// An error on the way ends the list.
+  const VLAlert* current() {
+    std::optional<Error> failure;
+    const VLAlert* alert = alerts_->current(&failure);
+    if (failure && !error_) {
+      error_ = std::move(failure);
+    }
+    return alert;
+  }
+
   const std::string_view name_;
-  const std::optional<std::vector<VLAlert>> alerts_;
-  const std::optional<Error> error_;
+  std::optional<AlertSequence> alerts_;
+  std::optional<Error> error_;
   const bool more_;
-  std::size_t next_ = 0;
-  bool done_ = false;
 };
 
 }  // namespace
 
-ReplyPieces onePiece(json::object parameters) {
-  return [text = std::optional(json::serialize(parameters))]() mutable {
-    return std::exchange(text, std::nullopt);
+ReplyWriter finished(std::string text) {
+  return [text = std::move(text)](std::string& output) {
+    output += text;
+    return false;
   };
 }
 
-ReplyPieces replyText(const std::optional<Error>& error) {
-  json::object parameters;
-  if (error) {
-    parameters.emplace("error", encode(*error));
-  }
-  return onePiece(std::move(parameters));
+ReplyWriter replyText(const std::optional<Error>& error) {
+  std::string text;
+  JSONObjectText parameters(text);
+  parameters.add("error", error);
+  parameters.end();
+  return finished(std::move(text));
 }
 
-ReplyPieces replyText(std::string_view name, std::optional<std::vector<VLAlert>> alerts,
+ReplyWriter replyText(std::string_view name, std::optional<AlertSequence> alerts,
                       std::optional<Error> error, bool more) {
-  return [list = std::make_shared<AlertList>(name, std::move(alerts), std::move(error), more)] {
-    return list->nextPiece();
-  };
+  return [list = std::make_shared<AlertList>(name, std::move(alerts), std::move(error), more)](
+             std::string& text) { return list->write(text); };
 }
 
 }  // namespace velto

@@ -9,6 +9,7 @@
 
 #include "platform/connection/Interface.h"
 #include "platform/foundation/AlertBundleSettings.h"
+#include "platform/foundation/AlertSequence.h"
 #include "platform/foundation/Date.h"
 #include "platform/foundation/Error.h"
 #include "platform/foundation/PropertyList.h"
@@ -43,10 +44,9 @@ class VLAlertsDaemon : public ExportedObject {
   virtual void performRecoveryAction(std::optional<std::string> /*action*/,
                                      std::optional<std::string> /*alertId*/, ErrorReply) {}
   virtual void getAlertsFromDate(std::optional<Date> /*from*/, std::optional<Date> /*to*/,
-                                 Reply<std::vector<VLAlert>>) {}
-  virtual void getAlertsOfType(std::optional<std::string> /*type*/, Reply<std::vector<VLAlert>>) {}
-  virtual void getAlertsOfBundle(std::optional<std::string> /*bundle*/,
-                                 Reply<std::vector<VLAlert>>) {}
+                                 Reply<AlertSequence>) {}
+  virtual void getAlertsOfType(std::optional<std::string> /*type*/, Reply<AlertSequence>) {}
+  virtual void getAlertsOfBundle(std::optional<std::string> /*bundle*/, Reply<AlertSequence>) {}
   virtual void getLastAlertOfType(std::optional<std::string> /*type*/, Reply<VLAlert>) {}
   virtual void getLastAlertOfBundle(std::optional<std::string> /*bundle*/, Reply<VLAlert>) {}
   virtual void deleteAlertsBeforeDate(std::optional<Date> /*date*/, Reply<std::int64_t>) {}

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/foundation/AlertBundleSettings.h"
+#include "platform/foundation/AlertSequence.h"
 #include "platform/foundation/Error.h"
 #include "platform/foundation/PropertyList.h"
 #include "platform/foundation/Recipients.h"
@@ -85,6 +86,14 @@ class ADAlertStore {
                                          const std::optional<Date>& to, ErrorSlot error);
   std::vector<VLAlert> getAlertsOfType(const std::optional<std::string>& type, ErrorSlot error);
   std::vector<VLAlert> getAlertsOfBundle(const std::optional<std::string>& bundle, ErrorSlot error);
+  // The same lists a few alerts at a time; see FetchCursor for what changes meanwhile. The first
+  // few are read at once, so that the slot tells whether the list can be had. What they are read
+  // with is independent of this handle. With changes that are not saved, they are in memory as a
+  // whole.
+  AlertSequence alertsFromDate(const std::optional<Date>& from, const std::optional<Date>& to,
+                               ErrorSlot error);
+  AlertSequence alertsOfType(const std::optional<std::string>& type, ErrorSlot error);
+  AlertSequence alertsOfBundle(const std::optional<std::string>& bundle, ErrorSlot error);
   /// As objects of their bundles' classes. One whose bundle does not know it is left out, and the
   /// reason is in the slot.
   std::vector<std::unique_ptr<VLAlertSubclass>> getUnresolvedAlertSubclasses(ErrorSlot error);
@@ -155,6 +164,7 @@ class ADAlertStore {
   bool disablePushRecipientWithGUID(const std::optional<std::string>& guid, ErrorSlot error);
 
  private:
+  AlertSequence sequence(const FetchRequest& request, ErrorSlot error);
   std::uint64_t deleteAlerts(Predicate predicate, ErrorSlot error);
 
   StoreContainer& container_;

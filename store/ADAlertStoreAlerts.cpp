@@ -1,7 +1,9 @@
 // The alert records of ADAlertStore.
 
+#include <memory>
 #include <utility>
 
+#include "platform/persistence/FetchCursor.h"
 #include "store/ADAlertAdditions.h"
 #include "store/ADAlertStore.h"
 #include "store/ADAlertStoreFetch.h"
@@ -16,19 +18,23 @@ FetchRequest newestFirst(Predicate predicate) {
   return request;
 }
 
-FetchRequest newestFirst(std::string_view format, const std::optional<std::string>& key) {
-  return newestFirst(Predicate::withFormat(format, {predicateValue(key)}));
-}
-
-Predicate isWithin(const std::optional<Date>& from, Date to) {
+FetchRequest isWithin(const std::optional<Date>& from, Date to) {
   if (!from) {
-    return Predicate::withFormat("sentDate <= %@ OR readDate <= %@ OR resolvedDate <= %@",
-                                 {to, to, to});
+    return newestFirst(Predicate::withFormat(
+        "sentDate <= %@ OR readDate <= %@ OR resolvedDate <= %@", {to, to, to}));
   }
-  return Predicate::withFormat(
+  return newestFirst(Predicate::withFormat(
       "(sentDate > %@ AND sentDate <= %@) OR (readDate > %@ AND readDate <= %@) OR "
       "(resolvedDate > %@ AND resolvedDate <= %@)",
-      {*from, to, *from, to, *from, to});
+      {*from, to, *from, to, *from, to}));
+}
+
+FetchRequest isOfType(const std::optional<std::string>& type) {
+  return newestFirst(Predicate::withFormat("type = %@", {predicateValue(type)}));
+}
+
+FetchRequest isOfBundle(const std::optional<std::string>& bundle) {
+  return newestFirst(Predicate::withFormat("bundle = %@", {predicateValue(bundle)}));
 }
 
 std::vector<VLAlert> listing(ManagedObjectContext& context, const FetchRequest& request,
@@ -43,6 +49,23 @@ std::vector<VLAlert> listing(ManagedObjectContext& context, const FetchRequest& 
   for (const ADAlert& record : *records) {
     alerts.push_back(initWithADAlert(record));
   }
+  return alerts;
+}
+
+/// The next few alerts: some, if there are any, but not many, and not much.
+std::vector<VLAlert> nextFew(FetchCursor& cursor, ErrorSlot error) {
+  constexpr std::size_t kMany = 64;
+  constexpr std::size_t kMuch = std::size_t{64} * 1024;
+  std::vector<VLAlert> alerts;
+  alerts.reserve(kMany);
+  std::size_t size = 0;
+  cursor.read<ADAlert>(
+      [&](const ADAlert& record) {
+        size += record.attributes() == nullptr ? 0 : record.attributes()->size();
+        alerts.push_back(initWithADAlert(record));
+        return alerts.size() < kMany && size < kMuch;
+      },
+      error);
   return alerts;
 }
 
@@ -97,18 +120,43 @@ std::optional<VLAlert> ADAlertStore::getAlertWithIdentifier(
 std::vector<VLAlert> ADAlertStore::getAlertsFromDate(const std::optional<Date>& from,
                                                      const std::optional<Date>& to,
                                                      ErrorSlot error) {
-  const Date end = to ? *to : container_.clock().now();
-  return listing(managedObjectContext(), newestFirst(isWithin(from, end)), error);
+  return listing(managedObjectContext(), isWithin(from, to.value_or(container_.clock().now())),
+                 error);
 }
 
 std::vector<VLAlert> ADAlertStore::getAlertsOfType(const std::optional<std::string>& type,
                                                    ErrorSlot error) {
-  return listing(managedObjectContext(), newestFirst("type = %@", type), error);
+  return listing(managedObjectContext(), isOfType(type), error);
 }
 
 std::vector<VLAlert> ADAlertStore::getAlertsOfBundle(const std::optional<std::string>& bundle,
                                                      ErrorSlot error) {
-  return listing(managedObjectContext(), newestFirst("bundle = %@", bundle), error);
+  return listing(managedObjectContext(), isOfBundle(bundle), error);
+}
+
+AlertSequence ADAlertStore::alertsFromDate(const std::optional<Date>& from,
+                                           const std::optional<Date>& to, ErrorSlot error) {
+  return sequence(isWithin(from, to.value_or(container_.clock().now())), error);
+}
+
+AlertSequence ADAlertStore::alertsOfType(const std::optional<std::string>& type, ErrorSlot error) {
+  return sequence(isOfType(type), error);
+}
+
+AlertSequence ADAlertStore::alertsOfBundle(const std::optional<std::string>& bundle,
+                                           ErrorSlot error) {
+  return sequence(isOfBundle(bundle), error);
+}
+
+AlertSequence ADAlertStore::sequence(const FetchRequest& request, ErrorSlot error) {
+  auto coordinator = container_.persistentStoreCoordinator();
+  if (coordinator == nullptr || managedObjectContext().hasChanges()) {
+    return listing(managedObjectContext(), request, error);
+  }
+  const auto cursor = std::make_shared<FetchCursor>(std::move(coordinator), request);
+  AlertSequence alerts([cursor](ErrorSlot slot) { return nextFew(*cursor, slot); });
+  alerts.current(error);
+  return alerts;
 }
 
 std::vector<std::unique_ptr<VLAlertSubclass>> ADAlertStore::getUnresolvedAlertSubclasses(
@@ -125,12 +173,12 @@ std::vector<std::unique_ptr<VLAlertSubclass>> ADAlertStore::getUnresolvedAlertSu
 
 std::optional<VLAlert> ADAlertStore::getLastAlertOfType(const std::optional<std::string>& type,
                                                         ErrorSlot error) {
-  return newest(managedObjectContext(), newestFirst("type = %@", type), error);
+  return newest(managedObjectContext(), isOfType(type), error);
 }
 
 std::optional<VLAlert> ADAlertStore::getLastAlertOfBundle(const std::optional<std::string>& bundle,
                                                           ErrorSlot error) {
-  return newest(managedObjectContext(), newestFirst("bundle = %@", bundle), error);
+  return newest(managedObjectContext(), isOfBundle(bundle), error);
 }
 
 std::uint64_t ADAlertStore::deleteAlertsBeforeDate(const std::optional<Date>& date,

@@ -25,6 +25,13 @@ class ExportedObject {
 /// The classes that a white-list can admit for a collection argument and its elements.
 enum class ArgumentClass { kVLAlert, kString, kDictionary, kArray };
 
+/// Appends a message's parameters to a text, as a JSON object, and tells whether the reply has
+/// another message; if so it is asked again. More than one is for calls that asked for `more`. A
+/// message is written when there is room for it, so that a client that reads slowly costs the
+/// memory of one. Asked while the object still exists, but after the invocation and its parameters
+/// are gone.
+using ReplyWriter = std::function<bool(std::string& text)>;
+
 /// What came of handing a call to the exported object.
 struct InvocationResult {
   enum class Kind {
@@ -35,11 +42,7 @@ struct InvocationResult {
 
   Kind kind = Kind::kReplied;
   std::string parameter;
-  /// Gives the reply's parameters as the text of a JSON object, one piece a call, then nothing. At
-  /// least one piece; more than one only when the call asked for `more`. Pieces are made when they
-  /// are asked for, so that a client that reads slowly costs the memory of two. Asked while the
-  /// object still exists, but after the invocation and its parameters are gone.
-  std::function<std::optional<std::string>()> nextPiece;
+  ReplyWriter reply;  ///< set when it has replied
 };
 
 /// One call, decoded no further than its parameters.

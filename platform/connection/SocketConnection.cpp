@@ -87,8 +87,8 @@ Event SocketConnection::proceed() {
 /// Goes on with the reply under way, then with the next call, and sends what has come together.
 SocketConnection::Step SocketConnection::doNext() {
   if (output_.size() >= kMuchOutput) return flush();
-  if (piece_) {
-    addPiece();
+  if (reply_ != nullptr) {
+    if (!appendReply(output_, reply_, takesMore_)) reply_ = nullptr;
     return Step::kGoOn;
   }
   const auto message = isEnding_ ? std::nullopt : input_.next();
@@ -116,17 +116,8 @@ void SocketConnection::runCall(std::string_view message) {
     output_.append(reply.error);
     return;
   }
-  piece_ = reply.nextPiece();
-  if (call->more()) laterPieces_ = std::move(reply.nextPiece);
-  isEnding_ = !piece_;
-}
-
-/// Moves the next piece of the reply under way to the output.
-void SocketConnection::addPiece() {
-  std::optional<std::string> following = laterPieces_ ? laterPieces_() : std::nullopt;
-  appendReply(output_, *piece_, following.has_value());
-  piece_ = std::move(following);
-  if (!piece_) laterPieces_ = nullptr;
+  reply_ = std::move(reply.messages);
+  takesMore_ = call->more();
 }
 
 /// Sends what the client takes without waiting.

@@ -63,7 +63,6 @@ class SocketConnection : public EventSource, public Connection {
   Event proceed();
   Step doNext();
   void runCall(std::string_view message);
-  void addPiece();
   Step flush();
 
   const AuditToken auditToken_;
@@ -80,10 +79,8 @@ class SocketConnection : public EventSource, public Connection {
   std::string output_;
   std::size_t sent_ = 0;  ///< how much of `output_` the client has
 
-  /// A reply under way: the piece to send next, and where those after it come from, if the caller
-  /// takes more than one.
-  std::optional<std::string> piece_;
-  std::function<std::optional<std::string>()> laterPieces_;
+  ReplyWriter reply_;       ///< the reply under way
+  bool takesMore_ = false;  ///< whether its caller takes more than one message
 };
 
 }  // namespace velto

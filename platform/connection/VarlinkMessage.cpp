@@ -51,10 +51,12 @@ bool VarlinkCall::take(std::string_view name, json::value& value) {
   return name.find('.') != std::string_view::npos;
 }
 
-void appendReply(std::string& output, std::string_view parameters, bool continues) {
-  output.append(R"({"parameters":)").append(parameters);
+bool appendReply(std::string& output, const ReplyWriter& reply, bool more) {
+  output.append(R"({"parameters":)");
+  const bool continues = reply(output) && more;
   output.append(continues ? R"(,"continues":true})" : "}");
   output.push_back('\0');
+  return continues;
 }
 
 std::string errorReply(std::string_view error, std::string_view parameter, std::string_view value) {

@@ -8,6 +8,8 @@
 #include <boost/json/object.hpp>
 #include <boost/json/storage_ptr.hpp>
 
+#include "platform/connection/Interface.h"
+
 namespace velto {
 
 /// The most bytes a call may have, not counting the NUL that ends it.
@@ -43,9 +45,9 @@ class VarlinkCall {
   bool upgrade_ = false;
 };
 
-/// Appends a reply, ended by its NUL. `parameters` is the text of a JSON object; `continues` tells
-/// that more replies to the same call follow.
-void appendReply(std::string& output, std::string_view parameters, bool continues);
+/// Appends the next message of a reply, ended by its NUL. True when another follows, which is only
+/// when the caller takes `more`.
+bool appendReply(std::string& output, const ReplyWriter& reply, bool more);
 
 /// The text of an error reply, ended by its NUL. The error has one parameter, a string, or none
 /// when `parameter` is empty.

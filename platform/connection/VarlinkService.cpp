@@ -61,10 +61,11 @@ CallReply methodNotFound(std::string_view method) {
   return failure("MethodNotFound", "method", method);
 }
 
-/// A reply of one piece.
+/// A reply of one message.
 CallReply reply(std::string parameters) {
-  return {{}, [piece = std::optional(std::move(parameters))]() mutable {
-            return std::exchange(piece, std::nullopt);
+  return {{}, [parameters = std::move(parameters)](std::string& text) {
+            text.append(parameters);
+            return false;
           }};
 }
 
@@ -119,7 +120,7 @@ CallReply VarlinkService::invoke(const ProtocolMethod& method, const VarlinkCall
     case InvocationResult::Kind::kReplied:
       break;
   }
-  return {{}, std::move(result.nextPiece)};
+  return {{}, std::move(result.reply)};
 }
 
 CallReply VarlinkService::serviceCall(std::string_view method, const VarlinkCall& call) const {

@@ -11,10 +11,10 @@
 
 namespace velto {
 
-/// What there is to send for one call: the finished text of an error reply, or else pieces.
+/// What there is to send for one call: the finished text of an error reply, or else messages.
 struct CallReply {
   std::string error;
-  std::function<std::optional<std::string>()> nextPiece;
+  ReplyWriter messages;
 };
 
 /// One protocol as a Varlink service: finds the method that a call names, and adds what every

@@ -56,10 +56,9 @@ class DeclaredAction : public VLAlertAction {
  public:
   DeclaredAction(std::shared_ptr<const AlertBundle> bundle, std::string className,
                  const VLAlert& alert, const ActionContext& context)
-      : bundle_(std::move(bundle)),
-        className_(std::move(className)),
-        alertText_(boost::json::serialize(jsonFromAlert(alert))),
-        context_(context) {}
+      : bundle_(std::move(bundle)), className_(std::move(className)), context_(context) {
+    appendJSON(alertText_, alert);
+  }
 
   /// The reason why the executable cannot be used; empty when it can.
   std::string objection() const {
@@ -121,7 +120,7 @@ class DeclaredAction : public VLAlertAction {
 
   const std::shared_ptr<const AlertBundle> bundle_;
   const std::string className_;
-  const std::string alertText_;
+  std::string alertText_;
   const ActionContext context_;
 };
 

@@ -1,6 +1,6 @@
 #include "platform/foundation/PropertyListJSON.h"
 
-#include <cmath>
+#include <algorithm>
 #include <string_view>
 #include <type_traits>
 #include <utility>
@@ -8,6 +8,7 @@
 #include <boost/json.hpp>
 
 #include "platform/foundation/Base64.h"
+#include "platform/foundation/JSONText.h"
 
 namespace velto {
 namespace {
@@ -71,31 +72,23 @@ std::optional<PropertyList> objectFromJSON(const json::object& object) {
   return dictionaryFromJSON(object);
 }
 
-json::value jsonFromDictionary(const PropertyList::Dictionary& dictionary) {
-  json::object object;
-  bool needsEscape = false;
+void appendMembers(std::string& text, const PropertyList::Dictionary& dictionary) {
+  JSONObjectText object(text);
   for (const auto& [key, value] : dictionary) {
-    needsEscape = needsEscape || isReserved(key);
     if (!value.isAbsent()) {
-      object.emplace(key, jsonFromPropertyList(value));
+      object.add(key, value);
     }
   }
-  return needsEscape ? json::value(json::object{{"$dict", std::move(object)}})
-                     : json::value(std::move(object));
+  object.end();
 }
 
-json::value jsonFromArray(const PropertyList::Array& array) {
-  json::array values;
-  values.reserve(array.size());
-  for (const PropertyList& element : array) {
-    values.push_back(jsonFromPropertyList(element));
-  }
-  return values;
-}
-
-/// JSON has no numbers beyond the finite ones.
-json::value jsonFromReal(double real) {
-  return std::isfinite(real) ? json::value(real) : json::value();
+/// An object with one reserved key.
+template <typename Append>
+void appendReserved(std::string& text, std::string_view key, Append append) {
+  JSONObjectText object(text);
+  object.beginMember(key);
+  append();
+  object.end();
 }
 
 }  // namespace
@@ -122,23 +115,27 @@ std::optional<PropertyList> propertyListFromJSON(const json::value& value) {
   return std::nullopt;
 }
 
-json::value jsonFromPropertyList(const PropertyList& value) {
-  return value.visit([](const auto& held) -> json::value {
+void appendJSON(std::string& text, const PropertyList::Dictionary& value) {
+  const bool hasReservedKey = std::any_of(
+      value.begin(), value.end(), [](const auto& member) { return isReserved(member.first); });
+  if (hasReservedKey) {
+    appendReserved(text, "$dict", [&] { appendMembers(text, value); });
+  } else {
+    appendMembers(text, value);
+  }
+}
+
+void appendJSON(std::string& text, const PropertyList& value) {
+  value.visit([&](const auto& held) {
     using Held = std::decay_t<decltype(held)>;
     if constexpr (std::is_same_v<Held, std::monostate>) {
-      return nullptr;
-    } else if constexpr (std::is_same_v<Held, double>) {
-      return jsonFromReal(held);
+      text += "null";
     } else if constexpr (std::is_same_v<Held, Date>) {
-      return json::object{{"$date", jsonFromReal(held.secondsSinceReference())}};
+      appendReserved(text, "$date", [&] { appendJSON(text, held.secondsSinceReference()); });
     } else if constexpr (std::is_same_v<Held, Data>) {
-      return json::object{{"$data", base64Encoded(held)}};
-    } else if constexpr (std::is_same_v<Held, PropertyList::Array>) {
-      return jsonFromArray(held);
-    } else if constexpr (std::is_same_v<Held, PropertyList::Dictionary>) {
-      return jsonFromDictionary(held);
+      appendReserved(text, "$data", [&] { appendJSONString(text, base64Encoded(held)); });
     } else {
-      return json::value(held);
+      appendJSON(text, held);
     }
   });
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <string>
 
 #include <boost/json/value.hpp>
 
@@ -13,8 +14,9 @@ namespace velto {
 /// Plain JSON for strings, integers, reals, booleans, arrays and dictionaries; {"$date": seconds}
 /// and {"$data": base64} for the two kinds that JSON lacks; {"$dict": {...}} for a dictionary that
 /// itself has a key beginning with "$". An absent value, in a dictionary only, is null or
-/// {"$absent": true}.
+/// {"$absent": true}; it is left out when it leaves. A number beyond the finite ones is null.
 std::optional<PropertyList> propertyListFromJSON(const boost::json::value& json);
-boost::json::value jsonFromPropertyList(const PropertyList& value);
+void appendJSON(std::string& text, const PropertyList& value);
+void appendJSON(std::string& text, const PropertyList::Dictionary& value);
 
 }  // namespace velto

@@ -2,42 +2,31 @@
 
 #include <string_view>
 
-#include <boost/json.hpp>
-
+#include "platform/foundation/JSONText.h"
 #include "platform/foundation/PropertyListJSON.h"
 
 namespace velto {
 namespace {
 
-void add(boost::json::object& object, std::string_view name,
-         const std::optional<std::string>& text) {
-  if (text) {
-    object.emplace(name, *text);
-  }
-}
-
-void add(boost::json::object& object, std::string_view name, const std::optional<Date>& date) {
+void add(JSONObjectText& object, std::string_view name, const std::optional<Date>& date) {
   if (date) {
-    object.emplace(name, jsonFromPropertyList(date->secondsSinceReference()));
+    object.add(name, date->secondsSinceReference());
   }
 }
 
 }  // namespace
 
-boost::json::object jsonFromAlert(const VLAlert& alert) {
-  boost::json::object object;
-  object.reserve(8);
-  add(object, "identifier", alert.identifier);
-  add(object, "type", alert.type);
-  add(object, "bundle", alert.bundle);
+void appendJSON(std::string& text, const VLAlert& alert) {
+  JSONObjectText object(text);
+  object.add("identifier", alert.identifier);
+  object.add("type", alert.type);
+  object.add("bundle", alert.bundle);
   add(object, "creationDate", alert.creationDate);
   add(object, "sentDate", alert.sentDate);
   add(object, "readDate", alert.readDate);
   add(object, "resolvedDate", alert.resolvedDate);
-  if (alert.attributes) {
-    object.emplace("attributes", jsonFromPropertyList(*alert.attributes));
-  }
-  return object;
+  object.add("attributes", alert.attributes);
+  object.end();
 }
 
 }  // namespace velto

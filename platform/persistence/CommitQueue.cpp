@@ -16,7 +16,7 @@ constexpr int kLongLog = 1000;
 
 }  // namespace
 
-CommitQueue::CommitQueue(Connection& connection) : connection_(connection) {}
+CommitQueue::CommitQueue(SQLiteConnection& connection) : connection_(connection) {}
 
 bool CommitQueue::save(std::vector<RowChange>& changes, ErrorSlot error) {
   Save own{changes, std::nullopt};

@@ -10,8 +10,8 @@
 #include "platform/foundation/Error.h"
 #include "platform/foundation/Mutex.h"
 #include "platform/persistence/AttributeValue.h"
-#include "platform/persistence/Connection.h"
 #include "platform/persistence/EntitySql.h"
+#include "platform/persistence/SQLiteConnection.h"
 
 namespace velto {
 
@@ -39,7 +39,7 @@ struct RowChange {
 class CommitQueue {
  public:
   /// From now on the connection is used by the queue alone.
-  explicit CommitQueue(Connection& connection);
+  explicit CommitQueue(SQLiteConnection& connection);
   CommitQueue(const CommitQueue&) = delete;
   CommitQueue& operator=(const CommitQueue&) = delete;
 
@@ -74,7 +74,7 @@ class CommitQueue {
   std::optional<Error> write(RowChange& change);
 
   // The leader's.
-  Connection& connection_;
+  SQLiteConnection& connection_;
   std::optional<Error> distrust_;  ///< why nothing is written any more
 
   mutable Mutex mutex_;

@@ -112,18 +112,19 @@ ObjectState* EntityObjects::read(const Statement& row) {
   if (isNew) {
     states_.push_back({*this, Condition::kUnchanged, rowId, version, {}});
     known->second = &states_.back();
-    refresh(*known->second, version, row);
+    refresh(*known->second, row);
   } else if (known->second->condition != Condition::kUnchanged) {
     return nullptr;
   } else if (known->second->version != version) {
-    refresh(*known->second, version, row);
+    refresh(*known->second, row);
   }
   return known->second;
 }
 
-void EntityObjects::refresh(ObjectState& state, std::int64_t version, const Statement& row) const {
+void EntityObjects::refresh(ObjectState& state, const Statement& row) const {
   const std::vector<AttributeDescription>& attributes = entity_->attributes();
-  state.version = version;
+  state.rowId = row.integer(0);
+  state.version = row.integer(1);
   state.values.resize(attributes.size());
   for (std::size_t index = 0; index < attributes.size(); ++index) {
     state.values[index] = row.value(static_cast<int>(index) + 2, attributes[index].type);

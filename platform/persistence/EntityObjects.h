@@ -7,10 +7,10 @@
 #include <vector>
 
 #include "platform/persistence/CommitQueue.h"
-#include "platform/persistence/Connection.h"
 #include "platform/persistence/FetchRequest.h"
 #include "platform/persistence/ManagedObjectModel.h"
 #include "platform/persistence/ObjectState.h"
+#include "platform/persistence/SQLiteConnection.h"
 
 namespace velto {
 
@@ -34,6 +34,8 @@ class EntityObjects {
   /// The record of a row of the entity's SELECT, with the row's values. Null when the record has
   /// pending changes: it keeps those then.
   ObjectState* read(const Statement& row);
+  /// Gives the state the values of a row of the entity's SELECT.
+  void refresh(ObjectState& state, const Statement& row) const;
   /// Lays the pending changes over rows that `read` gave for the request.
   void overlay(const FetchRequest& request, std::vector<ObjectState*>& rows) const;
 
@@ -44,8 +46,6 @@ class EntityObjects {
   void clearPending() { pending_.clear(); }
 
  private:
-  void refresh(ObjectState& state, std::int64_t version, const Statement& row) const;
-
   const EntityDescription* const entity_;
   std::deque<ObjectState> states_;
   std::unordered_map<std::int64_t, ObjectState*> byRowId_;  ///< those in the file

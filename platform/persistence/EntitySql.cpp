@@ -60,6 +60,11 @@ EntitySql::EntitySql(const EntityDescription& entity) {
     create.push_back(createIndex(entity, keys));
   }
   select = "SELECT _id, _version, " + columns + " FROM " + table;
+  selectByRowIds =
+      "SELECT " + table + "._id, _version, " +
+      list(", ", [&](const auto& attribute) { return table + "." + column(attribute); }) +
+      ", list.rowid FROM velto_integers(?) AS list CROSS JOIN " + table + " ON " + table +
+      "._id = list.value";
   insert = "INSERT INTO " + table + " (_version, " + columns + ") VALUES (1, " +
            list(", ", [](const auto&) { return "?"; }) + ")";
   update = "UPDATE " + table + " SET _version = _version + 1, " +

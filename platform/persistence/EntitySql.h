@@ -17,6 +17,8 @@ struct EntitySql {
   std::vector<std::string> create;
   /// SELECT of _id, _version and the attributes; a condition and an order may follow.
   std::string select;
+  /// The same of the rows with the _ids of a list, in its order, and last the place in the list.
+  std::string selectByRowIds;
   /// The attributes.
   std::string insert;
   /// The attributes, _id and the version that the row must still have.

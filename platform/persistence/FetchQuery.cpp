@@ -1,5 +1,7 @@
 #include "platform/persistence/FetchQuery.h"
 
+#include <utility>
+
 namespace velto {
 
 namespace {
@@ -102,13 +104,30 @@ std::string orderBy(const FetchRequest& request, const EntityDescription& entity
   return terms.append(plus).append(ascending ? "_id" : "_id DESC");
 }
 
+/// Rows without the key come last. The plus keeps the planner from looking for the position in an
+/// index, instead of going through the rows in order.
+std::string conditionAfter(const FetchPosition& after, const std::string& column,
+                           std::vector<const Predicate::Operand*>& operands) {
+  if (isAbsent(after.key)) {
+    operands.push_back(&after.rowId);
+    return "(+" + column + " IS NULL AND +_id < ?)";
+  }
+  operands.insert(operands.end(), {&after.key, &after.key, &after.rowId});
+  return "(+" + column + " < ? OR (+" + column + " = ? AND +_id < ?) OR +" + column + " IS NULL)";
+}
+
 }  // namespace
 
-FetchQuery::FetchQuery(const FetchRequest& request, const EntityDescription& entity,
-                       const EntitySql& entitySql, std::size_t rowLimit)
-    : sql(entitySql.select), limit(rowLimit) {
+FetchQuery::FetchQuery(std::string select, const FetchRequest& request,
+                       const EntityDescription& entity, std::size_t rowLimit,
+                       const FetchPosition* after)
+    : sql(std::move(select)), limit(rowLimit) {
   if (request.predicate()) {
     sql += " WHERE " + ConditionWriter(entity, operands).write(request.predicate()->condition());
+  }
+  if (after != nullptr) {
+    sql += request.predicate() ? " AND " : " WHERE ";
+    sql += conditionAfter(*after, quoted(request.sortDescriptors().front().key), operands);
   }
   sql += orderBy(request, entity);
   if (limit != 0) {

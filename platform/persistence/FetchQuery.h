@@ -9,12 +9,19 @@
 
 namespace velto {
 
+/// A place in the order of a request: that of the row with this value of the sort key.
+struct FetchPosition {
+  Predicate::Operand key;
+  Predicate::Operand rowId;
+};
+
 /// A fetch request as a SELECT over the file. Made of names of the model and of parameters only.
-/// Points into the request's predicate.
+/// Points into the request's predicate, and into the position.
 struct FetchQuery {
-  /// `limit` 0 is none; it may differ from the request's.
-  FetchQuery(const FetchRequest& request, const EntityDescription& entity,
-             const EntitySql& entitySql, std::size_t limit);
+  /// `select` names the columns and the table. `limit` 0 is none; it may differ from the request's.
+  /// With `after`, for a request with one descending sort descriptor, only what comes after it.
+  FetchQuery(std::string select, const FetchRequest& request, const EntityDescription& entity,
+             std::size_t limit, const FetchPosition* after = nullptr);
 
   std::string sql;
   /// What the parameters stand for, in order; the limit, if there is one, comes after them.

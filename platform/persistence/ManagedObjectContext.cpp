@@ -67,7 +67,7 @@ std::optional<std::vector<ObjectState*>> ManagedObjectContext::Implementation::f
   const std::size_t limit =
       request.fetchLimit() == 0 ? 0 : request.fetchLimit() + objects.pending().size();
   const EntityDescription& entity = *objects.entity();
-  const FetchQuery query(request, entity, coordinator_->sql(entity), limit);
+  const FetchQuery query(coordinator_->sql(entity).select, request, entity, limit);
   std::vector<ObjectState*> found;
   const auto addRow = [&](const Statement& row) {
     if (ObjectState* state = objects.read(row)) {

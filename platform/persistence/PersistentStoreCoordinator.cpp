@@ -8,10 +8,10 @@
 #include <sqlite3.h>
 
 #include "platform/persistence/CommitQueue.h"
-#include "platform/persistence/Connection.h"
 #include "platform/persistence/EntitySql.h"
 #include "platform/persistence/FetchQuery.h"
 #include "platform/persistence/ReaderPool.h"
+#include "platform/persistence/SQLiteConnection.h"
 #include "platform/persistence/StoreFile.h"
 
 namespace velto {
@@ -41,10 +41,10 @@ void bind(Statement& statement, const Predicate::Operand& operand) {
 
 /// An open file. The readers close first, so that the writer, as the last, checkpoints the log.
 struct PersistentStoreCoordinator::Store {
-  Store(const std::string& path, std::unique_ptr<Connection> connection)
+  Store(const std::string& path, std::unique_ptr<SQLiteConnection> connection)
       : writer(std::move(connection)), commits(*writer), readers(path) {}
 
-  const std::unique_ptr<Connection> writer;
+  const std::unique_ptr<SQLiteConnection> writer;
   CommitQueue commits;
   ReaderPool readers;
 };
@@ -95,6 +95,33 @@ bool PersistentStoreCoordinator::fetch(const FetchQuery& query,
     replaceError(error, reader->lastError());
   }
   return step == Statement::Step::kDone;
+}
+
+std::optional<std::size_t> PersistentStoreCoordinator::fetchRows(
+    const EntityDescription& entity, std::span<const std::int64_t> rowIds,
+    const std::function<bool(const Statement&)>& row, ErrorSlot error) {
+  if (store_ == nullptr) {
+    replaceError(error, noStoreError());
+    return std::nullopt;
+  }
+  const ReaderPool::Reader reader = store_->readers.lend(error);
+  if (reader == nullptr) {
+    return std::nullopt;
+  }
+  const int placeColumn = static_cast<int>(entity.attributes().size()) + 2;
+  Statement statement = reader->statement(sql(entity).selectByRowIds);
+  statement.bind(rowIds);
+  Statement::Step step = statement.step();
+  for (; step == Statement::Step::kRow; step = statement.step()) {
+    if (!row(statement)) {
+      return static_cast<std::size_t>(statement.integer(placeColumn)) + 1;
+    }
+  }
+  if (step == Statement::Step::kError) {
+    replaceError(error, reader->lastError());
+    return std::nullopt;
+  }
+  return rowIds.size();
 }
 
 bool PersistentStoreCoordinator::save(std::vector<RowChange>& changes, ErrorSlot error) {

@@ -1,7 +1,11 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -56,6 +60,13 @@ class PersistentStoreCoordinator {
   /// when it ends early.
   bool fetch(const FetchQuery& query, const std::function<void(const Statement&)>& row,
              ErrorSlot error);
+  /// Calls `row` for the rows of the entity with these ids, in their order, all as of one moment,
+  /// until it returns false. A row that is no more is passed over. Gives how many ids were gone
+  /// through, or nothing with the error.
+  std::optional<std::size_t> fetchRows(const EntityDescription& entity,
+                                       std::span<const std::int64_t> rowIds,
+                                       const std::function<bool(const Statement&)>& row,
+                                       ErrorSlot error);
   /// Writes all changes or none; true when they are on disk, with the row ids and versions that the
   /// rows have now.
   bool save(std::vector<RowChange>& changes, ErrorSlot error);

@@ -22,11 +22,12 @@ ReaderPool::Reader ReaderPool::lend(ErrorSlot error) {
       return reader;
     }
   }
-  return {Connection::open(path_, Connection::Role::kReader, error).release(), GiveBack{this}};
+  return {SQLiteConnection::open(path_, SQLiteConnection::Role::kReader, error).release(),
+          GiveBack{this}};
 }
 
-void ReaderPool::giveBack(Connection* reader) {
-  std::unique_ptr<Connection> owned(reader);
+void ReaderPool::giveBack(SQLiteConnection* reader) {
+  std::unique_ptr<SQLiteConnection> owned(reader);
   MutexLock lock(mutex_);
   if (idle_.size() < kMaximumIdle) {
     idle_.push_back(std::move(owned));

@@ -6,7 +6,7 @@
 
 #include "platform/foundation/Error.h"
 #include "platform/foundation/Mutex.h"
-#include "platform/persistence/Connection.h"
+#include "platform/persistence/SQLiteConnection.h"
 
 namespace velto {
 
@@ -16,10 +16,10 @@ class ReaderPool {
  public:
   struct GiveBack {
     ReaderPool* pool;
-    void operator()(Connection* reader) const { pool->giveBack(reader); }
+    void operator()(SQLiteConnection* reader) const { pool->giveBack(reader); }
   };
   /// A connection in one thread's hands; it goes back to the pool by itself.
-  using Reader = std::unique_ptr<Connection, GiveBack>;
+  using Reader = std::unique_ptr<SQLiteConnection, GiveBack>;
 
   explicit ReaderPool(std::string path);
   ReaderPool(const ReaderPool&) = delete;
@@ -29,11 +29,11 @@ class ReaderPool {
   Reader lend(ErrorSlot error);
 
  private:
-  void giveBack(Connection* reader);
+  void giveBack(SQLiteConnection* reader);
 
   const std::string path_;
   Mutex mutex_;
-  std::vector<std::unique_ptr<Connection>> idle_ VELTO_GUARDED_BY(mutex_);
+  std::vector<std::unique_ptr<SQLiteConnection>> idle_ VELTO_GUARDED_BY(mutex_);
 };
 
 }  // namespace velto

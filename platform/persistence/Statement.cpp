@@ -2,8 +2,8 @@
 
 #include <sqlite3.h>
 
-#include "platform/persistence/Connection.h"
-#include "platform/persistence/StringListTable.h"
+#include "platform/persistence/ListTables.h"
+#include "platform/persistence/SQLiteConnection.h"
 
 namespace velto {
 
@@ -50,7 +50,11 @@ void Statement::bind(std::int64_t value) {
 }
 
 void Statement::bind(const std::vector<std::string>& list) {
-  bindNext([&](int index) { return bindStringList(statement_, index, list); });
+  bindNext([&](int index) { return bindList(statement_, index, list); });
+}
+
+void Statement::bind(const std::span<const std::int64_t>& list) {
+  bindNext([&](int index) { return bindList(statement_, index, list); });
 }
 
 /// After a failure nothing more is bound, so that SQLite's message stays.

@@ -45,7 +45,7 @@ std::uint32_t tagOf(const ManagedObjectModel& model) {
   return tag;
 }
 
-bool setHeaderField(Connection& connection, std::string_view field, std::uint32_t value) {
+bool setHeaderField(SQLiteConnection& connection, std::string_view field, std::uint32_t value) {
   return connection.execute("PRAGMA " + std::string(field) + " = " +
                             std::to_string(static_cast<std::int32_t>(value)));
 }
@@ -81,12 +81,12 @@ StoreFile::StoreFile(std::string path, const ManagedObjectModel& model,
                      const std::vector<EntitySql>& entities)
     : path_(std::move(path)), modelTag_(tagOf(model)), entities_(entities) {}
 
-std::unique_ptr<Connection> StoreFile::open(ErrorSlot error) const {
+std::unique_ptr<SQLiteConnection> StoreFile::open(ErrorSlot error) const {
   const Content found = content(error);
   if (found == Content::kUnusable || (found == Content::kNothing && !create(error))) {
     return nullptr;
   }
-  auto writer = Connection::open(path_, Connection::Role::kWriter, error);
+  auto writer = SQLiteConnection::open(path_, SQLiteConnection::Role::kWriter, error);
   if (writer == nullptr || !useWriteAheadLog(*writer, error) || !rewriteLog(*writer, error) ||
       !createSchema(*writer, error)) {
     return nullptr;
@@ -151,7 +151,7 @@ bool StoreFile::fill(const std::string& newFile, ErrorSlot error) const {
     replaceError(error, unusable(newFile, errno));
     return false;
   }
-  const auto connection = Connection::open(newFile, Connection::Role::kWriter, error);
+  const auto connection = SQLiteConnection::open(newFile, SQLiteConnection::Role::kWriter, error);
   return connection != nullptr && createSchema(*connection, error) &&
          useWriteAheadLog(*connection, error);
 }
@@ -167,7 +167,7 @@ bool StoreFile::moveIntoPlace(const std::string& newFile, ErrorSlot error) const
 }
 
 /// Creates what the file lacks of tables and indexes, in one transaction.
-bool StoreFile::createSchema(Connection& connection, ErrorSlot error) const {
+bool StoreFile::createSchema(SQLiteConnection& connection, ErrorSlot error) const {
   if (connection.execute("BEGIN IMMEDIATE") && writeSchema(connection) &&
       connection.execute("COMMIT")) {
     return true;
@@ -177,7 +177,7 @@ bool StoreFile::createSchema(Connection& connection, ErrorSlot error) const {
   return false;
 }
 
-bool StoreFile::writeSchema(Connection& connection) const {
+bool StoreFile::writeSchema(SQLiteConnection& connection) const {
   const auto applicationId = connection.integer("PRAGMA application_id");
   if (applicationId == 0 && !(setHeaderField(connection, "application_id", kApplicationId) &&
                               setHeaderField(connection, "user_version", modelTag_))) {

@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "platform/foundation/Error.h"
-#include "platform/persistence/Connection.h"
 #include "platform/persistence/EntitySql.h"
 #include "platform/persistence/ManagedObjectModel.h"
+#include "platform/persistence/SQLiteConnection.h"
 
 namespace velto {
 
@@ -29,7 +29,7 @@ class StoreFile {
   /// another name, and then moved into place, so that a stop at any moment leaves none or a whole
   /// one. An existing file that is no store of the model is refused by its header, because SQLite
   /// would recover a foreign file or put others beside it.
-  std::unique_ptr<Connection> open(ErrorSlot error) const;
+  std::unique_ptr<SQLiteConnection> open(ErrorSlot error) const;
 
  private:
   enum class Content { kStore, kNothing, kUnusable };
@@ -39,8 +39,8 @@ class StoreFile {
   bool create(ErrorSlot error) const;
   bool fill(const std::string& newFile, ErrorSlot error) const;
   bool moveIntoPlace(const std::string& newFile, ErrorSlot error) const;
-  bool createSchema(Connection& connection, ErrorSlot error) const;
-  bool writeSchema(Connection& connection) const;
+  bool createSchema(SQLiteConnection& connection, ErrorSlot error) const;
+  bool writeSchema(SQLiteConnection& connection) const;
   Error incompatible(std::string_view why) const;
 
   const std::string path_;

@@ -6,8 +6,8 @@
 
 #include <sqlite3.h>
 
-#include "platform/persistence/Connection.h"
 #include "platform/persistence/PersistentStoreCoordinator.h"
+#include "platform/persistence/SQLiteConnection.h"
 
 namespace velto {
 
@@ -31,7 +31,7 @@ int rewrite(sqlite3_file& file) {
 }
 
 /// The log of the connection's file, or null when it has none.
-sqlite3_file* logOf(Connection& writer) {
+sqlite3_file* logOf(SQLiteConnection& writer) {
   sqlite3_file* file = nullptr;
   const int result =
       sqlite3_file_control(writer.handle(), "main", SQLITE_FCNTL_JOURNAL_POINTER, &file);
@@ -40,7 +40,7 @@ sqlite3_file* logOf(Connection& writer) {
 
 }  // namespace
 
-bool useWriteAheadLog(Connection& writer, ErrorSlot error) {
+bool useWriteAheadLog(SQLiteConnection& writer, ErrorSlot error) {
   Statement statement = writer.statement("PRAGMA journal_mode=WAL");
   if (statement.step() != Statement::Step::kRow) {
     replaceError(error, writer.lastError());
@@ -54,7 +54,7 @@ bool useWriteAheadLog(Connection& writer, ErrorSlot error) {
   return true;
 }
 
-bool rewriteLog(Connection& writer, ErrorSlot error) {
+bool rewriteLog(SQLiteConnection& writer, ErrorSlot error) {
   // The write lock keeps other programs from the log.
   if (!writer.execute("BEGIN IMMEDIATE")) {
     replaceError(error, writer.lastError());

@@ -20,9 +20,10 @@ using testing::HasSubstr;
 /// Replies with the call's parameters, twice when the caller takes pieces.
 InvocationResult answerWithParameters(const Invocation& call) {
   InvocationResult result;
-  result.nextPiece = [text = boost::json::serialize(call.parameters),
-                      left = call.more ? 2 : 1]() mutable {
-    return left-- > 0 ? std::optional(text) : std::nullopt;
+  result.reply = [parameters = boost::json::serialize(call.parameters),
+                  left = 2](std::string& text) mutable {
+    text += parameters;
+    return --left > 0;
   };
   return result;
 }

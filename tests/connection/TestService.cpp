@@ -20,8 +20,9 @@ TestObject::Shared& sharedOf(const Invocation& call) {
 
 InvocationResult reply(std::string parameters) {
   InvocationResult result;
-  result.nextPiece = [piece = std::optional(std::move(parameters))]() mutable {
-    return std::exchange(piece, std::nullopt);
+  result.reply = [parameters = std::move(parameters)](std::string& text) {
+    text += parameters;
+    return false;
   };
   return result;
 }
@@ -29,8 +30,7 @@ InvocationResult reply(std::string parameters) {
 InvocationResult echo(const Invocation& call) {
   const json::value* value = call.parameters.if_contains("value");
   if (value == nullptr) {
-    return {
-        .kind = InvocationResult::Kind::kInvalidParameter, .parameter = "value", .nextPiece = {}};
+    return {.kind = InvocationResult::Kind::kInvalidParameter, .parameter = "value", .reply = {}};
   }
   return reply(json::serialize(json::object{{"value", *value}}));
 }
@@ -52,17 +52,17 @@ InvocationResult count(const Invocation& call) {
   const auto size = call.parameters.at("size").to_number<std::size_t>();
   TestObject::Shared& shared = sharedOf(call);
   InvocationResult result;
-  result.nextPiece = [&shared, number = 0, to, size]() mutable -> std::optional<std::string> {
-    if (number == to) return std::nullopt;
+  result.reply = [&shared, number = 0, to, size](std::string& text) mutable {
     ++shared.pieces;
     ++number;
-    return json::serialize(json::object{{"number", number}, {"fill", std::string(size, '.')}});
+    text += json::serialize(json::object{{"number", number}, {"fill", std::string(size, '.')}});
+    return number < to;
   };
   return result;
 }
 
 InvocationResult missing(const Invocation&) {
-  return {.kind = InvocationResult::Kind::kNotImplemented, .parameter = {}, .nextPiece = {}};
+  return {.kind = InvocationResult::Kind::kNotImplemented, .parameter = {}, .reply = {}};
 }
 
 InvocationResult runOutOfMemory(const Invocation&) {

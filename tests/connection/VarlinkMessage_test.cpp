@@ -74,11 +74,15 @@ TEST(VarlinkMessage, refusesMoreBytesThanACallMayHave) {
 
 TEST(VarlinkMessage, writesReplies) {
   std::string output = "before";
-  appendReply(output, R"({"x":1})", true);
-  appendReply(output, "{}", false);
+  const auto reply = [](std::string& text) {
+    text += R"({"x":1})";
+    return true;
+  };
+  EXPECT_TRUE(appendReply(output, reply, true));
+  EXPECT_FALSE(appendReply(output, reply, false));
   EXPECT_EQ(output,
             "before{\"parameters\":{\"x\":1},\"continues\":true}\0"
-            "{\"parameters\":{}}\0"s);
+            "{\"parameters\":{\"x\":1}}\0"s);
 }
 
 TEST(VarlinkMessage, writesErrors) {

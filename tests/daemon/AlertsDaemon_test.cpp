@@ -37,10 +37,11 @@ class AlertsDaemonTest : public ::testing::Test {
     store.insertAlert(alert);
   }
 
-  static std::vector<std::string> identifiers(const std::optional<std::vector<VLAlert>>& alerts) {
+  static std::vector<std::string> identifiers(std::optional<AlertSequence>& alerts) {
     std::vector<std::string> found;
-    for (const auto& alert : alerts.value_or(std::vector<VLAlert>())) {
-      found.push_back(alert.identifier.value_or("none"));
+    while (const VLAlert* alert = alerts ? alerts->current(nullptr) : nullptr) {
+      found.push_back(alert->identifier.value_or("none"));
+      alerts->advance();
     }
     return found;
   }
@@ -103,7 +104,7 @@ TEST_F(AlertsDaemonTest, AlertsOfATypeByRole) {
           {*nobody_, "Failed", {}, kPrivilegeError},
       };
   for (const auto& [object, type, expected, error] : rows) {
-    Answer<std::vector<VLAlert>> answer;
+    Answer<AlertSequence> answer;
     object.getAlertsOfType(type, answer.block());
     EXPECT_EQ(answer.calls, 1);
     EXPECT_EQ(identifiers(answer.data), expected) << type;
@@ -125,7 +126,7 @@ TEST_F(AlertsDaemonTest, AlertsOfABundleByRole) {
           {*nobody_, "Disk", {}, kPrivilegeError},
       };
   for (const auto& [object, bundle, expected, error] : rows) {
-    Answer<std::vector<VLAlert>> answer;
+    Answer<AlertSequence> answer;
     object.getAlertsOfBundle(bundle, answer.block());
     EXPECT_EQ(answer.calls, 1);
     EXPECT_EQ(identifiers(answer.data), expected);

@@ -56,7 +56,7 @@ class QueryPlanTest : public ::testing::Test {
  protected:
   std::vector<std::string> plan(const FetchRequest& request) {
     const EntityDescription& entity = *store_.model().entity(request.entityName());
-    const FetchQuery query(request, entity, EntitySql(entity), request.fetchLimit());
+    const FetchQuery query(EntitySql(entity).select, request, entity, request.fetchLimit());
     Statement statement = reader_->statement("EXPLAIN QUERY PLAN " + query.sql);
     std::vector<std::string> steps;
     while (statement.step() == Statement::Step::kRow) {
@@ -80,7 +80,7 @@ class QueryPlanTest : public ::testing::Test {
   }
 
   const OpenStore store_{alertsModel()};
-  const std::unique_ptr<Connection> reader_ = store_.reader();
+  const std::unique_ptr<SQLiteConnection> reader_ = store_.reader();
 };
 
 /// One walk through an index and no sorting.

@@ -7,8 +7,8 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/persistence/Connection.h"
 #include "platform/persistence/EntitySql.h"
+#include "platform/persistence/SQLiteConnection.h"
 #include "platform/persistence/StoreFile.h"
 #include "tests/support/TemporaryDirectory.h"
 
@@ -26,12 +26,12 @@ class OpenStore {
 
   std::string path() const { return directory_.path() / "store.db"; }
   const ManagedObjectModel& model() const { return *model_; }
-  Connection& writer() const { return *writer_; }
+  SQLiteConnection& writer() const { return *writer_; }
   void closeWriter() { writer_.reset(); }
 
-  std::unique_ptr<Connection> reader() const {
+  std::unique_ptr<SQLiteConnection> reader() const {
     std::optional<Error> error;
-    auto reader = Connection::open(path(), Connection::Role::kReader, &error);
+    auto reader = SQLiteConnection::open(path(), SQLiteConnection::Role::kReader, &error);
     EXPECT_NE(reader, nullptr) << error->localizedDescription();
     return reader;
   }
@@ -40,7 +40,7 @@ class OpenStore {
   const TemporaryDirectory directory_;
   const std::shared_ptr<const ManagedObjectModel> model_;
   const std::vector<EntitySql> sql_;
-  std::unique_ptr<Connection> writer_;
+  std::unique_ptr<SQLiteConnection> writer_;
 };
 
 }  // namespace velto

@@ -19,7 +19,7 @@ using ::testing::ElementsAre;
 TEST(ReaderPool, ReadersAreUsedAgain) {
   const OpenStore store(thingModel());
   ReaderPool pool(store.path());
-  const Connection* first = nullptr;
+  const SQLiteConnection* first = nullptr;
   {
     const ReaderPool::Reader lent = pool.lend(nullptr);
     first = lent.get();
@@ -32,7 +32,7 @@ TEST(ReaderPool, ReadersInUseAreApart) {
   const OpenStore store(thingModel());
   ReaderPool pool(store.path());
   std::vector<ReaderPool::Reader> lent;
-  std::set<Connection*> distinct;
+  std::set<SQLiteConnection*> distinct;
   for (int count = 0; count < 20; ++count) {
     lent.push_back(pool.lend(nullptr));
     EXPECT_EQ(lent.back()->integer("SELECT count(*) FROM Thing"), 0);

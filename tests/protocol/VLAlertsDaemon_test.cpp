@@ -25,8 +25,9 @@ class SomeDaemon : public VLAlertsDaemon {
     performed = {action.value_or("none"), alertId.value_or("none")};
     reply(std::nullopt);
   }
-  void getAlertsOfType(std::optional<std::string>, Reply<std::vector<VLAlert>> reply) override {
-    reply(alerts, makeError("D", 7, "with data"));
+  void getAlertsOfType(std::optional<std::string>, Reply<AlertSequence> reply) override {
+    reply(sequence ? std::exchange(sequence, std::nullopt) : std::optional<AlertSequence>(alerts),
+          error);
   }
   void deleteUnsupportedAlerts(Reply<std::uint64_t> reply) override { reply(0, postError); }
 
@@ -34,6 +35,8 @@ class SomeDaemon : public VLAlertsDaemon {
   std::optional<Error> postError;
   std::pair<std::string, std::string> performed;
   std::optional<std::vector<VLAlert>> alerts;
+  std::optional<AlertSequence> sequence;
+  std::optional<Error> error = makeError("D", 7, "with data");
 };
 
 class VLAlertsDaemonTest : public ::testing::Test {
@@ -48,8 +51,10 @@ class VLAlertsDaemonTest : public ::testing::Test {
 
   std::vector<json::value> pieces(const InvocationResult& result) {
     std::vector<json::value> all;
-    while (auto piece = result.nextPiece()) {
-      all.push_back(json::parse(*piece));
+    for (bool continues = true; continues;) {
+      std::string text;
+      continues = result.reply(text);
+      all.push_back(json::parse(text));
     }
     return all;
   }
@@ -148,23 +153,40 @@ TEST_F(VLAlertsDaemonTest, ALongListComesInBoundedPiecesWhenAskedFor) {
   }
   EXPECT_EQ(pieces(invoke("GetAlertsOfType", "{}")).size(), 1u);
 
-  const auto result = invoke("GetAlertsOfType", "{}", true);
+  const auto inPieces = pieces(invoke("GetAlertsOfType", "{}", true));
   std::size_t seen = 0;
-  std::size_t count = 0;
-  bool errorSeen = false;
-  while (auto text = result.nextPiece()) {
-    EXPECT_LT(text->size(), 70'000u);
-    EXPECT_FALSE(errorSeen) << "the error comes with the last piece";
-    const auto piece = json::parse(*text);
+  for (const json::value& piece : inPieces) {
+    EXPECT_LT(json::serialize(piece).size(), 70'000u);
+    EXPECT_EQ(piece.as_object().contains("error"), &piece == &inPieces.back());
     for (const auto& each : piece.at("alerts").as_array()) {
       EXPECT_EQ(each.at("identifier").as_string(), std::to_string(seen++));
     }
-    errorSeen = piece.as_object().contains("error");
-    ++count;
   }
   EXPECT_EQ(seen, 1000u);
-  EXPECT_GT(count, 10u);
-  EXPECT_TRUE(errorSeen);
+  EXPECT_GT(inPieces.size(), 10u);
+}
+
+TEST_F(VLAlertsDaemonTest, AnErrorOnTheWayEndsTheListAndIsTold) {
+  const auto breakingOff = [](bool more) {
+    return [more, left = 2](ErrorSlot error) mutable {
+      std::vector<VLAlert> few(left-- > 0 ? 1 : 0);
+      if (few.empty()) {
+        setIfEmpty(error, makeError("D", 8, more ? "in pieces" : "at once"));
+      }
+      return few;
+    };
+  };
+  object_.error.reset();
+  for (const bool more : {false, true}) {
+    object_.sequence = AlertSequence(breakingOff(more));
+    VLAlert appended;
+    appended.identifier = "appended";
+    object_.sequence->append({appended});
+    const auto reply = pieces(invoke("GetAlertsOfType", "{}", more));
+    ASSERT_EQ(reply.size(), 1u);
+    EXPECT_EQ(reply[0].at("alerts"), json::parse(R"([{}, {}, {"identifier": "appended"}])"));
+    EXPECT_EQ(reply[0].at("error").at("code"), 8);
+  }
 }
 
 TEST_F(VLAlertsDaemonTest, AnEmptyListIsOnePiece) {

@@ -1,4 +1,4 @@
-#include "platform/persistence/StringListTable.h"
+#include "platform/persistence/ListTables.h"
 
 #include <gmock/gmock.h>
 #include <sqlite3.h>
@@ -12,7 +12,7 @@ namespace {
 using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;
 
-class StringListTableTest : public ::testing::Test {
+class ListTablesTest : public ::testing::Test {
  protected:
   std::vector<std::string> rows(std::string_view sql, const std::vector<std::string>& list) {
     Statement statement = reader_->statement(sql);
@@ -25,34 +25,34 @@ class StringListTableTest : public ::testing::Test {
   }
 
   const OpenStore store_{thingModel()};
-  const std::unique_ptr<Connection> reader_ = store_.reader();
+  const std::unique_ptr<SQLiteConnection> reader_ = store_.reader();
 };
 
-TEST_F(StringListTableTest, RowsAreTheStrings) {
+TEST_F(ListTablesTest, RowsAreTheStrings) {
   const std::vector<std::string> list{"b", "", std::string("a\0b", 3), "b"};
   EXPECT_THAT(rows("SELECT value FROM velto_strings(?)", list), ElementsAreArray(list));
   EXPECT_THAT(rows("SELECT value FROM velto_strings(?)", {}), IsEmpty());
 }
 
-TEST_F(StringListTableTest, RowIdsCount) {
+TEST_F(ListTablesTest, RowIdsCount) {
   EXPECT_THAT(rows("SELECT rowid FROM velto_strings(?)", {"x", "y"}), ElementsAreArray({"0", "1"}));
 }
 
-TEST_F(StringListTableTest, WithoutAListThereIsNoPlan) {
+TEST_F(ListTablesTest, WithoutAListThereIsNoPlan) {
   EXPECT_FALSE(reader_->execute("SELECT value FROM velto_strings"));
 }
 
-TEST_F(StringListTableTest, WhatIsNoListIsEmpty) {
+TEST_F(ListTablesTest, WhatIsNoListIsEmpty) {
   EXPECT_EQ(reader_->integer("SELECT count(*) FROM velto_strings('x')"), 0);
 }
 
-TEST_F(StringListTableTest, ForgottenAfterUse) {
+TEST_F(ListTablesTest, ForgottenAfterUse) {
   constexpr std::string_view kCount = "SELECT count(*) FROM velto_strings(?)";
   EXPECT_THAT(rows(kCount, {"x", "y"}), ElementsAreArray({"2"}));
   EXPECT_EQ(reader_->integer(kCount), 0);
 }
 
-TEST_F(StringListTableTest, OfTwoListsEachKeepsItsOwn) {
+TEST_F(ListTablesTest, OfTwoListsEachKeepsItsOwn) {
   const std::vector<std::string> left{"a", "b"};
   const std::vector<std::string> right{"b", "c"};
   Statement statement = reader_->statement(

@@ -1,11 +1,11 @@
-#include "platform/persistence/Connection.h"
+#include "platform/persistence/SQLiteConnection.h"
 
 #include <utility>
 
 #include <sqlite3.h>
 
+#include "platform/persistence/ListTables.h"
 #include "platform/persistence/PersistentStoreCoordinator.h"
-#include "platform/persistence/StringListTable.h"
 
 namespace velto {
 
@@ -18,12 +18,16 @@ constexpr int kReaderBusyMilliseconds = 1000;
 
 }  // namespace
 
-std::unique_ptr<Connection> Connection::open(const std::string& path, Role role, ErrorSlot error) {
+std::unique_ptr<SQLiteConnection> SQLiteConnection::open(const std::string& path, Role role,
+                                                         ErrorSlot error) {
+  // Nobody asks SQLite how much memory it uses, and counting takes a lock at every allocation. Only
+  // the first call of a process counts.
+  sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
   sqlite3* database = nullptr;
   const int result =
       sqlite3_open_v2(path.c_str(), &database,
                       SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE, nullptr);
-  std::unique_ptr<Connection> connection(new Connection(path, database));
+  std::unique_ptr<SQLiteConnection> connection(new SQLiteConnection(path, database));
   if (result != SQLITE_OK || !connection->configure(role)) {
     replaceError(error, connection->lastError());
     return nullptr;
@@ -31,50 +35,50 @@ std::unique_ptr<Connection> Connection::open(const std::string& path, Role role,
   return connection;
 }
 
-Connection::Connection(std::string path, sqlite3* database)
+SQLiteConnection::SQLiteConnection(std::string path, sqlite3* database)
     : path_(std::move(path)), database_(database) {}
 
-Connection::~Connection() {
+SQLiteConnection::~SQLiteConnection() {
   for (const auto& [sql, statement] : statements_) {
     sqlite3_finalize(statement);
   }
   sqlite3_close(database_);
 }
 
-bool Connection::configure(Role role) {
+bool SQLiteConnection::configure(Role role) {
   // In place of SQLite's own hook, which checkpoints.
   sqlite3_wal_hook(
       database_,
       [](void* connection, sqlite3*, const char*, int pages) {
-        static_cast<Connection*>(connection)->logPages_ = pages;
+        static_cast<SQLiteConnection*>(connection)->logPages_ = pages;
         return SQLITE_OK;
       },
       this);
   if (role == Role::kReader) {
     return sqlite3_busy_timeout(database_, kReaderBusyMilliseconds) == SQLITE_OK && setReadOnly() &&
-           registerStringListTable(database_) == SQLITE_OK;
+           registerListTables(database_) == SQLITE_OK;
   }
   return sqlite3_busy_timeout(database_, kWriterBusyMilliseconds) == SQLITE_OK &&
          execute("PRAGMA synchronous=FULL");
 }
 
-bool Connection::setReadOnly() {
+bool SQLiteConnection::setReadOnly() {
   return sqlite3_db_config(database_, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr) == SQLITE_OK &&
          execute("PRAGMA query_only=1");
 }
 
-bool Connection::checkpoint() {
+bool SQLiteConnection::checkpoint() {
   return sqlite3_wal_checkpoint_v2(database_, "main", SQLITE_CHECKPOINT_PASSIVE, nullptr,
                                    nullptr) == SQLITE_OK;
 }
 
-void Connection::rollBack() {
+void SQLiteConnection::rollBack() {
   if (inTransaction()) {
     execute("ROLLBACK");
   }
 }
 
-Statement Connection::statement(std::string_view sql) {
+Statement SQLiteConnection::statement(std::string_view sql) {
   if (const auto known = statements_.find(sql); known != statements_.end()) {
     return Statement(known->second);
   }
@@ -86,7 +90,7 @@ Statement Connection::statement(std::string_view sql) {
   return Statement(prepared);
 }
 
-bool Connection::execute(std::string_view sql) {
+bool SQLiteConnection::execute(std::string_view sql) {
   Statement use = statement(sql);
   Statement::Step step = use.step();
   while (step == Statement::Step::kRow) {
@@ -95,24 +99,24 @@ bool Connection::execute(std::string_view sql) {
   return step == Statement::Step::kDone;
 }
 
-std::optional<std::int64_t> Connection::integer(std::string_view sql) {
+std::optional<std::int64_t> SQLiteConnection::integer(std::string_view sql) {
   Statement use = statement(sql);
   return use.step() == Statement::Step::kRow ? std::optional(use.integer(0)) : std::nullopt;
 }
 
-bool Connection::inTransaction() const {
+bool SQLiteConnection::inTransaction() const {
   return sqlite3_get_autocommit(database_) == 0;
 }
 
-std::int64_t Connection::changes() const {
+std::int64_t SQLiteConnection::changes() const {
   return sqlite3_changes64(database_);
 }
 
-std::int64_t Connection::lastInsertRowId() const {
+std::int64_t SQLiteConnection::lastInsertRowId() const {
   return sqlite3_last_insert_rowid(database_);
 }
 
-Error Connection::lastError() const {
+Error SQLiteConnection::lastError() const {
   return makeError(kPersistenceErrorDomain, sqlite3_extended_errcode(database_),
                    path_ + ": " + sqlite3_errmsg(database_));
 }

@@ -1,4 +1,4 @@
-#include "platform/persistence/Connection.h"
+#include "platform/persistence/SQLiteConnection.h"
 
 #include <filesystem>
 
@@ -17,11 +17,11 @@ using ::testing::HasSubstr;
 constexpr std::string_view kInsert = "INSERT INTO Thing (_version, name) VALUES (1, 'x')";
 constexpr std::string_view kCount = "SELECT count(*) FROM Thing";
 
-TEST(Connection, MissingFileIsNotCreated) {
+TEST(SQLiteConnection, MissingFileIsNotCreated) {
   const TemporaryDirectory directory;
   const std::string path = directory.path() / "missing.db";
   std::optional<Error> error;
-  EXPECT_EQ(Connection::open(path, Connection::Role::kWriter, &error), nullptr);
+  EXPECT_EQ(SQLiteConnection::open(path, SQLiteConnection::Role::kWriter, &error), nullptr);
   ASSERT_TRUE(error.has_value());
   EXPECT_EQ(error->domain, kPersistenceErrorDomain);
   EXPECT_EQ(error->code & 0xff, SQLITE_CANTOPEN);
@@ -29,7 +29,7 @@ TEST(Connection, MissingFileIsNotCreated) {
   EXPECT_FALSE(std::filesystem::exists(path));
 }
 
-TEST(Connection, ErrorsNameTheFileAndTheReason) {
+TEST(SQLiteConnection, ErrorsNameTheFileAndTheReason) {
   const OpenStore store(thingModel());
   EXPECT_FALSE(store.writer().execute("SELECT missing FROM Thing"));
   const Error error = store.writer().lastError();
@@ -38,14 +38,14 @@ TEST(Connection, ErrorsNameTheFileAndTheReason) {
   EXPECT_THAT(error.localizedDescription(), HasSubstr("no such column: missing"));
 }
 
-TEST(Connection, WriterSyncsEachCommit) {
+TEST(SQLiteConnection, WriterSyncsEachCommit) {
   const OpenStore store(thingModel());
   EXPECT_EQ(store.writer().integer("PRAGMA synchronous"), 2);
 }
 
-TEST(Connection, WriterCheckpointsWhenItIsTold) {
+TEST(SQLiteConnection, WriterCheckpointsWhenItIsTold) {
   const OpenStore store(thingModel());
-  Connection& writer = store.writer();
+  SQLiteConnection& writer = store.writer();
   ASSERT_TRUE(writer.execute("INSERT INTO Thing (_version, data) VALUES (1, zeroblob(5000000))"));
   EXPECT_GT(writer.logPages(), 1200);
   EXPECT_LT(std::filesystem::file_size(store.path()), 100000U);
@@ -55,7 +55,7 @@ TEST(Connection, WriterCheckpointsWhenItIsTold) {
   EXPECT_LT(writer.logPages(), 10) << "the log begins anew";
 }
 
-TEST(Connection, ReadOnlyWriterDoesNeitherWriteNorCheckpoint) {
+TEST(SQLiteConnection, ReadOnlyWriterDoesNeitherWriteNorCheckpoint) {
   OpenStore store(thingModel());
   ASSERT_TRUE(store.writer().execute(kInsert));
   ASSERT_TRUE(store.writer().setReadOnly());
@@ -64,7 +64,7 @@ TEST(Connection, ReadOnlyWriterDoesNeitherWriteNorCheckpoint) {
   EXPECT_GT(std::filesystem::file_size(store.path() + "-wal"), 0U);
 }
 
-TEST(Connection, ReaderCannotWrite) {
+TEST(SQLiteConnection, ReaderCannotWrite) {
   const OpenStore store(thingModel());
   const auto reader = store.reader();
   EXPECT_FALSE(reader->execute(kInsert));
@@ -72,7 +72,7 @@ TEST(Connection, ReaderCannotWrite) {
   EXPECT_EQ(reader->integer(kCount), 0);
 }
 
-TEST(Connection, ReaderNeverCheckpoints) {
+TEST(SQLiteConnection, ReaderNeverCheckpoints) {
   OpenStore store(thingModel());
   ASSERT_TRUE(store.writer().execute(kInsert));
   const std::string log = readFile(store.path() + "-wal");
@@ -88,7 +88,7 @@ TEST(Connection, ReaderNeverCheckpoints) {
   EXPECT_EQ(readFile(store.path()), file);
 }
 
-TEST(Connection, WriterCheckpointsOnClosing) {
+TEST(SQLiteConnection, WriterCheckpointsOnClosing) {
   OpenStore store(thingModel());
   ASSERT_TRUE(store.writer().execute(kInsert));
   EXPECT_TRUE(std::filesystem::exists(store.path() + "-wal"));
@@ -97,7 +97,7 @@ TEST(Connection, WriterCheckpointsOnClosing) {
   EXPECT_EQ(store.reader()->integer(kCount), 1);
 }
 
-TEST(Connection, DroppedStatementHoldsNoTransaction) {
+TEST(SQLiteConnection, DroppedStatementHoldsNoTransaction) {
   const OpenStore store(thingModel());
   ASSERT_TRUE(store.writer().execute(kInsert));
   ASSERT_TRUE(store.writer().execute(kInsert));
@@ -110,7 +110,7 @@ TEST(Connection, DroppedStatementHoldsNoTransaction) {
   EXPECT_EQ(sqlite3_txn_state(reader->handle(), nullptr), SQLITE_TXN_NONE);
 }
 
-TEST(Connection, StatementIsPreparedOnceAndForgetsItsValues) {
+TEST(SQLiteConnection, StatementIsPreparedOnceAndForgetsItsValues) {
   const OpenStore store(thingModel());
   constexpr std::string_view kSelect = "SELECT ?";
   {
@@ -126,7 +126,7 @@ TEST(Connection, StatementIsPreparedOnceAndForgetsItsValues) {
   EXPECT_EQ(statement.value(0, AttributeType::kString), AttributeValue());
 }
 
-TEST(Connection, TooLongAValueIsAnError) {
+TEST(SQLiteConnection, TooLongAValueIsAnError) {
   const OpenStore store(thingModel());
   sqlite3_limit(store.writer().handle(), SQLITE_LIMIT_LENGTH, 100);
   Statement statement = store.writer().statement("SELECT ?, ?");
@@ -136,7 +136,7 @@ TEST(Connection, TooLongAValueIsAnError) {
   EXPECT_EQ(store.writer().lastError().code, SQLITE_TOOBIG);
 }
 
-TEST(Connection, SchemaChangedByAnotherConnectionIsFollowed) {
+TEST(SQLiteConnection, SchemaChangedByAnotherConnectionIsFollowed) {
   const OpenStore store(thingModel());
   const auto reader = store.reader();
   EXPECT_EQ(reader->integer(kCount), 0);

@@ -4,6 +4,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -34,6 +35,7 @@ class Statement {
   void bind(const AttributeValue& value);
   void bind(std::int64_t value);
   void bind(const std::vector<std::string>& list);
+  void bind(const std::span<const std::int64_t>& list);
 
   Step step();
 
@@ -52,7 +54,7 @@ class Statement {
 
 /// One connection to a store file, with the statements it has prepared. Used by one thread at a
 /// time.
-class Connection {
+class SQLiteConnection {
  public:
   enum class Role {
     kWriter,  ///< writes, and checkpoints when it is told to and on closing
@@ -60,10 +62,11 @@ class Connection {
   };
 
   /// A connection to the existing file, or null with the error.
-  static std::unique_ptr<Connection> open(const std::string& path, Role role, ErrorSlot error);
-  ~Connection();
-  Connection(const Connection&) = delete;
-  Connection& operator=(const Connection&) = delete;
+  static std::unique_ptr<SQLiteConnection> open(const std::string& path, Role role,
+                                                ErrorSlot error);
+  ~SQLiteConnection();
+  SQLiteConnection(const SQLiteConnection&) = delete;
+  SQLiteConnection& operator=(const SQLiteConnection&) = delete;
 
   /// The statement, prepared at its first use. At most one use of it at a time.
   Statement statement(std::string_view sql);
@@ -94,7 +97,7 @@ class Connection {
   sqlite3* handle() const { return database_; }
 
  private:
-  Connection(std::string path, sqlite3* database);
+  SQLiteConnection(std::string path, sqlite3* database);
   bool configure(Role role);
 
   const std::string path_;

@@ -1,0 +1,307 @@
+// The daemon as its clients know it: over the socket, beside a bare echo and bare SQLite.
+
+#include <atomic>
+#include <csignal>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <sys/resource.h>
+#include <unistd.h>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+#include <fmt/format.h>
+
+#include "bench/BareStore.h"
+#include "bench/Comparisons.h"
+#include "bench/SampleStore.h"
+#include "bench/ServiceProcesses.h"
+#include "platform/foundation/Log.h"
+#include "platform/foundation/Paths.h"
+#include "platform/foundation/PropertyListSerialization.h"
+
+namespace velto::bench {
+
+namespace {
+
+constexpr std::size_t kBundles = 20;
+constexpr std::size_t kInFlight = 64;
+constexpr std::size_t kFirstNew = std::size_t{1} << 24;  ///< later than all in the store
+constexpr std::string_view kNul("\0", 1);
+
+std::string call(std::string_view method, std::string_view parameters,
+                 std::string_view flags = {}) {
+  return fmt::format(R"({{"method":"com.ulmora.velto.AlertsDaemon.{}","parameters":{}{}}})", method,
+                     parameters, flags)
+      .append(kNul);
+}
+
+std::string saveOfAlert(std::size_t number) {
+  const VLAlert alert = newAlert(number);
+  return call("SaveAlerts",
+              fmt::format(R"({{"alerts":[{{"identifier":"{}","type":"{}","bundle":"{}",)"
+                          R"("creationDate":{},"sentDate":{},"attributes":{{"volume":"/home",)"
+                          R"("percent":93,"device":"/dev/disk/by-uuid/{}"}}}}]}})",
+                          *alert.identifier, *alert.type, *alert.bundle,
+                          alert.creationDate->secondsSinceReference(),
+                          alert.sentDate->secondsSinceReference(), number));
+}
+
+/// The whole reply to a call, however many pieces it has.
+std::string ask(MessageSocket& socket, std::string_view message) {
+  socket.send(message);
+  std::string reply;
+  do {
+    socket.receive();
+    reply.append(socket.received());
+  } while (reply.back() != '\0');
+  return reply;
+}
+
+/// A whole system with its daemon, and what it is compared with.
+class Service {
+ public:
+  explicit Service(bool isQuick)
+      : alerts(isQuick ? 2000 : 100000),
+        listed(isQuick ? 100 : 10000),
+        connections(isQuick ? 50 : 10000),
+        root(prepared()),
+        daemon(std::make_unique<DaemonProcess>(root)),
+        client(daemon->connect()),
+        names(ask(client, namesCall)),
+        echo(names),
+        bareStore(directory.path() + "/bare.db"),
+        bareListed(root + std::string(kStoreDirectory) + "/alertData.db") {}
+
+  const BenchDirectory directory;
+  const std::size_t alerts;
+  const std::size_t listed;
+  const std::size_t connections;
+  const std::string root;
+  const std::string namesCall = call("GetAlertBundleNames", "{}");
+  std::unique_ptr<DaemonProcess> daemon;
+  MessageSocket client;
+  const std::string names;  ///< the reply that lists the bundles
+  EchoProcess echo;
+  BareStore bareStore;   ///< a copy of the daemon's
+  BareStore bareListed;  ///< the daemon's
+
+ private:
+  /// A system that a daemon has been started in before.
+  std::string prepared() const {
+    std::string made = directory.make("root");
+    std::filesystem::permissions(made, std::filesystem::perms(0755));
+    for (std::size_t number = 0; number < kBundles; ++number) {
+      writeFile(
+          fmt::format("{}{}/Bundle{}.bundle/Contents/Info.plist", made, VLAlertsDirectory, number),
+          fmt::format("{{ CFBundleIdentifier = \"com.example.bundle{0}\"; "
+                      "CFBundleName = \"Bundle {0}\"; VLAlertTypes = {{ Type = {{}}; }}; }}",
+                      number));
+    }
+    std::filesystem::create_directories(made + "/Library/Velto");
+    { const DaemonProcess first(made); }
+    {
+      StoreContainer container(resourceDirectory(), made + std::string(kStoreDirectory),
+                               Log::system());
+      fill(container, alerts, listed);
+    }
+    std::filesystem::copy(made + std::string(kStoreDirectory) + "/alertData.db",
+                          directory.path() + "/bare.db");
+    return made;
+  }
+};
+
+std::unique_ptr<Service> service;
+
+// --- A call without work to speak of ---
+
+void roundTrips(benchmark::State& state, MessageSocket& socket) {
+  for (auto _ : state) {
+    socket.send(service->namesCall);
+    while (socket.receive() == 0) {
+    }
+  }
+  state.SetItemsProcessed(state.iterations());
+}
+
+/// Sends a new call for each reply, so that there is always the same number under way.
+void pipelined(benchmark::State& state, MessageSocket& socket) {
+  std::string calls;
+  for (std::size_t count = 0; count < kInFlight; ++count) {
+    calls += service->namesCall;
+  }
+  std::size_t replies = 0;
+  for (auto _ : state) {
+    socket.send(calls);
+    for (std::size_t sent = kInFlight, done = 0; done < 16 * kInFlight;) {
+      const std::size_t count = socket.receive();
+      done += count;
+      const std::size_t more = std::min(count, 16 * kInFlight - sent);
+      socket.send(std::string_view(calls).substr(0, more * service->namesCall.size()));
+      sent += more;
+    }
+    replies += 16 * kInFlight;
+  }
+  state.SetItemsProcessed(static_cast<std::int64_t>(replies));
+}
+
+void echoRoundTrip(benchmark::State& state) {
+  roundTrips(state, service->echo.socket());
+}
+
+void roundTrip(benchmark::State& state) {
+  roundTrips(state, service->client);
+}
+
+void echoPipelined(benchmark::State& state) {
+  pipelined(state, service->echo.socket());
+}
+
+void callsPipelined(benchmark::State& state) {
+  pipelined(state, service->client);
+}
+
+// --- Saving ---
+
+void insertBare(benchmark::State& state) {
+  static std::size_t number = kFirstNew;
+  const std::string attributes(
+      PropertyListSerialization::binaryData(*sampleAlert(0).attributes, nullptr)->view());
+  for (auto _ : state) {
+    service->bareStore.insert(newAlert(number++), attributes);
+  }
+  state.SetItemsProcessed(state.iterations());
+}
+
+void saveAlerts(benchmark::State& state) {
+  static std::atomic<std::size_t> number = kFirstNew;
+  MessageSocket client = service->daemon->connect();
+  for (auto _ : state) {
+    if (ask(client, saveOfAlert(number++)) != std::string(R"({"parameters":{}})").append(kNul)) {
+      state.SkipWithError("an alert was not saved");
+    }
+  }
+  state.SetItemsProcessed(state.iterations());
+}
+
+void saveAlertsFromSixteenClients(benchmark::State& state) {
+  saveAlerts(state);
+}
+
+// --- Lists ---
+
+void listBare(benchmark::State& state) {
+  for (auto _ : state) {
+    if (service->bareListed.readOfType(kListedType) != service->listed) {
+      state.SkipWithError("alerts are missing");
+    }
+  }
+  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(service->listed));
+}
+
+/// A piece that others follow ends with the word that it continues.
+void receiveList(benchmark::State& state, std::string_view flags) {
+  constexpr std::string_view kContinues("\"continues\":true}\0", 18);
+  const std::string list =
+      call("GetAlertsOfType", fmt::format(R"({{"type":"{}"}})", kListedType), flags);
+  for (auto _ : state) {
+    service->client.send(list);
+    std::string end;
+    do {
+      service->client.receive();
+      const std::string_view received = service->client.received();
+      end.append(received.substr(received.size() - std::min(received.size(), kContinues.size())));
+      end.erase(0, end.size() - std::min(end.size(), kContinues.size()));
+    } while (end.back() != '\0' || end == kContinues);
+  }
+  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(service->listed));
+}
+
+void listInPieces(benchmark::State& state) {
+  receiveList(state, R"(,"more":true)");
+}
+
+void listAtOnce(benchmark::State& state) {
+  receiveList(state, {});
+}
+
+// --- The process ---
+
+/// What a connection costs the daemon that has been served and is idle.
+std::string bytesOfAConnection(const DaemonProcess& daemon) {
+  std::vector<MessageSocket> idle;
+  const auto connect = [&](std::size_t count) {
+    for (std::size_t made = 0; made < count; ++made) {
+      idle.push_back(daemon.connect());
+      ask(idle.back(), service->namesCall);
+    }
+  };
+  connect(service->connections / 10);  // what the first ones need is there for all
+  const std::size_t before = daemon.residentBytes();
+  connect(service->connections);
+  return fmt::format("{} bytes", (daemon.residentBytes() - before) / service->connections);
+}
+
+std::vector<Reading> readings() {
+  const DaemonProcess& daemon = *service->daemon;
+  std::vector<Reading> all = {
+      {"Start to ready", fmt::format("{:.1f} ms", daemon.startTime().count() * 1000)},
+      {"Resident memory after the first call",
+       fmt::format("{:.1f} MiB, {:.1f} MiB of which are shared libraries and files",
+                   static_cast<double>(daemon.residentBytes()) / (1 << 20),
+                   static_cast<double>(daemon.sharedBytes()) / (1 << 20))}};
+  all.push_back({"Resident memory of an idle connection", bytesOfAConnection(daemon)});
+  return all;
+}
+
+void raiseDescriptorLimit() {
+  rlimit limit{};
+  ::getrlimit(RLIMIT_NOFILE, &limit);
+  limit.rlim_cur = limit.rlim_max;
+  ::setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+BENCHMARK(echoRoundTrip)->UseRealTime();
+BENCHMARK(roundTrip)->UseRealTime();
+BENCHMARK(echoPipelined)->UseRealTime();
+BENCHMARK(callsPipelined)->UseRealTime();
+BENCHMARK(insertBare)->UseRealTime();
+BENCHMARK(saveAlerts)->UseRealTime();
+BENCHMARK(saveAlertsFromSixteenClients)->Threads(16)->UseRealTime();
+BENCHMARK(listBare)->UseRealTime();
+BENCHMARK(listInPieces)->UseRealTime();
+BENCHMARK(listAtOnce)->UseRealTime();
+
+int run(int argc, char** argv) {
+  std::signal(SIGPIPE, SIG_IGN);
+  raiseDescriptorLimit();
+  const bool isQuick = takeArguments(argc, argv);
+  if (::geteuid() != 0) {
+    fmt::print("root alone may save alerts\n");
+    return 0;
+  }
+  service = std::make_unique<Service>(isQuick);
+  using Goal = Comparison::Goal;
+  const int status = runAndCompare(
+      {{"A call and its reply beside a bare echo", "echoRoundTrip", "roundTrip", Goal::kTimeAtMost,
+        1.6},
+       {"The same with 64 in flight, as rates", "echoPipelined", "callsPipelined",
+        Goal::kRateAtLeast, 0.25},
+       {"SaveAlerts of one alert beside a bare insert, as rates", "insertBare", "saveAlerts",
+        Goal::kRateAtLeast, 0.7},
+       {"The same from 16 clients, as rates", "insertBare", "saveAlertsFromSixteenClients",
+        Goal::kRateAtLeast, 3},
+       {"An alert of a list of 10,000 in pieces", "listBare", "listInPieces", Goal::kTimeAtMost, 3},
+       {"The same at once", "listBare", "listAtOnce", Goal::kTimeAtMost, 3}},
+      readings());
+  service.reset();
+  return status;
+}
+
+}  // namespace
+
+}  // namespace velto::bench
+
+int main(int argc, char** argv) {
+  return velto::bench::run(argc, argv);
+}

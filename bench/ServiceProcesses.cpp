@@ -1,0 +1,152 @@
+#include "bench/ServiceProcesses.h"
+
+#include <algorithm>
+#include <array>
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <utility>
+
+#include <fmt/format.h>
+
+#include "platform/foundation/Spawn.h"
+
+namespace velto::bench {
+
+namespace {
+
+constexpr const char* kSocket = "/run/velto/com.ulmora.velto.AlertsDaemon";
+
+[[noreturn]] void giveUp(std::string_view what) {
+  fmt::print(stderr, "{}\n", what);
+  std::exit(1);
+}
+
+sockaddr_un addressOf(const std::string& path) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  path.copy(address.sun_path, sizeof(address.sun_path) - 1);
+  return address;
+}
+
+/// Answers until the other end is gone.
+[[noreturn]] void echo(int socket, const std::string& answer) {
+  std::string received(std::size_t{64} * 1024, '\0');
+  std::string answers;
+  while (true) {
+    const ssize_t size = ::recv(socket, received.data(), received.size(), 0);
+    if (size <= 0) {
+      std::_Exit(0);
+    }
+    answers.clear();
+    for (auto messages = std::count(received.begin(), received.begin() + size, '\0'); messages > 0;
+         --messages) {
+      answers += answer;
+    }
+    if (::send(socket, answers.data(), answers.size(), MSG_NOSIGNAL) < 0) {
+      std::_Exit(0);
+    }
+  }
+}
+
+void end(pid_t process) {
+  ::kill(process, SIGTERM);
+  ::waitpid(process, nullptr, 0);
+}
+
+}  // namespace
+
+MessageSocket MessageSocket::connectedTo(const std::string& path) {
+  FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  const sockaddr_un address = addressOf(path);
+  if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
+    giveUp("cannot connect to " + path);
+  }
+  return MessageSocket(std::move(socket));
+}
+
+void MessageSocket::send(std::string_view messages) const {
+  while (!messages.empty()) {
+    const ssize_t size = ::send(socket_.get(), messages.data(), messages.size(), MSG_NOSIGNAL);
+    if (size <= 0) {
+      giveUp("the other end does not take anything");
+    }
+    messages.remove_prefix(static_cast<std::size_t>(size));
+  }
+}
+
+std::size_t MessageSocket::receive() {
+  thread_local std::string buffer(std::size_t{256} * 1024, '\0');
+  // As most clients do, and without being woken when the other end takes a message.
+  pollfd waiting{.fd = socket_.get(), .events = POLLIN, .revents = 0};
+  ::poll(&waiting, 1, -1);
+  const ssize_t size = ::recv(socket_.get(), buffer.data(), buffer.size(), 0);
+  if (size <= 0) {
+    giveUp("the other end has hung up");
+  }
+  received_ = {buffer.data(), static_cast<std::size_t>(size)};
+  return static_cast<std::size_t>(std::count(received_.begin(), received_.end(), '\0'));
+}
+
+EchoProcess::EchoProcess(const std::string& answer) : socket_(FileDescriptor()) {
+  std::array<int, 2> ends{};
+  if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {
+    giveUp("no socket");
+  }
+  FileDescriptor ours(ends[0]);
+  const FileDescriptor theirs(ends[1]);
+  process_ = ::fork();
+  if (process_ == 0) {
+    ours = FileDescriptor();
+    echo(theirs.get(), answer);
+  }
+  socket_ = MessageSocket(std::move(ours));
+}
+
+EchoProcess::~EchoProcess() {
+  end(process_);
+}
+
+DaemonProcess::DaemonProcess(const std::string& root) : root_(root) {
+  const std::string ready = root + "/ready";
+  ::unlink(ready.c_str());
+  const FileDescriptor readiness(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+  const sockaddr_un address = addressOf(ready);
+  if (::bind(readiness.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
+    giveUp("cannot make a socket at " + ready);
+  }
+  const auto start = std::chrono::steady_clock::now();
+  SpawnSettings settings;
+  settings.environment = {"VELTO_ROOT=" + root, "NOTIFY_SOCKET=" + ready, "LANG=C.UTF-8"};
+  char told = 0;
+  if (spawnProgram(VELTO_ALERTSD, {}, settings, process_) != 0 ||
+      ::recv(readiness.get(), &told, 1, 0) != 1) {
+    giveUp("the daemon does not start");
+  }
+  startTime_ = std::chrono::steady_clock::now() - start;
+}
+
+DaemonProcess::~DaemonProcess() {
+  end(process_);
+}
+
+MessageSocket DaemonProcess::connect() const {
+  return MessageSocket::connectedTo(root_ + kSocket);
+}
+
+DaemonProcess::Memory DaemonProcess::memory() const {
+  std::ifstream file(fmt::format("/proc/{}/statm", process_));
+  std::size_t all = 0;
+  std::size_t resident = 0;
+  std::size_t shared = 0;
+  file >> all >> resident >> shared;
+  const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+  return {.resident = resident * page, .shared = shared * page};
+}
+
+}  // namespace velto::bench

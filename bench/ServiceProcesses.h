@@ -1,0 +1,77 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <sys/types.h>
+
+#include "platform/foundation/FileDescriptor.h"
+
+namespace velto::bench {
+
+/// One end of a connection that carries messages, each ended by a NUL. Ends the program when the
+/// other end is gone.
+class MessageSocket {
+ public:
+  explicit MessageSocket(FileDescriptor socket) : socket_(std::move(socket)) {}
+  /// Connects to the socket at `path`.
+  static MessageSocket connectedTo(const std::string& path);
+
+  /// Sends messages, whose NULs stand in the text.
+  void send(std::string_view messages) const;
+  /// Waits for bytes; gives how many messages they end.
+  std::size_t receive();
+  /// What `receive` got, until the thread receives again.
+  std::string_view received() const { return received_; }
+
+ private:
+  FileDescriptor socket_;
+  std::string_view received_;
+};
+
+/// A process that answers every message with one that is always the same. It takes all that has
+/// come at once, and answers it at once.
+class EchoProcess {
+ public:
+  explicit EchoProcess(const std::string& answer);
+  ~EchoProcess();
+  EchoProcess(const EchoProcess&) = delete;
+  EchoProcess& operator=(const EchoProcess&) = delete;
+
+  MessageSocket& socket() { return socket_; }
+
+ private:
+  MessageSocket socket_;
+  pid_t process_ = -1;
+};
+
+/// The daemon, with everything below `root`. Ends with this object.
+class DaemonProcess {
+ public:
+  /// Returns when it has told that it is ready.
+  explicit DaemonProcess(const std::string& root);
+  ~DaemonProcess();
+  DaemonProcess(const DaemonProcess&) = delete;
+  DaemonProcess& operator=(const DaemonProcess&) = delete;
+
+  MessageSocket connect() const;
+  /// From its start until it was ready.
+  std::chrono::duration<double> startTime() const { return startTime_; }
+  std::size_t residentBytes() const { return memory().resident; }
+  /// Of those, what is of files, libraries most of all.
+  std::size_t sharedBytes() const { return memory().shared; }
+
+ private:
+  struct Memory {
+    std::size_t resident;
+    std::size_t shared;
+  };
+  Memory memory() const;
+
+  const std::string root_;
+  pid_t process_ = -1;
+  std::chrono::duration<double> startTime_{};
+};
+
+}  // namespace velto::bench

@@ -1,0 +1,99 @@
+#include "platform/foundation/JSONText.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+
+namespace velto {
+namespace {
+
+/// Enough for any number.
+constexpr std::size_t kLongestNumber = 32;
+
+template <typename Number>
+std::string_view appendNumber(std::string& text, Number value) {
+  std::array<char, kLongestNumber> digits;
+  const char* end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
+  const auto size = static_cast<std::size_t>(end - digits.data());
+  text.append(digits.data(), size);
+  return std::string_view(text).substr(text.size() - size);
+}
+
+/// By character.
+constexpr std::array<bool, 256> kNeedsEscape = [] {
+  std::array<bool, 256> table{};
+  std::fill_n(table.begin(), 0x20, true);
+  table['"'] = true;
+  table['\\'] = true;
+  return table;
+}();
+
+bool needsEscape(char character) {
+  return kNeedsEscape[static_cast<unsigned char>(character)];
+}
+
+void appendEscaped(std::string& text, char character) {
+  constexpr std::string_view kHexadecimal = "0123456789abcdef";
+  constexpr std::string_view kShort = "\"\\\b\f\n\r\t";
+  constexpr std::string_view kShortNames = "\"\\bfnrt";
+  text += '\\';
+  if (const std::size_t known = kShort.find(character); known != std::string_view::npos) {
+    text += kShortNames[known];
+    return;
+  }
+  const auto code = static_cast<unsigned char>(character);
+  text.append("u00").append(1, kHexadecimal[code >> 4U]).append(1, kHexadecimal[code & 0xFU]);
+}
+
+}  // namespace
+
+void appendJSONString(std::string& text, std::string_view value) {
+  text += '"';
+  while (!value.empty()) {
+    const auto plain = static_cast<std::size_t>(
+        std::find_if(value.begin(), value.end(), needsEscape) - value.begin());
+    text.append(value.substr(0, plain));
+    value.remove_prefix(plain);
+    if (!value.empty()) {
+      appendEscaped(text, value.front());
+      value.remove_prefix(1);
+    }
+  }
+  text += '"';
+}
+
+void appendJSON(std::string& text, bool value) {
+  text += value ? "true" : "false";
+}
+
+void appendJSON(std::string& text, std::int64_t value) {
+  appendNumber(text, value);
+}
+
+void appendJSON(std::string& text, std::uint64_t value) {
+  appendNumber(text, value);
+}
+
+void appendJSON(std::string& text, double value) {
+  if (!std::isfinite(value)) {
+    text += "null";
+  } else if (appendNumber(text, value).find_first_of(".e") == std::string_view::npos) {
+    text += ".0";
+  }
+}
+
+void appendJSON(std::string& text, const std::string& value) {
+  appendJSONString(text, value);
+}
+
+void JSONObjectText::beginMember(std::string_view name) {
+  if (!isEmpty_) {
+    text_ += ',';
+  }
+  isEmpty_ = false;
+  appendJSONString(text_, name);
+  text_ += ':';
+}
+
+}  // namespace velto

@@ -1,0 +1,80 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace velto {
+
+// JSON (RFC 8259) written straight into a text. Long lists are most of what the service writes, and
+// no library at hand writes them without building them in memory first.
+
+/// In quotes. Bytes that are not UTF-8 stay as they are.
+void appendJSONString(std::string& text, std::string_view value);
+
+void appendJSON(std::string& text, bool value);
+void appendJSON(std::string& text, std::int64_t value);
+void appendJSON(std::string& text, std::uint64_t value);
+/// So that it reads back as the same real, also when it is whole. JSON has no numbers beyond the
+/// finite ones: those are null.
+void appendJSON(std::string& text, double value);
+void appendJSON(std::string& text, const std::string& value);
+
+template <typename T>
+void appendJSON(std::string& text, const std::vector<T>& values);
+template <typename T>
+void appendJSON(std::string& text, const std::map<std::string, T>& values);
+
+/// Writes an object, member by member.
+class JSONObjectText {
+ public:
+  /// `text` must outlive this object.
+  explicit JSONObjectText(std::string& text) : text_(text) { text_ += '{'; }
+
+  /// What is appended to the text next is the member's value.
+  void beginMember(std::string_view name);
+  /// A value of any kind that there is an appendJSON for.
+  template <typename T>
+  void add(std::string_view name, const T& value) {
+    beginMember(name);
+    appendJSON(text_, value);
+  }
+  /// What is absent is left out.
+  template <typename T>
+  void add(std::string_view name, const std::optional<T>& value) {
+    if (value) {
+      add(name, *value);
+    }
+  }
+  void end() { text_ += '}'; }
+
+ private:
+  std::string& text_;
+  bool isEmpty_ = true;
+};
+
+template <typename T>
+void appendJSON(std::string& text, const std::vector<T>& values) {
+  text += '[';
+  for (const T& value : values) {
+    if (text.back() != '[') {
+      text += ',';
+    }
+    appendJSON(text, value);
+  }
+  text += ']';
+}
+
+template <typename T>
+void appendJSON(std::string& text, const std::map<std::string, T>& values) {
+  JSONObjectText object(text);
+  for (const auto& [key, value] : values) {
+    object.add(key, value);
+  }
+  object.end();
+}
+
+}  // namespace velto

@@ -1,0 +1,90 @@
+#include "platform/persistence/FetchCursor.h"
+
+#include <span>
+#include <string>
+#include <utility>
+
+#include "platform/persistence/EntitySql.h"
+#include "platform/persistence/ProgramMistake.h"
+#include "platform/persistence/SQLiteConnection.h"
+
+namespace velto {
+namespace {
+
+const EntityDescription& requiredEntity(const ManagedObjectModel& model,
+                                        const FetchRequest& request) {
+  const EntityDescription* entity = model.entity(request.entityName());
+  if (entity == nullptr) {
+    programMistake("the model has no entity " + request.entityName());
+  }
+  if (request.sortDescriptors().size() != 1 || request.sortDescriptors().front().ascending ||
+      request.fetchLimit() != 0) {
+    programMistake("a cursor goes in the descending order of one key, without a limit");
+  }
+  return *entity;
+}
+
+}  // namespace
+
+FetchCursor::FetchCursor(std::shared_ptr<PersistentStoreCoordinator> coordinator,
+                         FetchRequest request, std::size_t portion)
+    : coordinator_(std::move(coordinator)),
+      request_(std::move(request)),
+      portion_(portion),
+      objects_(&requiredEntity(coordinator_->model(), request_)),
+      state_{objects_, ObjectState::Condition::kUnchanged, 0, 0, {}} {}
+
+FetchCursor::~FetchCursor() = default;
+
+bool FetchCursor::readStates(const std::function<bool(ObjectState&)>& take, ErrorSlot error) {
+  bool isTaken = false;
+  const auto takeRow = [&](const Statement& row) {
+    isTaken = true;
+    objects_.refresh(state_, row);
+    return take(state_);
+  };
+  // All that were decided on may have been deleted since.
+  while (!isTaken) {
+    if (next_ == rowIds_.size() && !decideNext(error)) {
+      return false;
+    }
+    const auto done = coordinator_->fetchRows(*objects_.entity(), std::span(rowIds_).subspan(next_),
+                                              takeRow, error);
+    if (!done) {
+      return false;
+    }
+    next_ += *done;
+  }
+  return true;
+}
+
+/// False when there are no more, or with the error.
+bool FetchCursor::decideNext(ErrorSlot error) {
+  rowIds_.clear();
+  next_ = 0;
+  if (isLastPortion_) {
+    return false;
+  }
+  const EntityDescription& entity = *objects_.entity();
+  const std::string& key = request_.sortDescriptors().front().key;
+  const AttributeType type = entity.attributes()[entity.requiredAttributeIndex(key)].type;
+  const FetchQuery query("SELECT _id, " + quoted(key) + " FROM " + quoted(entity.name()), request_,
+                         entity, portion_, last_ ? &*last_ : nullptr);
+  AttributeValue lastKey;
+  const bool isRead = coordinator_->fetch(
+      query,
+      [&](const Statement& row) {
+        rowIds_.push_back(row.integer(0));
+        if (rowIds_.size() == portion_) {
+          lastKey = row.value(1, type);
+        }
+      },
+      error);
+  isLastPortion_ = !isRead || rowIds_.size() < portion_;
+  if (!isLastPortion_) {
+    last_ = FetchPosition{std::move(lastKey), rowIds_.back()};
+  }
+  return isRead && !rowIds_.empty();
+}
+
+}  // namespace velto

@@ -1,0 +1,70 @@
+#include "platform/foundation/JSONText.h"
+
+#include <cmath>
+#include <limits>
+#include <string>
+
+#include <boost/json.hpp>
+#include <gtest/gtest.h>
+
+namespace velto {
+namespace {
+
+namespace json = boost::json;
+
+template <typename T>
+std::string asText(const T& value) {
+  std::string text;
+  appendJSON(text, value);
+  return text;
+}
+
+TEST(JSONText, AnyTextReadsBack) {
+  std::string all;
+  for (int character = 0; character < 0x80; ++character) {
+    all += static_cast<char>(character);
+  }
+  for (const std::string& text : {all, std::string(), std::string("Größe \u20ac \U0001F514"),
+                                  std::string("\0", 1), std::string("\"\\")}) {
+    EXPECT_EQ(json::parse(asText(text)).as_string(), text);
+  }
+}
+
+TEST(JSONText, ControlCharactersAreEscaped) {
+  EXPECT_EQ(asText(std::string("\b\f\n\r\t\"\\\x01\x1f\x7f/")),
+            "\"\\b\\f\\n\\r\\t\\\"\\\\\\u0001\\u001f\x7f/\"");
+}
+
+TEST(JSONText, NumbersReadBackAsTheyAre) {
+  for (const double real :
+       {0.0, -0.0, 0.1, 5.0, -1e300, 5e-324, 1.7976931348623157e308, 1e22, 123456789012345680.0}) {
+    const json::value back = json::parse(asText(real));
+    ASSERT_TRUE(back.is_double()) << asText(real);
+    EXPECT_EQ(back.as_double(), real);
+    EXPECT_EQ(std::signbit(back.as_double()), std::signbit(real));
+  }
+  EXPECT_EQ(asText(std::numeric_limits<std::int64_t>::min()), "-9223372036854775808");
+  EXPECT_EQ(asText(std::numeric_limits<std::uint64_t>::max()), "18446744073709551615");
+  EXPECT_EQ(asText(std::numeric_limits<double>::infinity()), "null");
+  EXPECT_EQ(asText(std::numeric_limits<double>::quiet_NaN()), "null");
+}
+
+TEST(JSONText, ContainersHoldOthers) {
+  using Lists = std::map<std::string, std::vector<std::vector<std::string>>>;
+  EXPECT_EQ(asText(Lists{}), "{}");
+  EXPECT_EQ(asText(Lists{{"a", {}}, {"b\"", {{}, {"[", ","}, {"x"}}}}),
+            R"({"a":[],"b\"":[[],["[",","],["x"]]})");
+}
+
+TEST(JSONText, MembersThatAreAbsentAreLeftOut) {
+  std::string text;
+  JSONObjectText object(text);
+  object.add("absent", std::optional<bool>());
+  object.add("first", std::optional<bool>(true));
+  object.add("second", std::int64_t{-1});
+  object.end();
+  EXPECT_EQ(text, R"({"first":true,"second":-1})");
+}
+
+}  // namespace
+}  // namespace velto

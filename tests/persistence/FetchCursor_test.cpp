@@ -1,0 +1,182 @@
+#include "platform/persistence/FetchCursor.h"
+
+#include <gmock/gmock.h>
+#include <sqlite3.h>
+
+#include "tests/persistence/TestStore.h"
+
+namespace velto {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+FetchRequest newestFirst(FetchRequest request) {
+  request.setSortDescriptors({{.key = "date", .ascending = false}});
+  return request;
+}
+
+class FetchCursorTest : public ::testing::Test {
+ protected:
+  /// Saves things of these dates, named by their numbers.
+  void fill(const std::vector<std::optional<double>>& dates) {
+    const auto context = store_.context();
+    for (std::size_t number = 0; number < dates.size(); ++number) {
+      Thing thing = insertThing(*context, std::to_string(number));
+      thing.setEnabled(number % 2 == 0);
+      thing.setDate(dates[number] ? std::optional(Date(*dates[number])) : std::nullopt);
+    }
+    expectSaved(*context);
+  }
+
+  void remove(std::string_view name) {
+    const auto context = store_.context();
+    for (const Thing& thing :
+         fetchThings(*context, thingRequest("name = %@", {std::string(name)}))) {
+      context->deleteObject(thing);
+    }
+    expectSaved(*context);
+  }
+
+  std::unique_ptr<FetchCursor> cursor(const FetchRequest& request, std::size_t portion) const {
+    return std::make_unique<FetchCursor>(store_.coordinator(), request, portion);
+  }
+
+  /// The names of the next things, as far as `count`.
+  static std::vector<std::string> read(FetchCursor& cursor, std::size_t count) {
+    std::vector<std::string> names;
+    std::optional<Error> error;
+    cursor.read<Thing>(
+        [&](const Thing& thing) {
+          names.push_back(thing.name().value_or("-"));
+          return names.size() < count;
+        },
+        &error);
+    EXPECT_FALSE(error) << error->localizedDescription();
+    return names;
+  }
+
+  static std::vector<std::string> readAll(FetchCursor& cursor, std::size_t atATime) {
+    std::vector<std::string> all;
+    while (true) {
+      const auto some = read(cursor, atATime);
+      if (some.empty()) {
+        return all;
+      }
+      all.insert(all.end(), some.begin(), some.end());
+    }
+  }
+
+  const TestStore store_;
+};
+
+TEST_F(FetchCursorTest, GivesWhatAFetchGivesWhateverThePortions) {
+  fill({3, 1, std::nullopt, 2, 2, 2, std::nullopt, 5, -1, 2, std::nullopt, 0, 3});
+  const FetchRequest requests[] = {
+      newestFirst(thingRequest()), newestFirst(thingRequest("enabled = 1")),
+      newestFirst(thingRequest("date = nil")),
+      newestFirst(thingRequest("date > %@ OR name = %@", {Date(2), std::string("3")})),
+      newestFirst(thingRequest("name = %@", {std::string("none")}))};
+  const auto context = store_.context();
+  for (const FetchRequest& request : requests) {
+    const auto expected = names(*context, request);
+    for (std::size_t portion = 1; portion < 16; ++portion) {
+      for (const std::size_t atATime : {1U, 3U, 100U}) {
+        EXPECT_EQ(readAll(*cursor(request, portion), atATime), expected) << portion;
+      }
+    }
+  }
+}
+
+TEST_F(FetchCursorTest, GivesAllAttributes) {
+  const auto context = store_.context();
+  Thing thing = insertThing(*context, "thing", 1.5);
+  thing.setData(Data(std::string_view("a\0b", 3)));
+  thing.setEnabled(true);
+  expectSaved(*context);
+  int count = 0;
+  const auto all = cursor(newestFirst(thingRequest()), 5);
+  EXPECT_TRUE(all->read<Thing>(
+      [&](const Thing& read) {
+        ++count;
+        EXPECT_EQ(read.name(), "thing");
+        EXPECT_EQ(read.date(), Date(1.5));
+        EXPECT_EQ(read.data(), Data(std::string_view("a\0b", 3)));
+        EXPECT_EQ(read.enabled(), true);
+        return true;
+      },
+      nullptr));
+  EXPECT_EQ(count, 1);
+}
+
+TEST_F(FetchCursorTest, PassesOverWhatIsDeletedMeanwhile) {
+  fill({9, 8, 7, 6, 5, 4, 3, 2, 1});
+  const auto some = cursor(newestFirst(thingRequest()), 4);
+  EXPECT_THAT(read(*some, 1), ElementsAre("0"));
+  for (const auto* name : {"1", "2", "3", "5"}) {
+    remove(name);
+  }
+  // The rest of a portion is gone as a whole.
+  EXPECT_THAT(read(*some, 1), ElementsAre("4"));
+  EXPECT_THAT(readAll(*some, 2), ElementsAre("6", "7", "8"));
+}
+
+TEST_F(FetchCursorTest, GivesNothingTwiceWhateverIsInsertedMeanwhile) {
+  fill({9, 8, 7, 6});
+  const auto all = cursor(newestFirst(thingRequest()), 2);
+  EXPECT_THAT(read(*all, 1), ElementsAre("0"));
+  const auto context = store_.context();
+  insertThing(*context, "newest", 10);
+  insertThing(*context, "same as the last of the portion", 8);
+  insertThing(*context, "older", 7.5);
+  expectSaved(*context);
+  EXPECT_THAT(readAll(*all, 1), ElementsAre("1", "older", "2", "3"));
+}
+
+TEST_F(FetchCursorTest, GivesWhatHasChangedAsItIs) {
+  fill({2, 1});
+  const auto all = cursor(newestFirst(thingRequest("name != %@", {std::string("new")})), 5);
+  EXPECT_THAT(read(*all, 1), ElementsAre("0"));
+  const auto context = store_.context();
+  fetchThings(*context, thingRequest("name = %@", {std::string("1")})).front().setName("new");
+  expectSaved(*context);
+  EXPECT_THAT(readAll(*all, 1), ElementsAre("new"));
+}
+
+TEST_F(FetchCursorTest, WithoutAStoreThereIsAnError) {
+  FetchCursor none(std::make_shared<PersistentStoreCoordinator>(thingModel()),
+                   newestFirst(thingRequest()));
+  std::optional<Error> error;
+  EXPECT_FALSE(none.read<Thing>([](const Thing&) { return true; }, &error));
+  ASSERT_TRUE(error);
+  EXPECT_EQ(error->code, kNoStoreErrorCode);
+}
+
+TEST_F(FetchCursorTest, ReadsEveryPortionInTheOrderOfAnIndex) {
+  const auto plan = [&](const FetchRequest& request) {
+    const auto connection =
+        SQLiteConnection::open(store_.path(), SQLiteConnection::Role::kReader, nullptr);
+    const EntityDescription& entity = *store_.coordinator()->model().entity(kThing);
+    const FetchPosition after{AttributeValue(Date(1)), std::int64_t{1}};
+    const FetchQuery query("SELECT _id, date FROM Thing", request, entity, 5, &after);
+    const std::string sql = "EXPLAIN QUERY PLAN " + query.sql;
+    sqlite3_stmt* statement = nullptr;
+    EXPECT_EQ(sqlite3_prepare_v2(connection->handle(), sql.c_str(), -1, &statement, nullptr),
+              SQLITE_OK);
+    std::string steps;
+    while (sqlite3_step(statement) == SQLITE_ROW) {
+      steps.append(reinterpret_cast<const char*>(sqlite3_column_text(statement, 3))).append(";");
+    }
+    sqlite3_finalize(statement);
+    return steps;
+  };
+  EXPECT_EQ(plan(newestFirst(thingRequest("name = %@", {std::string("1")}))),
+            "SEARCH Thing USING COVERING INDEX Thing(name,date) (name=?);");
+}
+
+TEST_F(FetchCursorTest, OtherOrdersAreAMistakeOfTheProgram) {
+  EXPECT_DEATH(cursor(thingRequest(), 5), "descending order of one key");
+}
+
+}  // namespace
+}  // namespace velto
