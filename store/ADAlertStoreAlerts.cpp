@@ -153,6 +153,9 @@ AlertSequence ADAlertStore::sequence(const FetchRequest& request, ErrorSlot erro
   if (coordinator == nullptr || managedObjectContext().hasChanges()) {
     return listing(managedObjectContext(), request, error);
   }
+  if (error != nullptr && error->has_value()) {
+    return {};
+  }
   const auto cursor = std::make_shared<FetchCursor>(std::move(coordinator), request);
   AlertSequence alerts([cursor](ErrorSlot slot) { return nextFew(*cursor, slot); });
   alerts.current(error);

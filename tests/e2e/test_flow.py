@@ -1,6 +1,9 @@
 """Calls in their order: pipelining, `oneway` and `more`."""
 
+import plistlib
+
 import pytest
+from velto.store import execute_many
 from velto.values import INTERFACE, SERVICE
 from velto.varlink import message
 
@@ -103,6 +106,37 @@ def test_without_more_the_list_comes_as_one(client, many):
 ])
 def test_a_short_reply_is_one_piece(client, method, parameters, expected):
     assert client.pieces(method, **parameters) == [{"parameters": expected}]
+
+
+def test_a_long_list_does_not_stand_in_memory(system):
+    """30 MB of alerts, in pieces to a client that takes its time."""
+    system.start()
+    system.stop()
+    attributes = plistlib.dumps({"text": "x" * 1000}, fmt=plistlib.FMT_BINARY)
+    execute_many(system.store_file,
+                 'INSERT INTO ADAlert (_version, type, sentDate, identifier, attributes) '
+                 "VALUES (1, 'Long', ?, ?, ?)",
+                 ((number // 10, str(number), attributes) for number in range(30_000)))
+    # What the sanitizer keeps of freed memory, and shows of addresses, would hide the daemon's own.
+    daemon = system.start(ASAN_OPTIONS="quarantine_size_mb=1:malloc_context_size=0")
+    client = system.client()
+    client.call("GetAlertsOfBundle", bundle="warm up")
+    before = peak_memory(daemon)
+    client.send(message("GetAlertsOfType", {"type": "Long"}, more=True))
+    expected = 29_999
+    while (reply := client.receive()).get("continues"):
+        for alert in reply["parameters"]["alerts"]:
+            group, place = divmod(int(alert["identifier"]), 10)
+            assert (group, place) == divmod(expected, 10)
+            expected -= 1
+    assert expected < 100
+    assert peak_memory(daemon) - before < 10_000_000
+
+
+def peak_memory(daemon):
+    with open(f"/proc/{daemon.pid}/status", encoding="ascii") as file:
+        lines = dict(line.split(":", 1) for line in file)
+    return int(lines["VmHWM"].split()[0]) * 1024
 
 
 def test_a_client_that_does_not_read_costs_the_others_nothing(shared, many):

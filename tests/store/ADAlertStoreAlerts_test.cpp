@@ -366,5 +366,74 @@ TEST_F(AlertRecordsTest, TextsOfCallersAreOnlyTexts) {
   }
 }
 
+// --- Lists a few alerts at a time ---
+
+class AlertSequencesTest : public AlertRecordsTest {
+ protected:
+  /// As many alerts as need several reads, of one type and bundle, with dates all over the place.
+  void fill() {
+    auto store = system_.store();
+    for (int number = 0; number < 300; ++number) {
+      auto each = alert(std::to_string(number), number * 7 % 10);
+      each.attributes = PropertyList::Dictionary{
+          {"text", std::string(static_cast<std::size_t>(number) * 10, 'x')}};
+      if (number % 5 == 0) {
+        each.sentDate.reset();
+        each.readDate = Date(number % 3);
+      }
+      store.insertAlert(each);
+    }
+    save(store);
+  }
+
+  static std::vector<VLAlert> all(AlertSequence alerts) {
+    std::vector<VLAlert> found;
+    std::optional<Error> error;
+    while (const VLAlert* each = alerts.current(&error)) {
+      found.push_back(*each);
+      alerts.advance();
+    }
+    EXPECT_FALSE(error);
+    return found;
+  }
+};
+
+TEST_F(AlertSequencesTest, AreTheSameLists) {
+  fill();
+  auto store = system_.store();
+  EXPECT_EQ(store.getAlertsOfType("AlmostFull", nullptr).size(), 300U);
+  EXPECT_EQ(all(store.alertsOfType("AlmostFull", nullptr)),
+            store.getAlertsOfType("AlmostFull", nullptr));
+  EXPECT_EQ(all(store.alertsOfBundle("Disk", nullptr)), store.getAlertsOfBundle("Disk", nullptr));
+  EXPECT_EQ(all(store.alertsFromDate(Date(1), Date(4), nullptr)),
+            store.getAlertsFromDate(Date(1), Date(4), nullptr));
+  EXPECT_EQ(all(store.alertsFromDate(std::nullopt, Date(0), nullptr)),
+            store.getAlertsFromDate(std::nullopt, Date(0), nullptr));
+  EXPECT_THAT(all(store.alertsOfType("Unheard", nullptr)), IsEmpty());
+}
+
+TEST_F(AlertSequencesTest, OutliveTheirHandle) {
+  fill();
+  AlertSequence alerts = system_.store().alertsOfType("AlmostFull", nullptr);
+  EXPECT_EQ(all(std::move(alerts)).size(), 300U);
+}
+
+TEST_F(AlertSequencesTest, ShowWhatTheHandleHasNotSaved) {
+  auto store = system_.store();
+  store.insertAlert(alert("a", 1));
+  EXPECT_THAT(identifiers(all(store.alertsOfType("AlmostFull", nullptr))), ElementsAre("a"));
+}
+
+TEST_F(AlertSequencesTest, AreEmptyWithAnErrorInTheSlot) {
+  fill();
+  auto store = system_.store();
+  std::optional<Error> error = kEarlier;
+  EXPECT_THAT(all(store.alertsOfType("AlmostFull", &error)), IsEmpty());
+  EXPECT_EQ(error, kEarlier);
+  error.reset();
+  EXPECT_THAT(all(brokenStore().alertsOfType("AlmostFull", &error)), IsEmpty());
+  EXPECT_EQ(error->domain, kPersistenceErrorDomain);
+}
+
 }  // namespace
 }  // namespace velto

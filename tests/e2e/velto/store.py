@@ -20,3 +20,8 @@ def integrity(path):
 def execute(path, statement, *arguments):
     with contextlib.closing(sqlite3.connect(path)) as database, database:
         database.execute(statement, arguments)
+
+
+def execute_many(path, statement, arguments):
+    with contextlib.closing(sqlite3.connect(path)) as database, database:
+        database.executemany(statement, arguments)
