@@ -20,7 +20,7 @@ void report(std::optional<Error> failure, ErrorSlot error) {
 
 std::optional<std::vector<VLAlert>> AlertsDaemon::updateUnresolvedAlerts(
     ADAlertStore& store, std::optional<Error>& error) const {
-  const auto alerts = store.getUnresolvedAlertSubclasses(&error);
+  const auto alerts = store.getRecoverableAlertSubclasses(&error);
   if (error) {
     return std::nullopt;
   }

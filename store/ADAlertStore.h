@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -97,6 +98,9 @@ class ADAlertStore {
   /// As objects of their bundles' classes. One whose bundle does not know it is left out, and the
   /// reason is in the slot.
   std::vector<std::unique_ptr<VLAlertSubclass>> getUnresolvedAlertSubclasses(ErrorSlot error);
+  /// Those of them that have recovery actions, with the same errors: most have none, and are not
+  /// kept in memory.
+  std::vector<std::unique_ptr<VLAlertSubclass>> getRecoverableAlertSubclasses(ErrorSlot error);
   std::optional<VLAlert> getLastAlertOfType(const std::optional<std::string>& type,
                                             ErrorSlot error);
   std::optional<VLAlert> getLastAlertOfBundle(const std::optional<std::string>& bundle,
@@ -164,7 +168,12 @@ class ADAlertStore {
   bool disablePushRecipientWithGUID(const std::optional<std::string>& guid, ErrorSlot error);
 
  private:
+  bool hasChanges() const {
+    return managedObjectContext_ != nullptr && managedObjectContext_->hasChanges();
+  }
   AlertSequence sequence(const FetchRequest& request, ErrorSlot error);
+  std::vector<std::unique_ptr<VLAlertSubclass>> unresolvedAlertSubclasses(
+      const std::function<bool(const VLAlertSubclass&)>& isWanted, ErrorSlot error);
   std::uint64_t deleteAlerts(Predicate predicate, ErrorSlot error);
 
   StoreContainer& container_;

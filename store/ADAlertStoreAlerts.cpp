@@ -150,7 +150,7 @@ AlertSequence ADAlertStore::alertsOfBundle(const std::optional<std::string>& bun
 
 AlertSequence ADAlertStore::sequence(const FetchRequest& request, ErrorSlot error) {
   auto coordinator = container_.persistentStoreCoordinator();
-  if (coordinator == nullptr || managedObjectContext().hasChanges()) {
+  if (coordinator == nullptr || hasChanges()) {
     return listing(managedObjectContext(), request, error);
   }
   if (error != nullptr && error->has_value()) {
@@ -164,12 +164,26 @@ AlertSequence ADAlertStore::sequence(const FetchRequest& request, ErrorSlot erro
 
 std::vector<std::unique_ptr<VLAlertSubclass>> ADAlertStore::getUnresolvedAlertSubclasses(
     ErrorSlot error) {
+  return unresolvedAlertSubclasses([](const VLAlertSubclass&) { return true; }, error);
+}
+
+std::vector<std::unique_ptr<VLAlertSubclass>> ADAlertStore::getRecoverableAlertSubclasses(
+    ErrorSlot error) {
+  return unresolvedAlertSubclasses(
+      [](const VLAlertSubclass& alert) { return !alert.recoveryOptions().empty(); }, error);
+}
+
+std::vector<std::unique_ptr<VLAlertSubclass>> ADAlertStore::unresolvedAlertSubclasses(
+    const std::function<bool(const VLAlertSubclass&)>& isWanted, ErrorSlot error) {
   std::vector<std::unique_ptr<VLAlertSubclass>> alerts;
-  const auto request = newestFirst(Predicate::withFormat("resolvedDate = nil"));
-  for (const VLAlert& alert : listing(managedObjectContext(), request, error)) {
-    if (auto bundleAlert = container_.bundles().alertSubclass(alert, error)) {
+  AlertSequence unresolved =
+      sequence(newestFirst(Predicate::withFormat("resolvedDate = nil")), error);
+  while (const VLAlert* alert = unresolved.current(error)) {
+    auto bundleAlert = container_.bundles().alertSubclass(*alert, error);
+    if (bundleAlert != nullptr && isWanted(*bundleAlert)) {
       alerts.push_back(std::move(bundleAlert));
     }
+    unresolved.advance();
   }
   return alerts;
 }

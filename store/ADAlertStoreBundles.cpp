@@ -1,5 +1,7 @@
 // The bundle records of ADAlertStore.
 
+#include <memory>
+
 #include "store/ADAlertStore.h"
 #include "store/ADAlertStoreFetch.h"
 
@@ -100,7 +102,21 @@ bool ADAlertStore::disableAlertBundle(const std::optional<std::string>& bundle, 
 }
 
 std::vector<std::string> ADAlertStore::getEnabledAlertBundleNames(ErrorSlot error) {
-  return keys(enabledObjects<ADAlertBundle>(managedObjectContext(), error));
+  const auto coordinator = container_.persistentStoreCoordinator();
+  // Asked before the records are read: they may then be newer than the version, but not older.
+  const auto version =
+      coordinator == nullptr || hasChanges() ? std::nullopt : coordinator->dataVersion();
+  if (const auto known = version ? container_.enabledBundles(*version) : nullptr) {
+    return *known;
+  }
+  std::optional<Error> failure;
+  auto names = keys(enabledObjects<ADAlertBundle>(managedObjectContext(), &failure));
+  if (failure) {
+    replaceError(error, *std::move(failure));
+  } else if (version) {
+    container_.setEnabledBundles(*version, std::make_shared<const std::vector<std::string>>(names));
+  }
+  return names;
 }
 
 std::vector<std::string> ADAlertStore::getAllAlertBundleNames(ErrorSlot error) {

@@ -91,6 +91,17 @@ std::shared_ptr<PersistentStoreCoordinator> StoreContainer::persistentStoreCoord
   return coordinator_;
 }
 
+StoreContainer::BundleKeys StoreContainer::enabledBundles(std::int64_t dataVersion) const {
+  const MutexLock lock(mutex_);
+  return dataVersion == enabledBundlesVersion_ ? enabledBundles_ : nullptr;
+}
+
+void StoreContainer::setEnabledBundles(std::int64_t dataVersion, BundleKeys keys) {
+  const MutexLock lock(mutex_);
+  enabledBundlesVersion_ = dataVersion;
+  enabledBundles_ = std::move(keys);
+}
+
 void StoreContainer::openStore() {
   const auto model = managedObjectModel();
   if (model == nullptr) {

@@ -1,12 +1,15 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include "platform/foundation/AlertBundleRegistry.h"
 #include "platform/foundation/Clock.h"
 #include "platform/foundation/Log.h"
+#include "platform/foundation/Mutex.h"
 #include "platform/persistence/ManagedObjectModel.h"
 #include "platform/persistence/PersistentStoreCoordinator.h"
 
@@ -32,6 +35,12 @@ class StoreContainer {
   /// then been logged.
   std::shared_ptr<PersistentStoreCoordinator> persistentStoreCoordinator();
 
+  /// The keys of the enabled bundles, which everybody may ask for as often as they like. They are
+  /// kept until something is committed. Null when they are not known for this version of the data.
+  using BundleKeys = std::shared_ptr<const std::vector<std::string>>;
+  BundleKeys enabledBundles(std::int64_t dataVersion) const;
+  void setEnabledBundles(std::int64_t dataVersion, BundleKeys keys);
+
   Log& log() const { return log_; }
   const Clock& clock() const { return clock_; }
   AlertBundleRegistry& bundles() const { return bundles_; }
@@ -48,6 +57,9 @@ class StoreContainer {
   std::shared_ptr<const ManagedObjectModel> model_;
   std::once_flag coordinatorOnce_;
   std::shared_ptr<PersistentStoreCoordinator> coordinator_;
+  mutable Mutex mutex_;
+  std::int64_t enabledBundlesVersion_ VELTO_GUARDED_BY(mutex_) = 0;
+  BundleKeys enabledBundles_ VELTO_GUARDED_BY(mutex_);
 };
 
 }  // namespace velto

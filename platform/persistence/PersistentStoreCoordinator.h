@@ -67,11 +67,15 @@ class PersistentStoreCoordinator {
                                        std::span<const std::int64_t> rowIds,
                                        const std::function<bool(const Statement&)>& row,
                                        ErrorSlot error);
+  /// A number that is another one when something has been committed since: at once what a save of
+  /// this process commits, within 10 ms what another program does. Nothing when it cannot be had.
+  std::optional<std::int64_t> dataVersion();
   /// Writes all changes or none; true when they are on disk, with the row ids and versions that the
   /// rows have now.
   bool save(std::vector<RowChange>& changes, ErrorSlot error);
 
  private:
+  class DataVersion;
   struct Store;
 
   const std::shared_ptr<const ManagedObjectModel> model_;

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <map>
 #include <sys/stat.h>
+#include <thread>
 
 #include <gmock/gmock.h>
 #include <sqlite3.h>
@@ -292,6 +293,33 @@ TEST(PersistentStoreCoordinator, SaveWaitsForNoReader) {
   insertThing(*context, "second");
   expectSaved(*context);
   sqlite3_close(reader);
+}
+
+TEST(PersistentStoreCoordinator, TheDataVersionIsAnotherOneAfterASave) {
+  const TestStore store;
+  const auto first = store.coordinator()->dataVersion();
+  ASSERT_TRUE(first);
+  EXPECT_EQ(store.coordinator()->dataVersion(), first);
+  const auto context = store.context();
+  insertThing(*context, "thing");
+  EXPECT_EQ(store.coordinator()->dataVersion(), first) << "nothing is saved yet";
+  expectSaved(*context);
+  const auto second = store.coordinator()->dataVersion();
+  EXPECT_NE(second, first);
+  EXPECT_EQ(store.coordinator()->dataVersion(), second);
+}
+
+TEST(PersistentStoreCoordinator, TheDataVersionIsSoonAnotherOneAfterACommitFromOutside) {
+  const TestStore store;
+  const auto first = store.coordinator()->dataVersion();
+  runSql(store.path(), "INSERT INTO Thing (_version, name) VALUES (1, 'thing')");
+  while (store.coordinator()->dataVersion() == first) {
+    std::this_thread::yield();
+  }
+}
+
+TEST(PersistentStoreCoordinator, WithoutAStoreThereIsNoDataVersion) {
+  EXPECT_EQ(PersistentStoreCoordinator(thingModel()).dataVersion(), std::nullopt);
 }
 
 }  // namespace

@@ -339,6 +339,28 @@ TEST_F(AlertRecordsTest, AnUnresolvedAlertThatItsBundleDoesNotKnowIsLeftOut) {
   EXPECT_EQ(store.getUnresolvedAlertSubclasses(&error).size(), 0U) << "the slot holds an error";
 }
 
+TEST_F(AlertRecordsTest, OfTheUnresolvedAlertsThoseWithRecoveryActionsCanBeHadAlone) {
+  system_.addBundle("Disk.bundle", R"({ CFBundleGetInfoString = "Disks"; VLAlertTypes = {
+      AlmostFull = { RecoveryOptions = (FreeSpace, Ignore); }; Noted = {}; }; })");
+  auto store = system_.store();
+  store.insertAlert(alert("recoverable", 1));
+  auto noted = alert("noted", 2);
+  noted.type = "Noted";
+  store.insertAlert(noted);
+  save(store);
+  std::optional<Error> error;
+  const auto alerts = store.getRecoverableAlertSubclasses(&error);
+  ASSERT_EQ(alerts.size(), 1U);
+  EXPECT_EQ(alerts[0]->alert().identifier, "recoverable");
+  EXPECT_EQ(error, std::nullopt);
+
+  auto unknown = alert("unknown", 3);
+  unknown.type = "NoSuchType";
+  store.insertAlert(unknown);
+  EXPECT_EQ(store.getRecoverableAlertSubclasses(&error).size(), 1U);
+  EXPECT_EQ(error->domain, kBundleErrorDomain);
+}
+
 TEST_F(AlertRecordsTest, TextsOfCallersAreOnlyTexts) {
   auto store = system_.store();
   const std::string texts[] = {"'",

@@ -48,6 +48,26 @@ TEST_F(BundleRecordsTest, ADisabledBundleIsOnlyInTheWholeList) {
   EXPECT_THAT(reader.getAllAlertBundleNames(nullptr), UnorderedElementsAre("Disk", "Mail"));
 }
 
+TEST_F(BundleRecordsTest, TheListOfTheEnabledFollowsEverySaveAndTheHandlesOwnChanges) {
+  auto reader = system_.store();
+  EXPECT_THAT(reader.getEnabledAlertBundleNames(nullptr), IsEmpty());
+  for (const bool enabled : {true, false, true}) {
+    auto store = system_.store();
+    if (!store.getADAlertBundle("Disk", nullptr)) {
+      store.insertAlertBundle("Disk", "Disks");
+    }
+    store.getADAlertBundle("Disk", nullptr)->setEnabled(enabled);
+    const std::vector<std::string> before = reader.getEnabledAlertBundleNames(nullptr);
+    const std::vector<std::string> after(enabled ? 1 : 0, "Disk");
+    EXPECT_EQ(store.getEnabledAlertBundleNames(nullptr), after);
+    EXPECT_EQ(reader.getEnabledAlertBundleNames(nullptr), before) << "not saved yet";
+    save(store);
+    EXPECT_EQ(store.getEnabledAlertBundleNames(nullptr), after);
+    EXPECT_EQ(reader.getEnabledAlertBundleNames(nullptr), after);
+    EXPECT_EQ(system_.store().getEnabledAlertBundleNames(nullptr), after);
+  }
+}
+
 TEST_F(BundleRecordsTest, RenamingToTheSameNameIsNotFound) {
   auto store = system_.store();
   store.insertAlertBundle("Disk", "Disks");
