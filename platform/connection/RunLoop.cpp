@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <exception>
+#include <malloc.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <system_error>
@@ -154,6 +155,8 @@ void RunLoop::Implementation::help(Threads::iterator self) {
       serve(*source);
     }
   } while (!endHelper(self, isStopped));
+  // The burst of work that it was started for is over: what that needed goes back to the system.
+  ::malloc_trim(0);
 }
 
 /// Ends a helper that has found nothing to do, unless it is the last one that waits.

@@ -83,6 +83,13 @@ def test_a_long_list_comes_in_pieces_of_bounded_size(client, many):
     assert all(set(reply["parameters"]) == {"alerts"} for reply in replies)
 
 
+def test_the_alerts_of_a_period_come_in_pieces_too(client, many):
+    replies = client.pieces("GetAlertsFromDate", fromDate=-1, toDate=len(many))
+    assert [alert["identifier"] for reply in replies for alert in reply["parameters"]["alerts"]
+            if alert["bundle"] == "many"] == many
+    assert len(replies) > 5
+
+
 def test_no_piece_is_larger_than_a_client_can_expect(client, many):
     client.send(message("GetAlertsOfBundle", {"bundle": "many"}, more=True)
                 + message("GetAlertBundleNames"))

@@ -1,22 +1,43 @@
 """The shape of parameters."""
 
 import pytest
-from velto.values import NO_ALERT_TO_POST, SERVICE
+from velto.values import METHODS, NO_ALERT_TO_POST, SERVICE
 from velto.varlink import message
 
 pytestmark = pytest.mark.needs_root
 
-# The one parameter of each served method that has one, and values that it cannot have.
+NO_STRING = [5, True, [], {}, ["text"], 0.5]
+NO_DATE = ["today", "5", True, [], {}, {"$date": 5}]
+# The parameters of each method, and values that they cannot have.
 WRONG_TYPES = {
+    ("SetAttributes", "attributes"): ["text", 5, True, [], {"a": {"$what": 1}}, {"a": [None]}],
     ("PostAlert", "alert"): ["text", 5, True, [], [{}]],
     ("SaveAlerts", "alerts"): ["text", 5, True, {}, {"0": {}}],
-    ("GetAlertsOfType", "type"): [5, True, [], {}, ["text"], 0.5],
-    ("GetAlertsOfBundle", "bundle"): [5, True, [], {}, ["text"], 0.5],
-    ("GetLastAlertOfType", "type"): [5, True, [], {}, ["text"], 0.5],
-    ("GetLastAlertOfBundle", "bundle"): [5, True, [], {}, ["text"], 0.5],
+    ("MarkAlertAsReadWithAlertId", "alertId"): NO_STRING,
+    ("MarkAlertAsResolvedWithAlertId", "alertId"): NO_STRING,
+    ("PerformRecoveryAction", "action"): NO_STRING,
+    ("PerformRecoveryAction", "alertId"): NO_STRING,
+    ("GetAlertsFromDate", "fromDate"): NO_DATE,
+    ("GetAlertsFromDate", "toDate"): NO_DATE,
+    ("GetAlertsOfType", "type"): NO_STRING,
+    ("GetAlertsOfBundle", "bundle"): NO_STRING,
+    ("GetLastAlertOfType", "type"): NO_STRING,
+    ("GetLastAlertOfBundle", "bundle"): NO_STRING,
+    ("DeleteAlertsBeforeDate", "date"): NO_DATE,
+    ("DeleteAlertsWithIds", "alertIds"): ["text", 5, True, {}, [5], [None], [{}], ["a", ["b", 5]]],
+    ("EnableAlertBundle", "bundle"): NO_STRING,
+    ("DisableAlertBundle", "bundle"): NO_STRING,
+    ("SetAlertBundleSettings", "settings"): [
+        "text", 5, True, [], {"Printer": None}, {"Printer": True},
+        {"Printer": {"mailEnabled": 1}}, {"Printer": {"name": 5}}],
+    ("SetMailRecipients", "recipients"): [
+        "a", 5, True, {}, ["a@example.org"], [5], [[]], [{"address": 5}], [{"locale": []}]],
     ("AddMailRecipients", "recipients"): ["a@example.org", 5, True, {}, {"address": "a"}],
+    ("SetPushRecipients", "recipients"): [
+        "a", 5, True, {}, ["a"], [None], [[]], [{"guid": 5}], [{"token": "*"}], [{"enabled": 1}]],
+    ("AddPushRecipients", "recipients"): [
+        "a", 5, True, {}, [{"guid": 5}], [{"token": 5}], [{"token": "?"}], [{"name": []}]],
 }
-WITHOUT_PARAMETERS = ("GetAlertBundleNames", "GetMailRecipients")
 
 WRONG_ALERTS = [
     {"identifier": 5}, {"type": []}, {"bundle": {}}, {"creationDate": "today"}, {"sentDate": True},
@@ -38,7 +59,7 @@ def test_a_parameter_of_another_type_is_invalid(client, method, name, value):
     assert client.exchange(method, {name: value}) == invalid(name)
 
 
-@pytest.mark.parametrize("method", [*(method for method, _ in WRONG_TYPES), *WITHOUT_PARAMETERS])
+@pytest.mark.parametrize("method", METHODS)
 def test_a_parameter_that_the_method_does_not_have_is_invalid(client, method):
     assert client.exchange(method, {"extra": None}) == invalid("extra")
     assert client.exchange(method, {"Alert": {}}) == invalid("Alert")
