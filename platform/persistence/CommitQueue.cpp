@@ -37,11 +37,12 @@ void CommitQueue::join(Save& own) {
   {
     const MutexLock lock(mutex_);
     waiting_.push_back(&own);
-    own.leads = !std::exchange(led_, true);
+    if (!std::exchange(led_, true)) {
+      own.leads = true;
+      return;
+    }
   }
-  if (!own.leads) {
-    own.turn.acquire();
-  }
+  own.turn.acquire();
 }
 
 void CommitQueue::lead(Save& own) {
