@@ -24,11 +24,13 @@ void readCall(std::string_view message) {
   const auto call = velto::VarlinkCall::parse(message);
   if (!call) return;
   std::string reply;
-  const auto write = [&](std::string& text) {
-    text += boost::json::serialize(call->parameters());
-    return true;
-  };
-  velto::appendReply(reply, write, call->more());
+  velto::VarlinkReply writer(
+      [&](std::string& text) {
+        text += boost::json::serialize(call->parameters());
+        return false;
+      },
+      call->more());
+  writer.writeNext(reply);
   check(reply.back() == '\0');
   reply.pop_back();
   const auto document = velto::readJSON(reply);

@@ -12,35 +12,54 @@ class AlertList {
             bool more)
       : name_(name), alerts_(std::move(alerts)), error_(std::move(error)), more_(more) {}
 
-  /// Appends the next piece; true when another follows.
+  /// Appends the next part; true when another follows.
   bool write(std::string& text) {
-    JSONObjectText parameters(text);
+    if (!isWithinObject_) {
+      begin(text);
+    }
     if (alerts_) {
-      parameters.beginMember(name_);
       appendAlerts(text);
     }
     const bool isDone = !alerts_ || current() == nullptr;
-    if (isDone) {
-      parameters.add("error", error_);
+    isWithinObject_ = !isDone && !more_;
+    if (!isWithinObject_) {
+      end(text, isDone);
     }
-    parameters.end();
     return !isDone;
   }
 
  private:
+  void begin(std::string& text) {
+    text += '{';
+    if (alerts_) {
+      appendJSONString(text, name_);
+      text += ":[";
+    }
+    isFirst_ = true;
+  }
+
   void appendAlerts(std::string& text) {
-    const std::size_t start = text.size();
-    text += '[';
-    const VLAlert* alert = current();
-    while (alert != nullptr && (!more_ || text.size() - start < kPieceSize)) {
-      if (text.back() != '[') {
+    const std::size_t end = text.size() + kPieceSize;
+    text.reserve(end + kPieceSize / 8);
+    while (const VLAlert* alert = text.size() < end ? current() : nullptr) {
+      if (!isFirst_) {
         text += ',';
       }
+      isFirst_ = false;
       appendJSON(text, *alert);
       alerts_->advance();
-      alert = current();
     }
-    text += ']';
+  }
+
+  void end(std::string& text, bool isLast) {
+    if (alerts_) {
+      text += ']';
+    }
+    if (isLast && error_) {
+      text += alerts_ ? ",\"error\":" : "\"error\":";
+      appendJSON(text, *error_);
+    }
+    text += '}';
   }
 
   /// An error on the way ends the list.
@@ -57,6 +76,8 @@ class AlertList {
   std::optional<AlertSequence> alerts_;
   std::optional<Error> error_;
   const bool more_;
+  bool isWithinObject_ = false;
+  bool isFirst_ = true;  ///< the next alert, in its array
 };
 
 }  // namespace

@@ -12,7 +12,7 @@
 
 namespace velto {
 
-/// How much of a list goes into one piece, in bytes of JSON; a piece ends with the first alert that
+/// How much of a list goes into one part, in bytes of JSON; a part ends with the first alert that
 /// goes beyond.
 inline constexpr std::size_t kPieceSize = std::size_t{64} * 1024;
 
@@ -34,8 +34,8 @@ ReplyWriter replyText(std::string_view name, std::optional<Result> data, std::op
   return finished(std::move(text));
 }
 
-/// A list of alerts, in pieces when the caller wants `more`: in order, the error in the last. The
-/// alerts are read as they are written.
+/// A list of alerts, in order, and the error, which comes last. The alerts are read as they are
+/// written.
 ReplyWriter replyText(std::string_view name, std::optional<AlertSequence> alerts,
                       std::optional<Error> error, bool more);
 

@@ -25,11 +25,11 @@ class ExportedObject {
 /// The classes that a white-list can admit for a collection argument and its elements.
 enum class ArgumentClass { kVLAlert, kString, kDictionary, kArray };
 
-/// Appends a message's parameters to a text, as a JSON object, and tells whether the reply has
-/// another message; if so it is asked again. More than one is for calls that asked for `more`. A
-/// message is written when there is room for it, so that a client that reads slowly costs the
-/// memory of one. Asked while the object still exists, but after the invocation and its parameters
-/// are gone.
+/// Appends the next part of a reply's parameters to a text, and tells whether another one follows.
+/// For a call that asked for `more`, each part is a JSON object, which becomes a message of its
+/// own; otherwise the parts together are one object. A part is written when the client has taken
+/// those before it, so that a client that reads slowly costs the memory of one. Called while the
+/// object still exists, but after the invocation and its parameters are gone.
 using ReplyWriter = std::function<bool(std::string& text)>;
 
 /// What came of handing a call to the exported object.

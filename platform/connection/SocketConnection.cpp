@@ -87,8 +87,8 @@ Event SocketConnection::proceed() {
 /// Goes on with the reply under way, then with the next call, and sends what has come together.
 SocketConnection::Step SocketConnection::doNext() {
   if (output_.size() >= kMuchOutput) return flush();
-  if (reply_ != nullptr) {
-    if (!appendReply(output_, reply_, takesMore_)) reply_ = nullptr;
+  if (!reply_.isDone()) {
+    reply_.writeNext(output_);
     return Step::kGoOn;
   }
   const auto message = isEnding_ ? std::nullopt : input_.next();
@@ -116,8 +116,7 @@ void SocketConnection::runCall(std::string_view message) {
     output_.append(reply.error);
     return;
   }
-  reply_ = std::move(reply.messages);
-  takesMore_ = call->more();
+  reply_ = VarlinkReply(std::move(reply.parameters), call->more());
 }
 
 /// Sends what the client takes without waiting.
@@ -130,7 +129,7 @@ SocketConnection::Step SocketConnection::flush() {
   }
   sent_ = 0;
   output_.clear();
-  if (output_.capacity() > kKeptOutput) output_.shrink_to_fit();
+  if (reply_.isDone() && output_.capacity() > kKeptOutput) output_.shrink_to_fit();
   return Step::kGoOn;
 }
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -11,6 +10,7 @@
 #include "platform/connection/ConnectionTable.h"
 #include "platform/connection/EventSource.h"
 #include "platform/connection/MessageBuffer.h"
+#include "platform/connection/VarlinkMessage.h"
 #include "platform/connection/VarlinkService.h"
 
 namespace velto {
@@ -79,8 +79,7 @@ class SocketConnection : public EventSource, public Connection {
   std::string output_;
   std::size_t sent_ = 0;  ///< how much of `output_` the client has
 
-  ReplyWriter reply_;       ///< the reply under way
-  bool takesMore_ = false;  ///< whether its caller takes more than one message
+  VarlinkReply reply_;  ///< to the call that was run last
 };
 
 }  // namespace velto

@@ -51,12 +51,19 @@ bool VarlinkCall::take(std::string_view name, json::value& value) {
   return name.find('.') != std::string_view::npos;
 }
 
-bool appendReply(std::string& output, const ReplyWriter& reply, bool more) {
-  output.append(R"({"parameters":)");
-  const bool continues = reply(output) && more;
-  output.append(continues ? R"(,"continues":true})" : "}");
-  output.push_back('\0');
-  return continues;
+void VarlinkReply::writeNext(std::string& output) {
+  if (!isWithinMessage_) {
+    output.append(R"({"parameters":)");
+  }
+  const bool continues = parameters_(output);
+  isWithinMessage_ = continues && !more_;
+  if (!isWithinMessage_) {
+    output.append(continues ? R"(,"continues":true})" : "}");
+    output.push_back('\0');
+  }
+  if (!continues) {
+    parameters_ = nullptr;
+  }
 }
 
 std::string errorReply(std::string_view error, std::string_view parameter, std::string_view value) {

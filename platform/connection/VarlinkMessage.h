@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include <boost/json/object.hpp>
 #include <boost/json/storage_ptr.hpp>
@@ -45,9 +46,24 @@ class VarlinkCall {
   bool upgrade_ = false;
 };
 
-/// Appends the next message of a reply, ended by its NUL. True when another follows, which is only
-/// when the caller takes `more`.
-bool appendReply(std::string& output, const ReplyWriter& reply, bool more);
+/// A reply under way. One thread at a time.
+class VarlinkReply {
+ public:
+  /// Nothing to write.
+  VarlinkReply() = default;
+  /// `more` tells that the caller takes each part as a message of its own.
+  VarlinkReply(ReplyWriter parameters, bool more)
+      : parameters_(std::move(parameters)), more_(more) {}
+
+  bool isDone() const { return parameters_ == nullptr; }
+  /// Appends the next part, with what makes messages of the parts, each ended by its NUL.
+  void writeNext(std::string& output);
+
+ private:
+  ReplyWriter parameters_;  ///< null when all is written
+  bool more_ = false;
+  bool isWithinMessage_ = false;
+};
 
 /// The text of an error reply, ended by its NUL. The error has one parameter, a string, or none
 /// when `parameter` is empty.

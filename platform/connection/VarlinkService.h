@@ -11,10 +11,10 @@
 
 namespace velto {
 
-/// What there is to send for one call: the finished text of an error reply, or else messages.
+/// What there is to send for one call: the finished text of an error reply, or else parameters.
 struct CallReply {
   std::string error;
-  ReplyWriter messages;
+  ReplyWriter parameters;
 };
 
 /// One protocol as a Varlink service: finds the method that a call names, and adds what every

@@ -17,6 +17,9 @@ class Data {
   explicit Data(std::vector<std::uint8_t> bytes) : bytes_(std::move(bytes)) {}
   explicit Data(std::string_view bytes) : bytes_(bytes.begin(), bytes.end()) {}
 
+  /// Takes these bytes in place of its own, in the memory it has.
+  void assign(std::string_view bytes) { bytes_.assign(bytes.begin(), bytes.end()); }
+
   const std::vector<std::uint8_t>& bytes() const { return bytes_; }
   std::size_t size() const { return bytes_.size(); }
   bool empty() const { return bytes_.empty(); }

@@ -50,17 +50,15 @@ void appendEscaped(std::string& text, char character) {
 
 void appendJSONString(std::string& text, std::string_view value) {
   text += '"';
-  while (!value.empty()) {
-    const auto plain = static_cast<std::size_t>(
-        std::find_if(value.begin(), value.end(), needsEscape) - value.begin());
-    text.append(value.substr(0, plain));
-    value.remove_prefix(plain);
-    if (!value.empty()) {
-      appendEscaped(text, value.front());
-      value.remove_prefix(1);
+  auto start = value.begin();
+  for (auto next = start; next != value.end(); ++next) {
+    if (needsEscape(*next)) {
+      text.append(start, next);
+      appendEscaped(text, *next);
+      start = next + 1;
     }
   }
-  text += '"';
+  text.append(start, value.end()) += '"';
 }
 
 void appendJSON(std::string& text, bool value) {

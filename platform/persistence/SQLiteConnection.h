@@ -41,11 +41,14 @@ class Statement {
 
   std::int64_t integer(int column) const;
   AttributeValue value(int column, AttributeType type) const;
+  /// The same, in the memory that `value` has.
+  void read(int column, AttributeType type, AttributeValue& value) const;
 
  private:
   template <typename Bind>
   void bindNext(Bind bindAt);
-  AttributeValue bytes(int column, AttributeType type) const;
+  template <typename T>
+  void readBytes(int column, AttributeValue& value) const;
 
   sqlite3_stmt* const statement_;
   int parameters_ = 0;

@@ -76,28 +76,38 @@ std::int64_t Statement::integer(int column) const {
 }
 
 AttributeValue Statement::value(int column, AttributeType type) const {
-  if (type == AttributeType::kString || type == AttributeType::kData) {
-    return bytes(column, type);
+  AttributeValue value;
+  read(column, type, value);
+  return value;
+}
+
+void Statement::read(int column, AttributeType type, AttributeValue& value) const {
+  if (type == AttributeType::kString) {
+    readBytes<std::string>(column, value);
+  } else if (type == AttributeType::kData) {
+    readBytes<Data>(column, value);
+  } else if (sqlite3_column_type(statement_, column) == SQLITE_NULL) {
+    value = std::monostate();
+  } else if (type == AttributeType::kDate) {
+    value = Date(sqlite3_column_double(statement_, column));
+  } else {
+    value = sqlite3_column_int64(statement_, column) != 0;
   }
-  if (sqlite3_column_type(statement_, column) == SQLITE_NULL) {
-    return {};
-  }
-  return type == AttributeType::kDate
-             ? AttributeValue(Date(sqlite3_column_double(statement_, column)))
-             : AttributeValue(sqlite3_column_int64(statement_, column) != 0);
 }
 
 /// As a blob, text and data both come without conversion; the length is known only after the
 /// pointer, which is null for what is empty, too.
-AttributeValue Statement::bytes(int column, AttributeType type) const {
+template <typename T>
+void Statement::readBytes(int column, AttributeValue& value) const {
   const auto* start = static_cast<const char*>(sqlite3_column_blob(statement_, column));
   if (start == nullptr && sqlite3_column_type(statement_, column) == SQLITE_NULL) {
-    return {};
+    value = std::monostate();
+    return;
   }
-  const std::string_view content(
-      start, static_cast<std::size_t>(sqlite3_column_bytes(statement_, column)));
-  return type == AttributeType::kString ? AttributeValue(std::string(content))
-                                        : AttributeValue(Data(content));
+  T* kept = std::get_if<T>(&value);
+  (kept == nullptr ? value.emplace<T>() : *kept)
+      .assign(std::string_view(start,
+                               static_cast<std::size_t>(sqlite3_column_bytes(statement_, column))));
 }
 
 }  // namespace velto

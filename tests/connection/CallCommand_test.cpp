@@ -21,7 +21,7 @@ using testing::HasSubstr;
 InvocationResult answerWithParameters(const Invocation& call) {
   InvocationResult result;
   result.reply = [parameters = boost::json::serialize(call.parameters),
-                  left = 2](std::string& text) mutable {
+                  left = call.more ? 2 : 1](std::string& text) mutable {
     text += parameters;
     return --left > 0;
   };

@@ -52,11 +52,11 @@ InvocationResult count(const Invocation& call) {
   const auto size = call.parameters.at("size").to_number<std::size_t>();
   TestObject::Shared& shared = sharedOf(call);
   InvocationResult result;
-  result.reply = [&shared, number = 0, to, size](std::string& text) mutable {
+  result.reply = [&shared, number = 0, to, size, more = call.more](std::string& text) mutable {
     ++shared.pieces;
     ++number;
     text += json::serialize(json::object{{"number", number}, {"fill", std::string(size, '.')}});
-    return number < to;
+    return more && number < to;
   };
   return result;
 }

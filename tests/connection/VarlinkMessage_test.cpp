@@ -74,15 +74,24 @@ TEST(VarlinkMessage, refusesMoreBytesThanACallMayHave) {
 
 TEST(VarlinkMessage, writesReplies) {
   std::string output = "before";
-  const auto reply = [](std::string& text) {
-    text += R"({"x":1})";
-    return true;
+  const auto twice = [left = 2](std::string& text) mutable {
+    text += "{}";
+    return --left > 0;
   };
-  EXPECT_TRUE(appendReply(output, reply, true));
-  EXPECT_FALSE(appendReply(output, reply, false));
+  VarlinkReply inPieces(twice, true);
+  while (!inPieces.isDone()) {
+    inPieces.writeNext(output);
+  }
   EXPECT_EQ(output,
-            "before{\"parameters\":{\"x\":1},\"continues\":true}\0"
-            "{\"parameters\":{\"x\":1}}\0"s);
+            "before{\"parameters\":{},\"continues\":true}\0"
+            "{\"parameters\":{}}\0"s);
+  output.clear();
+  VarlinkReply asOne(twice, false);
+  asOne.writeNext(output);
+  EXPECT_FALSE(asOne.isDone());
+  asOne.writeNext(output);
+  EXPECT_TRUE(asOne.isDone());
+  EXPECT_EQ(output, "{\"parameters\":{}{}}\0"s);
 }
 
 TEST(VarlinkMessage, writesErrors) {

@@ -151,8 +151,6 @@ TEST_F(VLAlertsDaemonTest, ALongListComesInBoundedPiecesWhenAskedFor) {
   for (std::size_t i = 0; i < 1000; ++i) {
     (*object_.alerts)[i].identifier = std::to_string(i);
   }
-  EXPECT_EQ(pieces(invoke("GetAlertsOfType", "{}")).size(), 1u);
-
   const auto inPieces = pieces(invoke("GetAlertsOfType", "{}", true));
   std::size_t seen = 0;
   for (const json::value& piece : inPieces) {
@@ -164,6 +162,25 @@ TEST_F(VLAlertsDaemonTest, ALongListComesInBoundedPiecesWhenAskedFor) {
   }
   EXPECT_EQ(seen, 1000u);
   EXPECT_GT(inPieces.size(), 10u);
+}
+
+TEST_F(VLAlertsDaemonTest, ALongListIsOneObjectInBoundedPartsOtherwise) {
+  VLAlert alert;
+  alert.bundle = std::string(1000, 'x');
+  object_.alerts = std::vector<VLAlert>(1000, alert);
+  const auto result = invoke("GetAlertsOfType", "{}");
+  std::string all;
+  std::size_t parts = 0;
+  for (bool continues = true; continues; ++parts) {
+    std::string part;
+    continues = result.reply(part);
+    EXPECT_LT(part.size(), 70'000u);
+    all += part;
+  }
+  EXPECT_GT(parts, 10u);
+  const auto reply = json::parse(all);
+  EXPECT_EQ(reply.at("alerts").as_array().size(), 1000u);
+  EXPECT_EQ(reply.at("error").at("code"), 7);
 }
 
 TEST_F(VLAlertsDaemonTest, AnErrorOnTheWayEndsTheListAndIsTold) {
