@@ -57,16 +57,16 @@ std::optional<std::string_view> decodeParameters(const Invocation& invocation,
   return wrong;
 }
 
-/// Makes the reply block of one call; it leaves the reply's text in `text`.
-void makeReplyBlock(ErrorReply& reply, ReplyWriter& text, std::string_view /*result*/,
+/// Makes the reply block of one call; it leaves what writes the reply in `writer`.
+void makeReplyBlock(ErrorReply& reply, ReplyWriter& writer, std::string_view /*result*/,
                     bool /*more*/) {
-  reply = [&text](const std::optional<Error>& error) { text = replyText(error); };
+  reply = [&writer](const std::optional<Error>& error) { writer = replyText(error); };
 }
 
 template <typename Result>
-void makeReplyBlock(Reply<Result>& reply, ReplyWriter& text, std::string_view result, bool more) {
-  reply = [&text, result, more](std::optional<Result> data, std::optional<Error> error) {
-    text = replyText(result, std::move(data), std::move(error), more);
+void makeReplyBlock(Reply<Result>& reply, ReplyWriter& writer, std::string_view result, bool more) {
+  reply = [&writer, result, more](std::optional<Result> data, std::optional<Error> error) {
+    writer = replyText(result, std::move(data), std::move(error), more);
   };
 }
 
@@ -75,14 +75,14 @@ template <typename... Arguments>
 InvocationResult perform(const Invocation& invocation, std::string_view result,
                          void (VLAlertsDaemon::*operation)(Arguments...),
                          std::tuple<Arguments...>& arguments) {
-  ReplyWriter text;
-  makeReplyBlock(std::get<sizeof...(Arguments) - 1>(arguments), text, result, invocation.more);
+  ReplyWriter writer;
+  makeReplyBlock(std::get<sizeof...(Arguments) - 1>(arguments), writer, result, invocation.more);
   auto& object = static_cast<VLAlertsDaemon&>(invocation.object);
   std::apply([&](auto&... argument) { (object.*operation)(std::move(argument)...); }, arguments);
-  if (text == nullptr) {
+  if (writer == nullptr) {
     return {InvocationResult::Kind::kNotImplemented, {}, nullptr};
   }
-  return {InvocationResult::Kind::kReplied, {}, std::move(text)};
+  return {InvocationResult::Kind::kReplied, {}, std::move(writer)};
 }
 
 /// The row of one operation: its parameters' names in order, and the name of the data that it

@@ -1,6 +1,6 @@
 #pragma once
 
-// The parameters of a reply as JSON text, in one piece or several.
+// The parameters of a reply as JSON text, in one part or several.
 
 #include <optional>
 #include <string>
@@ -16,7 +16,7 @@ namespace velto {
 /// goes beyond.
 inline constexpr std::size_t kPieceSize = std::size_t{64} * 1024;
 
-/// A finished text.
+/// A text that is finished.
 ReplyWriter finished(std::string text);
 
 /// {"error": ...}, or {} without one.

@@ -1,5 +1,6 @@
 """Calls in their order: pipelining, `oneway` and `more`."""
 
+import json
 import plistlib
 
 import pytest
@@ -115,8 +116,9 @@ def test_a_short_reply_is_one_piece(client, method, parameters, expected):
     assert client.pieces(method, **parameters) == [{"parameters": expected}]
 
 
-def test_a_long_list_does_not_stand_in_memory(system):
-    """30 MB of alerts, in pieces to a client that takes its time."""
+@pytest.fixture
+def long_list(system):
+    """A system with 30 MB of alerts of one type, whose daemon has been called once."""
     system.start()
     system.stop()
     attributes = plistlib.dumps({"text": "x" * 1000}, fmt=plistlib.FMT_BINARY)
@@ -125,10 +127,14 @@ def test_a_long_list_does_not_stand_in_memory(system):
                  "VALUES (1, 'Long', ?, ?, ?)",
                  ((number // 10, str(number), attributes) for number in range(30_000)))
     # What the sanitizer keeps of freed memory, and shows of addresses, would hide the daemon's own.
-    daemon = system.start(ASAN_OPTIONS="quarantine_size_mb=1:malloc_context_size=0")
-    client = system.client()
-    client.call("GetAlertsOfBundle", bundle="warm up")
-    before = peak_memory(daemon)
+    system.start(ASAN_OPTIONS="quarantine_size_mb=1:malloc_context_size=0")
+    system.client().call("GetAlertsOfBundle", bundle="warm up")
+    return system
+
+
+def test_a_long_list_does_not_stand_in_memory(long_list):
+    before = peak_memory(long_list.daemon)
+    client = long_list.client()
     client.send(message("GetAlertsOfType", {"type": "Long"}, more=True))
     expected = 29_999
     while (reply := client.receive()).get("continues"):
@@ -137,7 +143,20 @@ def test_a_long_list_does_not_stand_in_memory(system):
             assert (group, place) == divmod(expected, 10)
             expected -= 1
     assert expected < 100
-    assert peak_memory(daemon) - before < 10_000_000
+    assert peak_memory(long_list.daemon) - before < 10_000_000
+
+
+@pytest.mark.parametrize("more", [False, True])
+def test_clients_that_do_not_read_a_long_list_cost_little_memory(long_list, more):
+    before = peak_memory(long_list.daemon)
+    deaf = [long_list.client() for _ in range(20)]
+    for client in deaf:
+        client.send(message("GetAlertsOfType", {"type": "Long"}, more=more) * 5)
+    for client in deaf:
+        assert client.socket.recv(1) == b"{"
+    assert long_list.client().call("GetAlertsOfBundle", bundle="?") == {"alerts": []}
+    # Twenty times the whole list would be 600 MB.
+    assert peak_memory(long_list.daemon) - before < 80_000_000
 
 
 def peak_memory(daemon):
@@ -155,3 +174,14 @@ def test_a_client_that_does_not_read_costs_the_others_nothing(shared, many):
         assert other.call("GetAlertBundleNames") == {"names": ["Printer"]}
         other.close()
     assert identifiers(deaf.receive()) == many
+
+
+def test_a_client_that_reads_byte_by_byte_costs_the_others_nothing(shared, many):
+    slow = shared.client()
+    slow.send(message("GetAlertsOfBundle", {"bundle": "many"}) * 20)
+    other = shared.client()
+    start = b""
+    for _ in range(200):
+        start += slow.socket.recv(1)
+        assert other.call("GetAlertBundleNames") == {"names": ["Printer"]}
+    assert identifiers(json.loads(start + slow.receive_bytes())) == many
