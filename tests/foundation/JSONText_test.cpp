@@ -7,17 +7,12 @@
 #include <boost/json.hpp>
 #include <gtest/gtest.h>
 
+#include "tests/foundation/JSONTesting.h"
+
 namespace velto {
 namespace {
 
 namespace json = boost::json;
-
-template <typename T>
-std::string asText(const T& value) {
-  std::string text;
-  appendJSON(text, value);
-  return text;
-}
 
 TEST(JSONText, AnyTextReadsBack) {
   std::string all;
