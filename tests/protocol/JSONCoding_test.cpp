@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/foundation/JSONTesting.h"
+
 namespace velto {
 namespace {
 
@@ -23,13 +25,6 @@ PropertyList::Array everyKind() {
           Data(std::string_view("\0\x01\xff", 3)),
           PropertyList::Array{},
           PropertyList::Dictionary{{"k", "v"}}};
-}
-
-template <typename T>
-std::string asText(const T& value) {
-  std::string result;
-  appendJSON(result, value);
-  return result;
 }
 
 TEST(PropertyListJSON, EveryKindComesBackThroughText) {
