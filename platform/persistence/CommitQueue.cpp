@@ -14,14 +14,20 @@ namespace {
 /// From this length on, in pages, the log is checkpointed after a commit.
 constexpr int kLongLog = 1000;
 
+/// Whether a single statement that fails so has left everything as it was. Such a one needs no
+/// savepoint, which would copy every page that it touches.
+bool changesNothing(const Error& error) {
+  const std::int64_t code = error.code & 0xff;
+  return error.code == kConflictErrorCode || code == SQLITE_CONSTRAINT || code == SQLITE_TOOBIG;
+}
+
 }  // namespace
 
 CommitQueue::CommitQueue(SQLiteConnection& connection) : connection_(connection) {}
 
 bool CommitQueue::save(std::vector<RowChange>& changes, ErrorSlot error) {
   Save own{changes, std::nullopt};
-  join(own);
-  if (own.leads) {
+  if (joinOrLead(own)) {
     lead(own);
   }
   if (own.error) {
@@ -31,38 +37,49 @@ bool CommitQueue::save(std::vector<RowChange>& changes, ErrorSlot error) {
   return true;
 }
 
-/// Waits until a leader has served the save or hands the lead over to it, or until there is no
-/// leader. Each waits for its own turn, so that nobody is woken in vain.
-void CommitQueue::join(Save& own) {
-  {
-    const MutexLock lock(mutex_);
-    waiting_.push_back(&own);
-    if (!std::exchange(led_, true)) {
-      own.leads = true;
-      return;
-    }
-  }
-  own.turn.acquire();
+const std::shared_ptr<std::condition_variable>& CommitQueue::turnOfThread() {
+  thread_local const auto turn = std::make_shared<std::condition_variable>();
+  return turn;
 }
 
-void CommitQueue::lead(Save& own) {
+/// Waits until another leader has served the save, or until there is none: true then. Each waits
+/// for its own turn, so that nobody is woken in vain.
+bool CommitQueue::joinOrLead(Save& own) {
+  MutexLock lock(mutex_);
+  waiting_.push_back(&own);
+  while (led_ && !own.served) {
+    lock.wait(*own.turn);
+  }
+  if (own.served) {
+    return false;
+  }
+  led_ = true;
+  return true;
+}
+
+void CommitQueue::lead(const Save& own) {
   const Batch batch = takeWaiting();
   serve(batch);
-  for (Save* save : batch) {
-    if (save != &own) {
-      save->turn.release();  // the save is gone from here on
+  // Once they know that they have been served, the saves may be gone; what wakes them may not.
+  std::vector<std::shared_ptr<std::condition_variable>> turns;
+  turns.reserve(batch.size());
+  {
+    const MutexLock lock(mutex_);
+    for (Save* save : batch) {
+      save->served = true;
+      if (save != &own) {
+        turns.push_back(save->turn);
+      }
+    }
+    // Whoever comes first leads next: on a busy machine the one that has waited longest may be long
+    // in coming.
+    led_ = false;
+    if (!waiting_.empty()) {
+      turns.push_back(waiting_.front()->turn);
     }
   }
-  handOver();
-}
-
-/// To the save that has waited longest.
-void CommitQueue::handOver() {
-  const MutexLock lock(mutex_);
-  led_ = !waiting_.empty();
-  if (led_) {
-    waiting_.front()->leads = true;
-    waiting_.front()->turn.release();
+  for (const auto& turn : turns) {
+    turn->notify_one();
   }
 }
 
@@ -123,6 +140,10 @@ bool CommitQueue::applyAll(const Batch& batch) {
 }
 
 bool CommitQueue::apply(Save& save) {
+  if (save.changes.size() == 1) {
+    save.error = write(save.changes.front());
+    return !save.error || changesNothing(*save.error);
+  }
   if (!connection_.execute("SAVEPOINT save")) {
     return false;
   }

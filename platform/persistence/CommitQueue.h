@@ -1,9 +1,10 @@
 #pragma once
 
+#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
-#include <semaphore>
 #include <string>
 #include <vector>
 
@@ -29,7 +30,7 @@ struct RowChange {
 };
 
 /// The saves that wait for the writing connection, and their commits. The first save to arrive
-/// leads: it applies all that wait, each in a savepoint of its own, commits once and wakes them;
+/// leads: it applies all that wait, each for itself, commits once and wakes them;
 /// those that arrive meanwhile wait, and one of them leads next. The leader also checkpoints, when
 /// the log has become long. Any thread.
 ///
@@ -54,14 +55,15 @@ class CommitQueue {
   struct Save {
     std::vector<RowChange>& changes;
     std::optional<Error> error;
-    bool leads = false;             ///< its thread leads the next commit
-    std::binary_semaphore turn{0};  ///< it leads, or it has been served
+    bool served = false;
+    /// Its thread's, to be woken when it has been served or may lead.
+    std::shared_ptr<std::condition_variable> turn = turnOfThread();
   };
   using Batch = std::vector<Save*>;
 
-  void join(Save& own);
-  void lead(Save& own);
-  void handOver();
+  static const std::shared_ptr<std::condition_variable>& turnOfThread();
+  bool joinOrLead(Save& own);
+  void lead(const Save& own);
   Batch takeWaiting();
   void serve(const Batch& batch);
   bool commit(const Batch& batch);
