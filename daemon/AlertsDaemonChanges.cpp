@@ -80,7 +80,8 @@ void AlertsDaemon::deleteAlertsBeforeDate(std::optional<Date> date, Reply<std::i
 void AlertsDaemon::deleteAlertsWithIds(std::optional<std::vector<std::string>> alertIds,
                                        ErrorReply reply) {
   asRoot(reply, [&](ADAlertStore& store, std::optional<Error>& error) {
-    if (store.deleteAlertsWithIds(alertIds.value_or(std::vector<std::string>()), &error) != 0) {
+    if (store.deleteAlertsWithIds(std::move(alertIds).value_or(std::vector<std::string>()),
+                                  &error) != 0) {
       store.save(nullptr);
     }
   });

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "daemon/AlertsDaemon.h"
+#include "daemon/LatestError.h"
 #include "store/ADAlertStore.h"
 
 namespace velto {
@@ -27,16 +28,6 @@ auto sameAs(const Recipient& incoming, std::optional<std::string> Recipient::*ke
   };
 }
 
-/// Does a step whose error, if there is one, replaces that of an earlier step.
-template <typename Step>
-void report(std::optional<Error>& error, Step step) {
-  std::optional<Error> failure;
-  step(&failure);
-  if (failure) {
-    error = std::move(failure);
-  }
-}
-
 }  // namespace
 
 void AlertsDaemon::getMailRecipients(Reply<std::vector<MailRecipient>> reply) {
@@ -50,9 +41,12 @@ void AlertsDaemon::setMailRecipients(std::optional<std::vector<MailRecipient>> r
   asRoot(reply, [&](ADAlertStore& store, std::optional<Error>& error) {
     auto existing = store.getMailRecipients(&error);
     const auto remove = [&](const std::optional<std::string>& address) {
-      report(error, [&](ErrorSlot slot) { store.deleteMailRecipientWithAddress(address, slot); });
+      withLatestError(error, [&](ErrorSlot slot) {
+        return store.deleteMailRecipientWithAddress(address, slot);
+      });
     };
-    for (const MailRecipient& recipient : recipients.value_or(std::vector<MailRecipient>())) {
+    for (const MailRecipient& recipient :
+         std::move(recipients).value_or(std::vector<MailRecipient>())) {
       if (std::erase_if(existing, sameAs(recipient, &MailRecipient::address)) > 0) {
         remove(recipient.address);
       }
@@ -61,7 +55,7 @@ void AlertsDaemon::setMailRecipients(std::optional<std::vector<MailRecipient>> r
     for (const MailRecipient& left : existing) {
       remove(left.address);
     }
-    report(error, [&](ErrorSlot slot) { store.save(slot); });
+    withLatestError(error, [&](ErrorSlot slot) { return store.save(slot); });
   });
 }
 
@@ -70,7 +64,7 @@ void AlertsDaemon::addMailRecipients(std::optional<std::vector<MailRecipientOrAd
   asRoot(reply, [&](ADAlertStore& store, std::optional<Error>& error) {
     const auto existing = store.getMailRecipients(&error);
     bool inserted = false;
-    for (auto& element : recipients ? *recipients : std::vector<MailRecipientOrAddress>()) {
+    for (auto&& element : std::move(recipients).value_or(std::vector<MailRecipientOrAddress>())) {
       const MailRecipient recipient = recipientFrom(std::move(element));
       if (std::none_of(existing.begin(), existing.end(),
                        sameAs(recipient, &MailRecipient::address))) {
@@ -79,7 +73,7 @@ void AlertsDaemon::addMailRecipients(std::optional<std::vector<MailRecipientOrAd
       }
     }
     if (inserted) {
-      report(error, [&](ErrorSlot slot) { store.save(slot); });
+      withLatestError(error, [&](ErrorSlot slot) { return store.save(slot); });
     }
   });
 }
@@ -95,23 +89,26 @@ void AlertsDaemon::setPushRecipients(std::optional<std::vector<PushRecipient>> r
   asRoot(reply, [&](ADAlertStore& store, std::optional<Error>& error) {
     auto existing = store.getPushRecipients(&error);
     const auto remove = [&](const std::optional<std::string>& guid) {
-      report(error, [&](ErrorSlot slot) { store.deletePushRecipientWithGUID(guid, slot); });
+      withLatestError(
+          error, [&](ErrorSlot slot) { return store.deletePushRecipientWithGUID(guid, slot); });
     };
-    for (const PushRecipient& recipient : recipients.value_or(std::vector<PushRecipient>())) {
+    for (const PushRecipient& recipient :
+         std::move(recipients).value_or(std::vector<PushRecipient>())) {
       if (std::erase_if(existing, sameAs(recipient, &PushRecipient::guid)) > 0) {
         remove(recipient.guid);
       }
       store.insertPushRecipientWithName(recipient.name, recipient.guid, recipient.token,
                                         recipient.locale);
       if (!recipient.enabled.value_or(false)) {
-        report(error,
-               [&](ErrorSlot slot) { store.disablePushRecipientWithGUID(recipient.guid, slot); });
+        withLatestError(error, [&](ErrorSlot slot) {
+          return store.disablePushRecipientWithGUID(recipient.guid, slot);
+        });
       }
     }
     for (const PushRecipient& left : existing) {
       remove(left.guid);
     }
-    report(error, [&](ErrorSlot slot) { store.save(slot); });
+    withLatestError(error, [&](ErrorSlot slot) { return store.save(slot); });
   });
 }
 
@@ -121,7 +118,7 @@ void AlertsDaemon::addPushRecipients(
     const auto existing = store.getPushRecipients(&error);
     bool inserted = false;
     for (const auto& element :
-         recipients ? *recipients : std::vector<std::optional<PushRecipient>>()) {
+         std::move(recipients).value_or(std::vector<std::optional<PushRecipient>>())) {
       if (element &&
           std::none_of(existing.begin(), existing.end(), sameAs(*element, &PushRecipient::guid))) {
         store.insertPushRecipientWithName(element->name, element->guid, element->token,
@@ -130,7 +127,7 @@ void AlertsDaemon::addPushRecipients(
       }
     }
     if (inserted) {
-      report(error, [&](ErrorSlot slot) { store.save(slot); });
+      withLatestError(error, [&](ErrorSlot slot) { return store.save(slot); });
     }
   });
 }

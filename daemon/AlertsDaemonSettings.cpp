@@ -16,7 +16,7 @@ void AlertsDaemon::getAttributes(Reply<Attributes> reply) {
 void AlertsDaemon::setAttributes(std::optional<PropertyList::Dictionary> attributes,
                                  ErrorReply reply) {
   asRoot(reply, [&](ADAlertStore& store, std::optional<Error>& error) {
-    if (store.setAttributes(attributes.value_or(PropertyList::Dictionary()), &error)) {
+    if (store.setAttributes(std::move(attributes).value_or(PropertyList::Dictionary()), &error)) {
       store.save(&error);
     }
   });
@@ -53,7 +53,7 @@ void AlertsDaemon::getAlertBundleSettings(Reply<BundleSettings> reply) {
 void AlertsDaemon::setAlertBundleSettings(std::optional<BundleSettings> settings,
                                           ErrorReply reply) {
   asRoot(reply, [&](ADAlertStore& store, std::optional<Error>& error) {
-    if (store.setAlertBundleSettings(settings.value_or(BundleSettings()), &error)) {
+    if (store.setAlertBundleSettings(std::move(settings).value_or(BundleSettings()), &error)) {
       store.save(&error);
     }
   });

@@ -1,22 +1,11 @@
 // Finding out which alerts have been resolved.
 
-#include <utility>
-
 #include "daemon/AlertsDaemon.h"
+#include "daemon/LatestError.h"
 #include "platform/foundation/VLAlertAction.h"
 #include "store/ADAlertStore.h"
 
 namespace velto {
-namespace {
-
-/// The slot shows the last failure.
-void report(std::optional<Error> failure, ErrorSlot error) {
-  if (failure) {
-    replaceError(error, *std::move(failure));
-  }
-}
-
-}  // namespace
 
 std::optional<std::vector<VLAlert>> AlertsDaemon::updateUnresolvedAlerts(
     ADAlertStore& store, std::optional<Error>& error) const {
@@ -29,10 +18,8 @@ std::optional<std::vector<VLAlert>> AlertsDaemon::updateUnresolvedAlerts(
     VLAlert current = VLAlert::alertWithAlert(*alert);
     for (const std::string& option : alert->recoveryOptions()) {
       if (hasBeenResolved(option, current, error)) {
-        std::optional<Error> failure;
         current.resolvedDate = services_.clock.now();
-        store.updateAlert(current, &failure);
-        report(std::move(failure), &error);
+        withLatestError(error, [&](ErrorSlot slot) { return store.updateAlert(current, slot); });
         resolved.push_back(current);
       }
     }
@@ -45,9 +32,8 @@ std::optional<std::vector<VLAlert>> AlertsDaemon::updateUnresolvedAlerts(
 
 bool AlertsDaemon::hasBeenResolved(const std::string& option, const VLAlert& alert,
                                    std::optional<Error>& error) const {
-  std::optional<Error> failure;
-  const auto action = services_.bundles.alertAction(option, alert, &failure);
-  report(std::move(failure), &error);
+  const auto action = withLatestError(
+      error, [&](ErrorSlot slot) { return services_.bundles.alertAction(option, alert, slot); });
   return action != nullptr && action->hasBeenResolved();
 }
 
