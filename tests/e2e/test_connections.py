@@ -13,11 +13,6 @@ NOBODY = 65534
 LIMIT = 300  # of descriptors, for a daemon whose users want more
 
 
-def numbers(daemon):
-    """How many threads and descriptors the daemon has."""
-    return tuple(len(os.listdir(f"/proc/{daemon.pid}/{what}")) for what in ("task", "fd"))
-
-
 def is_served(client):
     try:
         return client.call("GetAlertBundleNames") == {"names": []}
@@ -42,7 +37,7 @@ def test_one_user_cannot_use_up_the_descriptors_of_the_others(system, clients):
     daemon = start_with_few_descriptors(system)
     root = clients(1)[0]
     assert is_served(root)
-    before = numbers(daemon)[1]
+    before = len(daemon.descriptors())
     with acting_as(NOBODY, NOBODY):
         greedy = clients(2 * LIMIT)
     with acting_as(NOBODY - 1, NOBODY - 1):
@@ -54,7 +49,7 @@ def test_one_user_cannot_use_up_the_descriptors_of_the_others(system, clients):
     assert LIMIT / 3 < served.count(True) < LIMIT
     for client in greedy:
         client.close()
-    wait_for(lambda: numbers(daemon)[1] == before + 40, "the descriptors of the greedy user")
+    wait_for(lambda: len(daemon.descriptors()) == before + 40, "the descriptors of the greedy user")
     with acting_as(NOBODY, NOBODY):
         assert all(map(is_served, clients(LIMIT // 3)))
 
@@ -90,13 +85,13 @@ def test_idle_connections_cost_no_thread(system, clients):
     daemon = system.start()
     (first,) = clients(1)
     assert is_served(first)
-    threads, descriptors = numbers(daemon)
+    threads, descriptors = daemon.threads(), len(daemon.descriptors())
     idle = clients(count)
     assert all(map(is_served, idle))
     # Threads that found something to do at the same time, and end again; not one for each.
-    assert numbers(daemon)[0] <= threads + 20
-    assert numbers(daemon)[1] == descriptors + count
+    assert daemon.threads() <= threads + 20
+    assert len(daemon.descriptors()) == descriptors + count
     assert is_served(first)
     for client in idle:
         client.close()
-    wait_for(lambda: numbers(daemon)[1] == descriptors, "the descriptors of the idle clients")
+    wait_for(lambda: len(daemon.descriptors()) == descriptors, "the descriptors of the idle clients")

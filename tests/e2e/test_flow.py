@@ -133,7 +133,7 @@ def long_list(system):
 
 
 def test_a_long_list_does_not_stand_in_memory(long_list):
-    before = peak_memory(long_list.daemon)
+    before = long_list.daemon.memory("VmHWM")
     client = long_list.client()
     client.send(message("GetAlertsOfType", {"type": "Long"}, more=True))
     expected = 29_999
@@ -143,12 +143,12 @@ def test_a_long_list_does_not_stand_in_memory(long_list):
             assert (group, place) == divmod(expected, 10)
             expected -= 1
     assert expected < 100
-    assert peak_memory(long_list.daemon) - before < 10_000_000
+    assert long_list.daemon.memory("VmHWM") - before < 10_000_000
 
 
 @pytest.mark.parametrize("more", [False, True])
 def test_clients_that_do_not_read_a_long_list_cost_little_memory(long_list, more):
-    before = peak_memory(long_list.daemon)
+    before = long_list.daemon.memory("VmHWM")
     deaf = [long_list.client() for _ in range(20)]
     for client in deaf:
         client.send(message("GetAlertsOfType", {"type": "Long"}, more=more) * 5)
@@ -156,13 +156,7 @@ def test_clients_that_do_not_read_a_long_list_cost_little_memory(long_list, more
         assert client.socket.recv(1) == b"{"
     assert long_list.client().call("GetAlertsOfBundle", bundle="?") == {"alerts": []}
     # Twenty times the whole list would be 600 MB.
-    assert peak_memory(long_list.daemon) - before < 80_000_000
-
-
-def peak_memory(daemon):
-    with open(f"/proc/{daemon.pid}/status", encoding="ascii") as file:
-        lines = dict(line.split(":", 1) for line in file)
-    return int(lines["VmHWM"].split()[0]) * 1024
+    assert long_list.daemon.memory("VmHWM") - before < 80_000_000
 
 
 def test_a_client_that_does_not_read_costs_the_others_nothing(shared, many):

@@ -1,7 +1,6 @@
 """An hour of calls at random, one a second, in as little time as they take."""
 
 import contextlib
-import os
 import random
 
 import pytest
@@ -119,39 +118,25 @@ def make_calls(system, callers, count):
     client.call("DeleteAlertsBeforeDate", date=1e12)
     client.call("SetMailRecipients", recipients=[])
     client.call("EnableAlertBundle", bundle="Printer")
-    wait_for(lambda: threads(system) <= 2, "the threads that have nothing to do")
+    wait_for(lambda: system.daemon.threads() <= 2, "the threads that have nothing to do")
 
 
-def threads(system):
-    return len(os.listdir(f"/proc/{system.daemon.pid}/task"))
-
-
-def descriptors(system):
-    """What the daemon has open, besides the connections to the store that it keeps for readers."""
-    folder = f"/proc/{system.daemon.pid}/fd"
-    targets = []
-    for name in os.listdir(folder):
-        with contextlib.suppress(FileNotFoundError):
-            targets.append(os.readlink(f"{folder}/{name}"))
-    return len([target for target in targets if "alertData.db" not in target])
-
-
-def resident_bytes(system):
-    with open(f"/proc/{system.daemon.pid}/statm", encoding="ascii") as file:
-        return int(file.read().split()[1]) * os.sysconf("SC_PAGESIZE")
+def descriptors(daemon):
+    """How many it has besides the connections to the store that it keeps for readers."""
+    return len([target for target in daemon.descriptors() if "alertData.db" not in target])
 
 
 def test_after_an_hour_of_calls_memory_and_descriptors_are_where_they_were(system):
     system.make_bundle("Printer.bundle", info={"VLAlertTypes": {"Jam": {}, "Ink": {}}},
                        texts={"en": {"Jam.subject": "Jam"}})
     system.install_bundle("Common.bundle")
-    system.start(ASAN_OPTIONS=SANITIZER)
+    daemon = system.start(ASAN_OPTIONS=SANITIZER)
     callers = [Caller(system, seed) for seed in range(4)]
     # Until it has all that it makes once and keeps.
     make_calls(system, callers, CALLS * 2 // 3)
-    before = descriptors(system)
-    memory = resident_bytes(system)
+    before = descriptors(daemon)
+    memory = daemon.memory("VmRSS")
     make_calls(system, callers, CALLS)
-    wait_for(lambda: descriptors(system) == before, "the descriptors that are not needed")
-    grown = resident_bytes(system) - memory
+    wait_for(lambda: descriptors(daemon) == before, "the descriptors that are not needed")
+    grown = daemon.memory("VmRSS") - memory
     assert grown < 4_000_000, f"{grown} bytes more"

@@ -1,6 +1,5 @@
 """The process: its socket, its signals and its descriptors."""
 
-import os
 import resource
 import signal
 import stat
@@ -19,9 +18,7 @@ def test_the_socket_is_open_to_everyone(system):
 
 def test_a_broken_pipe_is_ignored_and_other_signals_are_not(system):
     daemon = system.start()
-    with open(f"/proc/{daemon.pid}/status", encoding="ascii") as file:
-        masks = dict(line.split(":\t") for line in file if ":\t" in line)
-    assert int(masks["SigIgn"], 16) == 1 << signal.SIGPIPE - 1
+    assert int(daemon.status()["SigIgn"], 16) == 1 << signal.SIGPIPE - 1
 
 
 def test_a_second_daemon_gives_up_and_says_why(system):
@@ -71,17 +68,13 @@ def test_arguments_are_wrong_usage(system):
     assert result.stderr
 
 
-def open_descriptors(daemon):
-    return len(os.listdir(f"/proc/{daemon.pid}/fd"))
-
-
 def test_a_closed_connection_leaves_no_descriptor_behind(system):
     daemon = system.start()
     assert answers(system.socket_path)
-    before = open_descriptors(daemon)
+    before = len(daemon.descriptors())
     for _ in range(100):
         assert answers(system.socket_path)
-    assert open_descriptors(daemon) == before
+    assert len(daemon.descriptors()) == before
 
 
 def test_more_clients_than_descriptors_do_not_end_the_daemon(system):
@@ -89,7 +82,7 @@ def test_more_clients_than_descriptors_do_not_end_the_daemon(system):
     # A sanitizer needs a descriptor when it meets an object of a class that is new to it.
     assert answers(system.socket_path)
 
-    limit = open_descriptors(daemon) + 10
+    limit = len(daemon.descriptors()) + 10
     resource.prlimit(daemon.pid, resource.RLIMIT_NOFILE, (limit, limit))
     clients = [Client(connect(system.socket_path)) for _ in range(50)]
     assert "interfaces" in clients[0].call(f"{SERVICE}.GetInfo")

@@ -1,5 +1,7 @@
 """The running daemon."""
 
+import contextlib
+import os
 import re
 import signal
 import socket
@@ -49,6 +51,27 @@ class Daemon:
     @property
     def pid(self):
         return self.process.pid
+
+    def status(self):
+        """What the kernel tells of the process, by name."""
+        with open(f"/proc/{self.pid}/status", encoding="ascii") as file:
+            return {name: value.strip() for name, _, value in (line.partition(":") for line in file)}
+
+    def threads(self):
+        return int(self.status()["Threads"])
+
+    def memory(self, name):
+        """One of the status's sizes, in bytes."""
+        return int(self.status()[name].removesuffix(" kB")) * 1024
+
+    def descriptors(self):
+        """What its descriptors are of."""
+        folder = f"/proc/{self.pid}/fd"
+        found = []
+        for name in os.listdir(folder):
+            with contextlib.suppress(FileNotFoundError):  # closed meanwhile
+                found.append(os.readlink(f"{folder}/{name}"))
+        return found
 
     def log(self):
         return self.log_file.read_text(errors="replace")
