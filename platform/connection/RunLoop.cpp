@@ -32,6 +32,15 @@ epoll_event eventOf(EventSource& source, Event event) {
   return {.events = static_cast<std::uint32_t>(event) | EPOLLONESHOT, .data = {.ptr = &source}};
 }
 
+/// Gives what the heap has to spare back to the system. One thread at a time, since glibc sets its
+/// heap up without a lock when trimming is the first use of it, as it is where another allocator
+/// serves the program.
+void trimHeap() {
+  static Mutex trimming;
+  MutexLock lock(trimming);
+  ::malloc_trim(0);
+}
+
 }  // namespace
 
 RunLoop::RunLoop() noexcept : implementation_(std::make_unique<Implementation>()) {}
@@ -155,8 +164,8 @@ void RunLoop::Implementation::help(Threads::iterator self) {
       serve(*source);
     }
   } while (!endHelper(self, isStopped));
-  // The burst of work that it was started for is over: what that needed goes back to the system.
-  ::malloc_trim(0);
+  // The burst of work that it was started for is over, and what that needed is to spare.
+  trimHeap();
 }
 
 /// Ends a helper that has found nothing to do, unless it is the last one that waits.
