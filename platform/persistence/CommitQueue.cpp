@@ -14,13 +14,6 @@ namespace {
 /// From this length on, in pages, the log is checkpointed after a commit.
 constexpr int kLongLog = 1000;
 
-/// Whether a single statement that fails so has left everything as it was. Such a one needs no
-/// savepoint, which would copy every page that it touches.
-bool changesNothing(const Error& error) {
-  const std::int64_t code = error.code & 0xff;
-  return error.code == kConflictErrorCode || code == SQLITE_CONSTRAINT || code == SQLITE_TOOBIG;
-}
-
 }  // namespace
 
 CommitQueue::CommitQueue(SQLiteConnection& connection) : connection_(connection) {}
@@ -140,10 +133,6 @@ bool CommitQueue::applyAll(const Batch& batch) {
 }
 
 bool CommitQueue::apply(Save& save) {
-  if (save.changes.size() == 1) {
-    save.error = write(save.changes.front());
-    return !save.error || changesNothing(*save.error);
-  }
   if (!connection_.execute("SAVEPOINT save")) {
     return false;
   }

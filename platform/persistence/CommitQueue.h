@@ -30,7 +30,7 @@ struct RowChange {
 };
 
 /// The saves that wait for the writing connection, and their commits. The first save to arrive
-/// leads: it applies all that wait, each for itself, commits once and wakes them;
+/// leads: it applies all that wait, each in a savepoint of its own, commits once and wakes them;
 /// those that arrive meanwhile wait, and one of them leads next. The leader also checkpoints, when
 /// the log has become long. Any thread.
 ///
