@@ -28,6 +28,10 @@ bool ADAlertStore::save(ErrorSlot error) {
   return managedObjectContext().save(error);
 }
 
+void ADAlertStore::save(SaveCompletion completion) {
+  managedObjectContext().save(std::move(completion));
+}
+
 std::optional<ADAlert> ADAlertStore::getADAlertWithIdentifier(
     const std::optional<std::string>& identifier, ErrorSlot error) {
   return firstWithKey<ADAlert>(managedObjectContext(), "identifier = %@", identifier, error);

@@ -12,68 +12,57 @@ namespace velto {
 namespace {
 
 /// From this length on, in pages, the log is checkpointed after a commit.
-constexpr int kLongLog = 1000;
+constexpr int kLongLog = 4000;
 
 }  // namespace
 
 CommitQueue::CommitQueue(SQLiteConnection& connection) : connection_(connection) {}
 
-bool CommitQueue::save(std::vector<RowChange>& changes, ErrorSlot error) {
-  Save own{changes, std::nullopt};
-  if (joinOrLead(own)) {
-    lead(own);
-  }
-  if (own.error) {
-    replaceError(error, *std::move(own.error));
-    return false;
-  }
-  return true;
-}
-
-const std::shared_ptr<std::condition_variable>& CommitQueue::turnOfThread() {
-  thread_local const auto turn = std::make_shared<std::condition_variable>();
-  return turn;
-}
-
-/// Waits until another leader has served the save, or until there is none: true then. Each waits
-/// for its own turn, so that nobody is woken in vain.
-bool CommitQueue::joinOrLead(Save& own) {
-  MutexLock lock(mutex_);
-  waiting_.push_back(&own);
-  while (led_ && !own.served) {
-    lock.wait(*own.turn);
-  }
-  if (own.served) {
-    return false;
-  }
-  led_ = true;
-  return true;
-}
-
-void CommitQueue::lead(const Save& own) {
-  const Batch batch = takeWaiting();
-  serve(batch);
-  // Once they know that they have been served, the saves may be gone; what wakes them may not.
-  std::vector<std::shared_ptr<std::condition_variable>> turns;
-  turns.reserve(batch.size());
+void CommitQueue::save(std::vector<RowChange>& changes, SaveCompletion completion) {
   {
     const MutexLock lock(mutex_);
-    for (Save* save : batch) {
-      save->served = true;
-      if (save != &own) {
-        turns.push_back(save->turn);
-      }
+    waiting_.push_back({&changes, std::move(completion), std::nullopt});
+    if (isTaken_) {
+      return;
     }
-    // Whoever comes first leads next: on a busy machine the one that has waited longest may be long
-    // in coming.
-    led_ = false;
-    if (!waiting_.empty()) {
-      turns.push_back(waiting_.front()->turn);
-    }
+    isTaken_ = true;
   }
-  for (const auto& turn : turns) {
-    turn->notify_one();
+  takeTurn();
+}
+
+void CommitQueue::takeTurn() noexcept {
+  tell(serveWaiting());
+  checkpointLongLog();
+  if (keepTurn()) {
+    writer_.perform([this] { goOn(); });
   }
+}
+
+/// The writer's: goes on until nothing waits.
+void CommitQueue::goOn() {
+  do {
+    teller_.perform([batch = serveWaiting()] { tell(batch); });
+    checkpointLongLog();
+  } while (keepTurn());
+}
+
+CommitQueue::Batch CommitQueue::serveWaiting() {
+  Batch batch = takeWaiting();
+  serve(batch);
+  return batch;
+}
+
+void CommitQueue::tell(const Batch& batch) {
+  for (const Save& save : batch) {
+    save.completion(save.error);
+  }
+}
+
+/// Gives the turn up when nothing waits.
+bool CommitQueue::keepTurn() {
+  const MutexLock lock(mutex_);
+  isTaken_ = !waiting_.empty();
+  return isTaken_;
 }
 
 CommitQueue::Batch CommitQueue::takeWaiting() {
@@ -86,7 +75,7 @@ std::size_t CommitQueue::waiting() const {
   return waiting_.size();
 }
 
-void CommitQueue::serve(const Batch& batch) {
+void CommitQueue::serve(Batch& batch) {
   std::optional<Error> failure = distrust_;
   if (!failure && !commit(batch)) {
     failure = connection_.lastError();
@@ -94,25 +83,24 @@ void CommitQueue::serve(const Batch& batch) {
     connection_.rollBack();
   }
   if (!failure) {
-    checkpointLongLog();
     return;
   }
-  for (Save* save : batch) {
-    if (!save->error) {
-      save->error = failure;
+  for (Save& save : batch) {
+    if (!save.error) {
+      save.error = failure;
     }
   }
 }
 
 /// When it fails, the transaction may be left open.
-bool CommitQueue::commit(const Batch& batch) {
+bool CommitQueue::commit(Batch& batch) {
   return connection_.execute("BEGIN IMMEDIATE") && applyAll(batch) && end(batch);
 }
 
-/// What is committed is safe in the log, so a failure is none of the batch; the next commit tries
+/// What is committed is safe in the log, so a failure is none of the saves; the next commit tries
 /// again.
 void CommitQueue::checkpointLongLog() {
-  if (connection_.logPages() >= kLongLog && !connection_.checkpoint()) {
+  if (!distrust_ && connection_.logPages() >= kLongLog && !connection_.checkpoint()) {
     distrustAfterFailedSync();
   }
 }
@@ -128,15 +116,15 @@ void CommitQueue::distrustAfterFailedSync() {
 }
 
 /// False when the transaction as a whole cannot go on.
-bool CommitQueue::applyAll(const Batch& batch) {
-  return std::all_of(batch.begin(), batch.end(), [this](Save* save) { return apply(*save); });
+bool CommitQueue::applyAll(Batch& batch) {
+  return std::all_of(batch.begin(), batch.end(), [this](Save& save) { return apply(save); });
 }
 
 bool CommitQueue::apply(Save& save) {
   if (!connection_.execute("SAVEPOINT save")) {
     return false;
   }
-  save.error = write(save.changes);
+  save.error = write(*save.changes);
   // Some errors make SQLite roll back everything, and the saves before this one with it.
   if (save.error && !(connection_.inTransaction() && connection_.execute("ROLLBACK TO save"))) {
     return false;
@@ -146,7 +134,7 @@ bool CommitQueue::apply(Save& save) {
 
 bool CommitQueue::end(const Batch& batch) {
   const bool allFailed = std::all_of(batch.begin(), batch.end(),
-                                     [](const Save* save) { return save->error.has_value(); });
+                                     [](const Save& save) { return save.error.has_value(); });
   return connection_.execute(allFailed ? "ROLLBACK" : "COMMIT");
 }
 

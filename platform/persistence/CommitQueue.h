@@ -1,18 +1,18 @@
 #pragma once
 
-#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "platform/foundation/Error.h"
 #include "platform/foundation/Mutex.h"
+#include "platform/foundation/SerialQueue.h"
 #include "platform/persistence/AttributeValue.h"
 #include "platform/persistence/EntitySql.h"
 #include "platform/persistence/SQLiteConnection.h"
+#include "platform/persistence/SaveCompletion.h"
 
 namespace velto {
 
@@ -29,9 +29,10 @@ struct RowChange {
   const std::vector<AttributeValue>* values;
 };
 
-/// The saves that wait for the writing connection, and their commits. The first save to arrive
-/// leads: it applies all that wait, each in a savepoint of its own, commits once and wakes them;
-/// those that arrive meanwhile wait, and one of them leads next. The leader also checkpoints, when
+/// The saves that wait for the writing connection, and their commits. A save that finds nobody at
+/// work commits at once, on its own thread. What has come meanwhile is for a thread of the queue:
+/// it applies all that wait, each in a savepoint of its own, commits once, leaves the telling to
+/// another thread, and goes on until nothing waits. Whoever has committed also checkpoints, when
 /// the log has become long. Any thread.
 ///
 /// Once the file or its log could not be synced, nothing is written any more. The system may have
@@ -39,49 +40,55 @@ struct RowChange {
 /// success would mean anything. Opening the file anew ends this state.
 class CommitQueue {
  public:
-  /// From now on the connection is used by the queue alone.
+  /// From now on the connection is used by the queue alone. Throws std::system_error when there are
+  /// no threads to be had.
   explicit CommitQueue(SQLiteConnection& connection);
   CommitQueue(const CommitQueue&) = delete;
   CommitQueue& operator=(const CommitQueue&) = delete;
 
-  /// Writes all changes or none; true when they are on disk, with the row ids and versions filled
-  /// in. The changes and what they point to stay untouched by others until it returns.
-  bool save(std::vector<RowChange>& changes, ErrorSlot error);
+  /// Writes all changes or none, and tells `completion`, with the row ids and versions filled in.
+  /// Until then the changes and what they point to stay untouched by others. Running out of memory
+  /// within a commit ends the process, with nothing of it written.
+  void save(std::vector<RowChange>& changes, SaveCompletion completion);
 
   /// How many saves wait for the next commit.
   std::size_t waiting() const;
 
  private:
   struct Save {
-    std::vector<RowChange>& changes;
+    std::vector<RowChange>* changes;
+    SaveCompletion completion;
     std::optional<Error> error;
-    bool served = false;
-    /// Its thread's, to be woken when it has been served or may lead.
-    std::shared_ptr<std::condition_variable> turn = turnOfThread();
   };
-  using Batch = std::vector<Save*>;
+  using Batch = std::vector<Save>;
 
-  static const std::shared_ptr<std::condition_variable>& turnOfThread();
-  bool joinOrLead(Save& own);
-  void lead(const Save& own);
+  void takeTurn() noexcept;
+  void goOn();
+  Batch serveWaiting();
+  static void tell(const Batch& batch);
+  bool keepTurn();
   Batch takeWaiting();
-  void serve(const Batch& batch);
-  bool commit(const Batch& batch);
+  void serve(Batch& batch);
+  bool commit(Batch& batch);
   void checkpointLongLog();
   void distrustAfterFailedSync();
-  bool applyAll(const Batch& batch);
+  bool applyAll(Batch& batch);
   bool apply(Save& save);
   bool end(const Batch& batch);
   std::optional<Error> write(std::vector<RowChange>& changes);
   std::optional<Error> write(RowChange& change);
 
-  // The leader's.
+  // Used by whoever has the turn.
   SQLiteConnection& connection_;
   std::optional<Error> distrust_;  ///< why nothing is written any more
 
   mutable Mutex mutex_;
   Batch waiting_ VELTO_GUARDED_BY(mutex_);
-  bool led_ VELTO_GUARDED_BY(mutex_) = false;  ///< a leader is at work
+  bool isTaken_ VELTO_GUARDED_BY(mutex_) = false;  ///< somebody has the turn
+
+  // The writer ends first, since it needs all the others.
+  SerialQueue teller_;
+  SerialQueue writer_;
 };
 
 }  // namespace velto

@@ -1,6 +1,7 @@
 #include "platform/persistence/ManagedObjectContext.h"
 
 #include <algorithm>
+#include <future>
 #include <map>
 #include <string>
 #include <utility>
@@ -27,11 +28,19 @@ class ManagedObjectContext::Implementation {
                        [](const auto& entry) { return !entry.second.pending().empty(); });
   }
 
-  bool save(ErrorSlot error);
+  void save(SaveCompletion completion);
 
  private:
+  /// The records with pending changes, and what is to be written of each.
+  struct PendingChanges {
+    std::vector<ObjectState*> states;
+    std::vector<RowChange> changes;
+  };
+
   EntityObjects& objectsOf(std::string_view entityName);
   bool hasCoordinator(ErrorSlot error) const;
+  PendingChanges pendingChanges() const;
+  void noteSaved(const PendingChanges& saved);
 
   std::shared_ptr<PersistentStoreCoordinator> coordinator_;
   std::map<std::string, EntityObjects, std::less<>> objects_;
@@ -81,29 +90,45 @@ std::optional<std::vector<ObjectState*>> ManagedObjectContext::Implementation::f
   return found;
 }
 
-bool ManagedObjectContext::Implementation::save(ErrorSlot error) {
-  if (!hasCoordinator(error)) {
-    return false;
+void ManagedObjectContext::Implementation::save(SaveCompletion completion) {
+  std::optional<Error> failure;
+  const bool hasStore = hasCoordinator(&failure);
+  if (!hasStore || !hasChanges()) {
+    completion(std::move(failure));
+    return;
   }
-  std::vector<ObjectState*> states;
-  std::vector<RowChange> changes;
+  const auto written = std::make_shared<PendingChanges>(pendingChanges());
+  // Kept, since the completion may destroy the context.
+  const auto coordinator = coordinator_;
+  coordinator->save(written->changes, [this, written, completion = std::move(completion)](
+                                          std::optional<Error> error) {
+    if (!error) {
+      noteSaved(*written);
+    }
+    completion(std::move(error));
+  });
+}
+
+ManagedObjectContext::Implementation::PendingChanges
+ManagedObjectContext::Implementation::pendingChanges() const {
+  PendingChanges pending;
   for (const auto& [name, objects] : objects_) {
     const EntitySql& sql = coordinator_->sql(*objects.entity());
     for (ObjectState* state : objects.pending()) {
-      states.push_back(state);
-      changes.push_back(EntityObjects::change(*state, sql));
+      pending.states.push_back(state);
+      pending.changes.push_back(EntityObjects::change(*state, sql));
     }
   }
-  if (!changes.empty() && !coordinator_->save(changes, error)) {
-    return false;
-  }
-  for (std::size_t index = 0; index < states.size(); ++index) {
-    states[index]->objects.saved(*states[index], changes[index]);
+  return pending;
+}
+
+void ManagedObjectContext::Implementation::noteSaved(const PendingChanges& saved) {
+  for (std::size_t index = 0; index < saved.states.size(); ++index) {
+    saved.states[index]->objects.saved(*saved.states[index], saved.changes[index]);
   }
   for (auto& [name, objects] : objects_) {
     objects.clearPending();
   }
-  return true;
 }
 
 ManagedObjectContext::ManagedObjectContext()
@@ -125,7 +150,19 @@ bool ManagedObjectContext::hasChanges() const {
 }
 
 bool ManagedObjectContext::save(ErrorSlot error) {
-  return implementation_->save(error);
+  // Shared, since whoever sets the result may still be at it when this thread has it already.
+  const auto result = std::make_shared<std::promise<std::optional<Error>>>();
+  save([result](std::optional<Error> failure) { result->set_value(std::move(failure)); });
+  std::optional<Error> failure = result->get_future().get();
+  if (!failure) {
+    return true;
+  }
+  replaceError(error, *std::move(failure));
+  return false;
+}
+
+void ManagedObjectContext::save(SaveCompletion completion) {
+  implementation_->save(std::move(completion));
 }
 
 std::optional<std::vector<ObjectState*>> ManagedObjectContext::fetch(const FetchRequest& request,

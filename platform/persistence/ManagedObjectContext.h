@@ -9,6 +9,7 @@
 #include "platform/persistence/FetchRequest.h"
 #include "platform/persistence/ManagedObject.h"
 #include "platform/persistence/PersistentStoreCoordinator.h"
+#include "platform/persistence/SaveCompletion.h"
 
 namespace velto {
 
@@ -64,6 +65,9 @@ class ManagedObjectContext {
   /// error: nothing is written, and the changes stay pending. Without pending changes it succeeds
   /// without touching the store. A failure replaces what the slot held.
   bool save(ErrorSlot error);
+  /// The same without waiting for other saves: until `completion` is called, possibly on another
+  /// thread, nobody uses the context. It may be destroyed by the completion.
+  void save(SaveCompletion completion);
 
  private:
   std::optional<std::vector<ObjectState*>> fetch(const FetchRequest& request, ErrorSlot error);

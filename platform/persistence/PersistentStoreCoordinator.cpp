@@ -105,8 +105,13 @@ bool PersistentStoreCoordinator::addPersistentStore(const std::string& path, Err
   if (writer == nullptr) {
     return false;
   }
-  store_ = std::make_unique<Store>(file, std::move(writer));
-  return true;
+  try {
+    store_ = std::make_unique<Store>(file, std::move(writer));
+  } catch (const std::system_error& noThread) {
+    replaceError(error, makeError(kPersistenceErrorDomain, kNoStoreErrorCode,
+                                  file + ": no thread to save with: " + noThread.what()));
+  }
+  return store_ != nullptr;
 }
 
 const EntitySql& PersistentStoreCoordinator::sql(const EntityDescription& entity) const {
@@ -172,14 +177,15 @@ std::optional<std::int64_t> PersistentStoreCoordinator::dataVersion() {
   return store_ == nullptr ? std::nullopt : store_->version.get();
 }
 
-bool PersistentStoreCoordinator::save(std::vector<RowChange>& changes, ErrorSlot error) {
+void PersistentStoreCoordinator::save(std::vector<RowChange>& changes, SaveCompletion completion) {
   if (store_ == nullptr) {
-    replaceError(error, noStoreError());
-    return false;
+    completion(noStoreError());
+    return;
   }
-  const bool isSaved = store_->commits.save(changes, error);
-  store_->version.noteCommit();
-  return isSaved;
+  store_->commits.save(changes, [this, completion = std::move(completion)](auto error) {
+    store_->version.noteCommit();
+    completion(std::move(error));
+  });
 }
 
 }  // namespace velto

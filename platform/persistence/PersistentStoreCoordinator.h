@@ -12,6 +12,7 @@
 
 #include "platform/foundation/Error.h"
 #include "platform/persistence/ManagedObjectModel.h"
+#include "platform/persistence/SaveCompletion.h"
 
 namespace velto {
 
@@ -32,8 +33,8 @@ inline constexpr int kUntrustedStoreErrorCode = 1004;     ///< a sync has failed
 /// writes and checkpoints, and a pool of reading connections. Synchronised itself: any thread, once
 /// the store is added. At most one coordinator of the process has a file at a time.
 ///
-/// Saves that wait for each other are committed together: the first to arrive leads, applies every
-/// waiting save in a savepoint of its own, in order, commits once and wakes all.
+/// Saves that wait for each other are committed together, each in a savepoint of its own: see
+/// CommitQueue.
 ///
 /// A save that fails, on a full disk for instance, changes nothing and may be tried again. Only
 /// when the file could not be synced, every further save fails: see CommitQueue.
@@ -70,9 +71,9 @@ class PersistentStoreCoordinator {
   /// A number that is another one when something has been committed since: at once what a save of
   /// this process commits, within 10 ms what another program does. Nothing when it cannot be had.
   std::optional<std::int64_t> dataVersion();
-  /// Writes all changes or none; true when they are on disk, with the row ids and versions that the
-  /// rows have now.
-  bool save(std::vector<RowChange>& changes, ErrorSlot error);
+  /// Writes all changes or none, and tells `completion`, with the row ids and versions that the
+  /// rows have now. Until then the changes and what they point to stay untouched by others.
+  void save(std::vector<RowChange>& changes, SaveCompletion completion);
 
  private:
   class DataVersion;

@@ -1,7 +1,10 @@
 #include "platform/persistence/CommitQueue.h"
 
+#include <algorithm>
 #include <atomic>
 #include <functional>
+#include <future>
+#include <iterator>
 #include <list>
 #include <set>
 #include <thread>
@@ -18,13 +21,14 @@ namespace {
 
 using ::testing::UnorderedElementsAre;
 
-/// Saves on threads of their own. The first holds its commit back until all the others wait, so
-/// that these are committed together.
+/// The first save holds its commit back, on a thread of its own, until all the others wait, so that
+/// these are committed together.
 class CommitQueueTest : public ::testing::Test {
  protected:
   struct Save {
     std::vector<AttributeValue> values;
     std::vector<RowChange> changes;
+    std::promise<std::optional<Error>> result;
     bool succeeded = false;
     std::optional<Error> error;
   };
@@ -44,21 +48,33 @@ class CommitQueueTest : public ::testing::Test {
     return save;
   }
 
-  /// Runs all saves; those after the first are added to the queue in order.
+  void start(Save& save) {
+    queue_.save(save.changes,
+                [&save](std::optional<Error> error) { save.result.set_value(std::move(error)); });
+  }
+
+  static void waitFor(Save& save) {
+    save.error = save.result.get_future().get();
+    save.succeeded = !save.error;
+  }
+
+  bool saves(Save& save) {
+    start(save);
+    waitFor(save);
+    return save.succeeded;
+  }
+
+  /// Runs all saves, in order.
   void run() {
-    std::vector<std::thread> threads;
-    std::size_t started = 0;
-    for (Save& save : saves_) {
-      threads.emplace_back([&] { save.succeeded = queue_.save(save.changes, &save.error); });
-      ++started;
-      while (started == 1 ? !committing_ : queue_.waiting() < started - 1) {
-        std::this_thread::yield();
-      }
+    std::thread first([this] { start(saves_.front()); });
+    while (!committing_) {
+      std::this_thread::yield();
     }
+    std::for_each(std::next(saves_.begin()), saves_.end(), [this](Save& save) { start(save); });
+    EXPECT_EQ(queue_.waiting(), saves_.size() - 1);
     released_ = true;
-    for (std::thread& thread : threads) {
-      thread.join();
-    }
+    first.join();
+    std::for_each(saves_.begin(), saves_.end(), waitFor);
   }
 
   std::vector<std::string> savedNames() {
@@ -160,7 +176,7 @@ TEST_F(CommitQueueTest, FailedCommitFailsThemAll) {
   EXPECT_THAT(savedNames(), UnorderedElementsAre("first"));
 
   Save& again = addInsert("again");
-  EXPECT_TRUE(queue_.save(again.changes, nullptr));
+  EXPECT_TRUE(saves(again));
   EXPECT_THAT(savedNames(), UnorderedElementsAre("first", "again"));
 }
 
@@ -178,7 +194,7 @@ TEST_F(CommitQueueTest, RollbackOfTheWholeTransactionFailsThemAll) {
   }
   EXPECT_THAT(savedNames(), UnorderedElementsAre("first"));
   EXPECT_FALSE(store_.writer().inTransaction());
-  EXPECT_TRUE(queue_.save(addInsert("again").changes, nullptr));
+  EXPECT_TRUE(saves(addInsert("again")));
 }
 
 TEST_F(CommitQueueTest, LockOfAnotherProgramFailsThemAll) {
@@ -187,7 +203,7 @@ TEST_F(CommitQueueTest, LockOfAnotherProgramFailsThemAll) {
   ASSERT_EQ(sqlite3_exec(other, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr), SQLITE_OK);
   sqlite3_busy_timeout(store_.writer().handle(), 0);
   Save& save = addInsert("first");
-  EXPECT_FALSE(queue_.save(save.changes, &save.error));
+  EXPECT_FALSE(saves(save));
   EXPECT_EQ(save.error->code, SQLITE_BUSY);
   sqlite3_close(other);
 }

@@ -125,6 +125,7 @@ TEST_P(SaveFault, OfTheCheckpointFailsNoSave) {
   FaultyFiles faults;
   const InterceptedFiles files(faults);
   TestStore store;
+  makePagesSmall(store);
   const auto context = store.context();
   Thing thing = insertThing(*context, "thing");
   char content = 'a';
@@ -262,6 +263,7 @@ TEST(FailedSync, OfACheckpointFailsNoSaveButThoseAfterIt) {
   FaultyFiles faults;
   const InterceptedFiles files(faults);
   TestStore store;
+  makePagesSmall(store);
   const auto context = store.context();
   // A save that makes the log long: its commit syncs once, and then the checkpoint does.
   insertThing(*context, "long").setData(Data(std::string(4'500'000, 'x')));

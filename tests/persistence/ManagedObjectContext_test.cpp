@@ -259,6 +259,68 @@ TEST(ManagedObjectContext, ConflictDoesNotTouchTheFile) {
   EXPECT_EQ(readFile(store.path() + "-wal"), before);
 }
 
+/// Takes what comes of a save, which the tests here have told at once.
+struct Outcome {
+  int calls = 0;
+  std::optional<Error> error;
+
+  SaveCompletion completion() {
+    return [this](std::optional<Error> told) {
+      ++calls;
+      error = std::move(told);
+    };
+  }
+};
+
+TEST(ManagedObjectContext, TellsWhatCameOfASave) {
+  const TestStore store;
+  const auto context = store.context();
+  Thing thing = insertThing(*context, "thing");
+  Outcome saved;
+  context->save(saved.completion());
+  EXPECT_EQ(saved.calls, 1);
+  EXPECT_EQ(saved.error, std::nullopt);
+  EXPECT_FALSE(context->hasChanges());
+  EXPECT_THAT(names(*store.context(), thingRequest()), ElementsAre("thing"));
+
+  // The context knows the version that it has written.
+  thing.setName("changed");
+  expectSaved(*context);
+
+  Outcome unchanged;
+  context->save(unchanged.completion());
+  EXPECT_EQ(unchanged.calls, 1);
+  EXPECT_EQ(unchanged.error, std::nullopt);
+
+  const auto other = store.context();
+  fetchThings(*other, thingRequest()).at(0).setName("other");
+  expectSaved(*other);
+  thing.setName("mine");
+  Outcome conflict;
+  context->save(conflict.completion());
+  EXPECT_EQ(conflict.calls, 1);
+  ASSERT_TRUE(conflict.error.has_value());
+  EXPECT_EQ(conflict.error->code, kConflictErrorCode);
+  EXPECT_TRUE(context->hasChanges());
+}
+
+TEST(ManagedObjectContext, MayBeDestroyedByWhatIsTold) {
+  TestStore store;
+  auto context = std::shared_ptr(store.context());
+  insertThing(*context, "thing");
+  // The last that keeps the store open: nothing is left to wait for when it goes.
+  store.close();
+  ManagedObjectContext& saved = *context;
+  bool isSaved = false;
+  saved.save([&isSaved, context = std::move(context)](std::optional<Error> error) mutable {
+    isSaved = !error;
+    context.reset();
+  });
+  EXPECT_TRUE(isSaved);
+  store.open();
+  EXPECT_THAT(names(*store.context(), thingRequest()), ElementsAre("thing"));
+}
+
 TEST(ManagedObjectContext, WithoutCoordinatorFetchAndSaveFail) {
   ManagedObjectContext context;
   context.setPersistentStoreCoordinator(nullptr);
@@ -272,6 +334,10 @@ TEST(ManagedObjectContext, WithoutCoordinatorFetchAndSaveFail) {
   std::optional<Error> error = makeError("Earlier", 1, "");
   EXPECT_FALSE(context.save(&error));
   EXPECT_EQ(error->code, kNoStoreErrorCode);
+  Outcome told;
+  context.save(told.completion());
+  EXPECT_EQ(told.calls, 1);
+  EXPECT_EQ(told.error->code, kNoStoreErrorCode);
   error.reset();
   EXPECT_FALSE(context.executeFetchRequest<Thing>(thingRequest(), &error).has_value());
   ASSERT_TRUE(error.has_value());

@@ -39,6 +39,33 @@ TEST(PersistenceThreads, EachSeesItsOwnSaves) {
   EXPECT_EQ(names(*store.context(), thingRequest()).size(), std::size_t{kThreads} * kRounds);
 }
 
+TEST(PersistenceThreads, SavesThatNobodyWaitsForAreAllTold) {
+  TestStore store;
+  constexpr int kSaves = 20;
+  std::atomic<int> saved = 0;
+  onThreads([&](int number) {
+    for (int save = 0; save < kSaves; ++save) {
+      auto context = std::shared_ptr(store.context());
+      insertThing(*context, std::to_string(number), save);
+      ManagedObjectContext& own = *context;
+      own.save([&saved, context = std::move(context)](std::optional<Error> error) mutable {
+        EXPECT_EQ(error, std::nullopt);
+        EXPECT_FALSE(context->hasChanges());
+        context.reset();
+        ++saved;
+        saved.notify_one();
+      });
+    }
+  });
+  // From now on the saves alone keep the store open, and the last to be told closes it.
+  store.close();
+  for (int count = saved; count != kThreads * kSaves; count = saved) {
+    saved.wait(count);
+  }
+  store.open();
+  EXPECT_EQ(names(*store.context(), thingRequest()).size(), std::size_t{kThreads} * kSaves);
+}
+
 TEST(PersistenceThreads, NoUpdateIsLost) {
   const TestStore store;
   {

@@ -145,6 +145,7 @@ TEST_P(PowerFailure, KeepsWhatWasAcknowledgedAndNoHalfSave) {
   {
     const InterceptedFiles files(log_);
     TestStore store;
+    makePagesSmall(store);
     record(store);
     states.push_back(contentOf(*store.context()));
     std::mt19937 random(1);
@@ -261,6 +262,7 @@ TEST_P(PowerFailure, KeepsWhatWasAcknowledgedAfterAFailedSync) {
     CallLog log;
     const InterceptedFiles files(log);
     TestStore store;
+    makePagesSmall(store);
     log.clear();
     SimulatedDisk disk(std::filesystem::path(store.path()).parent_path());
     saveAcrossFailedSync(number + 1, log, store);

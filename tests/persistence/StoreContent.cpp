@@ -92,4 +92,18 @@ std::vector<std::string> recoveredContent(const std::string& path) {
   return content;
 }
 
+void makePagesSmall(TestStore& store) {
+  store.close();
+  sqlite3* database = nullptr;
+  ASSERT_EQ(sqlite3_open(store.path().c_str(), &database), SQLITE_OK);
+  EXPECT_EQ(sqlite3_exec(database,
+                         "PRAGMA journal_mode=DELETE; PRAGMA page_size=1024; VACUUM; "
+                         "PRAGMA journal_mode=WAL",
+                         nullptr, nullptr, nullptr),
+            SQLITE_OK)
+      << sqlite3_errmsg(database);
+  EXPECT_EQ(sqlite3_close(database), SQLITE_OK);
+  store.open();
+}
+
 }  // namespace velto

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "platform/persistence/ManagedObjectContext.h"
+#include "tests/persistence/TestStore.h"
 
 namespace velto {
 
@@ -21,5 +22,9 @@ std::string integrityOf(const std::string& path);
 /// Opens what a stop has left, as a coordinator does, and gives what it holds. Expects that the
 /// file is whole, and that saving works and lasts.
 std::vector<std::string> recoveredContent(const std::string& path);
+
+/// Gives the store, which is new, pages of a quarter of their size. The log is counted in pages, so
+/// the first checkpoint comes after a quarter of the bytes.
+void makePagesSmall(TestStore& store);
 
 }  // namespace velto
