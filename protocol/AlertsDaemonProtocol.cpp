@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <memory>
 #include <tuple>
 #include <utility>
 
@@ -57,32 +58,51 @@ std::optional<std::string_view> decodeParameters(const Invocation& invocation,
   return wrong;
 }
 
-/// Makes the reply block of one call; it leaves what writes the reply in `writer`.
-void makeReplyBlock(ErrorReply& reply, ReplyWriter& writer, std::string_view /*result*/,
-                    bool /*more*/) {
-  reply = [&writer](const std::optional<Error>& error) { writer = replyText(error); };
-}
+/// The result that a reply block owes. When the block goes without having been called, that says
+/// that the object does not offer the operation.
+class OwedResult {
+ public:
+  explicit OwedResult(ResultHandler handler) : handler_(std::move(handler)) {}
+  OwedResult(const OwedResult&) = delete;
+  OwedResult& operator=(const OwedResult&) = delete;
+  ~OwedResult() {
+    if (handler_ != nullptr) {
+      handler_({InvocationResult::Kind::kNotImplemented, {}, nullptr});
+    }
+  }
 
-template <typename Result>
-void makeReplyBlock(Reply<Result>& reply, ReplyWriter& writer, std::string_view result, bool more) {
-  reply = [&writer, result, more](std::optional<Result> data, std::optional<Error> error) {
-    writer = replyText(result, std::move(data), std::move(error), more);
+  void give(ReplyWriter writer) {
+    std::exchange(handler_, nullptr)({InvocationResult::Kind::kReplied, {}, std::move(writer)});
+  }
+
+ private:
+  ResultHandler handler_;
+};
+
+/// Makes the reply block of one call.
+void makeReplyBlock(ErrorReply& reply, std::shared_ptr<OwedResult> owed,
+                    std::string_view /*result*/, bool /*more*/) {
+  reply = [owed = std::move(owed)](const std::optional<Error>& error) {
+    owed->give(replyText(error));
   };
 }
 
-/// Calls the operation; a reply block that was not called says that the object does not offer it.
+template <typename Result>
+void makeReplyBlock(Reply<Result>& reply, std::shared_ptr<OwedResult> owed, std::string_view result,
+                    bool more) {
+  reply = [owed = std::move(owed), result, more](std::optional<Result> data,
+                                                 std::optional<Error> error) {
+    owed->give(replyText(result, std::move(data), std::move(error), more));
+  };
+}
+
 template <typename... Arguments>
-InvocationResult perform(const Invocation& invocation, std::string_view result,
-                         void (VLAlertsDaemon::*operation)(Arguments...),
-                         std::tuple<Arguments...>& arguments) {
-  ReplyWriter writer;
-  makeReplyBlock(std::get<sizeof...(Arguments) - 1>(arguments), writer, result, invocation.more);
+void perform(const Invocation& invocation, ResultHandler handler, std::string_view result,
+             void (VLAlertsDaemon::*operation)(Arguments...), std::tuple<Arguments...>& arguments) {
+  makeReplyBlock(std::get<sizeof...(Arguments) - 1>(arguments),
+                 std::make_shared<OwedResult>(std::move(handler)), result, invocation.more);
   auto& object = static_cast<VLAlertsDaemon&>(invocation.object);
   std::apply([&](auto&... argument) { (object.*operation)(std::move(argument)...); }, arguments);
-  if (writer == nullptr) {
-    return {InvocationResult::Kind::kNotImplemented, {}, nullptr};
-  }
-  return {InvocationResult::Kind::kReplied, {}, std::move(writer)};
 }
 
 /// The row of one operation: its parameters' names in order, and the name of the data that it
@@ -93,15 +113,18 @@ ProtocolMethod row(std::string_view selector, std::string_view wireName,
                    void (VLAlertsDaemon::*operation)(Arguments...), std::string_view result = {},
                    bool isQuick = false) {
   return {selector, wireName,
-          [names, operation, result](const Invocation& invocation) {
+          [names, operation, result](const Invocation& invocation, ResultHandler handler) {
             auto wrong = unknownParameter(invocation.parameters, names);
             std::tuple<Arguments...> arguments;
             if (!wrong) {
               wrong = decodeParameters(invocation, names, arguments,
                                        std::make_index_sequence<sizeof...(Arguments) - 1>());
             }
-            return wrong ? invalidParameter(*wrong)
-                         : perform(invocation, result, operation, arguments);
+            if (wrong) {
+              handler(invalidParameter(*wrong));
+            } else {
+              perform(invocation, std::move(handler), result, operation, arguments);
+            }
           },
           isQuick};
 }

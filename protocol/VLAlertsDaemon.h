@@ -24,11 +24,13 @@ using Reply = std::function<void(std::optional<Result>, std::optional<Error>)>;
 using ErrorReply = std::function<void(std::optional<Error>)>;
 
 /// The operations that the daemon offers to its clients, in their declared order. An operation
-/// calls its reply block exactly once, before it returns, on every path, and lets no exception out.
-/// An object that does not offer an operation leaves it as it is here: the reply block is then not
-/// called, and the client is told that the method is not implemented.
+/// calls its reply block exactly once, on every path, and lets no exception out. It may do so after
+/// it has returned and on another thread, which then sends the reply and should not be kept long.
+/// An object that does not offer an operation leaves it as it is here: the reply block goes without
+/// having been called, and the client is told that the method is not implemented.
 ///
-/// Calls of one connection come one at a time, on any thread.
+/// Calls of one connection come one at a time, each after the reply to the one before, on any
+/// thread.
 class VLAlertsDaemon : public ExportedObject {
  public:
   using Attributes = std::map<std::string, std::string>;

@@ -13,6 +13,7 @@ enum class Event : std::uint32_t {
   kNone = 0,
   kInput = EPOLLIN,
   kOutput = EPOLLOUT,
+  kLater = EPOLLHUP,  ///< nothing, until the source is resumed
 };
 
 /// Something that a run loop waits for and serves: a descriptor, and what to do when it is ready.
@@ -28,7 +29,8 @@ class EventSource {
   int descriptor() const { return descriptor_.get(); }
 
   /// Serves the event waited for, and may take any time for it. Gives the event to wait for next;
-  /// with none, the source is destroyed.
+  /// with none, the source is destroyed. With kLater the source has seen to it that some thread
+  /// resumes it, which may have happened already.
   virtual Event serve() noexcept = 0;
 
  private:

@@ -45,6 +45,10 @@ struct InvocationResult {
   ReplyWriter reply;  ///< set when it has replied
 };
 
+/// Takes what came of a call, once: before `invoke` returns, or later on any thread. Throws
+/// nothing.
+using ResultHandler = std::function<void(InvocationResult)>;
+
 /// One call, decoded no further than its parameters.
 struct Invocation {
   ExportedObject& object;
@@ -59,9 +63,10 @@ struct Invocation {
 struct ProtocolMethod {
   std::string_view selector;  ///< full, with argument labels: "postAlert:callback:"
   std::string_view wireName;  ///< "PostAlert"
-  /// Checks the parameters' shape, calls the object and gives its reply. Called on the thread that
-  /// delivers the call; returns when the operation has replied.
-  std::function<InvocationResult(const Invocation&)> invoke;
+  /// Checks the parameters' shape, calls the object and gives its reply to the handler. Called on
+  /// the thread that delivers the call; only the object may be used after it has returned. What it
+  /// throws ends the connection, and the handler is not called any more.
+  std::function<void(const Invocation&, ResultHandler)> invoke;
   /// Whether it only ever takes a moment. Replies to the calls before it may wait for its own then,
   /// to be sent together.
   bool isQuick = false;

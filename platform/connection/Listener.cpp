@@ -61,9 +61,9 @@ class Listener::Door : public EventSource {
       const std::optional<AuditToken> token = auditTokenOfPeer(client.get());
       if (!token) return;
       // Admitted when its first event is served, so that admissions overlap.
-      runLoop_.add(
-          std::make_unique<SocketConnection>(std::move(client), *token, table_, admission_),
-          Event::kOutput);
+      runLoop_.add(std::make_unique<SocketConnection>(std::move(client), *token, runLoop_, table_,
+                                                      admission_),
+                   Event::kOutput);
     } catch (const std::exception&) {
       // No means to serve this client: it finds its connection closed.
     }

@@ -94,6 +94,9 @@ void RunLoop::Implementation::run() {
     lock.wait(helperHasEnded_);
   }
   joinEndedHelpers();
+  while (suspended_ != 0) {
+    lock.wait(isResumed_);
+  }
   sources.swap(sources_);
 }
 
@@ -115,11 +118,23 @@ EventSource* RunLoop::Implementation::waitForEvent(int milliseconds, bool& isSto
 void RunLoop::Implementation::serve(EventSource& source) {
   turnToEvent();
   const Event next = source.serve();
-  if (next == Event::kNone || !turnToWaiting(source, next)) {
+  if (!turnToWaiting(source, next)) {
     destroy(source);
     MutexLock lock(mutex_);
     ++waiting_;
   }
+}
+
+void RunLoop::Implementation::resume(EventSource& source, Event next) {
+  bool waits = false;
+  {
+    MutexLock lock(mutex_);
+    waits = letWait(source, next);
+  }
+  if (!waits) destroy(source);
+  MutexLock lock(mutex_);
+  --suspended_;
+  isResumed_.notify_one();
 }
 
 void RunLoop::Implementation::destroy(EventSource& source) {
@@ -134,14 +149,24 @@ void RunLoop::Implementation::turnToEvent() {
 }
 
 /// Lets the source wait for its next event, and counts the thread among those that wait. False when
-/// the system does not take the event.
+/// the source is to be destroyed.
 bool RunLoop::Implementation::turnToWaiting(EventSource& source, Event next) {
-  epoll_event event = eventOf(source, next);
   // The thread that has the source next takes the lock, too, and so sees all that was done to it.
   MutexLock lock(mutex_);
-  if (::epoll_ctl(epoll_.get(), EPOLL_CTL_MOD, source.descriptor(), &event) != 0) return false;
+  if (next == Event::kLater) {
+    ++suspended_;
+  } else if (!letWait(source, next)) {
+    return false;
+  }
   ++waiting_;
   return true;
+}
+
+/// False when there is no event to wait for, or the system does not take it.
+bool RunLoop::Implementation::letWait(EventSource& source, Event next) const {
+  epoll_event event = eventOf(source, next);
+  return next != Event::kNone &&
+         ::epoll_ctl(epoll_.get(), EPOLL_CTL_MOD, source.descriptor(), &event) == 0;
 }
 
 void RunLoop::Implementation::startHelper() {

@@ -26,6 +26,9 @@ class RunLoop::Implementation {
   /// std::bad_alloc, when there are no means for one more; the source is destroyed then.
   void add(std::unique_ptr<EventSource> source, Event first) VELTO_EXCLUDES(mutex_);
 
+  /// Waits for the next event of a source that was served with kLater; with kNone it is destroyed.
+  void resume(EventSource& source, Event next) VELTO_EXCLUDES(mutex_);
+
   void run() VELTO_EXCLUDES(mutex_);
   void stop();
 
@@ -38,6 +41,7 @@ class RunLoop::Implementation {
   void destroy(EventSource& source) VELTO_EXCLUDES(mutex_);
   void turnToEvent() VELTO_EXCLUDES(mutex_);
   bool turnToWaiting(EventSource& source, Event next) VELTO_EXCLUDES(mutex_);
+  bool letWait(EventSource& source, Event next) const VELTO_REQUIRES(mutex_);
   void startHelper() VELTO_REQUIRES(mutex_);
   void help(Threads::iterator self) VELTO_EXCLUDES(mutex_);
   bool endHelper(Threads::iterator self, bool isStopped) VELTO_EXCLUDES(mutex_);
@@ -48,7 +52,11 @@ class RunLoop::Implementation {
 
   Mutex mutex_;
   std::condition_variable helperHasEnded_;
+  std::condition_variable isResumed_;
   Sources sources_ VELTO_GUARDED_BY(mutex_);
+  /// How many sources are to be resumed; less than none while one has been before its thread is
+  /// back from serving it.
+  int suspended_ VELTO_GUARDED_BY(mutex_) = 0;
   /// How many threads wait for events.
   std::size_t waiting_ VELTO_GUARDED_BY(mutex_) = 0;
   /// The threads besides the one inside `run`.

@@ -27,9 +27,11 @@ bool meansToWait(int error) {
 }  // namespace
 
 SocketConnection::SocketConnection(FileDescriptor socket, const AuditToken& auditToken,
-                                   ConnectionTable& table, Admission& admission)
+                                   RunLoop::Implementation& runLoop, ConnectionTable& table,
+                                   Admission& admission)
     : EventSource(std::move(socket)),
       auditToken_(auditToken),
+      runLoop_(runLoop),
       entry_(table, auditToken.effectiveUserIdentifier, descriptor()),
       admission_(admission) {}
 
@@ -40,6 +42,10 @@ const Interface* SocketConnection::resumedInterface() const {
 Event SocketConnection::serve() noexcept {
   try {
     awaited_ = serveAwaited();
+    while (awaited_ == Event::kLater) {
+      if (slot_.leave()) return Event::kLater;  // and touch nothing: it may be somebody else's turn
+      awaited_ = proceed();
+    }
   } catch (...) {
     // The client finds its connection closed after the replies it has earned; the others are served
     // as before.
@@ -81,12 +87,14 @@ Event SocketConnection::proceed() {
     return flush() == Step::kEnd ? Event::kNone : Event::kOutput;
   }
   if (last == Step::kEnd) return Event::kNone;
+  if (last == Step::kLater) return Event::kLater;
   return output_.empty() ? Event::kInput : Event::kOutput;
 }
 
 /// Goes on with the reply under way, then with the next call, and sends what has come together.
 SocketConnection::Step SocketConnection::doNext() {
   if (output_.size() >= kMuchOutput) return flush();
+  if (isCalling_ && !takeReply()) return Step::kLater;
   if (!reply_.isDone()) {
     reply_.writeNext(output_);
     return Step::kGoOn;
@@ -100,7 +108,7 @@ SocketConnection::Step SocketConnection::doNext() {
   return isEnding_ || input_.size() > kMaximumCallSize ? Step::kEnd : Step::kWait;
 }
 
-/// Runs a call; its reply is then under way. A message that is no call ends the connection.
+/// Runs a call, which replies then or later. A message that is no call ends the connection.
 void SocketConnection::runCall(std::string_view message) {
   std::array<unsigned char, kCallMemory> memory;
   boost::json::monotonic_resource storage(memory.data(), memory.size());
@@ -110,13 +118,42 @@ void SocketConnection::runCall(std::string_view message) {
     return;
   }
   if (!service_->isQuick(*call)) flush();
-  CallReply reply = service_->dispatch(*call, *exported_, *object_);
-  if (call->oneway()) return;
-  if (!reply.error.empty()) {
+  isCalling_ = true;
+  isOneway_ = call->oneway();
+  takesMore_ = call->more();
+  slot_.open();
+  service_->dispatch(*call, *exported_, *object_, [this](CallReply reply) {
+    if (slot_.put(std::move(reply))) answerLater();
+  });
+}
+
+/// False as long as the call has not replied.
+bool SocketConnection::takeReply() {
+  if (!slot_.isFilled()) return false;
+  isCalling_ = false;
+  CallReply reply = slot_.take();
+  if (isOneway_) return true;
+  if (reply.error.empty()) {
+    reply_ = VarlinkReply(std::move(reply.parameters), takesMore_);
+  } else {
     output_.append(reply.error);
-    return;
   }
-  reply_ = VarlinkReply(std::move(reply.parameters), call->more());
+  return true;
+}
+
+/// Sends the reply of a call whose thread has left. All else is for the run loop's threads, since
+/// this one has other work.
+void SocketConnection::answerLater() noexcept {
+  try {
+    takeReply();
+    if (!reply_.isDone()) reply_.writeNext(output_);
+    const bool isAlive = flush() != Step::kEnd;
+    const bool isDone = output_.empty() && reply_.isDone() && input_.size() == 0;
+    awaited_ = !isAlive ? Event::kNone : isDone ? Event::kInput : Event::kOutput;
+  } catch (...) {
+    awaited_ = Event::kNone;
+  }
+  runLoop_.resume(*this, awaited_);
 }
 
 /// Sends what the client takes without waiting.

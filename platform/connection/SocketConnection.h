@@ -10,6 +10,8 @@
 #include "platform/connection/ConnectionTable.h"
 #include "platform/connection/EventSource.h"
 #include "platform/connection/MessageBuffer.h"
+#include "platform/connection/ReplySlot.h"
+#include "platform/connection/RunLoopImplementation.h"
 #include "platform/connection/VarlinkMessage.h"
 #include "platform/connection/VarlinkService.h"
 
@@ -32,13 +34,14 @@ class Admission {
 ///
 /// Replies are sent together as long as there is a next call that is quick. Input is read only when
 /// all output has been taken, so a client that does not read its replies holds up nobody but
-/// itself. A connection that waits for a new call holds no buffer. One thread at a time.
+/// itself. A connection that waits for a new call holds no buffer, and one whose call replies
+/// later holds no thread: the thread that brings the reply sends it. One thread at a time.
 class SocketConnection : public EventSource, public Connection {
  public:
-  /// `socket` is connected and does not block; the first event to wait for is kOutput. `table` and
-  /// `admission` must outlive the connection.
-  SocketConnection(FileDescriptor socket, const AuditToken& auditToken, ConnectionTable& table,
-                   Admission& admission);
+  /// `socket` is connected and does not block; the first event to wait for is kOutput. `runLoop`,
+  /// which the connection is added to, `table` and `admission` must outlive the connection.
+  SocketConnection(FileDescriptor socket, const AuditToken& auditToken,
+                   RunLoop::Implementation& runLoop, ConnectionTable& table, Admission& admission);
 
   uid_t effectiveUserIdentifier() const override { return auditToken_.effectiveUserIdentifier; }
   gid_t effectiveGroupIdentifier() const override { return auditToken_.effectiveGroupIdentifier; }
@@ -56,16 +59,19 @@ class SocketConnection : public EventSource, public Connection {
 
  private:
   /// What is left to do after a step.
-  enum class Step { kGoOn, kWait, kEnd };
+  enum class Step { kGoOn, kWait, kLater, kEnd };
 
   Event serveAwaited();
   bool takeInput();
   Event proceed();
   Step doNext();
   void runCall(std::string_view message);
+  bool takeReply();
+  void answerLater() noexcept;
   Step flush();
 
   const AuditToken auditToken_;
+  RunLoop::Implementation& runLoop_;
   const ConnectionTable::Entry entry_;
   Admission& admission_;
   std::optional<Interface> exported_;
@@ -79,7 +85,11 @@ class SocketConnection : public EventSource, public Connection {
   std::string output_;
   std::size_t sent_ = 0;  ///< how much of `output_` the client has
 
-  VarlinkReply reply_;  ///< to the call that was run last
+  bool isCalling_ = false;  ///< the call that was run last has not had its reply taken
+  bool isOneway_ = false;   ///< that call
+  bool takesMore_ = false;  ///< that call
+  ReplySlot slot_;
+  VarlinkReply reply_;  ///< to that call, as far as it has not been written
 };
 
 }  // namespace velto

@@ -86,19 +86,27 @@ VarlinkService::VarlinkService(const Protocol& protocol)
   }
 }
 
-CallReply VarlinkService::dispatch(const VarlinkCall& call, const Interface& exported,
-                                   ExportedObject& object) const {
+void VarlinkService::dispatch(const VarlinkCall& call, const Interface& exported,
+                              ExportedObject& object, const ReplyHandler& handler) const {
   const std::size_t dot = call.method().rfind('.');
-  if (dot == std::string_view::npos) return methodNotFound(call.method());
+  if (dot == std::string_view::npos) return handler(methodNotFound(call.method()));
   const std::string_view interface = call.method().substr(0, dot);
   const std::string_view method = call.method().substr(dot + 1);
 
-  if (call.upgrade()) return invalidParameter("upgrade");
-  if (interface == kServiceInterface) return serviceCall(method, call);
-  if (interface != protocol_.name) return failure("InterfaceNotFound", "interface", interface);
+  if (call.upgrade()) return handler(invalidParameter("upgrade"));
+  if (interface == kServiceInterface) return handler(serviceCall(method, call));
+  if (interface != protocol_.name) {
+    return handler(failure("InterfaceNotFound", "interface", interface));
+  }
   const auto found = methods_.find(method);
-  if (found == methods_.end()) return methodNotFound(call.method());
-  return invoke(*found->second, call, exported, object);
+  if (found == methods_.end()) return handler(methodNotFound(call.method()));
+  const ProtocolMethod& row = *found->second;
+  row.invoke(
+      {.object = object,
+       .parameters = call.parameters(),
+       .classes = exported.classes(row.selector, 0),
+       .more = call.more()},
+      [this, &row, handler](InvocationResult result) { handler(replyOf(std::move(result), row)); });
 }
 
 bool VarlinkService::isQuick(const VarlinkCall& call) const {
@@ -106,17 +114,13 @@ bool VarlinkService::isQuick(const VarlinkCall& call) const {
   return found == methods_.end() || found->second->isQuick;
 }
 
-CallReply VarlinkService::invoke(const ProtocolMethod& method, const VarlinkCall& call,
-                                 const Interface& exported, ExportedObject& object) const {
-  InvocationResult result = method.invoke({.object = object,
-                                           .parameters = call.parameters(),
-                                           .classes = exported.classes(method.selector, 0),
-                                           .more = call.more()});
+CallReply VarlinkService::replyOf(InvocationResult result, const ProtocolMethod& method) const {
   switch (result.kind) {
     case InvocationResult::Kind::kInvalidParameter:
       return invalidParameter(result.parameter);
     case InvocationResult::Kind::kNotImplemented:
-      return failure("MethodNotImplemented", "method", call.method());
+      return failure("MethodNotImplemented", "method",
+                     std::string(protocol_.name).append(".").append(method.wireName));
     case InvocationResult::Kind::kReplied:
       break;
   }

@@ -24,16 +24,18 @@ class VarlinkService {
   /// `protocol` must outlive the service.
   explicit VarlinkService(const Protocol& protocol);
 
-  /// Runs one call on `object` and returns when it has replied. `exported` is an interface of this
-  /// service's protocol. Lets the exceptions of the method through.
-  CallReply dispatch(const VarlinkCall& call, const Interface& exported,
-                     ExportedObject& object) const;
+  /// Takes the reply to a call, once: before `dispatch` returns, or later on any thread.
+  using ReplyHandler = std::function<void(CallReply)>;
+
+  /// Runs one call on `object`. `exported` is an interface of this service's protocol. Lets the
+  /// exceptions of the method through.
+  void dispatch(const VarlinkCall& call, const Interface& exported, ExportedObject& object,
+                const ReplyHandler& handler) const;
   /// Whether the call takes a moment only.
   bool isQuick(const VarlinkCall& call) const;
 
  private:
-  CallReply invoke(const ProtocolMethod& method, const VarlinkCall& call, const Interface& exported,
-                   ExportedObject& object) const;
+  CallReply replyOf(InvocationResult result, const ProtocolMethod& method) const;
   CallReply serviceCall(std::string_view method, const VarlinkCall& call) const;
   CallReply interfaceDescription(const VarlinkCall& call) const;
 

@@ -18,14 +18,14 @@ namespace {
 using testing::HasSubstr;
 
 /// Replies with the call's parameters, twice when the caller takes pieces.
-InvocationResult answerWithParameters(const Invocation& call) {
+void answerWithParameters(const Invocation& call, const ResultHandler& handler) {
   InvocationResult result;
   result.reply = [parameters = boost::json::serialize(call.parameters),
                   left = call.more ? 2 : 1](std::string& text) mutable {
     text += parameters;
     return --left > 0;
   };
-  return result;
+  handler(std::move(result));
 }
 
 /// A protocol under the daemon's name, whose method Answer replies with what it is sent.

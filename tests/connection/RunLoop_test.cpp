@@ -1,11 +1,14 @@
 #include "platform/connection/RunLoop.h"
 
+#include <memory>
 #include <string>
+#include <sys/eventfd.h>
 #include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "platform/connection/RunLoopImplementation.h"
 #include "tests/connection/TestClient.h"
 #include "tests/connection/TestService.h"
 
@@ -82,6 +85,36 @@ TEST(RunLoop, letsTheCallsUnderWayEndWhenItIsStopped) {
     EXPECT_EQ(client.receive(), R"({"parameters":{"waited":true}})");
     EXPECT_EQ(client.receive(), std::nullopt);
   }
+}
+
+TEST(RunLoop, waitsForCallsThatReplyLaterWhenItIsStopped) {
+  RunLoop runLoop;
+  TestObject::Shared shared;
+  class Suspended : public EventSource {
+   public:
+    Suspended(FileDescriptor descriptor, TestObject::Shared& shared)
+        : EventSource(std::move(descriptor)), shared_(shared) {
+      ++shared_.objects;
+    }
+    ~Suspended() override { --shared_.objects; }
+    Event serve() noexcept override {
+      ++shared_.calls;
+      return Event::kLater;
+    }
+
+   private:
+    TestObject::Shared& shared_;
+  };
+  auto made = std::make_unique<Suspended>(FileDescriptor(::eventfd(1, EFD_CLOEXEC)), shared);
+  Suspended& source = *made;
+  runLoop.implementation().add(std::move(made), Event::kInput);
+  std::thread thread([&] { runLoop.run(); });
+  waitUntil([&] { return shared.calls == 1; });
+  runLoop.stop();
+  EXPECT_EQ(shared.objects, 1);
+  runLoop.implementation().resume(source, Event::kNone);
+  thread.join();
+  EXPECT_EQ(shared.objects, 0);
 }
 
 }  // namespace

@@ -24,6 +24,14 @@ std::string echoOf(const std::string& text) {
   return R"({"method":"test.service.Echo","parameters":{"value":")" + text + R"("}})";
 }
 
+std::string laterCall(const std::string& method, const std::string& text) {
+  return R"({"method":"test.service.)" + method + R"(","parameters":{"value":")" + text + R"("}})";
+}
+
+std::string echoedText(const std::string& text) {
+  return R"({"parameters":{"value":")" + text + R"("}})";
+}
+
 std::string countTo(int number, std::size_t size, bool more = true) {
   return R"({"method":"test.service.Count","parameters":{"to":)" + std::to_string(number) +
          R"(,"size":)" + std::to_string(size) + "}" + (more ? R"(,"more":true})" : "}");
@@ -254,6 +262,117 @@ TEST(SocketConnection, endsAtACallThatIsNestedTooDeeply) {
   EXPECT_EQ(deep.ask(nested(63)), std::nullopt);
 }
 
+// --- Replies that come later ---
+
+TEST(SocketConnection, needsNoThreadForCallsThatReplyLater) {
+  TestService service;
+  const int threads = threadCount();
+  std::vector<TestClient> clients;
+  for (int i = 0; i < 50; ++i) {
+    clients.emplace_back(service.path());
+    ASSERT_TRUE(clients.back().send(laterCall("Later", std::to_string(i))));
+  }
+  waitUntil([&] { return service.shared().calls == 50; });
+  EXPECT_LT(threadCount(), threads + 25);
+  service.open();
+  for (std::size_t i = 0; i < clients.size(); ++i) {
+    EXPECT_EQ(clients[i].receive(), echoedText(std::to_string(i)));
+    EXPECT_EQ(clients[i].ask(kEcho1), kEchoed1);
+  }
+}
+
+TEST(SocketConnection, beginsNoCallBeforeTheOneBeforeHasReplied) {
+  TestService service;
+  TestClient client(service.path());
+  client.send(laterCall("Later", "first"));
+  waitUntil([&] { return service.shared().calls == 1; });
+  client.send(kNote);
+  client.send(kEcho1);
+  TestClient other(service.path());
+  EXPECT_EQ(other.ask(kEcho1), kEchoed1);
+  EXPECT_EQ(service.shared().calls, 1);
+  service.open();
+  EXPECT_EQ(client.receive(), echoedText("first"));
+  EXPECT_EQ(client.receive(), R"({"parameters":{}})");
+  EXPECT_EQ(client.receive(), kEchoed1);
+}
+
+TEST(SocketConnection, goesOnWithTheCallsThatCameAlongWithOneThatRepliesLater) {
+  TestService service;
+  TestClient client(service.path());
+  client.sendBytes(laterCall("Later", "first") + '\0' + kEcho1 + '\0' + kNote);
+  waitUntil([&] { return service.shared().calls == 1; });
+  service.open();
+  EXPECT_EQ(client.receive(), echoedText("first"));
+  EXPECT_EQ(client.receive(), kEchoed1);
+  client.sendBytes(std::string_view("\0", 1));
+  EXPECT_EQ(client.receive(), R"({"parameters":{}})");
+}
+
+TEST(SocketConnection, waitsForOnewayCallsThatReplyLater) {
+  TestService service;
+  TestClient client(service.path());
+  client.send(R"({"method":"test.service.Later","parameters":{"value":1},"oneway":true})");
+  client.send(kEcho1);
+  waitUntil([&] { return service.shared().calls == 1; });
+  service.open();
+  EXPECT_EQ(client.receive(), kEchoed1);
+}
+
+TEST(SocketConnection, sendsALongReplyThatComesLater) {
+  TestService service;
+  TestClient client(service.path());
+  const std::string text(3000000, 'x');
+  client.send(laterCall("Later", text));
+  waitUntil([&] { return service.shared().calls == 1; });
+  // More than the socket takes, and nobody reads it yet.
+  service.open();
+  EXPECT_EQ(client.receive(), echoedText(text));
+  EXPECT_EQ(client.ask(kEcho1), kEchoed1);
+}
+
+TEST(SocketConnection, tellsAnErrorThatComesLater) {
+  TestService service;
+  TestClient client(service.path());
+  client.send(R"({"method":"test.service.Later"})");
+  waitUntil([&] { return service.shared().calls == 1; });
+  service.open();
+  EXPECT_EQ(
+      client.receive(),
+      R"({"error":"org.varlink.service.InvalidParameter","parameters":{"parameter":"value"}})");
+}
+
+TEST(SocketConnection, forgetsAClientThatHangsUpBeforeItsReplyComes) {
+  TestService service;
+  TestClient client(service.path());
+  client.send(laterCall("Later", "never read"));
+  waitUntil([&] { return service.shared().calls == 1; });
+  client.hangUp();
+  EXPECT_EQ(service.shared().objects, 1);
+  service.open();
+  waitUntil([&] { return service.shared().objects == 0; });
+}
+
+TEST(SocketConnection, takesRepliesThatComeWhileTheCallReturns) {
+  TestService service;
+  std::vector<std::thread> threads;
+  for (char letter = 'a'; letter < 'e'; ++letter) {
+    threads.emplace_back([&, letter] {
+      TestClient client(service.path());
+      for (std::size_t i = 1; i <= 200; ++i) {
+        const std::string text(i, letter);
+        ASSERT_TRUE(client.send(laterCall("Elsewhere", text)));
+        ASSERT_TRUE(client.send(echoOf(text)));
+        ASSERT_EQ(client.receive(), echoedText(text));
+        ASSERT_EQ(client.receive(), echoedText(text));
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+}
+
 // --- Clients that misbehave ---
 
 TEST(SocketConnection, answersAClientThatHasShutDownItsSide) {
@@ -359,7 +478,7 @@ TEST(SocketConnection, keepsBusyConnectionsApart) {
         TestClient client(service.path());
         for (std::size_t i = 0; i < 20; ++i) {
           const std::string text(round * 100 + i, letter);
-          ASSERT_EQ(client.ask(echoOf(text)), R"({"parameters":{"value":")" + text + R"("}})");
+          ASSERT_EQ(client.ask(echoOf(text)), echoedText(text));
         }
       }
     });

@@ -27,7 +27,7 @@ InvocationResult reply(std::string parameters) {
   return result;
 }
 
-InvocationResult echo(const Invocation& call) {
+InvocationResult echoed(const Invocation& call) {
   const json::value* value = call.parameters.if_contains("value");
   if (value == nullptr) {
     return {.kind = InvocationResult::Kind::kInvalidParameter, .parameter = "value", .reply = {}};
@@ -35,19 +35,33 @@ InvocationResult echo(const Invocation& call) {
   return reply(json::serialize(json::object{{"value", *value}}));
 }
 
-InvocationResult note(const Invocation& call) {
-  ++sharedOf(call).calls;
-  return reply("{}");
+void echo(const Invocation& call, const ResultHandler& handler) {
+  handler(echoed(call));
 }
 
-InvocationResult wait(const Invocation& call) {
+void note(const Invocation& call, const ResultHandler& handler) {
+  ++sharedOf(call).calls;
+  handler(reply("{}"));
+}
+
+void wait(const Invocation& call, const ResultHandler& handler) {
   TestObject::Shared& shared = sharedOf(call);
   ++shared.calls;
   shared.isOpen.wait(false);
-  return reply(R"({"waited":true})");
+  handler(reply(R"({"waited":true})"));
 }
 
-InvocationResult count(const Invocation& call) {
+void later(const Invocation& call, const ResultHandler& handler) {
+  TestObject::Shared& shared = sharedOf(call);
+  shared.held.add([handler, result = echoed(call)] { handler(result); });
+  ++shared.calls;
+}
+
+void elsewhere(const Invocation& call, const ResultHandler& handler) {
+  sharedOf(call).other.perform([handler, result = echoed(call)] { handler(result); });
+}
+
+void count(const Invocation& call, const ResultHandler& handler) {
   const auto to = call.parameters.at("to").to_number<int>();
   const auto size = call.parameters.at("size").to_number<std::size_t>();
   TestObject::Shared& shared = sharedOf(call);
@@ -58,23 +72,46 @@ InvocationResult count(const Invocation& call) {
     text += json::serialize(json::object{{"number", number}, {"fill", std::string(size, '.')}});
     return more && number < to;
   };
-  return result;
+  handler(std::move(result));
 }
 
-InvocationResult missing(const Invocation&) {
-  return {.kind = InvocationResult::Kind::kNotImplemented, .parameter = {}, .reply = {}};
+void missing(const Invocation& /*call*/, const ResultHandler& handler) {
+  handler({.kind = InvocationResult::Kind::kNotImplemented, .parameter = {}, .reply = {}});
 }
 
-InvocationResult runOutOfMemory(const Invocation&) {
+void runOutOfMemory(const Invocation& /*call*/, const ResultHandler& /*handler*/) {
   throw std::bad_alloc();
 }
 
-InvocationResult classes(const Invocation& call) {
+void classes(const Invocation& call, const ResultHandler& handler) {
   const std::size_t number = call.classes == nullptr ? 0 : call.classes->size();
-  return reply(json::serialize(json::object{{"classes", number}}));
+  handler(reply(json::serialize(json::object{{"classes", number}})));
 }
 
 }  // namespace
+
+void HeldReplies::add(std::function<void()> reply) {
+  {
+    MutexLock lock(mutex_);
+    if (!isOpen_) {
+      replies_.push_back(std::move(reply));
+      return;
+    }
+  }
+  reply();
+}
+
+void HeldReplies::open() {
+  std::vector<std::function<void()>> replies;
+  {
+    MutexLock lock(mutex_);
+    isOpen_ = true;
+    replies.swap(replies_);
+  }
+  for (const auto& reply : replies) {
+    reply();
+  }
+}
 
 const Protocol& testProtocol() {
   static const Protocol protocol{
@@ -84,6 +121,8 @@ const Protocol& testProtocol() {
           {.selector = "echo:", .wireName = "Echo", .invoke = echo, .isQuick = true},
           {.selector = "note", .wireName = "Note", .invoke = note},
           {.selector = "wait", .wireName = "Wait", .invoke = wait},
+          {.selector = "later:", .wireName = "Later", .invoke = later},
+          {.selector = "elsewhere:", .wireName = "Elsewhere", .invoke = elsewhere},
           {.selector = "count:", .wireName = "Count", .invoke = count},
           {.selector = "missing", .wireName = "Missing", .invoke = missing},
           {.selector = "throw", .wireName = "Throw", .invoke = runOutOfMemory, .isQuick = true},
@@ -121,6 +160,7 @@ void TestService::start(std::unique_ptr<Listener> listener) {
 void TestService::open() {
   shared_.isOpen = true;
   shared_.isOpen.notify_all();
+  shared_.held.open();
 }
 
 std::vector<AuditToken> TestService::tokens() const {

@@ -10,18 +10,34 @@
 #include "platform/connection/Listener.h"
 #include "platform/connection/RunLoop.h"
 #include "platform/foundation/Mutex.h"
+#include "platform/foundation/SerialQueue.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace velto {
+
+/// Replies to be given when the test opens the gate, on the thread that opens it.
+class HeldReplies {
+ public:
+  /// Once the gate is open, the reply is given at once.
+  void add(std::function<void()> reply);
+  void open();
+
+ private:
+  Mutex mutex_;
+  bool isOpen_ VELTO_GUARDED_BY(mutex_) = false;
+  std::vector<std::function<void()>> replies_ VELTO_GUARDED_BY(mutex_);
+};
 
 /// What the methods of the test protocol work with.
 class TestObject : public ExportedObject {
  public:
   struct Shared {
     std::atomic<int> objects = 0;      ///< alive
-    std::atomic<int> calls = 0;        ///< begun, of Note and Wait
+    std::atomic<int> calls = 0;        ///< begun, of Note, Wait and Later
     std::atomic<int> pieces = 0;       ///< made, of Count
     std::atomic<bool> isOpen = false;  ///< lets the calls of Wait end
+    HeldReplies held;                  ///< to the calls of Later
+    SerialQueue other;                 ///< replies to the calls of Elsewhere
   };
 
   explicit TestObject(Shared& shared) : shared_(shared) { ++shared_.objects; }
@@ -36,6 +52,8 @@ class TestObject : public ExportedObject {
 ///  - Echo(value): replies with {"value": value}, which it requires
 ///  - Note(): counts itself
 ///  - Wait(): counts itself, and replies when the test opens the gate
+///  - Later(value): returns without a reply; replies as Echo does when the test opens the gate
+///  - Elsewhere(value): the same without a gate, on another thread
 ///  - Count(to, size): the numbers from 1 on, one a piece, filled up to `size` bytes
 ///  - Missing(): not implemented
 ///  - Throw(): runs out of memory
@@ -54,7 +72,7 @@ class TestService : public ListenerDelegate {
 
   const std::string& path() const { return path_; }
   TestObject::Shared& shared() { return shared_; }
-  /// Lets the calls of Wait end.
+  /// Lets the calls of Wait end, and replies to those of Later.
   void open();
   /// The tokens of the connections admitted so far, in order.
   std::vector<AuditToken> tokens() const;

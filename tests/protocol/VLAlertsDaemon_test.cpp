@@ -20,6 +20,9 @@ class SomeDaemon : public VLAlertsDaemon {
     posted = std::move(alert);
     reply(postError);
   }
+  void saveAlerts(std::optional<std::vector<VLAlert>>, ErrorReply reply) override {
+    kept = std::move(reply);
+  }
   void performRecoveryAction(std::optional<std::string> action, std::optional<std::string> alertId,
                              ErrorReply reply) override {
     performed = {action.value_or("none"), alertId.value_or("none")};
@@ -33,6 +36,7 @@ class SomeDaemon : public VLAlertsDaemon {
 
   std::optional<VLAlert> posted;
   std::optional<Error> postError;
+  ErrorReply kept;
   std::pair<std::string, std::string> performed;
   std::optional<std::vector<VLAlert>> alerts;
   std::optional<AlertSequence> sequence;
@@ -41,12 +45,21 @@ class SomeDaemon : public VLAlertsDaemon {
 
 class VLAlertsDaemonTest : public ::testing::Test {
  protected:
-  InvocationResult invoke(std::string_view wireName, std::string_view parameters,
-                          bool more = false) {
+  void invoke(std::string_view wireName, std::string_view parameters, bool more,
+              const ResultHandler& handler) {
     const auto& methods = alertsDaemonProtocol().methods;
     const auto row = std::find_if(methods.begin(), methods.end(),
                                   [&](const ProtocolMethod& m) { return m.wireName == wireName; });
-    return row->invoke({object_, json::parse(parameters).as_object(), nullptr, more});
+    row->invoke({object_, json::parse(parameters).as_object(), nullptr, more}, handler);
+  }
+
+  InvocationResult invoke(std::string_view wireName, std::string_view parameters,
+                          bool more = false) {
+    std::vector<InvocationResult> results;
+    invoke(wireName, parameters, more,
+           [&](InvocationResult result) { results.push_back(std::move(result)); });
+    EXPECT_EQ(results.size(), 1u);
+    return results.empty() ? InvocationResult() : std::move(results.front());
   }
 
   std::vector<json::value> pieces(const InvocationResult& result) {
@@ -125,6 +138,27 @@ TEST_F(VLAlertsDaemonTest, AParameterThatDoesNotFitIsNamedAndNothingIsCalled) {
 TEST_F(VLAlertsDaemonTest, AnOperationThatIsNotOfferedIsNotImplemented) {
   EXPECT_EQ(invoke("GetAttributes", "{}").kind, Kind::kNotImplemented);
   EXPECT_EQ(invoke("AddPushRecipients", R"({"recipients": []})").kind, Kind::kNotImplemented);
+}
+
+TEST_F(VLAlertsDaemonTest, AReplyMayComeAfterTheOperationHasReturned) {
+  std::vector<InvocationResult> results;
+  const auto take = [&](InvocationResult result) { results.push_back(std::move(result)); };
+  invoke("SaveAlerts", "{}", false, take);
+  EXPECT_TRUE(results.empty());
+  object_.kept(makeError("D", 5, "late"));
+  object_.kept = nullptr;
+  ASSERT_EQ(results.size(), 1u);
+  EXPECT_EQ(results[0].kind, Kind::kReplied);
+  EXPECT_EQ(pieces(results[0])[0].at("error").at("code"), 5);
+}
+
+TEST_F(VLAlertsDaemonTest, AReplyThatWillNeverComeIsTold) {
+  std::vector<InvocationResult> results;
+  invoke("SaveAlerts", "{}", false,
+         [&](InvocationResult result) { results.push_back(std::move(result)); });
+  object_.kept = nullptr;
+  ASSERT_EQ(results.size(), 1u);
+  EXPECT_EQ(results[0].kind, Kind::kNotImplemented);
 }
 
 TEST_F(VLAlertsDaemonTest, DataAndErrorTravelTogether) {
