@@ -141,7 +141,7 @@ class AlertsDaemon : public VLAlertsDaemon {
     reply(std::move(result), std::move(error));
   }
 
-  std::optional<Error> post(VLAlert& alert);
+  void post(VLAlert& alert, ErrorReply reply);
   void mark(const std::optional<std::string>& alertId, std::optional<Date> VLAlert::*date,
             const ErrorReply& reply);
   void recover(const std::string& action, VLAlert& alert, ADAlertStore& store,

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <charconv>
+#include <memory>
 #include <utility>
 
 #include "daemon/AlertsDaemon.h"
@@ -20,6 +21,18 @@ std::string newIdentifier(const std::optional<std::string>& type, Date sentDate)
   return type.value_or("(null)") + ":" + std::string(digits.data(), end.ptr);
 }
 
+/// Saves and replies then: with `earlier`, or else with the error of the save. Many post at the
+/// same time, so none occupies a thread until the saves before it are on disk.
+void saveAndReply(std::shared_ptr<ADAlertStore> store, ErrorReply reply,
+                  std::optional<Error> earlier) {
+  ADAlertStore& saved = *store;
+  saved.save([store = std::move(store), reply = std::move(reply),
+              earlier = std::move(earlier)](std::optional<Error> error) mutable {
+    store.reset();  // so that it is not we who keep the store open once the caller knows
+    reply(earlier ? std::move(earlier) : std::move(error));
+  });
+}
+
 }  // namespace
 
 void AlertsDaemon::postAlert(std::optional<VLAlert> alert, ErrorReply reply) {
@@ -28,46 +41,44 @@ void AlertsDaemon::postAlert(std::optional<VLAlert> alert, ErrorReply reply) {
   } else if (!alert) {
     reply(error(kMissingInputCode, "No alert to post."));
   } else {
-    reply(post(*alert));
+    post(*alert, std::move(reply));
   }
 }
 
-std::optional<Error> AlertsDaemon::post(VLAlert& alert) {
-  ADAlertStore store(services_.stores);
+void AlertsDaemon::post(VLAlert& alert, ErrorReply reply) {
+  auto store = std::make_shared<ADAlertStore>(services_.stores);
   std::optional<Error> error;
-  const auto switches = store.getAlertBundle(alert.bundle, &error);
+  const auto switches = store->getAlertBundle(alert.bundle, &error);
   if (error) {
-    return error;
+    reply(std::move(error));
+    return;
   }
   // Only a bundle that knows the alert's type can tell people about it.
   const auto bundleAlert = services_.bundles.alertSubclass(alert, &error);
   if (error) {
-    return error;
+    reply(std::move(error));
+    return;
   }
   const bool pushEnabled = switches->pushEnabled.value_or(false);
   const bool mailEnabled = switches->mailEnabled.value_or(false);
   if (!pushEnabled && !mailEnabled) {
-    return std::nullopt;
+    reply(std::nullopt);
+    return;
   }
   alert.sentDate = services_.clock.now();
   if (!alert.identifier || alert.identifier->empty()) {
     alert.identifier = newIdentifier(alert.type, *alert.sentDate);
   }
-  store.insertAlert(alert);
-  auto deliveryError = pushEnabled ? services_.pusher.sendAlert(alert, store) : std::nullopt;
+  store->insertAlert(alert);
+  auto deliveryError = pushEnabled ? services_.pusher.sendAlert(alert, *store) : std::nullopt;
   if (mailEnabled) {
-    auto mailError = services_.mailer.mailAlert(alert, store);
+    auto mailError = services_.mailer.mailAlert(alert, *store);
     if (!deliveryError) {
       deliveryError = std::move(mailError);
     }
   }
-  if (deliveryError) {
-    // The record stays as sent: the caller alone learns that somebody may not have heard of it.
-    store.save(nullptr);
-    return deliveryError;
-  }
-  store.save(&error);
-  return error;
+  // Whoever could not be told, the record stays as sent: the caller alone learns of it.
+  saveAndReply(std::move(store), std::move(reply), std::move(deliveryError));
 }
 
 void AlertsDaemon::saveAlerts(std::optional<std::vector<VLAlert>> alerts, ErrorReply reply) {
@@ -79,13 +90,11 @@ void AlertsDaemon::saveAlerts(std::optional<std::vector<VLAlert>> alerts, ErrorR
     reply(error(kMissingInputCode, "No alerts to save."));
     return;
   }
-  ADAlertStore store(services_.stores);
+  auto store = std::make_shared<ADAlertStore>(services_.stores);
   for (const VLAlert& alert : *alerts) {
-    store.insertAlert(alert);
+    store->insertAlert(alert);
   }
-  std::optional<Error> saveError;
-  store.save(&saveError);
-  reply(std::move(saveError));
+  saveAndReply(std::move(store), std::move(reply), std::nullopt);
 }
 
 }  // namespace velto

@@ -1,6 +1,8 @@
 // Calls of several connections at once.
 
+#include <future>
 #include <list>
+#include <memory>
 #include <random>
 #include <set>
 #include <string>
@@ -62,10 +64,8 @@ class BusyCaller {
   }
 
   void post() {
-    ErrorAnswer answer;
     const VLAlert alert = newAlert();
-    root_->postAlert(alert, answer.block());
-    EXPECT_EQ(answer.error, std::nullopt);
+    expectDone([&](ErrorReply reply) { root_->postAlert(alert, std::move(reply)); });
     // With both channels off, as another caller may have left it, an alert is not stored.
     Answer<AlertSequence> found;
     root_->getAlertsOfType("AlmostFull", found.block());
@@ -164,12 +164,13 @@ class BusyCaller {
     EXPECT_EQ(answer.error, kPrivilegeError);
   }
 
+  /// Waits for the reply, which may come on another thread.
   template <typename Call>
   void expectDone(Call call) {
-    ErrorAnswer answer;
-    call(answer.block());
-    EXPECT_EQ(answer.calls, 1);
-    EXPECT_EQ(answer.error, std::nullopt) << answer.error->localizedDescription();
+    const auto replied = std::make_shared<std::promise<std::optional<Error>>>();
+    call([replied](std::optional<Error> error) { replied->set_value(std::move(error)); });
+    const std::optional<Error> error = replied->get_future().get();
+    EXPECT_EQ(error, std::nullopt) << error->localizedDescription();
   }
 
   const std::unique_ptr<AlertsDaemon> root_;

@@ -31,6 +31,17 @@ def test_calls_sent_at_once_are_answered_in_order(client):
         assert len(client.receive()["parameters"]["alerts"]) == count
 
 
+def test_clients_that_save_at_once_are_each_answered_in_order(shared):
+    clients = {f"at once {number}": shared.client() for number in range(16)}
+    for bundle, client in clients.items():
+        for number in range(40):
+            client.send(save(bundle, str(number)) + message("GetAlertsOfBundle", {"bundle": bundle}))
+    for client in clients.values():
+        for count in range(1, 41):
+            assert client.receive() == {"parameters": {}}
+            assert len(client.receive()["parameters"]["alerts"]) == count
+
+
 def test_a_call_may_arrive_in_small_parts(client):
     for byte in save("parts", "a") + message("GetAlertsOfBundle", {"bundle": "parts"}):
         client.send(bytes([byte]))
