@@ -11,8 +11,9 @@ namespace velto {
 
 namespace {
 
-/// From this length on, in pages, the log is checkpointed after a commit.
-constexpr int kLongLog = 4000;
+/// From this length on, in pages, the log is checkpointed after a commit. A longer one would hold
+/// up fewer saves, but all of it is read and written at the next start.
+constexpr int kLongLog = 2000;
 
 }  // namespace
 
