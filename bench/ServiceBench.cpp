@@ -1,7 +1,9 @@
 // The daemon as its clients know it: over the socket, beside a bare echo and bare SQLite.
 
 #include <atomic>
+#include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -27,7 +29,12 @@ namespace {
 constexpr std::size_t kBundles = 20;
 constexpr std::size_t kInFlight = 64;
 constexpr std::size_t kFirstNew = std::size_t{1} << 24;  ///< later than all in the store
+/// Nearly as long as the log gets before it is checkpointed, in bytes.
+constexpr std::uintmax_t kLongLog = 7'500'000;
 constexpr std::string_view kNul("\0", 1);
+
+/// The next alert to save.
+std::atomic<std::size_t> nextNew = kFirstNew;
 
 std::string call(std::string_view method, std::string_view parameters,
                  std::string_view flags = {}) {
@@ -175,12 +182,11 @@ void insertBare(benchmark::State& state) {
 
 void saveAlerts(benchmark::State& state) {
   constexpr std::size_t kCalls = 1000;
-  static std::atomic<std::size_t> number = kFirstNew;
   const std::string saved = std::string(R"({"parameters":{}})").append(kNul);
   MessageSocket client = service->daemon->connect();
   // Made before, since it is the daemon that is measured.
   std::vector<std::string> calls;
-  for (std::size_t first = number.fetch_add(kCalls), made = 0; made < kCalls; ++made) {
+  for (std::size_t first = nextNew.fetch_add(kCalls), made = 0; made < kCalls; ++made) {
     calls.push_back(saveOfAlert(first + made));
   }
   std::size_t next = 0;
@@ -250,15 +256,33 @@ std::string bytesOfAConnection(const DaemonProcess& daemon) {
   return fmt::format("{} bytes", (daemon.residentBytes() - before) / service->connections);
 }
 
+std::string milliseconds(std::chrono::duration<double> time) {
+  return fmt::format("{:.1f} ms", time.count() * 1000);
+}
+
+/// Saves until the log is long, and starts the daemon anew. It is not stopped in any other way than
+/// by a signal, which leaves the log as it is.
+std::string startWithLongLog() {
+  const std::string log = service->root + std::string(kStoreDirectory) + "/alertData.db-wal";
+  while (std::filesystem::file_size(log) < kLongLog) {
+    ask(service->client, saveOfAlert(nextNew++));
+  }
+  service->daemon.reset();
+  service->daemon = std::make_unique<DaemonProcess>(service->root);
+  service->client = service->daemon->connect();
+  return milliseconds(service->daemon->startTime());
+}
+
 std::vector<Reading> readings() {
   const DaemonProcess& daemon = *service->daemon;
   std::vector<Reading> all = {
-      {"Start to ready", fmt::format("{:.1f} ms", daemon.startTime().count() * 1000)},
+      {"Start to ready", milliseconds(daemon.startTime())},
       {"Resident memory after the first call",
        fmt::format("{:.1f} MiB, {:.1f} MiB of which are shared libraries and files",
                    static_cast<double>(daemon.residentBytes()) / (1 << 20),
                    static_cast<double>(daemon.sharedBytes()) / (1 << 20))}};
   all.push_back({"Resident memory of an idle connection", bytesOfAConnection(daemon)});
+  all.push_back({"Start to ready with a long log", startWithLongLog()});
   return all;
 }
 
