@@ -1,5 +1,6 @@
 #include "platform/foundation/SerialQueue.h"
 
+#include <array>
 #include <atomic>
 #include <future>
 #include <memory>
@@ -34,9 +35,9 @@ TEST(SerialQueue, TakesJobsFromAnyThreadAndFromItsOwn) {
   std::atomic<int> done = 0;
   {
     SerialQueue queue;
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < 4; ++thread) {
-      threads.emplace_back([&] {
+    std::array<std::thread, 4> threads;
+    for (std::thread& thread : threads) {
+      thread = std::thread([&] {
         for (int job = 0; job < 100; ++job) {
           queue.perform([&] {
             ++done;
