@@ -273,7 +273,8 @@ TEST(SocketConnection, needsNoThreadForCallsThatReplyLater) {
     ASSERT_TRUE(clients.back().send(laterCall("Later", std::to_string(i))));
   }
   waitUntil([&] { return service.shared().calls == 50; });
-  EXPECT_LT(threadCount(), threads + 25);
+  // Those that took the calls find nothing to do meanwhile, and end.
+  waitUntil([&] { return threadCount() <= threads; });
   service.open();
   for (std::size_t i = 0; i < clients.size(); ++i) {
     EXPECT_EQ(clients[i].receive(), echoedText(std::to_string(i)));
