@@ -20,8 +20,15 @@ class ReplySlot {
     return state_.exchange(State::kFilled) == State::kLeft;
   }
 
+  /// Whether there is no call: none has been made, or its reply has been taken.
+  bool isEmpty() const { return state_ == State::kEmpty; }
   bool isFilled() const { return state_ == State::kFilled; }
-  CallReply take() { return std::move(reply_); }
+
+  /// Empties the slot, which is filled.
+  CallReply take() {
+    state_ = State::kEmpty;
+    return std::move(reply_);
+  }
 
   /// False when the reply has come meanwhile. Otherwise the owner has left, and all that it works
   /// with may be somebody else's already.
@@ -31,9 +38,9 @@ class ReplySlot {
   }
 
  private:
-  enum class State { kOpen, kLeft, kFilled };
+  enum class State { kEmpty, kOpen, kLeft, kFilled };
 
-  std::atomic<State> state_ = State::kFilled;
+  std::atomic<State> state_ = State::kEmpty;
   CallReply reply_;
 };
 

@@ -94,7 +94,7 @@ Event SocketConnection::proceed() {
 /// Goes on with the reply under way, then with the next call, and sends what has come together.
 SocketConnection::Step SocketConnection::doNext() {
   if (output_.size() >= kMuchOutput) return flush();
-  if (isCalling_ && !takeReply()) return Step::kLater;
+  if (!slot_.isEmpty() && !takeReply()) return Step::kLater;
   if (!reply_.isDone()) {
     reply_.writeNext(output_);
     return Step::kGoOn;
@@ -118,7 +118,6 @@ void SocketConnection::runCall(std::string_view message) {
     return;
   }
   if (!service_->isQuick(*call)) flush();
-  isCalling_ = true;
   isOneway_ = call->oneway();
   takesMore_ = call->more();
   slot_.open();
@@ -130,7 +129,6 @@ void SocketConnection::runCall(std::string_view message) {
 /// False as long as the call has not replied.
 bool SocketConnection::takeReply() {
   if (!slot_.isFilled()) return false;
-  isCalling_ = false;
   CallReply reply = slot_.take();
   if (isOneway_) return true;
   if (reply.error.empty()) {

@@ -85,11 +85,11 @@ class SocketConnection : public EventSource, public Connection {
   std::string output_;
   std::size_t sent_ = 0;  ///< how much of `output_` the client has
 
-  bool isCalling_ = false;  ///< the call that was run last has not had its reply taken
-  bool isOneway_ = false;   ///< that call
-  bool takesMore_ = false;  ///< that call
+  // Of the call that was run last.
+  bool isOneway_ = false;
+  bool takesMore_ = false;
   ReplySlot slot_;
-  VarlinkReply reply_;  ///< to that call, as far as it has not been written
+  VarlinkReply reply_;  ///< as far as it has not been written
 };
 
 }  // namespace velto
