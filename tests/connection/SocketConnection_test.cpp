@@ -20,12 +20,12 @@ constexpr const char* kEchoed1 = R"({"parameters":{"value":1}})";
 constexpr const char* kNote = R"({"method":"test.service.Note"})";
 constexpr const char* kWait = R"({"method":"test.service.Wait"})";
 
-std::string echoOf(const std::string& text) {
-  return R"({"method":"test.service.Echo","parameters":{"value":")" + text + R"("}})";
+std::string callOf(const std::string& method, const std::string& text) {
+  return R"({"method":"test.service.)" + method + R"(","parameters":{"value":")" + text + R"("}})";
 }
 
-std::string laterCall(const std::string& method, const std::string& text) {
-  return R"({"method":"test.service.)" + method + R"(","parameters":{"value":")" + text + R"("}})";
+std::string echoOf(const std::string& text) {
+  return callOf("Echo", text);
 }
 
 std::string echoedText(const std::string& text) {
@@ -270,7 +270,7 @@ TEST(SocketConnection, needsNoThreadForCallsThatReplyLater) {
   std::vector<TestClient> clients;
   for (int i = 0; i < 50; ++i) {
     clients.emplace_back(service.path());
-    ASSERT_TRUE(clients.back().send(laterCall("Later", std::to_string(i))));
+    ASSERT_TRUE(clients.back().send(callOf("Later", std::to_string(i))));
   }
   waitUntil([&] { return service.shared().calls == 50; });
   // Those that took the calls find nothing to do meanwhile, and end.
@@ -285,7 +285,7 @@ TEST(SocketConnection, needsNoThreadForCallsThatReplyLater) {
 TEST(SocketConnection, beginsNoCallBeforeTheOneBeforeHasReplied) {
   TestService service;
   TestClient client(service.path());
-  client.send(laterCall("Later", "first"));
+  client.send(callOf("Later", "first"));
   waitUntil([&] { return service.shared().calls == 1; });
   client.send(kNote);
   client.send(kEcho1);
@@ -301,7 +301,7 @@ TEST(SocketConnection, beginsNoCallBeforeTheOneBeforeHasReplied) {
 TEST(SocketConnection, goesOnWithTheCallsThatCameAlongWithOneThatRepliesLater) {
   TestService service;
   TestClient client(service.path());
-  client.sendBytes(laterCall("Later", "first") + '\0' + kEcho1 + '\0' + kNote);
+  client.sendBytes(callOf("Later", "first") + '\0' + kEcho1 + '\0' + kNote);
   waitUntil([&] { return service.shared().calls == 1; });
   service.open();
   EXPECT_EQ(client.receive(), echoedText("first"));
@@ -324,7 +324,7 @@ TEST(SocketConnection, sendsALongReplyThatComesLater) {
   TestService service;
   TestClient client(service.path());
   const std::string text(3000000, 'x');
-  client.send(laterCall("Later", text));
+  client.send(callOf("Later", text));
   waitUntil([&] { return service.shared().calls == 1; });
   // More than the socket takes, and nobody reads it yet.
   service.open();
@@ -346,7 +346,7 @@ TEST(SocketConnection, tellsAnErrorThatComesLater) {
 TEST(SocketConnection, forgetsAClientThatHangsUpBeforeItsReplyComes) {
   TestService service;
   TestClient client(service.path());
-  client.send(laterCall("Later", "never read"));
+  client.send(callOf("Later", "never read"));
   waitUntil([&] { return service.shared().calls == 1; });
   client.hangUp();
   EXPECT_EQ(service.shared().objects, 1);
@@ -362,7 +362,7 @@ TEST(SocketConnection, takesRepliesThatComeWhileTheCallReturns) {
       TestClient client(service.path());
       for (std::size_t i = 1; i <= 200; ++i) {
         const std::string text(i, letter);
-        ASSERT_TRUE(client.send(laterCall("Elsewhere", text)));
+        ASSERT_TRUE(client.send(callOf("Elsewhere", text)));
         ASSERT_TRUE(client.send(echoOf(text)));
         ASSERT_EQ(client.receive(), echoedText(text));
         ASSERT_EQ(client.receive(), echoedText(text));

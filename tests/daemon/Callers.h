@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "daemon/AlertsDaemon.h"
+#include "tests/support/ErrorAnswer.h"
 #include "tests/support/ScratchSystem.h"
 
 namespace velto {
@@ -20,18 +21,6 @@ struct Answer {
     return [this](std::optional<Result> replied, std::optional<Error> why) {
       ++calls;
       data = std::move(replied);
-      error = std::move(why);
-    };
-  }
-};
-
-struct ErrorAnswer {
-  int calls = 0;
-  std::optional<Error> error;
-
-  ErrorReply block() {
-    return [this](std::optional<Error> why) {
-      ++calls;
       error = std::move(why);
     };
   }

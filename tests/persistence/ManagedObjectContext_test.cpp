@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include "tests/persistence/TestStore.h"
+#include "tests/support/ErrorAnswer.h"
 
 namespace velto {
 namespace {
@@ -259,25 +260,12 @@ TEST(ManagedObjectContext, ConflictDoesNotTouchTheFile) {
   EXPECT_EQ(readFile(store.path() + "-wal"), before);
 }
 
-/// Takes what comes of a save, which the tests here have told at once.
-struct Outcome {
-  int calls = 0;
-  std::optional<Error> error;
-
-  SaveCompletion completion() {
-    return [this](std::optional<Error> told) {
-      ++calls;
-      error = std::move(told);
-    };
-  }
-};
-
 TEST(ManagedObjectContext, TellsWhatCameOfASave) {
   const TestStore store;
   const auto context = store.context();
   Thing thing = insertThing(*context, "thing");
-  Outcome saved;
-  context->save(saved.completion());
+  ErrorAnswer saved;
+  context->save(saved.block());
   EXPECT_EQ(saved.calls, 1);
   EXPECT_EQ(saved.error, std::nullopt);
   EXPECT_FALSE(context->hasChanges());
@@ -287,8 +275,8 @@ TEST(ManagedObjectContext, TellsWhatCameOfASave) {
   thing.setName("changed");
   expectSaved(*context);
 
-  Outcome unchanged;
-  context->save(unchanged.completion());
+  ErrorAnswer unchanged;
+  context->save(unchanged.block());
   EXPECT_EQ(unchanged.calls, 1);
   EXPECT_EQ(unchanged.error, std::nullopt);
 
@@ -296,8 +284,8 @@ TEST(ManagedObjectContext, TellsWhatCameOfASave) {
   fetchThings(*other, thingRequest()).at(0).setName("other");
   expectSaved(*other);
   thing.setName("mine");
-  Outcome conflict;
-  context->save(conflict.completion());
+  ErrorAnswer conflict;
+  context->save(conflict.block());
   EXPECT_EQ(conflict.calls, 1);
   ASSERT_TRUE(conflict.error.has_value());
   EXPECT_EQ(conflict.error->code, kConflictErrorCode);
@@ -334,8 +322,8 @@ TEST(ManagedObjectContext, WithoutCoordinatorFetchAndSaveFail) {
   std::optional<Error> error = makeError("Earlier", 1, "");
   EXPECT_FALSE(context.save(&error));
   EXPECT_EQ(error->code, kNoStoreErrorCode);
-  Outcome told;
-  context.save(told.completion());
+  ErrorAnswer told;
+  context.save(told.block());
   EXPECT_EQ(told.calls, 1);
   EXPECT_EQ(told.error->code, kNoStoreErrorCode);
   error.reset();

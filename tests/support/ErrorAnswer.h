@@ -1,0 +1,24 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <utility>
+
+#include "platform/foundation/Error.h"
+
+namespace velto {
+
+/// Takes what comes of an operation, an error or nothing, and counts how often it is told.
+struct ErrorAnswer {
+  int calls = 0;
+  std::optional<Error> error;
+
+  std::function<void(std::optional<Error>)> block() {
+    return [this](std::optional<Error> why) {
+      ++calls;
+      error = std::move(why);
+    };
+  }
+};
+
+}  // namespace velto
