@@ -5,7 +5,7 @@
 
 #include <sqlite3.h>
 
-#include "platform/foundation/VLAlert.h"
+#include "alerts/VLAlert.h"
 
 namespace velto::bench {
 

@@ -7,9 +7,9 @@
 #include <benchmark/benchmark.h>
 #include <fmt/format.h>
 
+#include "alerts/AlertBundleRegistry.h"
 #include "bench/Comparisons.h"
 #include "bench/SampleStore.h"
-#include "platform/foundation/AlertBundleRegistry.h"
 #include "platform/foundation/Log.h"
 
 namespace velto::bench {

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <string>
 
-#include "platform/foundation/VLAlert.h"
+#include "alerts/VLAlert.h"
 #include "store/ADAlertStore.h"
 #include "store/StoreContainer.h"
 

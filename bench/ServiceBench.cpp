@@ -20,7 +20,7 @@
 #include "bench/ServiceProcesses.h"
 #include "platform/foundation/Log.h"
 #include "platform/foundation/Paths.h"
-#include "platform/foundation/PropertyListSerialization.h"
+#include "platform/propertylist/PropertyListSerialization.h"
 
 namespace velto::bench {
 

@@ -14,7 +14,7 @@
 
 #include <fmt/format.h>
 
-#include "platform/foundation/Spawn.h"
+#include "platform/process/Spawn.h"
 
 namespace velto::bench {
 

@@ -16,7 +16,7 @@
 #include "platform/foundation/FileDescriptor.h"
 #include "platform/foundation/Log.h"
 #include "platform/foundation/Paths.h"
-#include "platform/foundation/PropertyListSerialization.h"
+#include "platform/propertylist/PropertyListSerialization.h"
 
 namespace velto::bench {
 

@@ -6,9 +6,9 @@
 #include <utility>
 #include <vector>
 
+#include "alerts/AlertBundleRegistry.h"
 #include "delivery/ADAlertMailer.h"
 #include "delivery/ADAlertPusher.h"
-#include "platform/foundation/AlertBundleRegistry.h"
 #include "platform/foundation/Clock.h"
 #include "platform/foundation/Log.h"
 #include "protocol/VLAlertsDaemon.h"

@@ -2,9 +2,9 @@
 
 #include <utility>
 
+#include "alerts/AlertBundleErrors.h"
+#include "alerts/VLAlertAction.h"
 #include "daemon/AlertsDaemon.h"
-#include "platform/foundation/AlertBundleErrors.h"
-#include "platform/foundation/VLAlertAction.h"
 #include "store/ADAlertStore.h"
 
 namespace velto {

@@ -5,8 +5,8 @@
 #include <memory>
 #include <utility>
 
+#include "alerts/VLAlert.h"
 #include "daemon/AlertsDaemon.h"
-#include "platform/foundation/VLAlert.h"
 #include "store/ADAlertStore.h"
 
 namespace velto {

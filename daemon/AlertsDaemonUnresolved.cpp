@@ -1,8 +1,8 @@
 // Finding out which alerts have been resolved.
 
+#include "alerts/VLAlertAction.h"
 #include "daemon/AlertsDaemon.h"
 #include "daemon/LatestError.h"
-#include "platform/foundation/VLAlertAction.h"
 #include "store/ADAlertStore.h"
 
 namespace velto {

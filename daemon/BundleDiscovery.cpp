@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "alerts/Bundle.h"
 #include "daemon/AlertsDaemonListener.h"
-#include "platform/foundation/Bundle.h"
 #include "platform/foundation/Paths.h"
 #include "store/ADAlertStore.h"
 

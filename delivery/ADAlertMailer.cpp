@@ -7,7 +7,7 @@
 
 #include "delivery/HeaderEncoding.h"
 #include "platform/foundation/Paths.h"
-#include "platform/foundation/Task.h"
+#include "platform/process/Task.h"
 #include "store/DefaultLanguages.h"
 
 namespace velto {

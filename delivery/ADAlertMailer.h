@@ -6,11 +6,11 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/foundation/AlertBundleRegistry.h"
-#include "platform/foundation/EmailFormatter.h"
+#include "alerts/AlertBundleRegistry.h"
+#include "alerts/EmailFormatter.h"
+#include "alerts/VLAlert.h"
 #include "platform/foundation/Error.h"
 #include "platform/foundation/Log.h"
-#include "platform/foundation/VLAlert.h"
 #include "store/ADAlertStore.h"
 
 namespace velto {

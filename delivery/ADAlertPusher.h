@@ -6,10 +6,10 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/foundation/AlertBundleRegistry.h"
+#include "alerts/AlertBundleRegistry.h"
+#include "alerts/VLAlert.h"
 #include "platform/foundation/Clock.h"
 #include "platform/foundation/Error.h"
-#include "platform/foundation/VLAlert.h"
 #include "platform/push/PushServiceProvider.h"
 #include "store/ADAlertStore.h"
 

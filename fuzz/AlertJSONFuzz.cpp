@@ -5,9 +5,9 @@
 #include <string>
 #include <string_view>
 
+#include "alerts/VLAlertJSON.h"
 #include "platform/connection/JSONReader.h"
-#include "platform/foundation/PropertyListSerialization.h"
-#include "platform/foundation/VLAlertJSON.h"
+#include "platform/propertylist/PropertyListSerialization.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const velto::Data bytes(std::string_view(reinterpret_cast<const char*>(data), size));

@@ -8,8 +8,8 @@
 #include <string_view>
 
 #include "platform/foundation/PropertyList.h"
-#include "platform/foundation/PropertyListBinaryReader.h"
-#include "platform/foundation/PropertyListBinaryWriter.h"
+#include "platform/propertylist/PropertyListBinaryReader.h"
+#include "platform/propertylist/PropertyListBinaryWriter.h"
 
 namespace velto::fuzz {
 

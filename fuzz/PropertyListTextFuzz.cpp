@@ -1,8 +1,8 @@
 // Any text to the reader of textual property lists.
 
 #include "fuzz/PropertyListRoundTrip.h"
-#include "platform/foundation/PropertyListTextReader.h"
-#include "platform/foundation/PropertyListUnicode.h"
+#include "platform/propertylist/PropertyListTextReader.h"
+#include "platform/propertylist/PropertyListUnicode.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   std::optional<velto::Error> error;

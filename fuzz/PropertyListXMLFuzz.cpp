@@ -1,8 +1,8 @@
 // Any text to the reader of XML property lists.
 
 #include "fuzz/PropertyListRoundTrip.h"
-#include "platform/foundation/PropertyListUnicode.h"
-#include "platform/foundation/PropertyListXMLReader.h"
+#include "platform/propertylist/PropertyListUnicode.h"
+#include "platform/propertylist/PropertyListXMLReader.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   std::optional<velto::Error> error;

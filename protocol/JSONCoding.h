@@ -12,17 +12,17 @@
 
 #include <boost/json.hpp>
 
+#include "alerts/AlertBundleSettings.h"
+#include "alerts/Recipients.h"
+#include "alerts/VLAlert.h"
+#include "alerts/VLAlertJSON.h"
 #include "platform/connection/Interface.h"
-#include "platform/foundation/AlertBundleSettings.h"
 #include "platform/foundation/Data.h"
 #include "platform/foundation/Date.h"
 #include "platform/foundation/Error.h"
 #include "platform/foundation/JSONText.h"
 #include "platform/foundation/PropertyList.h"
-#include "platform/foundation/PropertyListJSON.h"
-#include "platform/foundation/Recipients.h"
-#include "platform/foundation/VLAlert.h"
-#include "platform/foundation/VLAlertJSON.h"
+#include "platform/propertylist/PropertyListJSON.h"
 
 namespace velto {
 

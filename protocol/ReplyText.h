@@ -7,7 +7,7 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/foundation/AlertSequence.h"
+#include "alerts/AlertSequence.h"
 #include "protocol/JSONCoding.h"
 
 namespace velto {

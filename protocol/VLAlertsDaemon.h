@@ -7,14 +7,14 @@
 #include <string>
 #include <vector>
 
+#include "alerts/AlertBundleSettings.h"
+#include "alerts/AlertSequence.h"
+#include "alerts/Recipients.h"
+#include "alerts/VLAlert.h"
 #include "platform/connection/Interface.h"
-#include "platform/foundation/AlertBundleSettings.h"
-#include "platform/foundation/AlertSequence.h"
 #include "platform/foundation/Date.h"
 #include "platform/foundation/Error.h"
 #include "platform/foundation/PropertyList.h"
-#include "platform/foundation/Recipients.h"
-#include "platform/foundation/VLAlert.h"
 
 namespace velto {
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "platform/foundation/PropertyListSerialization.h"
+#include "platform/propertylist/PropertyListSerialization.h"
 
 namespace velto {
 namespace {

@@ -2,8 +2,8 @@
 
 #include <optional>
 
+#include "alerts/VLAlert.h"
 #include "platform/foundation/Data.h"
-#include "platform/foundation/VLAlert.h"
 #include "platform/persistence/ManagedObjectContext.h"
 #include "store/ADAlert.h"
 

@@ -9,12 +9,12 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/foundation/AlertBundleSettings.h"
-#include "platform/foundation/AlertSequence.h"
+#include "alerts/AlertBundleSettings.h"
+#include "alerts/AlertSequence.h"
+#include "alerts/Recipients.h"
+#include "alerts/VLAlert.h"
 #include "platform/foundation/Error.h"
 #include "platform/foundation/PropertyList.h"
-#include "platform/foundation/Recipients.h"
-#include "platform/foundation/VLAlert.h"
 #include "platform/persistence/ManagedObjectContext.h"
 #include "store/ADAlert.h"
 #include "store/ADAlertBundle.h"

@@ -4,7 +4,7 @@
 #include <array>
 #include <utility>
 
-#include "platform/foundation/Bundle.h"
+#include "alerts/Bundle.h"
 #include "platform/foundation/FileManager.h"
 #include "platform/foundation/Languages.h"
 #include "platform/foundation/Paths.h"

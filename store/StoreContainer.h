@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/foundation/AlertBundleRegistry.h"
+#include "alerts/AlertBundleRegistry.h"
 #include "platform/foundation/Clock.h"
 #include "platform/foundation/Log.h"
 #include "platform/foundation/Mutex.h"

@@ -13,8 +13,8 @@
 
 #include "platform/foundation/FileManager.h"
 #include "platform/foundation/Log.h"
-#include "platform/foundation/PropertyListSerialization.h"
 #include "platform/identity/Entitlements.h"
+#include "platform/propertylist/PropertyListSerialization.h"
 
 namespace velto {
 namespace {

@@ -8,9 +8,9 @@
 #include <type_traits>
 #include <utility>
 
-#include "platform/foundation/PropertyListSerialization.h"
 #include "platform/foundation/RegularFile.h"
 #include "platform/persistence/ManagedObjectModel.h"
+#include "platform/propertylist/PropertyListSerialization.h"
 
 namespace velto {
 

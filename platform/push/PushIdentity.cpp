@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "platform/foundation/Paths.h"
-#include "platform/foundation/PropertyListSerialization.h"
 #include "platform/foundation/RegularFile.h"
+#include "platform/propertylist/PropertyListSerialization.h"
 #include "platform/push/PushErrors.h"
 
 namespace velto {

@@ -8,9 +8,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/foundation/AlertBundleRegistry.h"
-#include "platform/foundation/Bundle.h"
-#include "platform/foundation/Task.h"
+#include "alerts/AlertBundleRegistry.h"
+#include "alerts/Bundle.h"
+#include "platform/process/Task.h"
 #include "tests/support/FakeLog.h"
 #include "tests/support/TemporaryDirectory.h"
 

@@ -4,7 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/foundation/AlertBundleRegistry.h"
+#include "alerts/AlertBundleRegistry.h"
 #include "tests/support/FakeLog.h"
 
 namespace velto {

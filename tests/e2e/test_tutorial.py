@@ -48,7 +48,7 @@ def test_the_code_in_c(system, tmp_path):
         texts={"en": {"HighLoad.subject": "The processors are overloaded"}}) / "Contents"
     (contents / "Linux").mkdir(mode=0o755)
     subprocess.run(["cc", "-shared", "-fPIC", "-Wall", "-Werror", "-o",
-                    contents / "Linux/libLoad.so", source, f"-I{ROOT}/platform/foundation"],
+                    contents / "Linux/libLoad.so", source, f"-I{ROOT}/alerts"],
                    check=True)
     (contents / "Linux/libLoad.so").chmod(0o755)
     system.install_bundle("Common.bundle")

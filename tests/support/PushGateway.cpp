@@ -11,7 +11,7 @@
 
 #include <boost/json.hpp>
 
-#include "platform/foundation/Spawn.h"
+#include "platform/process/Spawn.h"
 
 namespace velto {
 namespace {

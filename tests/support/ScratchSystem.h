@@ -5,9 +5,9 @@
 #include <string_view>
 #include <vector>
 
+#include "alerts/AlertBundleRegistry.h"
 #include "delivery/ADAlertMailer.h"
 #include "delivery/ADAlertPusher.h"
-#include "platform/foundation/AlertBundleRegistry.h"
 #include "platform/foundation/Paths.h"
 #include "store/ADAlertStore.h"
 #include "store/StoreContainer.h"

@@ -1,0 +1,149 @@
+#include "alerts/AlertBundle.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+#include "alerts/AlertText.h"
+#include "platform/foundation/Languages.h"
+#include "platform/foundation/Log.h"
+#include "platform/foundation/RegularFile.h"
+#include "platform/propertylist/PropertyListSerialization.h"
+
+namespace velto {
+namespace {
+
+constexpr std::size_t kMaximumLanguages = 1000;
+constexpr std::size_t kMaximumStringsSize = std::size_t{1} << 20;
+
+/// The dictionary in a strings file; nothing when there is none, or, with a log line, when it
+/// cannot be read as one.
+std::optional<PropertyList::Dictionary> readStrings(const std::string& path, Log& log) {
+  std::error_code ignored;
+  if (!std::filesystem::exists(path, ignored)) {
+    return std::nullopt;
+  }
+  std::optional<Error> error;
+  std::optional<PropertyList> strings;
+  if (const auto bytes = contentsOfRegularFile(path, kMaximumStringsSize, &error)) {
+    strings = PropertyListSerialization::propertyList(Data(std::string_view(*bytes)), &error);
+  }
+  if (!strings || strings->dictionary() == nullptr) {
+    log.warning("Alert texts " + path +
+                " not used: " + (error ? error->localizedDescription() : "no dictionary"));
+    return std::nullopt;
+  }
+  return std::move(*strings->dictionary());
+}
+
+/// An alert whose texts and recovery actions its bundle declares.
+class DeclaredAlert : public VLAlertSubclass {
+ public:
+  DeclaredAlert(std::shared_ptr<const AlertBundle> bundle, const VLAlert& alert)
+      : VLAlertSubclass(alert), bundle_(std::move(bundle)) {}
+
+  std::optional<std::string> subject(std::string_view localization) const override {
+    std::string line = text(".subject", localization);
+    // An attribute may bring line breaks, and a subject is one line.
+    std::replace_if(
+        line.begin(), line.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
+    return line;
+  }
+  std::optional<std::string> message(std::string_view localization) const override {
+    return text(".message", localization);
+  }
+  std::vector<std::string> recoveryOptions() const override {
+    return bundle_->recoveryOptions(*alert().type);
+  }
+
+ private:
+  std::string text(std::string_view kind, std::string_view localization) const {
+    const std::string& type = *alert().type;
+    const auto pattern = bundle_->text(type + std::string(kind), localization);
+    return pattern ? expandedText(*pattern, alert().attributes.value_or(PropertyList::Dictionary()))
+                   : type;
+  }
+
+  const std::shared_ptr<const AlertBundle> bundle_;
+};
+
+}  // namespace
+
+AlertBundle::AlertBundle(std::string key, Bundle bundle, Log& log)
+    : key_(std::move(key)), bundle_(std::move(bundle)), localizations_(bundle_.localizations()) {
+  for (const std::string& language : localizations_) {
+    const std::string folder = bundle_.path() + "/Contents/Resources/" + language + ".lproj";
+    if (auto strings = readStrings(folder + "/Alerts.strings", log)) {
+      texts_.emplace(language, std::move(*strings));
+    }
+  }
+  const std::string* region = stringForKey(bundle_.infoDictionary(), "CFBundleDevelopmentRegion");
+  const auto languages = matchingLocalizations(localizations_, {region ? *region : "en"});
+  developmentRegion_ = languages.empty() ? "" : languages.front();
+}
+
+std::unique_ptr<VLAlertSubclass> AlertBundle::makeAlert(std::shared_ptr<const AlertBundle> bundle,
+                                                        const VLAlert& alert) {
+  return std::make_unique<DeclaredAlert>(std::move(bundle), alert);
+}
+
+std::optional<std::string> AlertBundle::text(std::string_view key,
+                                             std::string_view localization) const {
+  const std::string* found = textInLanguage(key, language(localization));
+  if (found == nullptr) {
+    found = textInLanguage(key, developmentRegion_);
+  }
+  return found == nullptr ? std::nullopt : std::optional(*found);
+}
+
+std::string AlertBundle::language(std::string_view localization) const {
+  {
+    const MutexLock lock(languagesLock_);
+    const auto found = languages_.find(localization);
+    if (found != languages_.end()) {
+      return found->second;
+    }
+  }
+  const auto matches = matchingLocalizations(localizations_, {std::string(localization)});
+  std::string best = matches.empty() ? "" : matches.front();
+  const MutexLock lock(languagesLock_);
+  if (languages_.size() >= kMaximumLanguages) {
+    languages_.clear();  // whoever sends so many names must not make it grow
+  }
+  languages_.emplace(localization, best);
+  return best;
+}
+
+std::vector<std::string> AlertBundle::recoveryOptions(std::string_view type) const {
+  std::vector<std::string> names;
+  const PropertyList::Dictionary* declaration = alertType(type);
+  const PropertyList* options =
+      declaration == nullptr ? nullptr : valueForKey(*declaration, "RecoveryOptions");
+  if (options == nullptr || options->array() == nullptr) {
+    return names;
+  }
+  for (const PropertyList& option : *options->array()) {
+    if (option.string() != nullptr) {
+      names.push_back(*option.string());
+    }
+  }
+  return names;
+}
+
+const PropertyList::Dictionary* AlertBundle::alertType(std::string_view type) const {
+  const PropertyList* types = valueForKey(bundle_.infoDictionary(), "VLAlertTypes");
+  if (types == nullptr || types->dictionary() == nullptr) {
+    return nullptr;
+  }
+  const PropertyList* declaration = valueForKey(*types->dictionary(), type);
+  return declaration == nullptr ? nullptr : declaration->dictionary();
+}
+
+const std::string* AlertBundle::textInLanguage(std::string_view key,
+                                               const std::string& language) const {
+  const auto found = texts_.find(language);
+  return found == texts_.end() ? nullptr : stringForKey(found->second, key);
+}
+
+}  // namespace velto

@@ -1,0 +1,197 @@
+#include "alerts/AlertBundleRegistry.h"
+
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "alerts/AlertBundle.h"
+#include "alerts/Bundle.h"
+#include "alerts/DeclaredAction.h"
+#include "alerts/native/NativeAction.h"
+#include "alerts/native/NativeAlert.h"
+#include "alerts/native/NativeBundle.h"
+#include "alerts/native/NativeClasses.h"
+#include "platform/foundation/FileManager.h"
+#include "platform/foundation/Log.h"
+#include "platform/foundation/Mutex.h"
+#include "platform/foundation/Paths.h"
+#include "platform/foundation/TrustedFile.h"
+
+namespace velto {
+
+class AlertBundleRegistry::Implementation {
+ public:
+  Implementation(std::string directory, Log& log, std::chrono::milliseconds actionTimeLimit)
+      : directory_(std::move(directory)), log_(log), actions_{log, actionTimeLimit} {}
+
+  /// The bundle of this name, or null.
+  std::shared_ptr<const AlertBundle> alertBundle(std::string_view name)
+      VELTO_EXCLUDES(bundlesLock_);
+  /// The bundle of an alert, ready for use: its code, if it has some, is loaded. Null with an error
+  /// otherwise.
+  std::shared_ptr<const AlertBundle> bundleOf(const VLAlert& alert, ErrorSlot error);
+  /// Nothing when the code is loaded, or why it is not.
+  std::optional<std::string> load(std::string_view name) VELTO_EXCLUDES(loadLock_);
+  const NativeClasses& classes() const { return classes_; }
+  const ActionContext& actions() const { return actions_; }
+
+ private:
+  std::optional<Bundle> openBundle(const std::string& name) const;
+  std::optional<std::string> tryToLoad(const std::string& name) VELTO_REQUIRES(loadLock_);
+
+  const std::string directory_;
+  Log& log_;
+  const ActionContext actions_;
+  NativeClasses classes_;
+
+  Mutex bundlesLock_;
+  std::map<std::string, std::shared_ptr<const AlertBundle>, std::less<>> bundles_
+      VELTO_GUARDED_BY(bundlesLock_);
+
+  /// Held while a bundle's code is loaded: who asks for it meanwhile waits for the outcome.
+  Mutex loadLock_;
+  std::map<std::string, std::optional<std::string>, std::less<>> outcomes_
+      VELTO_GUARDED_BY(loadLock_);
+};
+
+std::shared_ptr<const AlertBundle> AlertBundleRegistry::Implementation::alertBundle(
+    std::string_view name) {
+  MutexLock lock(bundlesLock_);
+  const auto found = bundles_.find(name);
+  if (found != bundles_.end()) {
+    return found->second;
+  }
+  auto bundle = openBundle(std::string(name));
+  if (!bundle) {
+    return nullptr;
+  }
+  auto opened = std::make_shared<const AlertBundle>(std::string(name), std::move(*bundle), log_);
+  bundles_.emplace(name, opened);
+  return opened;
+}
+
+/// "X.bundle", or any other entry that discovery knows under the same key.
+std::optional<Bundle> AlertBundleRegistry::Implementation::openBundle(
+    const std::string& name) const {
+  if (!isFileName(name)) {
+    return std::nullopt;
+  }
+  auto bundle = Bundle::bundleWithPath(directory_ + "/" + name + ".bundle");
+  if (bundle) {
+    return bundle;
+  }
+  const auto entries = FileManager::system().contentsOfDirectory(directory_, nullptr);
+  for (const std::string& entry : entries.value_or(std::vector<std::string>())) {
+    if (entry.find(".bundle") != std::string::npos && std::filesystem::path(entry).stem() == name &&
+        (bundle = Bundle::bundleWithPath(directory_ + "/" + entry))) {
+      return bundle;
+    }
+  }
+  return std::nullopt;
+}
+
+std::optional<std::string> AlertBundleRegistry::Implementation::load(std::string_view name) {
+  MutexLock lock(loadLock_);
+  const auto found = outcomes_.find(name);
+  if (found != outcomes_.end()) {
+    return found->second;
+  }
+  return outcomes_.emplace(name, tryToLoad(std::string(name))).first->second;
+}
+
+std::optional<std::string> AlertBundleRegistry::Implementation::tryToLoad(const std::string& name) {
+  std::string reason = "there is no such bundle in " + directory_;
+  const auto bundle = alertBundle(name);
+  if (bundle == nullptr || !loadNativeBundle(bundle->bundle(), name, classes_, reason)) {
+    log_.warning("Alert bundle '" + name + "' not loaded: " + reason);
+    return reason;
+  }
+  return std::nullopt;
+}
+
+std::shared_ptr<const AlertBundle> AlertBundleRegistry::Implementation::bundleOf(
+    const VLAlert& alert, ErrorSlot error) {
+  const auto fail = [error](int code, const std::string& description) {
+    setIfEmpty(error, makeError(kBundleErrorDomain, code, description));
+    return nullptr;
+  };
+  if (!alert.bundle) {
+    return fail(kAlertWithoutBundleErrorCode, "The alert names no alert bundle.");
+  }
+  auto bundle = alertBundle(*alert.bundle);
+  if (bundle == nullptr) {
+    return fail(kBundleNotOpenedErrorCode, "Alert bundle '" + *alert.bundle +
+                                               "' cannot be opened: no such bundle in " +
+                                               directory_ + ".");
+  }
+  const bool hasCode =
+      valueForKey(bundle->bundle().infoDictionary(), "CFBundleExecutable") != nullptr;
+  if (const auto reason = hasCode ? load(*alert.bundle) : std::nullopt) {
+    return fail(kCodeNotLoadedErrorCode,
+                "Alert bundle '" + *alert.bundle + "' cannot be used: " + *reason + ".");
+  }
+  return bundle;
+}
+
+AlertBundleRegistry& AlertBundleRegistry::shared() {
+  static AlertBundleRegistry registry(rootedPath(VLAlertsDirectory), Log::system());
+  return registry;
+}
+
+AlertBundleRegistry::AlertBundleRegistry(std::string directory, Log& log,
+                                         std::chrono::milliseconds actionTimeLimit)
+    : implementation_(
+          std::make_unique<Implementation>(std::move(directory), log, actionTimeLimit)) {}
+
+AlertBundleRegistry::~AlertBundleRegistry() = default;
+
+std::unique_ptr<VLAlertSubclass> AlertBundleRegistry::alertSubclass(const VLAlert& alert,
+                                                                    ErrorSlot error) {
+  if (alert.bundle && !alert.type) {
+    setIfEmpty(error, makeError(kBundleErrorDomain, kAlertWithoutTypeErrorCode,
+                                "The alert of bundle '" + *alert.bundle + "' names no type."));
+    return nullptr;
+  }
+  const auto bundle = implementation_->bundleOf(alert, error);
+  if (bundle == nullptr) {
+    return nullptr;
+  }
+  const auto* const alertClass = implementation_->classes().alertClass(bundle->key(), *alert.type);
+  if (alertClass == nullptr && !bundle->declares(*alert.type)) {
+    setIfEmpty(error, makeError(kBundleErrorDomain, kNoSuchAlertTypeErrorCode,
+                                "Alert bundle '" + bundle->key() + "' has no alert type '" +
+                                    *alert.type + "'."));
+    return nullptr;
+  }
+  auto declared = AlertBundle::makeAlert(bundle, alert);
+  return alertClass == nullptr ? std::move(declared)
+                               : makeNativeAlert(*alertClass, std::move(declared));
+}
+
+std::unique_ptr<VLAlertAction> AlertBundleRegistry::alertAction(const std::string& className,
+                                                                const VLAlert& alert,
+                                                                ErrorSlot error) {
+  const auto bundle = implementation_->bundleOf(alert, error);
+  if (bundle == nullptr) {
+    return nullptr;
+  }
+  const auto* const actionClass = implementation_->classes().actionClass(bundle->key(), className);
+  if (actionClass == nullptr) {
+    return makeDeclaredAction(bundle, className, alert, implementation_->actions(), error);
+  }
+  return makeNativeAction(*actionClass, bundle, className, AlertBundle::makeAlert(bundle, alert),
+                          implementation_->actions(), error);
+}
+
+bool AlertBundleRegistry::VLLoadAlertBundle(std::string_view name) {
+  return !implementation_->load(name);
+}
+
+std::unique_ptr<EmailFormatter> AlertBundleRegistry::makeEmailFormatter(
+    std::string_view className) {
+  return implementation_->classes().makeEmailFormatter(className);
+}
+
+}  // namespace velto

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "alerts/AlertBundleErrors.h"
+#include "alerts/EmailFormatter.h"
+#include "alerts/VLAlert.h"
+#include "alerts/VLAlertAction.h"
+#include "platform/foundation/Error.h"
+
+namespace velto {
+
+class Log;
+
+/// The alert bundles of one directory: finds the bundle of an alert, loads bundles with code, and
+/// knows the classes they registered, by name. A bundle is read when it is first asked for and
+/// kept: what is changed on disk afterwards counts from the next start. One that could not be
+/// opened is looked for anew each time; code that could not be used is not tried again.
+/// Synchronised itself: any thread.
+class AlertBundleRegistry {
+ public:
+  /// How long the program of a recovery action may take.
+  static constexpr std::chrono::milliseconds kActionTimeLimit = std::chrono::minutes(1);
+
+  /// The registry of the process, over VLAlertsDirectory.
+  static AlertBundleRegistry& shared();
+
+  AlertBundleRegistry(std::string directory, Log& log,
+                      std::chrono::milliseconds actionTimeLimit = kActionTimeLimit);
+  ~AlertBundleRegistry();
+  AlertBundleRegistry(const AlertBundleRegistry&) = delete;
+  AlertBundleRegistry& operator=(const AlertBundleRegistry&) = delete;
+
+  /// See VLAlert::alertSubclass.
+  std::unique_ptr<VLAlertSubclass> alertSubclass(const VLAlert& alert, ErrorSlot error);
+
+  /// See VLAlertAction::alertActionWithClassName.
+  std::unique_ptr<VLAlertAction> alertAction(const std::string& className, const VLAlert& alert,
+                                             ErrorSlot error);
+
+  /// Loads the code of the bundle "<name>.bundle" if it is not loaded yet, which makes its classes
+  /// available by name. False, with one log line that says why, when there is no such bundle, it
+  /// has no code, or the code cannot be used.
+  bool VLLoadAlertBundle(std::string_view name);
+
+  /// A new object of the formatter class of this name, or null when no loaded bundle has one.
+  std::unique_ptr<EmailFormatter> makeEmailFormatter(std::string_view className);
+
+ private:
+  class Implementation;
+  std::unique_ptr<Implementation> implementation_;
+};
+
+}  // namespace velto

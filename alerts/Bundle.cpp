@@ -1,0 +1,52 @@
+#include "alerts/Bundle.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+#include "platform/foundation/FileManager.h"
+#include "platform/foundation/RegularFile.h"
+#include "platform/propertylist/PropertyListSerialization.h"
+
+namespace velto {
+namespace {
+
+constexpr std::size_t kMaximumInfoSize = std::size_t{1} << 20;
+constexpr std::string_view kLocalizationSuffix = ".lproj";
+
+}  // namespace
+
+std::optional<Bundle> Bundle::bundleWithPath(std::string path) {
+  const auto bytes =
+      contentsOfRegularFile(path + "/Contents/Info.plist", kMaximumInfoSize, nullptr);
+  if (!bytes) {
+    return std::nullopt;
+  }
+  auto info = PropertyListSerialization::propertyList(Data(std::string_view(*bytes)), nullptr);
+  if (!info || info->dictionary() == nullptr) {
+    return std::nullopt;
+  }
+  return Bundle(std::move(path), std::move(*info->dictionary()));
+}
+
+Bundle::Bundle(std::string path, PropertyList::Dictionary infoDictionary)
+    : path_(std::move(path)), infoDictionary_(std::move(infoDictionary)) {}
+
+std::vector<std::string> Bundle::localizations() const {
+  const std::string resources = path_ + "/Contents/Resources";
+  std::vector<std::string> names;
+  for (std::string& entry :
+       FileManager::system().contentsOfDirectory(resources, nullptr).value_or(names)) {
+    std::error_code ignored;
+    if (entry.size() > kLocalizationSuffix.size() && entry.ends_with(kLocalizationSuffix) &&
+        std::filesystem::is_directory(std::filesystem::path(resources) / entry, ignored)) {
+      entry.resize(entry.size() - kLocalizationSuffix.size());
+      names.push_back(std::move(entry));
+    }
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+}  // namespace velto

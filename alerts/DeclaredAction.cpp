@@ -1,0 +1,150 @@
+#include "alerts/DeclaredAction.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <sys/stat.h>
+#include <utility>
+
+#include <boost/json.hpp>
+
+#include "alerts/ActionProcess.h"
+#include "alerts/AlertBundleErrors.h"
+#include "alerts/VLAlertJSON.h"
+#include "platform/foundation/Log.h"
+#include "platform/foundation/TrustedFile.h"
+#include "platform/propertylist/PropertyListUnicode.h"
+
+namespace velto {
+namespace {
+
+using Kind = ActionOutcome::Kind;
+
+/// What a program wrote, as text to be shown: any bytes may have come.
+std::string shown(std::string text) {
+  std::size_t checked = 0;
+  while (const auto invalid = invalidUTF8Offset(std::string_view(text).substr(checked))) {
+    checked += *invalid;
+    text[checked] = '?';
+  }
+  const std::size_t first = text.find_first_not_of(" \t\r\n");
+  return first == std::string::npos
+             ? ""
+             : text.substr(first, text.find_last_not_of(" \t\r\n") + 1 - first);
+}
+
+std::string inOneLine(std::string text) {
+  std::replace(text.begin(), text.end(), '\n', ' ');
+  return text;
+}
+
+/// How an outcome reads after the name of the action.
+std::string describe(const ActionOutcome& outcome) {
+  switch (outcome.kind) {
+    case Kind::kExited:
+      return "ended with status " + std::to_string(outcome.status);
+    case Kind::kSignalled:
+      return "was ended by signal " + std::to_string(outcome.status);
+    case Kind::kTimedOut:
+      return "took too long and was ended";
+    case Kind::kNotStarted:
+      break;
+  }
+  return outcome.standardError;
+}
+
+class DeclaredAction : public VLAlertAction {
+ public:
+  DeclaredAction(std::shared_ptr<const AlertBundle> bundle, std::string className,
+                 const VLAlert& alert, const ActionContext& context)
+      : bundle_(std::move(bundle)), className_(std::move(className)), context_(context) {
+    appendJSON(alertText_, alert);
+  }
+
+  /// The reason why the executable cannot be used; empty when it can.
+  std::string objection() const {
+    const std::filesystem::path path(bundle_->bundle().path());
+    std::string reason;
+    const FileDescriptor file = openTrustedFile(
+        path.parent_path(), {path.filename(), "Contents", "Actions", className_}, reason);
+    struct stat status {};
+    if (file.isOpen() && (::fstat(file.get(), &status) != 0 || (status.st_mode & S_IXUSR) == 0)) {
+      reason = executable() + " is not executable";
+    }
+    return reason;
+  }
+
+  std::string title(std::string_view localization) const override {
+    return bundle_->text(className_ + ".title", localization).value_or(className_);
+  }
+
+  bool hasBeenResolved() override {
+    const ActionOutcome outcome = run({"has-been-resolved"});
+    const bool answers = outcome.kind == Kind::kExited && outcome.status <= 1;
+    if (!answers) {
+      const std::string text = inOneLine(shown(outcome.standardError));
+      context_.log.warning(name() + ", asked whether it has been resolved, " + describe(outcome) +
+                           (text.empty() || outcome.kind == Kind::kNotStarted ? "" : ": " + text));
+    }
+    return answers && outcome.status == 0;
+  }
+
+  bool runWithLocalization(std::string_view localization, ErrorSlot error) override {
+    const ActionOutcome outcome = run({"run", std::string(localization)});
+    if (outcome.kind == Kind::kExited && outcome.status == 0) {
+      return true;
+    }
+    const std::string text = shown(outcome.standardError);
+    setIfEmpty(error, makeError(kBundleErrorDomain,
+                                outcome.kind == Kind::kTimedOut ? kActionTimedOutErrorCode
+                                                                : kActionFailedErrorCode,
+                                text.empty() || outcome.kind == Kind::kTimedOut
+                                    ? name() + " " + describe(outcome) + "."
+                                    : text));
+    return false;
+  }
+
+  std::string name() const {
+    return "Recovery action '" + className_ + "' of alert bundle '" + bundle_->key() + "'";
+  }
+
+ private:
+  std::string executable() const {
+    return bundle_->bundle().path() + "/Contents/Actions/" + className_;
+  }
+
+  ActionOutcome run(const std::vector<std::string>& arguments) const {
+    const std::string reason = objection();
+    return reason.empty() ? runAction(executable(), arguments, alertText_, context_.timeLimit)
+                          : ActionOutcome{Kind::kNotStarted, 0, "was not started: " + reason};
+  }
+
+  const std::shared_ptr<const AlertBundle> bundle_;
+  const std::string className_;
+  std::string alertText_;
+  const ActionContext context_;
+};
+
+}  // namespace
+
+std::unique_ptr<VLAlertAction> makeDeclaredAction(std::shared_ptr<const AlertBundle> bundle,
+                                                  const std::string& className,
+                                                  const VLAlert& alert,
+                                                  const ActionContext& context, ErrorSlot error) {
+  auto action = std::make_unique<DeclaredAction>(bundle, className, alert, context);
+  std::error_code ignored;
+  const std::filesystem::path path = bundle->bundle().path() + "/Contents/Actions";
+  if (!isFileName(className) || !std::filesystem::exists(path / className, ignored)) {
+    setIfEmpty(error, makeError(kBundleErrorDomain, kNoSuchActionErrorCode,
+                                "Alert bundle '" + bundle->key() + "' has no recovery action '" +
+                                    className + "'."));
+    return nullptr;
+  }
+  if (const std::string reason = action->objection(); !reason.empty()) {
+    setIfEmpty(error, makeError(kBundleErrorDomain, kActionRefusedErrorCode,
+                                action->name() + " cannot be used: " + reason + "."));
+    return nullptr;
+  }
+  return action;
+}
+
+}  // namespace velto

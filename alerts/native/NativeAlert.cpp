@@ -1,0 +1,63 @@
+#include "alerts/native/NativeAlert.h"
+
+#include <string>
+#include <utility>
+
+#include "alerts/native/NativeHost.h"
+#include "platform/propertylist/PropertyListUnicode.h"
+
+namespace velto {
+namespace {
+
+using TextFunction = int (*)(const velto_alert*, const char*, velto_text*);
+
+class NativeAlert : public VLAlertSubclass {
+ public:
+  NativeAlert(const velto_alert_class& alertClass, std::unique_ptr<VLAlertSubclass> declared)
+      : VLAlertSubclass(declared->alert()), class_(alertClass), declared_(std::move(declared)) {}
+
+  std::optional<std::string> subject(std::string_view localization) const override {
+    const auto own = text(class_.subject, localization);
+    return own ? own : declared_->subject(localization);
+  }
+  std::optional<std::string> message(std::string_view localization) const override {
+    const auto own = text(class_.message, localization);
+    return own ? own : declared_->message(localization);
+  }
+  std::vector<std::string> recoveryOptions() const override {
+    if (class_.recovery_options == nullptr) {
+      return declared_->recoveryOptions();
+    }
+    const velto_alert handle{*declared_};
+    velto_names names;
+    class_.recovery_options(&handle, &names);
+    return std::move(names.names);
+  }
+
+ private:
+  /// What the code's function appends; nothing without a function, and for what is not UTF-8.
+  std::optional<std::string> text(TextFunction function, std::string_view localization) const {
+    if (function == nullptr) {
+      return std::nullopt;
+    }
+    const velto_alert handle{*declared_};
+    velto_text text;
+    if (function(&handle, std::string(localization).c_str(), &text) != 0 ||
+        invalidUTF8Offset(text.utf8)) {
+      return std::nullopt;
+    }
+    return std::move(text.utf8);
+  }
+
+  const velto_alert_class& class_;
+  const std::unique_ptr<VLAlertSubclass> declared_;
+};
+
+}  // namespace
+
+std::unique_ptr<VLAlertSubclass> makeNativeAlert(const velto_alert_class& alertClass,
+                                                 std::unique_ptr<VLAlertSubclass> declared) {
+  return std::make_unique<NativeAlert>(alertClass, std::move(declared));
+}
+
+}  // namespace velto

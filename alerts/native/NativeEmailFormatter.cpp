@@ -1,0 +1,58 @@
+#include "alerts/native/NativeEmailFormatter.h"
+
+#include <utility>
+
+#include "alerts/AlertBundleRegistry.h"
+#include "alerts/native/NativeHost.h"
+#include "platform/propertylist/PropertyListUnicode.h"
+
+namespace velto {
+
+NativeEmailFormatter::NativeEmailFormatter(void* object, NativeFormatterClass formatterClass,
+                                           std::string className)
+    : object_(object), class_(std::move(formatterClass)), className_(std::move(className)) {}
+
+NativeEmailFormatter::~NativeEmailFormatter() {
+  class_.functions->destroy(object_);
+}
+
+std::optional<std::string> NativeEmailFormatter::fromAddress(std::string_view localization) {
+  velto_text sender;
+  const int result =
+      class_.functions->from_address(object_, std::string(localization).c_str(), &sender);
+  if (result != 0 || sender.utf8.empty() || invalidUTF8Offset(sender.utf8)) {
+    return std::nullopt;
+  }
+  return std::move(sender.utf8);
+}
+
+std::optional<std::string> NativeEmailFormatter::formatMessage(const VLAlertSubclass& alert,
+                                                               std::string_view localization,
+                                                               ErrorSlot error) {
+  const velto_alert handle{alert};
+  velto_text message;
+  velto_error problem;
+  const int result = class_.functions->format_message(
+      object_, &handle, std::string(localization).c_str(), &message, &problem);
+  if (problem.isSet) {
+    setIfEmpty(error, makeError(className_, problem.code, problem.description));
+    return std::nullopt;
+  }
+  if (result != 0) {
+    setIfEmpty(error, failure("cannot format the message"));
+    return std::nullopt;
+  }
+  if (invalidUTF8Offset(message.utf8)) {
+    setIfEmpty(error, failure("gave a message that is not UTF-8"));
+    return std::nullopt;
+  }
+  return std::move(message.utf8);
+}
+
+Error NativeEmailFormatter::failure(std::string_view what) const {
+  return makeError(kBundleErrorDomain, kFormatterFailedErrorCode,
+                   "The class " + className_ + " of alert bundle '" + class_.bundle + "' " +
+                       std::string(what) + ".");
+}
+
+}  // namespace velto

@@ -1,0 +1,136 @@
+// Alerts and recovery actions whose classes a bundle's code registers.
+
+#include "alerts/native/NativeClasses.h"
+
+#include <filesystem>
+#include <sys/stat.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "alerts/AlertBundleRegistry.h"
+#include "tests/alerts/AlertBundleDirectory.h"
+#include "tests/support/FakeLog.h"
+
+namespace velto {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+class NativeClassesTest : public testing::Test {
+ protected:
+  NativeClassesTest() {
+    alert_.bundle = "Test";
+    alert_.type = "Full";
+    alert_.attributes = PropertyList::Dictionary{{"volume", "/home"}, {"percent", 93}};
+    write("Classes");
+    directory_.writeStrings("Test.bundle", "en",
+                            "\"Full.subject\" = \"data's\"; \"Full.message\" = \"message\";"
+                            "\"Fix.title\" = \"Fix it\";");
+  }
+
+  void write(const std::string& module) {
+    directory_.writeNativeBundle("Test.bundle",
+                                 std::string(VELTO_TEST_MODULES) + "/lib" + module + ".so");
+  }
+
+  std::unique_ptr<VLAlertSubclass> alert(ErrorSlot error = nullptr) {
+    return registry_.alertSubclass(alert_, error);
+  }
+  std::unique_ptr<VLAlertAction> action(const std::string& name, ErrorSlot error = nullptr) {
+    return registry_.alertAction(name, alert_, error);
+  }
+
+  AlertBundleDirectory directory_;
+  FakeLog log_;
+  AlertBundleRegistry registry_{directory_.path(), log_};
+  VLAlert alert_;
+};
+
+TEST_F(NativeClassesTest, TheCodeSpeaksForItsAlerts) {
+  const auto made = alert();
+  ASSERT_NE(made, nullptr);
+  EXPECT_EQ(made->subject("fr"), "fr: /home 93%, data's");
+  EXPECT_EQ(made->message("fr"), "message") << "what the code leaves out, the data says";
+  EXPECT_THAT(made->recoveryOptions(), ElementsAre("Fix", "Declared"));
+  EXPECT_EQ(made->alert(), alert_);
+}
+
+TEST_F(NativeClassesTest, WhereTheCodeFailsTheDataSpeaks) {
+  const auto made = alert();
+  EXPECT_EQ(made->subject("none"), "data's");
+  EXPECT_EQ(made->subject("binary"), "data's") << "text that is not UTF-8 is none";
+}
+
+TEST_F(NativeClassesTest, ATypeMayBeKnownToTheCodeOrToTheDataAlone) {
+  alert_.type = "Plain";
+  EXPECT_EQ(alert()->subject("en"), "Plain");
+  EXPECT_THAT(alert()->recoveryOptions(), IsEmpty());
+  alert_.type = "Test";
+  EXPECT_NE(alert(), nullptr);
+  alert_.type = "Unknown";
+  std::optional<Error> error;
+  EXPECT_EQ(alert(&error), nullptr);
+  EXPECT_EQ(error, makeError(kBundleErrorDomain, kNoSuchAlertTypeErrorCode,
+                             "Alert bundle 'Test' has no alert type 'Unknown'."));
+}
+
+TEST_F(NativeClassesTest, TheCodeActs) {
+  alert_.identifier = "there";
+  EXPECT_FALSE(action("Fix")->hasBeenResolved());
+  alert_.identifier = "gone";
+  EXPECT_TRUE(action("Fix")->hasBeenResolved());
+  EXPECT_EQ(action("Fix")->title("en"), "Fix it");
+  std::optional<Error> error;
+  EXPECT_TRUE(action("Fix")->runWithLocalization("en", &error));
+  EXPECT_EQ(error, std::nullopt);
+  EXPECT_TRUE(action("Fix")->runWithLocalization("leak", &error)) << "there is one object only";
+  EXPECT_THAT(log_.lines(), IsEmpty());
+}
+
+TEST_F(NativeClassesTest, WhatTheCodeReportsIsTheError) {
+  std::optional<Error> error;
+  EXPECT_FALSE(action("Fix")->runWithLocalization("error", &error));
+  EXPECT_EQ(error, makeError("Fix", 42, "No hammer."));
+  error.reset();
+  EXPECT_FALSE(action("Fix")->runWithLocalization("fr", &error));
+  EXPECT_EQ(error, makeError(kBundleErrorDomain, kActionFailedErrorCode,
+                             "Recovery action 'Fix' of alert bundle 'Test' ended with 1."));
+}
+
+TEST_F(NativeClassesTest, AnAnswerThatIsNoneIsLogged) {
+  EXPECT_FALSE(action("Fix")->hasBeenResolved());
+  EXPECT_THAT(log_.lines(), ElementsAre(HasSubstr("'Fix' of alert bundle 'Test', asked whether it "
+                                                  "has been resolved, answered -1")));
+}
+
+TEST_F(NativeClassesTest, AClassThatGivesNoObjectIsAnError) {
+  std::optional<Error> error;
+  EXPECT_EQ(action("Void", &error), nullptr);
+  EXPECT_EQ(error, makeError(kBundleErrorDomain, kActionFailedErrorCode,
+                             "Recovery action 'Void' of alert bundle 'Test' cannot be made."));
+  error.reset();
+  EXPECT_EQ(action("Incomplete", &error), nullptr);
+  EXPECT_EQ(error->code, kNoSuchActionErrorCode);
+}
+
+TEST_F(NativeClassesTest, CodeThatCannotBeLoadedIsAnErrorAndOneLogLine) {
+  std::filesystem::remove_all(directory_.path() + "/Test.bundle");
+  write("OtherVersion");
+  for (int time = 0; time < 2; ++time) {
+    std::optional<Error> error;
+    EXPECT_EQ(alert(&error), nullptr);
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->code, kCodeNotLoadedErrorCode);
+    EXPECT_THAT(error->localizedDescription(),
+                HasSubstr("Alert bundle 'Test' cannot be used: it is made for version"));
+    EXPECT_EQ(action("Fix", &error), nullptr);
+  }
+  EXPECT_THAT(log_.lines(), SizeIs(1));
+}
+
+}  // namespace
+}  // namespace velto
