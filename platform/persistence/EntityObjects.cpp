@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-#include "platform/persistence/ProgramMistake.h"
+#include "platform/foundation/ProgramMistake.h"
 
 namespace velto {
 

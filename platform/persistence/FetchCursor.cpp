@@ -4,8 +4,8 @@
 #include <string>
 #include <utility>
 
+#include "platform/foundation/ProgramMistake.h"
 #include "platform/persistence/EntitySql.h"
-#include "platform/persistence/ProgramMistake.h"
 #include "platform/persistence/SQLiteConnection.h"
 
 namespace velto {

@@ -6,10 +6,10 @@
 #include <string>
 #include <utility>
 
+#include "platform/foundation/ProgramMistake.h"
 #include "platform/persistence/CommitQueue.h"
 #include "platform/persistence/EntityObjects.h"
 #include "platform/persistence/FetchQuery.h"
-#include "platform/persistence/ProgramMistake.h"
 
 namespace velto {
 

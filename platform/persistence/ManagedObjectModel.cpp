@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <utility>
 
-#include "platform/persistence/ProgramMistake.h"
+#include "platform/foundation/ProgramMistake.h"
 
 namespace velto {
 

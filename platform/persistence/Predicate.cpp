@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/persistence/ProgramMistake.h"
+#include "platform/foundation/ProgramMistake.h"
 
 namespace velto {
 

@@ -6,8 +6,8 @@
 #include <optional>
 #include <utility>
 
+#include "platform/foundation/ProgramMistake.h"
 #include "platform/persistence/Predicate.h"
-#include "platform/persistence/ProgramMistake.h"
 
 namespace velto {
 
