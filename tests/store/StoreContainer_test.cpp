@@ -12,6 +12,7 @@
 #include "platform/foundation/Paths.h"
 #include "store/ADAlertStore.h"
 #include "tests/support/FakeLog.h"
+#include "tests/support/SkipOrFail.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace velto {
@@ -38,7 +39,7 @@ struct stat statusOf(const fs::path& path) {
 
 TEST_F(StoreContainerTest, MakesTheMissingDirectoryForRootAlone) {
   if (geteuid() != 0) {
-    GTEST_SKIP() << "only root can give a directory to root";
+    return skipOrFail("only root can give a directory to root");
   }
   umask(0022);
   auto stores = container();
@@ -89,7 +90,7 @@ TEST_F(StoreContainerTest, AFileInPlaceOfTheDirectoryIsLeftAlone) {
 
 TEST_F(StoreContainerTest, ADirectoryThatMayNotBeEnteredIsNoStore) {
   if (geteuid() != 0) {
-    GTEST_SKIP() << "only root can act as somebody else";
+    return skipOrFail("only root can act as somebody else");
   }
   auto stores = container();
   ASSERT_NE(stores.managedObjectModel(), nullptr);
