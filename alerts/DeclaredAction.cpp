@@ -12,7 +12,7 @@
 #include "alerts/VLAlertJSON.h"
 #include "platform/foundation/Log.h"
 #include "platform/foundation/TrustedFile.h"
-#include "platform/propertylist/PropertyListUnicode.h"
+#include "platform/foundation/UTF8.h"
 
 namespace velto {
 namespace {
