@@ -1,6 +1,7 @@
 #include "alerts/DeclaredAction.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <optional>
 #include <sys/stat.h>
@@ -65,17 +66,17 @@ class DeclaredAction : public VLAlertAction {
     appendJSON(alertText_, alert);
   }
 
-  /// The reason why the executable cannot be used; empty when it can.
-  std::string objection() const {
+  /// Why the executable cannot be used, in a phrase; nothing when it can.
+  std::optional<Error> objection() const {
     const std::filesystem::path path(bundle_->bundle().path());
-    std::string reason;
-    const FileDescriptor file = openTrustedFile(
-        path.parent_path(), {path.filename(), "Contents", "Actions", className_}, reason);
+    std::optional<Error> error;
+    const FileDescriptor file = openTrustedFileBelow(
+        path.parent_path(), {path.filename(), "Contents", "Actions", className_}, &error);
     struct stat status {};
     if (file.isOpen() && (::fstat(file.get(), &status) != 0 || (status.st_mode & S_IXUSR) == 0)) {
-      reason = executable() + " is not executable";
+      error = makeError(kPOSIXErrorDomain, EACCES, executable() + " is not executable");
     }
-    return reason;
+    return error;
   }
 
   std::string title(std::string_view localization) const override {
@@ -117,9 +118,9 @@ class DeclaredAction : public VLAlertAction {
   /// Nothing, with an error that reads as a sentence about the action, when it cannot be run.
   std::optional<ActionOutcome> run(const std::vector<std::string>& arguments,
                                    ErrorSlot error) const {
-    if (const std::string reason = objection(); !reason.empty()) {
+    if (const auto refusal = objection()) {
       setIfEmpty(error, makeError(kBundleErrorDomain, kActionRefusedErrorCode,
-                                  "was not started: " + reason));
+                                  "was not started: " + refusal->localizedDescription()));
       return std::nullopt;
     }
     return runAction(executable(), arguments, alertText_, context_.timeLimit, error);
@@ -155,9 +156,10 @@ std::unique_ptr<VLAlertAction> makeDeclaredAction(std::shared_ptr<const AlertBun
                                     className + "'."));
     return nullptr;
   }
-  if (const std::string reason = action->objection(); !reason.empty()) {
+  if (const auto refusal = action->objection()) {
     setIfEmpty(error, makeError(kBundleErrorDomain, kActionRefusedErrorCode,
-                                action->name() + " cannot be used: " + reason + "."));
+                                action->name() +
+                                    " cannot be used: " + refusal->localizedDescription() + "."));
     return nullptr;
   }
   return action;
