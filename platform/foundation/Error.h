@@ -27,6 +27,12 @@ struct Error {
 /// An error whose user information holds only the description.
 Error makeError(std::string_view domain, std::int64_t code, std::string_view description);
 
+/// The domain of an error that the operating system gave; the code is the errno.
+inline constexpr std::string_view kPOSIXErrorDomain = "POSIX";
+
+/// Such an error, described as "<what>: <the system's message>".
+Error makePOSIXError(int code, const std::string& what);
+
 /// Where an operation puts its error; null when the caller does not ask for one.
 using ErrorSlot = std::optional<Error>*;
 

@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/foundation/Hexadecimal.h"
 #include "tests/propertylist/PropertyListTesting.h"
 #include "tests/support/SkipOrFail.h"
 #include "tests/support/TemporaryDirectory.h"
@@ -21,13 +22,7 @@ namespace {
 constexpr unsigned kSeed = 20010101;
 
 std::string hex(std::string_view bytes) {
-  constexpr std::string_view kDigits = "0123456789abcdef";
-  std::string text;
-  for (const char byte : bytes) {
-    const auto code = static_cast<unsigned char>(byte);
-    text += {kDigits[code >> 4], kDigits[code & 0xF]};
-  }
-  return text;
+  return hexadecimal(Data(bytes));
 }
 
 /// The same line of text as the peer makes of an equal value.
