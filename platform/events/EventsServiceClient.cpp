@@ -150,16 +150,16 @@ EventsServiceClient::~EventsServiceClient() {
   }
 }
 
-void EventsServiceClient::loadMonitorBundleWithPath(const std::string& path, Reply reply) {
+void EventsServiceClient::loadMonitorBundleWithPath(const std::string& path, ErrorReply reply) {
   send("LoadMonitorBundle", {{"path", path}}, std::move(reply));
 }
 
-void EventsServiceClient::enableMonitorBundleWithName(const std::string& name, Reply reply) {
+void EventsServiceClient::enableMonitorBundleWithName(const std::string& name, ErrorReply reply) {
   send("EnableMonitorBundle", {{"name", name}}, std::move(reply));
 }
 
 void EventsServiceClient::send(std::string_view method, boost::json::object parameters,
-                               Reply reply) {
+                               ErrorReply reply) {
   const boost::json::object call{{"method", std::string(kInterface).append(method)},
                                  {"parameters", std::move(parameters)}};
   Request request{boost::json::serialize(call) + '\0', std::move(reply)};

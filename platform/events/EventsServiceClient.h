@@ -37,16 +37,16 @@ class EventsServiceClient : public VLEDaemonClient {
   EventsServiceClient(const EventsServiceClient&) = delete;
   EventsServiceClient& operator=(const EventsServiceClient&) = delete;
 
-  void loadMonitorBundleWithPath(const std::string& path, Reply reply) override;
-  void enableMonitorBundleWithName(const std::string& name, Reply reply) override;
+  void loadMonitorBundleWithPath(const std::string& path, ErrorReply reply) override;
+  void enableMonitorBundleWithName(const std::string& name, ErrorReply reply) override;
 
  private:
   struct Request {
     std::string message;  ///< with its NUL
-    Reply reply;
+    ErrorReply reply;
   };
 
-  void send(std::string_view method, boost::json::object parameters, Reply reply);
+  void send(std::string_view method, boost::json::object parameters, ErrorReply reply);
   bool add(Request& request) VELTO_EXCLUDES(mutex_);
   std::optional<Request> next() VELTO_EXCLUDES(mutex_);
   void work();

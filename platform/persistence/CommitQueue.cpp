@@ -19,7 +19,7 @@ constexpr int kLongLog = 2000;
 
 CommitQueue::CommitQueue(SQLiteConnection& connection) : connection_(connection) {}
 
-void CommitQueue::save(std::vector<RowChange>& changes, SaveCompletion completion) {
+void CommitQueue::save(std::vector<RowChange>& changes, ErrorReply completion) {
   {
     const MutexLock lock(mutex_);
     waiting_.push_back({&changes, std::move(completion), std::nullopt});
