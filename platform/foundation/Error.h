@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -42,5 +43,10 @@ void setIfEmpty(ErrorSlot slot, Error error);
 
 /// Puts an error of the layer below into the slot, whatever it held.
 void replaceError(ErrorSlot slot, Error error);
+
+/// Takes what came of an operation that does not make its caller wait: nothing when it succeeded,
+/// or why it failed. Called exactly once, before the operation returns or later, and on any thread
+/// unless the operation says which.
+using ErrorReply = std::function<void(std::optional<Error>)>;
 
 }  // namespace velto

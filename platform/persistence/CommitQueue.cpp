@@ -1,6 +1,7 @@
 #include "platform/persistence/CommitQueue.h"
 
 #include <algorithm>
+#include <system_error>
 #include <utility>
 
 #include <sqlite3.h>
@@ -17,9 +18,13 @@ constexpr int kLongLog = 2000;
 
 }  // namespace
 
-CommitQueue::CommitQueue(SQLiteConnection& connection) : connection_(connection) {}
+CommitQueue::CommitQueue(SQLiteConnection& connection) : connection_(connection) {
+  if (!teller_.start() || !writer_.start()) {
+    throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
+  }
+}
 
-void CommitQueue::save(std::vector<RowChange>& changes, SaveCompletion completion) {
+void CommitQueue::save(std::vector<RowChange>& changes, ErrorReply completion) {
   {
     const MutexLock lock(mutex_);
     waiting_.push_back({&changes, std::move(completion), std::nullopt});

@@ -28,7 +28,7 @@ class ManagedObjectContext::Implementation {
                        [](const auto& entry) { return !entry.second.pending().empty(); });
   }
 
-  void save(SaveCompletion completion);
+  void save(ErrorReply completion);
 
  private:
   /// The records with pending changes, and what is to be written of each.
@@ -90,7 +90,7 @@ std::optional<std::vector<ObjectState*>> ManagedObjectContext::Implementation::f
   return found;
 }
 
-void ManagedObjectContext::Implementation::save(SaveCompletion completion) {
+void ManagedObjectContext::Implementation::save(ErrorReply completion) {
   std::optional<Error> failure;
   const bool hasStore = hasCoordinator(&failure);
   if (!hasStore || !hasChanges()) {
@@ -161,7 +161,7 @@ bool ManagedObjectContext::save(ErrorSlot error) {
   return false;
 }
 
-void ManagedObjectContext::save(SaveCompletion completion) {
+void ManagedObjectContext::save(ErrorReply completion) {
   implementation_->save(std::move(completion));
 }
 

@@ -9,7 +9,6 @@
 #include "platform/persistence/FetchRequest.h"
 #include "platform/persistence/ManagedObject.h"
 #include "platform/persistence/PersistentStoreCoordinator.h"
-#include "platform/persistence/SaveCompletion.h"
 
 namespace velto {
 
@@ -66,8 +65,9 @@ class ManagedObjectContext {
   /// without touching the store. A failure replaces what the slot held.
   bool save(ErrorSlot error);
   /// The same without waiting for other saves: until `completion` is called, possibly on another
-  /// thread, nobody uses the context. It may be destroyed by the completion.
-  void save(SaveCompletion completion);
+  /// thread, nobody uses the context. The completion must not wait for anything, nor throw; it may
+  /// destroy the context.
+  void save(ErrorReply completion);
 
  private:
   std::optional<std::vector<ObjectState*>> fetch(const FetchRequest& request, ErrorSlot error);

@@ -177,7 +177,7 @@ std::optional<std::int64_t> PersistentStoreCoordinator::dataVersion() {
   return store_ == nullptr ? std::nullopt : store_->version.get();
 }
 
-void PersistentStoreCoordinator::save(std::vector<RowChange>& changes, SaveCompletion completion) {
+void PersistentStoreCoordinator::save(std::vector<RowChange>& changes, ErrorReply completion) {
   if (store_ == nullptr) {
     completion(noStoreError());
     return;

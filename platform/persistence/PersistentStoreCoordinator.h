@@ -12,7 +12,6 @@
 
 #include "platform/foundation/Error.h"
 #include "platform/persistence/ManagedObjectModel.h"
-#include "platform/persistence/SaveCompletion.h"
 
 namespace velto {
 
@@ -71,9 +70,12 @@ class PersistentStoreCoordinator {
   /// A number that is another one when something has been committed since: at once what a save of
   /// this process commits, within 10 ms what another program does. Nothing when it cannot be had.
   std::optional<std::int64_t> dataVersion();
-  /// Writes all changes or none, and tells `completion`, with the row ids and versions that the
-  /// rows have now. Until then the changes and what they point to stay untouched by others.
-  void save(std::vector<RowChange>& changes, SaveCompletion completion);
+  /// Writes all changes or none. `completion` is called without an error when all of them are on
+  /// disk, the row ids and versions filled in; until it is called, the changes and what they point
+  /// to stay untouched by others. It is called before `save` returns, or later on another thread,
+  /// where the completions of other saves wait for it to return: so it must not wait for anything,
+  /// nor throw.
+  void save(std::vector<RowChange>& changes, ErrorReply completion);
 
  private:
   class DataVersion;
