@@ -7,11 +7,11 @@
 #include <optional>
 #include <span>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "platform/foundation/Error.h"
 #include "platform/persistence/ManagedObjectModel.h"
+#include "platform/persistence/PersistenceErrors.h"
 #include "platform/persistence/SaveCompletion.h"
 
 namespace velto {
@@ -20,14 +20,6 @@ class Statement;
 struct EntitySql;
 struct FetchQuery;
 struct RowChange;
-
-/// The domain of every error that the persistence makes itself. The code of a failure of SQLite is
-/// SQLite's extended result code; the constants below are the others.
-inline constexpr std::string_view kPersistenceErrorDomain = "VeltoPersistence";
-inline constexpr int kConflictErrorCode = 1001;  ///< a record was changed or deleted meanwhile
-inline constexpr int kNoStoreErrorCode = 1002;   ///< the context has no storage behind it
-inline constexpr int kIncompatibleStoreErrorCode = 1003;  ///< a file of another model or program
-inline constexpr int kUntrustedStoreErrorCode = 1004;     ///< a sync has failed; no more is saved
 
 /// The door to one store file, shared by all contexts of the process. Owns the one connection that
 /// writes and checkpoints, and a pool of reading connections. Synchronised itself: any thread, once
@@ -62,8 +54,8 @@ class PersistentStoreCoordinator {
   bool fetch(const FetchQuery& query, const std::function<void(const Statement&)>& row,
              ErrorSlot error);
   /// Calls `row` for the rows of the entity with these ids, in their order, all as of one moment,
-  /// until it returns false. A row that is no more is passed over. Gives how many ids were gone
-  /// through, or nothing with the error.
+  /// until it returns false. A row that is gone by then is passed over. Returns how many ids were
+  /// gone through, or nothing with the error.
   std::optional<std::size_t> fetchRows(const EntityDescription& entity,
                                        std::span<const std::int64_t> rowIds,
                                        const std::function<bool(const Statement&)>& row,
@@ -76,7 +68,6 @@ class PersistentStoreCoordinator {
   void save(std::vector<RowChange>& changes, SaveCompletion completion);
 
  private:
-  class DataVersion;
   struct Store;
 
   const std::shared_ptr<const ManagedObjectModel> model_;

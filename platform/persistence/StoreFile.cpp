@@ -14,7 +14,7 @@
 #include <sqlite3.h>
 
 #include "platform/foundation/FileDescriptor.h"
-#include "platform/persistence/PersistentStoreCoordinator.h"
+#include "platform/persistence/PersistenceErrors.h"
 #include "platform/persistence/WriteAheadLog.h"
 
 namespace velto {
