@@ -51,14 +51,16 @@ struct PersistentStoreCoordinator::Store {
 };
 
 PersistentStoreCoordinator::PersistentStoreCoordinator(
-    std::shared_ptr<const ManagedObjectModel> model)
-    : model_(std::move(model)), sql_(model_->entities().begin(), model_->entities().end()) {}
+    std::shared_ptr<const ManagedObjectModel> model, const DirectoryEntries& entries)
+    : model_(std::move(model)),
+      entries_(entries),
+      sql_(model_->entities().begin(), model_->entities().end()) {}
 
 PersistentStoreCoordinator::~PersistentStoreCoordinator() = default;
 
 bool PersistentStoreCoordinator::addPersistentStore(const std::string& path, ErrorSlot error) {
   const std::string file = absolutePath(path);
-  auto writer = StoreFile(file, *model_, sql_).open(error);
+  auto writer = StoreFile(file, *model_, sql_, entries_).open(error);
   if (writer == nullptr) {
     return false;
   }

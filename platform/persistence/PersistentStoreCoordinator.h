@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/foundation/Error.h"
+#include "platform/persistence/DirectoryEntries.h"
 #include "platform/persistence/ManagedObjectModel.h"
 #include "platform/persistence/PersistenceErrors.h"
 #include "platform/persistence/SaveCompletion.h"
@@ -32,7 +33,9 @@ struct RowChange;
 /// when the file could not be synced, every further save fails: see CommitQueue.
 class PersistentStoreCoordinator {
  public:
-  explicit PersistentStoreCoordinator(std::shared_ptr<const ManagedObjectModel> model);
+  /// `entries` outlives the coordinator.
+  explicit PersistentStoreCoordinator(std::shared_ptr<const ManagedObjectModel> model,
+                                      const DirectoryEntries& entries = DirectoryEntries::system());
   ~PersistentStoreCoordinator();
   PersistentStoreCoordinator(const PersistentStoreCoordinator&) = delete;
   PersistentStoreCoordinator& operator=(const PersistentStoreCoordinator&) = delete;
@@ -71,6 +74,7 @@ class PersistentStoreCoordinator {
   struct Store;
 
   const std::shared_ptr<const ManagedObjectModel> model_;
+  const DirectoryEntries& entries_;
   const std::vector<EntitySql> sql_;  ///< in the order of the model's entities
   std::unique_ptr<Store> store_;      ///< null until added
 };
