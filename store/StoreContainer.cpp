@@ -2,13 +2,11 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <fcntl.h>
 #include <optional>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
-#include "platform/foundation/FileDescriptor.h"
 #include "platform/foundation/Paths.h"
 #include "store/ADAlert.h"
 #include "store/ADAlertBundle.h"
@@ -39,15 +37,6 @@ bool isOurs(const ManagedObjectModel& model) {
          declares<ADMailRecipient>(model) && declares<ADPushRecipient>(model);
 }
 
-/// Makes the directory's name last, with which all that is in it would be lost.
-void syncParentOf(const std::string& directory) {
-  const std::string parent = directory + "/..";
-  const FileDescriptor opened(open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (opened.isOpen()) {
-    static_cast<void>(fsync(opened.get()));
-  }
-}
-
 /// An existing directory keeps its owner and mode, and a failure shows when the store is opened.
 void createIfMissing(const std::string& directory) {
   struct stat status {};
@@ -58,7 +47,6 @@ void createIfMissing(const std::string& directory) {
     // Opened to the group last, when the group is the right one.
     static_cast<void>(chmod(directory.c_str(), 0750));
   }
-  syncParentOf(directory);
 }
 
 }  // namespace
@@ -69,12 +57,14 @@ StoreContainer& StoreContainer::shared() {
 }
 
 StoreContainer::StoreContainer(std::string resourceDirectory, std::string directory, Log& log,
-                               const Clock& clock, AlertBundleRegistry& bundles)
+                               const Clock& clock, AlertBundleRegistry& bundles,
+                               const DirectoryEntries& entries)
     : resourceDirectory_(std::move(resourceDirectory)),
       directory_(std::move(directory)),
       log_(log),
       clock_(clock),
-      bundles_(bundles) {}
+      bundles_(bundles),
+      entries_(entries) {}
 
 std::shared_ptr<const ManagedObjectModel> StoreContainer::managedObjectModel() {
   std::call_once(modelOnce_, [this] {
@@ -109,13 +99,26 @@ void StoreContainer::openStore() {
     return;
   }
   createIfMissing(directory_);
-  auto coordinator = std::make_shared<PersistentStoreCoordinator>(model);
+  auto coordinator = std::make_shared<PersistentStoreCoordinator>(model, entries_);
   std::optional<Error> error;
-  if (coordinator->addPersistentStore(directory_ + "/" + kStoreFile, &error)) {
+  // In this order, since the opening tells best what is wrong with the directory itself.
+  if (coordinator->addPersistentStore(directory_ + "/" + kStoreFile, &error) && isLasting(&error)) {
     coordinator_ = std::move(coordinator);
   } else {
     log_.warning(error ? error->localizedDescription() : "The store could not be opened");
   }
+}
+
+/// Makes the directory's name last, with which all that is in it would be lost: before anybody can
+/// save. Also when the directory was there: the start that made it may have been stopped before it
+/// came here.
+bool StoreContainer::isLasting(ErrorSlot error) const {
+  auto failure = entries_.sync(directory_ + "/..");
+  if (failure) {
+    replaceError(error, *std::move(failure));
+    return false;
+  }
+  return true;
 }
 
 }  // namespace velto

@@ -10,6 +10,7 @@
 #include "platform/foundation/Clock.h"
 #include "platform/foundation/Log.h"
 #include "platform/foundation/Mutex.h"
+#include "platform/persistence/DirectoryEntries.h"
 #include "platform/persistence/ManagedObjectModel.h"
 #include "platform/persistence/PersistentStoreCoordinator.h"
 
@@ -26,7 +27,8 @@ class StoreContainer {
   /// first use. What is referred to outlives the container.
   StoreContainer(std::string resourceDirectory, std::string directory, Log& log,
                  const Clock& clock = Clock::system(),
-                 AlertBundleRegistry& bundles = AlertBundleRegistry::shared());
+                 AlertBundleRegistry& bundles = AlertBundleRegistry::shared(),
+                 const DirectoryEntries& entries = DirectoryEntries::system());
 
   /// The model, or null when there is no file of it, it is damaged, or it is not this program's.
   std::shared_ptr<const ManagedObjectModel> managedObjectModel();
@@ -47,12 +49,14 @@ class StoreContainer {
 
  private:
   void openStore();
+  bool isLasting(ErrorSlot error) const;
 
   const std::string resourceDirectory_;
   const std::string directory_;
   Log& log_;
   const Clock& clock_;
   AlertBundleRegistry& bundles_;
+  const DirectoryEntries& entries_;
   std::once_flag modelOnce_;
   std::shared_ptr<const ManagedObjectModel> model_;
   std::once_flag coordinatorOnce_;

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <sqlite3.h>
 
+#include "platform/persistence/SQLiteConnection.h"
 #include "tests/persistence/TestStore.h"
 
 namespace velto {

@@ -163,11 +163,12 @@ INSTANTIATE_TEST_SUITE_P(Store, SaveFault, ::testing::ValuesIn(kSaveFaults), nam
 class OpeningFault : public ::testing::TestWithParam<Case> {};
 
 /// Opens with each call failing in turn, until none fails any more; the files stay openable.
-void openThroughEachFault(FaultyFiles& faults, const Fault& fault, const std::string& path) {
+void openThroughEachFault(FaultyFiles& faults, const Fault& fault, const std::string& path,
+                          const DirectoryEntries& entries) {
   int failed = 0;
   for (int number = 1; number == 1 || faults.failures() != 0; ++number) {
     SCOPED_TRACE(number);
-    PersistentStoreCoordinator coordinator(thingModel());
+    PersistentStoreCoordinator coordinator(thingModel(), entries);
     std::optional<Error> error;
     faults.arm(fault, number);
     const bool opened = coordinator.addPersistentStore(path, &error);
@@ -191,7 +192,7 @@ TEST_P(OpeningFault, OfANewStoreLeavesNothingInTheWay) {
     SCOPED_TRACE(number);
     std::filesystem::remove(path);
     {
-      PersistentStoreCoordinator coordinator(thingModel());
+      PersistentStoreCoordinator coordinator(thingModel(), files);
       faults.arm(GetParam().fault, number);
       coordinator.addPersistentStore(path, nullptr);
       faults.disarm();
@@ -214,7 +215,7 @@ TEST_P(OpeningFault, OfAStoreWithALogLosesNothing) {
   const std::string path = directory.path() / "store.db";
   std::filesystem::copy(store.path(), path);
   std::filesystem::copy(store.path() + "-wal", path + "-wal");
-  openThroughEachFault(faults, GetParam().fault, path);
+  openThroughEachFault(faults, GetParam().fault, path, files);
   EXPECT_EQ(recoveredContent(path), contentOf(*store.context()));
 }
 
@@ -224,9 +225,27 @@ const Case kOpeningFaults[] = {
     {"SyncError", {{Kind::kSync}, SQLITE_IOERR_FSYNC}},
     {"ReadError", {{Kind::kRead}, SQLITE_IOERR_READ}},
     {"OpenError", {{Kind::kOpen}, SQLITE_CANTOPEN}},
+    {"DirectorySyncError", {{Kind::kSyncDirectory}, SQLITE_IOERR_DIR_FSYNC}},
 };
 
 INSTANTIATE_TEST_SUITE_P(Store, OpeningFault, ::testing::ValuesIn(kOpeningFaults), nameOf);
+
+TEST(FailedRename, LeavesNoStoreAndNothingInTheWay) {
+  FaultyFiles faults;
+  const InterceptedFiles files(faults);
+  const TemporaryDirectory directory;
+  const std::string path = directory.path() / "store.db";
+  {
+    PersistentStoreCoordinator coordinator(thingModel(), files);
+    std::optional<Error> error;
+    faults.arm({{Kind::kRename}, SQLITE_IOERR}, 1);
+    EXPECT_FALSE(coordinator.addPersistentStore(path, &error));
+    EXPECT_EQ(error->code, SQLITE_CANTOPEN);
+    EXPECT_EQ(error->localizedDescription(), path + ": Input/output error");
+  }
+  EXPECT_TRUE(std::filesystem::is_empty(directory.path()));
+  EXPECT_THAT(recoveredContent(path), IsEmpty());
+}
 
 void expectUntrusted(ManagedObjectContext& context) {
   std::optional<Error> error;

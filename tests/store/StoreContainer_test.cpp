@@ -1,9 +1,11 @@
 #include "store/StoreContainer.h"
 
+#include <cerrno>
 #include <filesystem>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -18,13 +20,41 @@
 namespace velto {
 namespace {
 
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 namespace fs = std::filesystem;
 
+/// Passes on what is done to directories, notes which were synced, and lets a sync of one fail.
+class ObservedEntries : public DirectoryEntries {
+ public:
+  explicit ObservedEntries(fs::path failing = {}) : failing_(std::move(failing)) {}
+
+  std::optional<Error> rename(const std::string& from, const std::string& to) const override {
+    return system().rename(from, to);
+  }
+  std::optional<Error> remove(const std::string& file) const override {
+    return system().remove(file);
+  }
+  std::optional<Error> sync(const std::string& directory) const override {
+    synced_.push_back(fs::canonical(directory));
+    return synced_.back() == failing_ ? std::optional(makeError("Test", EIO, "no sync"))
+                                      : std::nullopt;
+  }
+
+  const std::vector<fs::path>& synced() const { return synced_; }
+
+ private:
+  const fs::path failing_;
+  mutable std::vector<fs::path> synced_;
+};
+
 class StoreContainerTest : public ::testing::Test {
  protected:
-  StoreContainer container() { return {resourceDirectory(), directory_.string(), log_}; }
+  StoreContainer container(const DirectoryEntries& entries = DirectoryEntries::system()) {
+    return {resourceDirectory(), directory_.string(),           log_,
+            Clock::system(),     AlertBundleRegistry::shared(), entries};
+  }
 
   TemporaryDirectory root_;
   fs::path directory_ = root_.path() / "Alerts";
@@ -49,6 +79,32 @@ TEST_F(StoreContainerTest, MakesTheMissingDirectoryForRootAlone) {
   EXPECT_EQ(status.st_gid, 0u);
   EXPECT_EQ(status.st_mode & 07777u, 0750u);
   EXPECT_TRUE(fs::is_regular_file(directory_ / "alertData.db"));
+}
+
+TEST_F(StoreContainerTest, TheNameOfTheDirectoryLastsBeforeTheStoreIsThere) {
+  for (const char* start : {"makes it", "finds it"}) {
+    SCOPED_TRACE(start);
+    const ObservedEntries entries;
+    auto stores = container(entries);
+    ASSERT_NE(stores.persistentStoreCoordinator(), nullptr);
+    EXPECT_THAT(entries.synced(), Contains(fs::canonical(root_.path())));
+    EXPECT_THAT(entries.synced(), Contains(fs::canonical(directory_)));
+  }
+}
+
+TEST_F(StoreContainerTest, ADirectoryWhoseNameMayNotLastIsNoStore) {
+  for (const fs::path& failing : {root_.path(), directory_}) {
+    SCOPED_TRACE(failing);
+    const ObservedEntries entries(failing);
+    auto stores = container(entries);
+    EXPECT_EQ(stores.persistentStoreCoordinator(), nullptr);
+    ADAlertStore store(stores);
+    EXPECT_FALSE(store.save(nullptr));
+  }
+  EXPECT_THAT(log_.lines(), ElementsAre("no sync", "Failed to initialize the store",
+                                        HasSubstr("alertData.db: Input/output error"),
+                                        "Failed to initialize the store"));
+  EXPECT_NE(container().persistentStoreCoordinator(), nullptr) << "when it lasts";
 }
 
 TEST_F(StoreContainerTest, LeavesAnExistingDirectoryAsItIs) {
