@@ -1,3 +1,25 @@
+// What a start may find at the store's path, and what it makes of it:
+//
+//     nothing, an empty file   create(): fill() makes a whole store at `path`-new, moveIntoPlace()
+//                              renames it, and then it is a store
+//     a store of the model     connect(), rewriteLog(), createSchema()
+//     anything else            refused by its header, and left as it is
+//
+// A file's sync is for what it holds, and not for its name: that it was made, renamed or removed is
+// on the disk when the directory has been synced after it. Until then a power failure may undo it.
+//
+// 1. The store's name never stands for half a store: what fill() wrote is synced before the rename.
+// 2. A store never meets the log of another one: what lay beside the path is removed, for certain,
+//    before the rename.
+// 3. Nothing is acknowledged before the names of the file and of its log are on the disk: every
+//    start syncs the directory before it writes to the log.
+// 4. What an earlier start left in the log is written and synced once more (rewriteLog()) before
+//    anything is added to it.
+//
+// A crash before the rename leaves `path`-new, which the next start removes. A crash between the
+// rename and the sync leaves an empty store: the next start finds it and syncs, or, when its name
+// went with the power, makes another. There is no lock, since nobody else has the writer yet.
+
 #include "platform/persistence/StoreFile.h"
 
 #include <array>
@@ -85,8 +107,8 @@ std::unique_ptr<SQLiteConnection> StoreFile::connect(Content found, ErrorSlot er
   if (writer == nullptr || !useWriteAheadLog(*writer, error)) {
     return nullptr;
   }
-  // Whoever gave the file its name: an earlier start may have been stopped before it came here.
-  // Only now has the log its name, too, and nothing is written to it before the names last.
+  // Whoever gave the file its name: an earlier start may have been stopped before it came here. By
+  // now the log has its name, too. SQLite syncs that one as well, but goes on when it fails.
   if (syncNames(error)) {
     return writer;
   }

@@ -144,6 +144,16 @@ TEST_F(FetchCursorTest, GivesWhatHasChangedAsItIs) {
   EXPECT_THAT(readAll(*all, 1), ElementsAre("new"));
 }
 
+TEST_F(FetchCursorTest, WhoseKeyIsChangedToALaterOneComesAgain) {
+  fill({3, 2, 1});
+  const auto all = cursor(newestFirst(thingRequest()), 2);
+  EXPECT_THAT(read(*all, 1), ElementsAre("0"));
+  const auto context = store_.context();
+  fetchThings(*context, thingRequest("name = %@", {std::string("0")})).front().setDate(Date(1.5));
+  expectSaved(*context);
+  EXPECT_THAT(readAll(*all, 1), ElementsAre("1", "0", "2"));
+}
+
 TEST_F(FetchCursorTest, WithoutAStoreThereIsAnError) {
   FetchCursor none(std::make_shared<PersistentStoreCoordinator>(thingModel()),
                    newestFirst(thingRequest()));

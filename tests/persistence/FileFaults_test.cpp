@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
+#include "platform/persistence/FetchCursor.h"
 #include "tests/persistence/StoreContent.h"
 #include "tests/persistence/TestStore.h"
 #include "tests/support/InterceptedFiles.h"
@@ -314,6 +315,46 @@ TEST(ReadError, FailsTheFetchAndNoMore) {
     EXPECT_THAT(names(*store.context(), thingRequest()), ElementsAre("thing"));
   }
   EXPECT_GT(failed, 0);
+}
+
+/// Reads on from where the cursor is, to the end or an error; how many records there were.
+std::size_t readOn(FetchCursor& cursor, ErrorSlot error) {
+  std::size_t count = 0;
+  const auto takeOne = [&](const Thing&) {
+    ++count;
+    return false;
+  };
+  while (cursor.read<Thing>(takeOne, error)) {
+  }
+  return count;
+}
+
+TEST(ReadError, LeavesACursorWhereItWas) {
+  constexpr std::size_t kThings = 3000;
+  FaultyFiles faults;
+  const InterceptedFiles files(faults);
+  const TestStore store;
+  const auto context = store.context();
+  for (std::size_t count = 0; count < kThings; ++count) {
+    insertThing(*context, "thing", static_cast<double>(count));
+  }
+  FetchRequest request = thingRequest("name = %@", {std::string("thing")});
+  request.setSortDescriptors({{.key = "date", .ascending = false}});
+  int failed = 0;
+  for (int number = 1; number == 1 || faults.failures() != 0; ++number) {
+    SCOPED_TRACE(number);
+    insertThing(*context, "another");  // so that no reader knows the pages any more
+    expectSaved(*context);
+    FetchCursor cursor(store.coordinator(), request, kThings / 2);
+    std::optional<Error> error;
+    faults.arm({{Kind::kRead}, SQLITE_IOERR_READ}, number);
+    const std::size_t before = readOn(cursor, &error);
+    faults.disarm();
+    EXPECT_EQ(error.has_value(), before < kThings);
+    failed += error ? 1 : 0;
+    EXPECT_EQ(before + readOn(cursor, nullptr), kThings);
+  }
+  EXPECT_GT(failed, 5);
 }
 
 }  // namespace
