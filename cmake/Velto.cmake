@@ -77,8 +77,8 @@ endfunction()
 function(velto_test name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES;LABELS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
-  target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} velto_test_support GTest::gmock
-                                        GTest::gtest_main)
+  target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} velto_test_support Boost::json
+                                        GTest::gmock GTest::gtest_main)
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
   velto_precompile_for_tests(${name})
   if(VELTO_TEST_LABEL AND NOT VELTO_TEST_LABEL IN_LIST ARG_LABELS)
