@@ -4,8 +4,8 @@
 #include <string>
 #include <utility>
 
+#include "platform/foundation/ProgramMistake.h"
 #include "platform/persistence/EntitySql.h"
-#include "platform/persistence/ProgramMistake.h"
 #include "platform/persistence/SQLiteConnection.h"
 
 namespace velto {
@@ -15,11 +15,12 @@ const EntityDescription& requiredEntity(const ManagedObjectModel& model,
                                         const FetchRequest& request) {
   const EntityDescription* entity = model.entity(request.entityName());
   if (entity == nullptr) {
-    programMistake("the model has no entity " + request.entityName());
+    programMistake("persistence", "the model has no entity " + request.entityName());
   }
   if (request.sortDescriptors().size() != 1 || request.sortDescriptors().front().ascending ||
       request.fetchLimit() != 0) {
-    programMistake("a cursor goes in the descending order of one key, without a limit");
+    programMistake("persistence",
+                   "a cursor goes in the descending order of one key, without a limit");
   }
   return *entity;
 }

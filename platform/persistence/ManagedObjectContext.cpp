@@ -6,10 +6,10 @@
 #include <string>
 #include <utility>
 
+#include "platform/foundation/ProgramMistake.h"
 #include "platform/persistence/CommitQueue.h"
 #include "platform/persistence/EntityObjects.h"
 #include "platform/persistence/FetchQuery.h"
-#include "platform/persistence/ProgramMistake.h"
 
 namespace velto {
 
@@ -53,7 +53,7 @@ EntityObjects& ManagedObjectContext::Implementation::objectsOf(std::string_view 
   const EntityDescription* entity =
       coordinator_ == nullptr ? nullptr : coordinator_->model().entity(entityName);
   if (coordinator_ != nullptr && entity == nullptr) {
-    programMistake("the model has no entity " + std::string(entityName));
+    programMistake("persistence", "the model has no entity " + std::string(entityName));
   }
   return objects_.try_emplace(std::string(entityName), entity).first->second;
 }
