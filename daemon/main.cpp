@@ -20,17 +20,19 @@ int main(int argc, char** argv) {
   // A client or a child that hangs up must not end the daemon.
   std::signal(SIGPIPE, SIG_IGN);
 
+  GuestTable guests;
   RunLoop runLoop;
   std::optional<Error> error;
-  const auto listener = Listener::listenerWithServiceName(runLoop, VLAlertsXPCServiceName, &error);
+  const auto listener =
+      Listener::listenerWithServiceName(runLoop, guests, VLAlertsXPCServiceName, &error);
   if (listener == nullptr) {
     std::fprintf(stderr, "alertsd: %s\n", error->localizedDescription().c_str());
     return 1;
   }
 
   EntitledGuests codeSigning(
-      {rootedPath(kEntitlementDirectories[0]), rootedPath(kEntitlementDirectories[1])},
-      GuestTable::shared(), Log::system());
+      {rootedPath(kEntitlementDirectories[0]), rootedPath(kEntitlementDirectories[1])}, guests,
+      FileManager::system(), Log::system());
   AlertsDaemonListener delegate({.stores = StoreContainer::shared(),
                                  .bundles = AlertBundleRegistry::shared(),
                                  .pusher = ADAlertPusher::sharedInstance(),

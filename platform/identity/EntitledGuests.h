@@ -8,6 +8,7 @@
 
 namespace velto {
 
+class FileManager;
 class Log;
 
 /// Entitles guests by the rules in files that root has written: "*.plist" in each of the
@@ -19,7 +20,9 @@ class Log;
 /// table. Nothing else names one.
 class EntitledGuests : public CodeSigning {
  public:
-  EntitledGuests(std::vector<std::string> directories, const GuestTable& guests, Log& log);
+  /// What is referred to outlives it.
+  EntitledGuests(std::vector<std::string> directories, const GuestTable& guests,
+                 const FileManager& fileManager, Log& log);
 
   SecStatus copyGuestWithAttributes(const std::map<std::string, Data>& attributes,
                                     std::uint32_t flags,
@@ -32,6 +35,7 @@ class EntitledGuests : public CodeSigning {
 
   const std::vector<std::string> directories_;
   const GuestTable& guests_;
+  const FileManager& fileManager_;
   Log& log_;
 };
 

@@ -132,15 +132,13 @@ const Protocol& testProtocol() {
 
 TestService::TestService() : protocol_(testProtocol()) {
   std::optional<Error> error;
-  start(Listener::listenerWithPath(runLoop_, path_, &error));
+  start(Listener::listenerWithPath(runLoop_, guests_, path_, &error));
 }
 
-TestService::TestService(
-    const std::function<std::unique_ptr<Listener>(RunLoop&, ErrorSlot)>& makeListener,
-    const Protocol& protocol)
+TestService::TestService(const ListenerFactory& makeListener, const Protocol& protocol)
     : protocol_(protocol) {
   std::optional<Error> error;
-  start(makeListener(runLoop_, &error));
+  start(makeListener(runLoop_, guests_, &error));
 }
 
 TestService::~TestService() {
@@ -168,10 +166,19 @@ std::vector<AuditToken> TestService::tokens() const {
   return tokens_;
 }
 
+std::vector<std::uintptr_t> TestService::guestAddresses() const {
+  MutexLock lock(mutex_);
+  return guestAddresses_;
+}
+
 bool TestService::shouldAcceptNewConnection(Listener& /*listener*/, Connection& connection) {
   {
     MutexLock lock(mutex_);
     tokens_.push_back(connection.auditToken());
+    const auto address = reinterpret_cast<std::uintptr_t>(&connection.auditToken());
+    if (guests_.guestAt(address)) {
+      guestAddresses_.push_back(address);
+    }
   }
   Interface exported = Interface::interfaceWithProtocol(protocol_);
   exported.setClasses({ArgumentClass::kString, ArgumentClass::kArray}, "classes:", 0, false);

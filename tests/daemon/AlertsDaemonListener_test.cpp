@@ -10,6 +10,7 @@
 
 #include "platform/connection/RunLoop.h"
 #include "platform/foundation/Paths.h"
+#include "platform/identity/GuestTable.h"
 #include "tests/daemon/Callers.h"
 
 namespace velto {
@@ -127,9 +128,10 @@ class ListenerTest : public ::testing::Test {
   ScratchSystem system_;
   FakeCodeSigning signing_;
   FakeEvents events_;
+  GuestTable guests_;
   RunLoop runLoop_;
   std::unique_ptr<Listener> door_ =
-      Listener::listenerWithPath(runLoop_, system_.path("/socket").string(), nullptr);
+      Listener::listenerWithPath(runLoop_, guests_, system_.path("/socket").string(), nullptr);
   std::unique_ptr<AlertsDaemonListener> listener_ = start();
 };
 
