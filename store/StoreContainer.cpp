@@ -9,7 +9,6 @@
 #include <utility>
 
 #include "platform/foundation/FileDescriptor.h"
-#include "platform/foundation/Paths.h"
 #include "store/ADAlert.h"
 #include "store/ADAlertBundle.h"
 #include "store/ADAttribute.h"
@@ -63,18 +62,11 @@ void createIfMissing(const std::string& directory) {
 
 }  // namespace
 
-StoreContainer& StoreContainer::shared() {
-  static StoreContainer container(resourceDirectory(), rootedPath(kStoreDirectory), Log::system());
-  return container;
-}
-
-StoreContainer::StoreContainer(std::string resourceDirectory, std::string directory, Log& log,
-                               const Clock& clock, AlertBundleRegistry& bundles)
+StoreContainer::StoreContainer(std::string resourceDirectory, std::string directory,
+                               const StoreServices& services)
     : resourceDirectory_(std::move(resourceDirectory)),
       directory_(std::move(directory)),
-      log_(log),
-      clock_(clock),
-      bundles_(bundles) {}
+      services_(services) {}
 
 std::shared_ptr<const ManagedObjectModel> StoreContainer::managedObjectModel() {
   std::call_once(modelOnce_, [this] {
@@ -105,7 +97,7 @@ void StoreContainer::setEnabledBundles(std::int64_t dataVersion, BundleKeys keys
 void StoreContainer::openStore() {
   const auto model = managedObjectModel();
   if (model == nullptr) {
-    log_.warning("No model to generate a store from");
+    services_.log.warning("No model to generate a store from");
     return;
   }
   createIfMissing(directory_);
@@ -114,7 +106,7 @@ void StoreContainer::openStore() {
   if (coordinator->addPersistentStore(directory_ + "/" + kStoreFile, &error)) {
     coordinator_ = std::move(coordinator);
   } else {
-    log_.warning(error ? error->localizedDescription() : "The store could not be opened");
+    services_.log.warning(error ? error->localizedDescription() : "The store could not be opened");
   }
 }
 

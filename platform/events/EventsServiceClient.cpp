@@ -14,7 +14,6 @@
 #include <boost/json.hpp>
 
 #include "platform/events/EventsReply.h"
-#include "platform/foundation/Paths.h"
 #include "platform/foundation/TimerDescriptor.h"
 
 namespace velto {
@@ -124,11 +123,6 @@ class Exchange {
 };
 
 }  // namespace
-
-VLEDaemonClient& VLEDaemonClient::sharedClient() {
-  static EventsServiceClient client(rootedPath(kEventsServiceSocket));
-  return client;
-}
 
 EventsServiceClient::EventsServiceClient(std::string socketPath,
                                          std::chrono::milliseconds timeLimit)

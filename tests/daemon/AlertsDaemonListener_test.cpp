@@ -108,7 +108,8 @@ class ListenerTest : public ::testing::Test {
  protected:
   std::unique_ptr<AlertsDaemonListener> start(const FileManager& files = FileManager::system()) {
     return std::make_unique<AlertsDaemonListener>(
-        servicesOf(system_), AlertsDaemonListenerSeams{signing_, files, events_, system_.log});
+        servicesOf(system_),
+        AlertsDaemonListenerSeams{signing_, files, system_.bundlesDirectory().string(), events_});
   }
 
   /// The object that a new connection of this caller exports.
@@ -324,10 +325,10 @@ TEST_F(ListenerTest, ADirectoryThatCannotBeListedLeavesTheStoreAlone) {
 TEST_F(ListenerTest, AStoreThatCannotBeReadGivesItsErrorAndTheListenerServesAllTheSame) {
   system_.addBundle("X.bundle", "{ }");
   const TemporaryDirectory nothing;
-  StoreContainer broken(nothing.path().string(), nothing.path().string(), system_.log);
+  StoreContainer broken(nothing.path().string(), nothing.path().string(), system_.storeServices);
   AlertsDaemonListener listener(
       {broken, system_.bundles, system_.pusher, system_.mailer, system_.clock, system_.log},
-      {signing_, FileManager::system(), events_, system_.log});
+      {signing_, system_.fileManager, system_.bundlesDirectory().string(), events_});
   const auto error = listener.loadAlertBundles();
   ASSERT_TRUE(error);
   EXPECT_EQ(error->domain, kPersistenceErrorDomain);

@@ -9,8 +9,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "platform/foundation/FileManager.h"
+#include "platform/foundation/Languages.h"
 #include "platform/foundation/Paths.h"
 #include "store/ADAlertStore.h"
+#include "tests/support/FakeClock.h"
 #include "tests/support/FakeLog.h"
 #include "tests/support/TemporaryDirectory.h"
 
@@ -23,11 +26,16 @@ namespace fs = std::filesystem;
 
 class StoreContainerTest : public ::testing::Test {
  protected:
-  StoreContainer container() { return {resourceDirectory(), directory_.string(), log_}; }
+  StoreContainer container() { return {resourceDirectory(), directory_.string(), services_}; }
 
   TemporaryDirectory root_;
   fs::path directory_ = root_.path() / "Alerts";
   FakeLog log_;
+  FakeClock clock_;
+  AlertBundleRegistry bundles_{root_.path().string(), FileManager::system(), log_};
+  DefaultLanguages languages_{root_.path().string(), FileManager::system(), preferredLanguages};
+  const StoreServices services_ = {
+      .bundles = bundles_, .languages = languages_, .clock = clock_, .log = log_};
 };
 
 struct stat statusOf(const fs::path& path) {
@@ -131,7 +139,7 @@ TEST_F(StoreContainerTest, AFileOfAnotherProgramStaysBitForBit) {
 
 TEST_F(StoreContainerTest, WithoutAModelThereIsNoStore) {
   const TemporaryDirectory empty;
-  StoreContainer stores(empty.path().string(), directory_.string(), log_);
+  StoreContainer stores(empty.path().string(), directory_.string(), services_);
   EXPECT_EQ(stores.persistentStoreCoordinator(), nullptr);
   EXPECT_EQ(stores.persistentStoreCoordinator(), nullptr);
   EXPECT_FALSE(fs::exists(directory_));
@@ -141,7 +149,7 @@ TEST_F(StoreContainerTest, WithoutAModelThereIsNoStore) {
 TEST_F(StoreContainerTest, ADamagedModelIsNoModel) {
   const TemporaryDirectory resources;
   resources.write("Alerts.model", "{ Entities = ( { Name = ADAlert; Attributes = ( { Na");
-  StoreContainer stores(resources.path().string(), directory_.string(), log_);
+  StoreContainer stores(resources.path().string(), directory_.string(), services_);
   EXPECT_EQ(stores.managedObjectModel(), nullptr);
 }
 
@@ -150,7 +158,7 @@ TEST_F(StoreContainerTest, AModelOfOtherEntitiesIsNoModel) {
   resources.write("Alerts.model",
                   "{ Entities = ( { Name = ADAlert; Attributes = ( { Name = type; "
                   "Type = string; } ); Indexes = (); } ); }");
-  StoreContainer stores(resources.path().string(), directory_.string(), log_);
+  StoreContainer stores(resources.path().string(), directory_.string(), services_);
   EXPECT_EQ(stores.managedObjectModel(), nullptr);
 }
 
