@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "platform/foundation/Paths.h"
+#include "protocol/ArgumentClasses.h"
 
 namespace velto {
 namespace {
@@ -31,11 +32,9 @@ std::optional<PropertyList::Array> bundleList(const PropertyList::Dictionary& en
 
 Interface exportedInterface() {
   auto interface = Interface::interfaceWithProtocol(alertsDaemonProtocol());
-  interface.setClasses({ArgumentClass::kVLAlert, ArgumentClass::kArray}, "saveAlerts:callback:", 0,
-                       false);
-  interface.setClasses({ArgumentClass::kString, ArgumentClass::kArray},
-                       "deleteAlertsWithIds:callback:", 0, false);
-  interface.setClasses({ArgumentClass::kString, ArgumentClass::kDictionary, ArgumentClass::kArray},
+  interface.setClasses({kVLAlertClass, kArrayClass}, "saveAlerts:callback:", 0, false);
+  interface.setClasses({kStringClass, kArrayClass}, "deleteAlertsWithIds:callback:", 0, false);
+  interface.setClasses({kStringClass, kDictionaryClass, kArrayClass},
                        "addMailRecipients:callback:", 0, false);
   return interface;
 }
@@ -44,7 +43,9 @@ Interface exportedInterface() {
 
 AlertsDaemonListener::AlertsDaemonListener(const AlertsDaemonServices& services,
                                            const AlertsDaemonListenerSeams& seams)
-    : services_(services), seams_(seams) {
+    : services_(services),
+      seams_(seams),
+      exported_(std::make_shared<const Interface>(exportedInterface())) {
   static_cast<void>(loadAlertBundles());
 }
 
@@ -95,7 +96,7 @@ std::unique_ptr<AlertsDaemon> AlertsDaemonListener::serviceObject(
 bool AlertsDaemonListener::shouldAcceptNewConnection(Listener& /*listener*/,
                                                      Connection& connection) {
   auto object = serviceObject(connection);
-  connection.setExportedInterface(exportedInterface());
+  connection.setExportedInterface(exported_);
   connection.setExportedObject(std::move(object));
   connection.resume();
   return true;

@@ -52,6 +52,7 @@ class AlertsDaemonListener : public ListenerDelegate {
 
   const AlertsDaemonServices services_;
   const AlertsDaemonListenerSeams seams_;
+  const std::shared_ptr<const Interface> exported_;
 };
 
 }  // namespace velto

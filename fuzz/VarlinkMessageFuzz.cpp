@@ -9,6 +9,7 @@
 
 #include <boost/json/serialize.hpp>
 
+#include "platform/connection/CallReply.h"
 #include "platform/connection/JSONReader.h"
 #include "platform/connection/MessageBuffer.h"
 #include "platform/connection/VarlinkMessage.h"
@@ -24,20 +25,14 @@ void readCall(std::string_view message) {
   const auto call = velto::VarlinkCall::parse(message);
   if (!call) return;
   std::string reply;
-  velto::VarlinkReply writer(
-      [&](std::string& text) {
-        text += boost::json::serialize(call->parameters());
-        return false;
-      },
-      call->more());
-  writer.writeNext(reply);
+  velto::CallReply::parameters(boost::json::serialize(call->parameters()))
+      .writeNext(reply, call->more());
   check(reply.back() == '\0');
   reply.pop_back();
   const auto document = velto::readJSON(reply);
   check(document && document->at("parameters") == call->parameters());
-  std::string error = velto::errorReply("a.Error", "name", call->method());
-  error.pop_back();
-  check(velto::readJSON(error).has_value());
+  const auto error = velto::CallReply::error("a.Error", "name", call->method());
+  check(velto::readJSON(error.text()).has_value());
 }
 
 }  // namespace

@@ -19,10 +19,6 @@ namespace json = boost::json;
 template <std::size_t N>
 using Names = std::array<std::string_view, N>;
 
-InvocationResult invalidParameter(std::string_view name) {
-  return {InvocationResult::Kind::kInvalidParameter, std::string(name), nullptr};
-}
-
 /// A parameter that the method does not have, if there is one.
 template <std::size_t N>
 std::optional<std::string_view> unknownParameter(const json::object& parameters,
@@ -58,49 +54,29 @@ std::optional<std::string_view> decodeParameters(const Invocation& invocation,
   return wrong;
 }
 
-/// The result that a reply block owes. When the block goes without having been called, that says
-/// that the object does not offer the operation.
-class OwedResult {
- public:
-  explicit OwedResult(ResultHandler handler) : handler_(std::move(handler)) {}
-  OwedResult(const OwedResult&) = delete;
-  OwedResult& operator=(const OwedResult&) = delete;
-  ~OwedResult() {
-    if (handler_ != nullptr) {
-      handler_({InvocationResult::Kind::kNotImplemented, {}, nullptr});
-    }
-  }
-
-  void give(ReplyWriter writer) {
-    std::exchange(handler_, nullptr)({InvocationResult::Kind::kReplied, {}, std::move(writer)});
-  }
-
- private:
-  ResultHandler handler_;
-};
-
-/// Makes the reply block of one call.
-void makeReplyBlock(ErrorReply& reply, std::shared_ptr<OwedResult> owed,
-                    std::string_view /*result*/, bool /*more*/) {
-  reply = [owed = std::move(owed)](const std::optional<Error>& error) {
-    owed->give(replyText(error));
+/// Makes the reply block of one call. It may be copied, and the promise is one; it replies the
+/// first time it is called.
+void makeReplyBlock(ErrorReply& reply, std::shared_ptr<ReplyPromise> promise,
+                    std::string_view /*result*/) {
+  reply = [promise = std::move(promise)](const std::optional<Error>& error) {
+    promise->keepWith([&] { return replyWith(error); });
   };
 }
 
 template <typename Result>
-void makeReplyBlock(Reply<Result>& reply, std::shared_ptr<OwedResult> owed, std::string_view result,
-                    bool more) {
-  reply = [owed = std::move(owed), result, more](std::optional<Result> data,
+void makeReplyBlock(Reply<Result>& reply, std::shared_ptr<ReplyPromise> promise,
+                    std::string_view result) {
+  reply = [promise = std::move(promise), result](std::optional<Result> data,
                                                  std::optional<Error> error) {
-    owed->give(replyText(result, std::move(data), std::move(error), more));
+    promise->keepWith([&] { return replyWith(result, std::move(data), std::move(error)); });
   };
 }
 
 template <typename... Arguments>
-void perform(const Invocation& invocation, ResultHandler handler, std::string_view result,
+void perform(const Invocation& invocation, ReplyPromise promise, std::string_view result,
              void (VLAlertsDaemon::*operation)(Arguments...), std::tuple<Arguments...>& arguments) {
   makeReplyBlock(std::get<sizeof...(Arguments) - 1>(arguments),
-                 std::make_shared<OwedResult>(std::move(handler)), result, invocation.more);
+                 std::make_shared<ReplyPromise>(std::move(promise)), result);
   auto& object = static_cast<VLAlertsDaemon&>(invocation.object);
   std::apply([&](auto&... argument) { (object.*operation)(std::move(argument)...); }, arguments);
 }
@@ -113,7 +89,7 @@ ProtocolMethod row(std::string_view selector, std::string_view wireName,
                    void (VLAlertsDaemon::*operation)(Arguments...), std::string_view result = {},
                    bool isQuick = false) {
   return {selector, wireName,
-          [names, operation, result](const Invocation& invocation, ResultHandler handler) {
+          [names, operation, result](const Invocation& invocation, ReplyPromise promise) {
             auto wrong = unknownParameter(invocation.parameters, names);
             std::tuple<Arguments...> arguments;
             if (!wrong) {
@@ -121,9 +97,9 @@ ProtocolMethod row(std::string_view selector, std::string_view wireName,
                                        std::make_index_sequence<sizeof...(Arguments) - 1>());
             }
             if (wrong) {
-              handler(invalidParameter(*wrong));
+              promise.keep(CallReply::invalidParameter(*wrong));
             } else {
-              perform(invocation, std::move(handler), result, operation, arguments);
+              perform(invocation, std::move(promise), result, operation, arguments);
             }
           },
           isQuick};
@@ -185,8 +161,11 @@ std::vector<ProtocolMethod> methodTable() {
 }  // namespace
 
 const Protocol& alertsDaemonProtocol() {
-  static const Protocol protocol{"com.ulmora.velto.AlertsDaemon", kInterfaceDescription,
-                                 methodTable()};
+  static const Protocol protocol{.name = "com.ulmora.velto.AlertsDaemon",
+                                 .description = kInterfaceDescription,
+                                 .product = "Velto Alerts Daemon",
+                                 .version = VELTO_VERSION,
+                                 .methods = methodTable()};
   return protocol;
 }
 

@@ -6,7 +6,6 @@
 
 #include <map>
 #include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -16,17 +15,15 @@
 #include "alerts/Recipients.h"
 #include "alerts/VLAlert.h"
 #include "alerts/VLAlertJSON.h"
-#include "platform/connection/Interface.h"
 #include "platform/foundation/Data.h"
 #include "platform/foundation/Date.h"
 #include "platform/foundation/Error.h"
 #include "platform/foundation/JSONText.h"
 #include "platform/foundation/PropertyList.h"
 #include "platform/propertylist/PropertyListJSON.h"
+#include "protocol/ArgumentClasses.h"
 
 namespace velto {
-
-using ArgumentClasses = std::set<ArgumentClass>;
 
 // `classes` is the white-list of a collection argument, or null when the method has none. An array
 // that it admits as an element is passed over.
@@ -58,7 +55,7 @@ bool decode(const boost::json::value& json, const ArgumentClasses* classes,
   }
   values.reserve(array->size());
   for (const boost::json::value& element : *array) {
-    if (element.is_array() && classes != nullptr && classes->contains(ArgumentClass::kArray)) {
+    if (element.is_array() && classes != nullptr && classes->contains(kArrayClass)) {
       std::vector<T> passedOver;
       if (!decode(element, classes, passedOver)) {
         return false;

@@ -25,19 +25,19 @@ bool decodeMember(const json::object& object, std::string_view name, std::option
 bool admitsWhole(const ArgumentClasses* classes, const json::value& value) {
   if (value.is_object()) {
     const auto& object = value.get_object();
-    return admits(classes, ArgumentClass::kDictionary) &&
+    return admits(classes, kDictionaryClass) &&
            std::all_of(object.begin(), object.end(), [classes](const auto& member) {
              return member.value().is_null() || admitsWhole(classes, member.value());
            });
   }
   if (value.is_array()) {
     const auto& array = value.get_array();
-    return admits(classes, ArgumentClass::kArray) &&
+    return admits(classes, kArrayClass) &&
            std::all_of(array.begin(), array.end(), [classes](const json::value& element) {
              return admitsWhole(classes, element);
            });
   }
-  return classes == nullptr || (value.is_string() && classes->contains(ArgumentClass::kString));
+  return classes == nullptr || (value.is_string() && classes->contains(kStringClass));
 }
 
 }  // namespace
@@ -51,7 +51,7 @@ bool decode(const json::value& json, const ArgumentClasses* /*classes*/, bool& v
 }
 
 bool decode(const json::value& json, const ArgumentClasses* classes, std::string& value) {
-  if (!json.is_string() || !admits(classes, ArgumentClass::kString)) {
+  if (!json.is_string() || !admits(classes, kStringClass)) {
     return false;
   }
   value = std::string(json.get_string());
@@ -77,7 +77,7 @@ bool decode(const json::value& json, const ArgumentClasses* /*classes*/, Data& v
 
 bool decode(const json::value& json, const ArgumentClasses* classes, VLAlert& value) {
   const json::object* object = json.if_object();
-  return object != nullptr && admits(classes, ArgumentClass::kVLAlert) &&
+  return object != nullptr && admits(classes, kVLAlertClass) &&
          decodeMember(*object, "identifier", value.identifier) &&
          decodeMember(*object, "type", value.type) &&
          decodeMember(*object, "bundle", value.bundle) &&

@@ -1,13 +1,13 @@
 #pragma once
 
-// The parameters of a reply as JSON text, in one part or several.
+// What an operation replies, as the parameters of a reply: JSON text, in one part or several.
 
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 
 #include "alerts/AlertSequence.h"
+#include "platform/connection/CallReply.h"
 #include "protocol/JSONCoding.h"
 
 namespace velto {
@@ -16,27 +16,24 @@ namespace velto {
 /// goes beyond.
 inline constexpr std::size_t kPieceSize = std::size_t{64} * 1024;
 
-/// A text that is finished.
-ReplyWriter finished(std::string text);
-
 /// {"error": ...}, or {} without one.
-ReplyWriter replyText(const std::optional<Error>& error);
+CallReply replyWith(const std::optional<Error>& error);
 
 /// {"<name>": ..., "error": ...}; what is absent is left out.
 template <typename Result>
-ReplyWriter replyText(std::string_view name, std::optional<Result> data, std::optional<Error> error,
-                      bool /*more*/) {
+CallReply replyWith(std::string_view name, const std::optional<Result>& data,
+                    const std::optional<Error>& error) {
   std::string text;
   JSONObjectText parameters(text);
   parameters.add(name, data);
   parameters.add("error", error);
   parameters.end();
-  return finished(std::move(text));
+  return CallReply::parameters(text);
 }
 
 /// A list of alerts, in order, and the error, which comes last. The alerts are read as they are
 /// written.
-ReplyWriter replyText(std::string_view name, std::optional<AlertSequence> alerts,
-                      std::optional<Error> error, bool more);
+CallReply replyWith(std::string_view name, std::optional<AlertSequence> alerts,
+                    std::optional<Error> error);
 
 }  // namespace velto

@@ -23,7 +23,8 @@ class Connection {
   /// The record that identifies the peer process; it lives as long as the connection.
   virtual const AuditToken& auditToken() const = 0;
 
-  virtual void setExportedInterface(Interface exported) = 0;
+  /// Shared with other connections; not changed any more.
+  virtual void setExportedInterface(std::shared_ptr<const Interface> exported) = 0;
   virtual void setExportedObject(std::unique_ptr<ExportedObject> object) = 0;
   virtual void resume() = 0;
 };

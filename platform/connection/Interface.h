@@ -1,18 +1,18 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <map>
-#include <memory>
 #include <optional>
-#include <set>
 #include <string>
 #include <string_view>
-#include <tuple>
-#include <utility>
 #include <vector>
 
 #include <boost/json/fwd.hpp>
+
+#include "platform/connection/PendingReply.h"
 
 namespace velto {
 
@@ -22,51 +22,45 @@ class ExportedObject {
   virtual ~ExportedObject() = default;
 };
 
-/// The classes that a white-list can admit for a collection argument and its elements.
-enum class ArgumentClass { kVLAlert, kString, kDictionary, kArray };
+/// A class of values that a white-list can admit. A protocol numbers its own, from 0 to 31.
+enum class ArgumentClass : std::uint8_t {};
 
-/// Appends the next part of a reply's parameters to a text, and tells whether another one follows.
-/// For a call that asked for `more`, each part is a JSON object, which becomes a message of its
-/// own; otherwise the parts together are one object. A part is written when the client has taken
-/// those before it, so that a client that reads slowly costs the memory of one. Called while the
-/// object still exists, but after the invocation and its parameters are gone.
-using ReplyWriter = std::function<bool(std::string& text)>;
+/// A white-list: the classes admitted for a collection argument and its elements. A value.
+class ArgumentClasses {
+ public:
+  constexpr ArgumentClasses(std::initializer_list<ArgumentClass> classes) {
+    for (const ArgumentClass each : classes) {
+      bits_ |= bitOf(each);
+    }
+  }
 
-/// What came of handing a call to the exported object.
-struct InvocationResult {
-  enum class Kind {
-    kReplied,
-    kInvalidParameter,  ///< the object was not called; `parameter` names the one at fault
-    kNotImplemented,    ///< the object does not offer the operation
-  };
+  constexpr bool contains(ArgumentClass wanted) const { return (bits_ & bitOf(wanted)) != 0; }
+  bool operator==(const ArgumentClasses&) const = default;
 
-  Kind kind = Kind::kReplied;
-  std::string parameter;
-  ReplyWriter reply;  ///< set when it has replied
+ private:
+  static constexpr std::uint32_t bitOf(ArgumentClass one) {
+    return std::uint32_t{1} << static_cast<unsigned>(one);
+  }
+
+  std::uint32_t bits_ = 0;
 };
-
-/// Takes what came of a call, once: before `invoke` returns, or later on any thread. Throws
-/// nothing.
-using ResultHandler = std::function<void(InvocationResult)>;
 
 /// One call, decoded no further than its parameters.
 struct Invocation {
   ExportedObject& object;
   const boost::json::object& parameters;
   /// The white-list of the method's first argument, or null when none is set.
-  const std::set<ArgumentClass>* classes;
-  /// Whether the caller takes the reply in pieces.
-  bool more;
+  const ArgumentClasses* classes;
 };
 
 /// One method of a protocol: a row of its table.
 struct ProtocolMethod {
   std::string_view selector;  ///< full, with argument labels: "postAlert:callback:"
   std::string_view wireName;  ///< "PostAlert"
-  /// Checks the parameters' shape, calls the object and gives its reply to the handler. Called on
+  /// Checks the parameters' shape, calls the object and keeps the promise, then or later. Called on
   /// the thread that delivers the call; only the object may be used after it has returned. What it
-  /// throws ends the connection, and the handler is not called any more.
-  std::function<void(const Invocation&, ResultHandler)> invoke;
+  /// throws ends the connection.
+  std::function<void(const Invocation&, ReplyPromise)> invoke;
   /// Whether it only ever takes a moment. Replies to the calls before it may wait for its own then,
   /// to be sent together.
   bool isQuick = false;
@@ -76,39 +70,40 @@ struct ProtocolMethod {
 struct Protocol {
   std::string_view name;         ///< the wire interface's name
   std::string_view description;  ///< the interface file's text as it stands
+  std::string_view product;      ///< what offers it, and that product's version, for people
+  std::string_view version;
   std::vector<ProtocolMethod> methods;
 };
 
-/// What one connection exports: a protocol, and the classes admitted for its collection arguments.
-/// Set up before the connection is resumed and not changed afterwards.
+/// What connections export: the table of a protocol's methods, each with the white-list of its
+/// first argument. Set up once and then shared by all connections; any thread as long as nobody
+/// changes it.
 class Interface {
  public:
-  /// `protocol` must outlive the listener that serves it.
+  struct Row {
+    const ProtocolMethod* method;
+    std::optional<ArgumentClasses> classes;  ///< none when none is set
+  };
+
+  /// `protocol` must outlive the interface.
   static Interface interfaceWithProtocol(const Protocol& protocol) { return Interface(protocol); }
 
-  /// Sets the classes admitted for an argument of the method with this selector. Only incoming
-  /// arguments (`ofReply` false) are checked by this connection layer.
-  void setClasses(std::set<ArgumentClass> classes, std::string_view selector,
-                  std::size_t argumentIndex, bool ofReply) {
-    classes_.insert_or_assign({std::string(selector), argumentIndex, ofReply}, std::move(classes));
-  }
+  /// Sets the classes admitted for an argument of the method with this selector. Only the first
+  /// argument of a call can have some: a selector that does not exist, another argument, or a
+  /// reply's would be a white-list that nobody applies, and ends the process.
+  void setClasses(ArgumentClasses classes, std::string_view selector, std::size_t argumentIndex,
+                  bool ofReply);
 
-  /// The classes set for an incoming argument, or null.
-  const std::set<ArgumentClass>* classes(std::string_view selector,
-                                         std::size_t argumentIndex) const {
-    const auto found = classes_.find(Key{std::string(selector), argumentIndex, false});
-    return found == classes_.end() ? nullptr : &found->second;
-  }
+  /// The row of the method with this full wire name ("com.example.Interface.Method"), or null.
+  const Row* row(std::string_view fullName) const;
 
   const Protocol& protocol() const { return *protocol_; }
 
  private:
-  using Key = std::tuple<std::string, std::size_t, bool>;
-
-  explicit Interface(const Protocol& protocol) : protocol_(&protocol) {}
+  explicit Interface(const Protocol& protocol);
 
   const Protocol* protocol_;
-  std::map<Key, std::set<ArgumentClass>> classes_;
+  std::map<std::string, Row, std::less<>> rows_;  ///< by full wire name
 };
 
 }  // namespace velto

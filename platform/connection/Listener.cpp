@@ -3,16 +3,14 @@
 #include <cerrno>
 #include <chrono>
 #include <exception>
-#include <map>
 #include <string>
 #include <sys/socket.h>
 #include <thread>
 #include <utility>
 
 #include "platform/connection/ListeningSocket.h"
-#include "platform/connection/RunLoopImplementation.h"
+#include "platform/connection/RunLoop.h"
 #include "platform/connection/SocketConnection.h"
-#include "platform/foundation/Mutex.h"
 #include "platform/foundation/Paths.h"
 #include "platform/identity/GuestTable.h"
 
@@ -23,26 +21,12 @@ namespace {
 /// one thread, which is not needed for anything else then.
 constexpr std::chrono::milliseconds kRetryTime{100};
 
-/// The services of the protocols that connections export, each made once. Any thread.
-class Services {
- public:
-  const VarlinkService& serviceForProtocol(const Protocol& protocol) {
-    MutexLock lock(mutex_);
-    return services_.try_emplace(&protocol, protocol).first->second;
-  }
-
- private:
-  Mutex mutex_;
-  std::map<const Protocol*, VarlinkService> services_ VELTO_GUARDED_BY(mutex_);
-};
-
 }  // namespace
 
 /// The listening socket, waiting for clients.
 class Listener::Door : public EventSource {
  public:
-  Door(RunLoop::Implementation& runLoop, FileDescriptor socket, ConnectionTable& table,
-       Admission& admission)
+  Door(RunLoop& runLoop, FileDescriptor socket, ConnectionTable& table, Admission& admission)
       : EventSource(std::move(socket)), runLoop_(runLoop), table_(table), admission_(admission) {}
 
   Event serve() noexcept override {
@@ -69,7 +53,7 @@ class Listener::Door : public EventSource {
     }
   }
 
-  RunLoop::Implementation& runLoop_;
+  RunLoop& runLoop_;
   ConnectionTable& table_;
   Admission& admission_;
 };
@@ -78,7 +62,7 @@ class Listener::Implementation : public Admission {
  public:
   Implementation(Listener& listener, RunLoop& runLoop, GuestTable& guests, ListeningSocket socket)
       : listener_(listener),
-        runLoop_(runLoop.implementation()),
+        runLoop_(runLoop),
         guests_(guests),
         lock_(std::move(socket.lock)),
         door_(std::make_unique<Door>(runLoop_, std::move(socket.socket), table_, *this)) {}
@@ -86,23 +70,20 @@ class Listener::Implementation : public Admission {
   void setDelegate(ListenerDelegate* delegate) { delegate_ = delegate; }
   void resume() { runLoop_.add(std::move(door_), Event::kInput); }
 
-  const VarlinkService* admit(SocketConnection& connection) override {
+  bool admit(SocketConnection& connection) override {
     // Admission is the only time at which anybody asks who is behind the token.
     const GuestTable::Entry guest(guests_, connection.auditToken(), connection.descriptor());
-    if (!delegate_->shouldAcceptNewConnection(listener_, connection)) return nullptr;
-    const Interface* exported = connection.resumedInterface();
-    return exported == nullptr ? nullptr : &services_.serviceForProtocol(exported->protocol());
+    return delegate_->shouldAcceptNewConnection(listener_, connection) && connection.isResumed();
   }
 
  private:
   Listener& listener_;
-  RunLoop::Implementation& runLoop_;
+  RunLoop& runLoop_;
   GuestTable& guests_;
   const FileDescriptor lock_;
   ConnectionTable table_{makeRoomForConnections()};
   std::unique_ptr<Door> door_;  ///< until it is resumed
   ListenerDelegate* delegate_ = nullptr;
-  Services services_;
 };
 
 std::unique_ptr<Listener> Listener::listenerWithServiceName(RunLoop& runLoop, GuestTable& guests,

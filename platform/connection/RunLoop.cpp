@@ -9,7 +9,26 @@
 #include <system_error>
 #include <tuple>
 
-#include "platform/connection/RunLoopImplementation.h"
+// The leader/followers pattern with an elastic set of threads. All threads wait on one epoll, and
+// an event wakes one of them (EPOLLONESHOT), which serves its source to the end: a call and its
+// reply need no hand-over to another thread. The price is that somebody must always be left to
+// wait.
+//
+//   1. waiting_ counts the threads that wait, or are on their way to. A thread that turns to an
+//      event counts itself out, and starts a helper first when it was the last.
+//   2. A source is in one place at a time: armed in epoll, in the hands of the thread that serves
+//      it, or suspended (kLater), in the hands of whoever is going to resume it. So it has no lock.
+//   3. A source changes hands under mutex_, although epoll would do: whoever serves it next has
+//      taken the mutex, too, in turnToEvent, and so sees all that was done to it before.
+//   4. resume() may come before the serving thread is back from serve() and has counted the source
+//      as suspended: suspended_ is below zero then for a moment, and right again after it.
+//
+// mutex_ guards the lists and counters and nothing slow: a source is destroyed outside it, since
+// its destructor may close files or wait for others. A helper that ends leaves its thread to be
+// joined by the next one that starts a helper.
+//
+// When it is stopped, the event that nobody reads wakes every thread; `run` waits for the helpers
+// and for the suspended sources, and only then destroys what is left.
 
 namespace velto {
 namespace {
@@ -43,19 +62,7 @@ void trimHeap() {
 
 }  // namespace
 
-RunLoop::RunLoop() noexcept : implementation_(std::make_unique<Implementation>()) {}
-
-RunLoop::~RunLoop() = default;
-
-void RunLoop::run() {
-  implementation_->run();
-}
-
-void RunLoop::stop() {
-  implementation_->stop();
-}
-
-RunLoop::Implementation::Implementation()
+RunLoop::RunLoop() noexcept
     : epoll_(opened(::epoll_create1(EPOLL_CLOEXEC), "epoll_create1")),
       stopEvent_(opened(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd")) {
   // Never read, so that it wakes every thread.
@@ -65,7 +72,7 @@ RunLoop::Implementation::Implementation()
   }
 }
 
-void RunLoop::Implementation::add(std::unique_ptr<EventSource> source, Event first) {
+void RunLoop::add(std::unique_ptr<EventSource> source, Event first) {
   EventSource& added = *source;
   {
     MutexLock lock(mutex_);
@@ -79,7 +86,7 @@ void RunLoop::Implementation::add(std::unique_ptr<EventSource> source, Event fir
   }
 }
 
-void RunLoop::Implementation::run() {
+void RunLoop::run() {
   {
     MutexLock lock(mutex_);
     ++waiting_;
@@ -100,7 +107,7 @@ void RunLoop::Implementation::run() {
   sources.swap(sources_);
 }
 
-void RunLoop::Implementation::stop() {
+void RunLoop::stop() {
   const std::uint64_t one = 1;
   // It can only fail for being full, and then it has been told long ago.
   std::ignore = ::write(stopEvent_.get(), &one, sizeof(one));
@@ -108,14 +115,14 @@ void RunLoop::Implementation::stop() {
 
 /// The source that an event is for; null when there is none, because the time is up, a signal came,
 /// or the run loop is stopped.
-EventSource* RunLoop::Implementation::waitForEvent(int milliseconds, bool& isStopped) const {
+EventSource* RunLoop::waitForEvent(int milliseconds, bool& isStopped) const {
   epoll_event event{};
   if (::epoll_wait(epoll_.get(), &event, 1, milliseconds) != 1) return nullptr;
   isStopped = event.data.ptr == nullptr;
   return static_cast<EventSource*>(event.data.ptr);
 }
 
-void RunLoop::Implementation::serve(EventSource& source) {
+void RunLoop::serve(EventSource& source) {
   turnToEvent();
   const Event next = source.serve();
   if (!turnToWaiting(source, next)) {
@@ -125,7 +132,7 @@ void RunLoop::Implementation::serve(EventSource& source) {
   }
 }
 
-void RunLoop::Implementation::resume(EventSource& source, Event next) {
+void RunLoop::resume(EventSource& source, Event next) noexcept {
   bool waits = false;
   {
     MutexLock lock(mutex_);
@@ -137,20 +144,20 @@ void RunLoop::Implementation::resume(EventSource& source, Event next) {
   isResumed_.notify_one();
 }
 
-void RunLoop::Implementation::destroy(EventSource& source) {
+void RunLoop::destroy(EventSource& source) {
   Sources::node_type destroyed;  // outside the lock, since a source may take its time
   MutexLock lock(mutex_);
   destroyed = sources_.extract(&source);
 }
 
-void RunLoop::Implementation::turnToEvent() {
+void RunLoop::turnToEvent() {
   MutexLock lock(mutex_);
   if (--waiting_ == 0) startHelper();
 }
 
 /// Lets the source wait for its next event, and counts the thread among those that wait. False when
 /// the source is to be destroyed.
-bool RunLoop::Implementation::turnToWaiting(EventSource& source, Event next) {
+bool RunLoop::turnToWaiting(EventSource& source, Event next) {
   // The thread that has the source next takes the lock, too, and so sees all that was done to it.
   MutexLock lock(mutex_);
   if (next == Event::kLater) {
@@ -163,13 +170,13 @@ bool RunLoop::Implementation::turnToWaiting(EventSource& source, Event next) {
 }
 
 /// False when there is no event to wait for, or the system does not take it.
-bool RunLoop::Implementation::letWait(EventSource& source, Event next) const {
+bool RunLoop::letWait(EventSource& source, Event next) const {
   epoll_event event = eventOf(source, next);
   return next != Event::kNone &&
          ::epoll_ctl(epoll_.get(), EPOLL_CTL_MOD, source.descriptor(), &event) == 0;
 }
 
-void RunLoop::Implementation::startHelper() {
+void RunLoop::startHelper() {
   joinEndedHelpers();
   try {
     Threads started(1);
@@ -182,7 +189,7 @@ void RunLoop::Implementation::startHelper() {
   }
 }
 
-void RunLoop::Implementation::help(Threads::iterator self) {
+void RunLoop::help(Threads::iterator self) {
   bool isStopped = false;
   do {
     while (EventSource* source = waitForEvent(kIdleTime, isStopped)) {
@@ -194,7 +201,7 @@ void RunLoop::Implementation::help(Threads::iterator self) {
 }
 
 /// Ends a helper that has found nothing to do, unless it is the last one that waits.
-bool RunLoop::Implementation::endHelper(Threads::iterator self, bool isStopped) {
+bool RunLoop::endHelper(Threads::iterator self, bool isStopped) {
   MutexLock lock(mutex_);
   if (waiting_ == 1 && !isStopped) return false;
   --waiting_;
@@ -203,7 +210,7 @@ bool RunLoop::Implementation::endHelper(Threads::iterator self, bool isStopped) 
   return true;
 }
 
-void RunLoop::Implementation::joinEndedHelpers() {
+void RunLoop::joinEndedHelpers() {
   for (std::thread& thread : endedHelpers_) {
     thread.join();
   }

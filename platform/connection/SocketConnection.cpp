@@ -7,6 +7,28 @@
 
 #include <boost/json/monotonic_resource.hpp>
 
+#include "platform/connection/VarlinkMessage.h"
+#include "platform/connection/VarlinkService.h"
+
+// What a connection waits for, and what moves it on. All output goes before any input: a connection
+// reads again only when everything it has to say has been taken.
+//
+//     new ──(kOutput: a fresh socket can be written)──► admitted, or closed
+//     kInput   nothing to say, no whole call: waits for bytes. No buffer is held.
+//     kOutput  the client has not taken all that was said, or its turn is over (kStepsATurn) and
+//     the
+//              others come first: waits until the socket takes more.
+//     kLater   a call is under way on some other thread. The connection is in no thread's hands
+//              until PendingReply::arrive, whose thread sends the reply and lets it wait again.
+//     kNone    the client is gone, sent what is no call, or there was no memory: the run loop
+//              destroys the connection. What it had earned before has been sent as far as the
+//              client took it; a call under way goes on, and its reply is dropped.
+//
+// No lock: the run loop hands the connection to one thread at a time (EPOLLONESHOT), and between
+// the thread that leaves and the thread that brings a reply the state of the PendingReply decides.
+// After leave() has returned true nothing of the connection may be touched: it may be served, or
+// even destroyed, by then.
+
 namespace velto {
 namespace {
 
@@ -27,28 +49,24 @@ bool meansToWait(int error) {
 }  // namespace
 
 SocketConnection::SocketConnection(FileDescriptor socket, const AuditToken& auditToken,
-                                   RunLoop::Implementation& runLoop, ConnectionTable& table,
-                                   Admission& admission)
+                                   RunLoop& runLoop, ConnectionTable& table, Admission& admission)
     : EventSource(std::move(socket)),
       auditToken_(auditToken),
       runLoop_(runLoop),
       entry_(table, auditToken.effectiveUserIdentifier, descriptor()),
       admission_(admission) {}
 
-const Interface* SocketConnection::resumedInterface() const {
-  return isResumed_ && exported_ && object_ != nullptr ? &*exported_ : nullptr;
-}
-
 Event SocketConnection::serve() noexcept {
   try {
     awaited_ = serveAwaited();
     while (awaited_ == Event::kLater) {
-      if (slot_.leave()) return Event::kLater;  // and touch nothing: it may be somebody else's turn
+      if (pending_->leave()) return Event::kLater;
       awaited_ = proceed();
     }
   } catch (...) {
     // The client finds its connection closed after the replies it has earned; the others are served
     // as before.
+    if (pending_ != nullptr) pending_->abandon();
     flush();
     awaited_ = Event::kNone;
   }
@@ -56,9 +74,9 @@ Event SocketConnection::serve() noexcept {
 }
 
 Event SocketConnection::serveAwaited() {
-  if (service_ == nullptr) {
-    service_ = admission_.admit(*this);
-    return service_ != nullptr ? Event::kInput : Event::kNone;
+  if (!isAdmitted_) {
+    isAdmitted_ = admission_.admit(*this);
+    return isAdmitted_ ? Event::kInput : Event::kNone;
   }
   if (awaited_ == Event::kInput && !takeInput()) return Event::kNone;
   const Event next = proceed();
@@ -94,9 +112,9 @@ Event SocketConnection::proceed() {
 /// Goes on with the reply under way, then with the next call, and sends what has come together.
 SocketConnection::Step SocketConnection::doNext() {
   if (output_.size() >= kMuchOutput) return flush();
-  if (!slot_.isEmpty() && !takeReply()) return Step::kLater;
-  if (!reply_.isDone()) {
-    reply_.writeNext(output_);
+  if (pending_ != nullptr && !takeReply()) return Step::kLater;
+  if (!reply_.isWritten()) {
+    reply_.writeNext(output_, takesMore_);
     return Step::kGoOn;
   }
   const auto message = isEnding_ ? std::nullopt : input_.next();
@@ -117,37 +135,50 @@ void SocketConnection::runCall(std::string_view message) {
     isEnding_ = true;
     return;
   }
-  if (!service_->isQuick(*call)) flush();
   isOneway_ = call->oneway();
   takesMore_ = call->more();
-  slot_.open();
-  service_->dispatch(*call, *exported_, *object_, [this](CallReply reply) {
-    if (slot_.put(std::move(reply))) answerLater();
-  });
+  row_ = call->upgrade() ? nullptr : exported_->row(call->method());
+  if (row_ == nullptr) {
+    setReply(serviceReply(*call, *exported_));
+  } else {
+    callMethod(*call, *row_);
+  }
+}
+
+void SocketConnection::callMethod(const VarlinkCall& call, const Interface::Row& row) {
+  if (!row.method->isQuick) flush();
+  pending_ = std::make_shared<PendingReply>(static_cast<ReplyReceiver&>(*this));
+  row.method->invoke({.object = *object_,
+                      .parameters = call.parameters(),
+                      .classes = row.classes ? &*row.classes : nullptr},
+                     ReplyPromise(pending_));
 }
 
 /// False as long as the call has not replied.
 bool SocketConnection::takeReply() {
-  if (!slot_.isFilled()) return false;
-  CallReply reply = slot_.take();
-  if (isOneway_) return true;
-  if (reply.error.empty()) {
-    reply_ = VarlinkReply(std::move(reply.parameters), takesMore_);
-  } else {
-    output_.append(reply.error);
-  }
+  if (!pending_->hasArrived()) return false;
+  setReply(std::exchange(pending_, nullptr)->take());
   return true;
+}
+
+void SocketConnection::setReply(CallReply reply) {
+  if (reply.kind() == CallReply::Kind::kLost) {
+    isEnding_ = true;
+  } else if (!isOneway_) {
+    const bool isOffered = reply.kind() != CallReply::Kind::kNotOffered;
+    reply_ = isOffered ? std::move(reply) : notImplemented(*row_, *exported_);
+  }
 }
 
 /// Sends the reply of a call whose thread has left. All else is for the run loop's threads, since
 /// this one has other work.
-void SocketConnection::answerLater() noexcept {
+void SocketConnection::goOnWithReply() noexcept {
   try {
     takeReply();
-    if (!reply_.isDone()) reply_.writeNext(output_);
+    if (!reply_.isWritten()) reply_.writeNext(output_, takesMore_);
     const bool isAlive = flush() != Step::kEnd;
-    const bool isDone = output_.empty() && reply_.isDone() && input_.size() == 0;
-    awaited_ = !isAlive ? Event::kNone : isDone ? Event::kInput : Event::kOutput;
+    const bool isIdle = output_.empty() && reply_.isWritten() && input_.size() == 0 && !isEnding_;
+    awaited_ = !isAlive ? Event::kNone : isIdle ? Event::kInput : Event::kOutput;
   } catch (...) {
     awaited_ = Event::kNone;
   }
@@ -164,7 +195,7 @@ SocketConnection::Step SocketConnection::flush() {
   }
   sent_ = 0;
   output_.clear();
-  if (reply_.isDone() && output_.capacity() > kKeptOutput) output_.shrink_to_fit();
+  if (reply_.isWritten() && output_.capacity() > kKeptOutput) output_.shrink_to_fit();
   return Step::kGoOn;
 }
 

@@ -10,22 +10,20 @@
 #include "platform/connection/ConnectionTable.h"
 #include "platform/connection/EventSource.h"
 #include "platform/connection/MessageBuffer.h"
-#include "platform/connection/ReplySlot.h"
-#include "platform/connection/RunLoopImplementation.h"
-#include "platform/connection/VarlinkMessage.h"
-#include "platform/connection/VarlinkService.h"
+#include "platform/connection/PendingReply.h"
+#include "platform/connection/RunLoop.h"
 
 namespace velto {
 
 class SocketConnection;
+class VarlinkCall;
 
 /// Decides about new connections. Any thread, several at once.
 class Admission {
  public:
   virtual ~Admission() = default;
-  /// The service that serves the connection, which has been set up for it; null to close it. The
-  /// service must outlive the connection.
-  virtual const VarlinkService* admit(SocketConnection& connection) = 0;
+  /// True for a connection that has been set up and resumed; false to close it.
+  virtual bool admit(SocketConnection& connection) = 0;
 };
 
 /// The daemon's end of a client's connection. It is new until it is admitted; from then on it waits
@@ -36,24 +34,26 @@ class Admission {
 /// all output has been taken, so a client that does not read its replies holds up nobody but
 /// itself. A connection that waits for a new call holds no buffer, and one whose call replies
 /// later holds no thread: the thread that brings the reply sends it. One thread at a time.
-class SocketConnection : public EventSource, public Connection {
+class SocketConnection : public EventSource, public Connection, private ReplyReceiver {
  public:
   /// `socket` is connected and does not block; the first event to wait for is kOutput. `runLoop`,
   /// which the connection is added to, `table` and `admission` must outlive the connection.
-  SocketConnection(FileDescriptor socket, const AuditToken& auditToken,
-                   RunLoop::Implementation& runLoop, ConnectionTable& table, Admission& admission);
+  SocketConnection(FileDescriptor socket, const AuditToken& auditToken, RunLoop& runLoop,
+                   ConnectionTable& table, Admission& admission);
 
   uid_t effectiveUserIdentifier() const override { return auditToken_.effectiveUserIdentifier; }
   gid_t effectiveGroupIdentifier() const override { return auditToken_.effectiveGroupIdentifier; }
   const AuditToken& auditToken() const override { return auditToken_; }
-  void setExportedInterface(Interface exported) override { exported_ = std::move(exported); }
+  void setExportedInterface(std::shared_ptr<const Interface> exported) override {
+    exported_ = std::move(exported);
+  }
   void setExportedObject(std::unique_ptr<ExportedObject> object) override {
     object_ = std::move(object);
   }
   void resume() override { isResumed_ = true; }
 
-  /// The interface to serve, or null as long as the connection is not ready to be served.
-  const Interface* resumedInterface() const;
+  /// Whether the connection is ready to be served.
+  bool isResumed() const { return isResumed_ && exported_ != nullptr && object_ != nullptr; }
 
   Event serve() noexcept override;
 
@@ -66,19 +66,21 @@ class SocketConnection : public EventSource, public Connection {
   Event proceed();
   Step doNext();
   void runCall(std::string_view message);
+  void callMethod(const VarlinkCall& call, const Interface::Row& row);
   bool takeReply();
-  void answerLater() noexcept;
+  void setReply(CallReply reply);
+  void goOnWithReply() noexcept override;
   Step flush();
 
   const AuditToken auditToken_;
-  RunLoop::Implementation& runLoop_;
+  RunLoop& runLoop_;
   const ConnectionTable::Entry entry_;
   Admission& admission_;
-  std::optional<Interface> exported_;
+  std::shared_ptr<const Interface> exported_;
   std::unique_ptr<ExportedObject> object_;
-  bool isResumed_ = false;
-  const VarlinkService* service_ = nullptr;  ///< null until admitted
   Event awaited_ = Event::kOutput;
+  bool isResumed_ = false;
+  bool isAdmitted_ = false;
 
   MessageBuffer input_;
   bool isEnding_ = false;  ///< once all output has been taken
@@ -88,8 +90,9 @@ class SocketConnection : public EventSource, public Connection {
   // Of the call that was run last.
   bool isOneway_ = false;
   bool takesMore_ = false;
-  ReplySlot slot_;
-  VarlinkReply reply_;  ///< as far as it has not been written
+  const Interface::Row* row_ = nullptr;    ///< of the method
+  std::shared_ptr<PendingReply> pending_;  ///< null when the reply has been taken
+  CallReply reply_;                        ///< as far as it has not been written
 };
 
 }  // namespace velto

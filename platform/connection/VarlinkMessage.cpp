@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include <boost/json/serialize.hpp>
 #include <boost/json/value.hpp>
 
 #include "platform/connection/JSONReader.h"
@@ -49,31 +48,6 @@ bool VarlinkCall::take(std::string_view name, json::value& value) {
   if (name == "upgrade") return takeFlag(value, upgrade_);
   // Names with a dot are other people's extensions.
   return name.find('.') != std::string_view::npos;
-}
-
-void VarlinkReply::writeNext(std::string& output) {
-  if (!isWithinMessage_) {
-    output.append(R"({"parameters":)");
-  }
-  const bool continues = parameters_(output);
-  isWithinMessage_ = continues && !more_;
-  if (!isWithinMessage_) {
-    output.append(continues ? R"(,"continues":true})" : "}");
-    output.push_back('\0');
-  }
-  if (!continues) {
-    parameters_ = nullptr;
-  }
-}
-
-std::string errorReply(std::string_view error, std::string_view parameter, std::string_view value) {
-  json::object parameters;
-  if (!parameter.empty()) {
-    parameters[parameter] = value;
-  }
-  std::string reply = json::serialize(json::object{{"error", error}, {"parameters", parameters}});
-  reply.push_back('\0');
-  return reply;
 }
 
 }  // namespace velto

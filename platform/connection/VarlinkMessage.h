@@ -4,12 +4,9 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 
 #include <boost/json/object.hpp>
 #include <boost/json/storage_ptr.hpp>
-
-#include "platform/connection/Interface.h"
 
 namespace velto {
 
@@ -45,28 +42,5 @@ class VarlinkCall {
   bool more_ = false;
   bool upgrade_ = false;
 };
-
-/// A reply under way. One thread at a time.
-class VarlinkReply {
- public:
-  /// Nothing to write.
-  VarlinkReply() = default;
-  /// `more` tells that the caller takes each part as a message of its own.
-  VarlinkReply(ReplyWriter parameters, bool more)
-      : parameters_(std::move(parameters)), more_(more) {}
-
-  bool isDone() const { return parameters_ == nullptr; }
-  /// Appends the next part, with what makes messages of the parts, each ended by its NUL.
-  void writeNext(std::string& output);
-
- private:
-  ReplyWriter parameters_;  ///< null when all is written
-  bool more_ = false;
-  bool isWithinMessage_ = false;
-};
-
-/// The text of an error reply, ended by its NUL. The error has one parameter, a string, or none
-/// when `parameter` is empty.
-std::string errorReply(std::string_view error, std::string_view parameter, std::string_view value);
 
 }  // namespace velto

@@ -1,9 +1,11 @@
 #include "platform/connection/VarlinkService.h"
 
-#include <utility>
+#include <string>
+#include <vector>
 
-#include <boost/json/array.hpp>
-#include <boost/json/serialize.hpp>
+#include <boost/json/object.hpp>
+
+#include "platform/foundation/JSONText.h"
 
 namespace velto {
 namespace {
@@ -49,105 +51,72 @@ error ExpectedMore ()
 )";
 
 CallReply failure(std::string_view error, std::string_view parameter, std::string_view value) {
-  return {errorReply(std::string(kServiceInterface).append(".").append(error), parameter, value),
-          nullptr};
-}
-
-CallReply invalidParameter(std::string_view name) {
-  return failure("InvalidParameter", "parameter", name);
+  return CallReply::error(std::string(kServiceInterface).append(".").append(error), parameter,
+                          value);
 }
 
 CallReply methodNotFound(std::string_view method) {
   return failure("MethodNotFound", "method", method);
 }
 
-/// A reply of one message.
-CallReply reply(std::string parameters) {
-  return {{}, [parameters = std::move(parameters)](std::string& text) {
-            text.append(parameters);
-            return false;
-          }};
+CallReply info(const VarlinkCall& call, const Protocol& protocol) {
+  if (!call.parameters().empty()) {
+    return CallReply::invalidParameter(call.parameters().begin()->key());
+  }
+  std::string text;
+  JSONObjectText parameters(text);
+  parameters.add("vendor", std::string_view("Velto"));
+  parameters.add("product", protocol.product);
+  parameters.add("version", protocol.version);
+  parameters.add("url", std::string_view());
+  parameters.add("interfaces", std::vector{kServiceInterface, protocol.name});
+  parameters.end();
+  return CallReply::parameters(text);
 }
 
-std::string infoOf(const Protocol& protocol) {
-  return json::serialize(json::object{{"vendor", "Velto"},
-                                      {"product", "Velto Alerts Daemon"},
-                                      {"version", VELTO_VERSION},
-                                      {"url", ""},
-                                      {"interfaces", {kServiceInterface, protocol.name}}});
+CallReply interfaceDescription(const VarlinkCall& call, const Protocol& protocol) {
+  for (const auto& member : call.parameters()) {
+    if (member.key() != "interface") return CallReply::invalidParameter(member.key());
+  }
+  const json::value* name = call.parameters().if_contains("interface");
+  if (name == nullptr || !name->is_string()) return CallReply::invalidParameter("interface");
+
+  const std::string_view interface = name->get_string();
+  if (interface != kServiceInterface && interface != protocol.name) {
+    return failure("InterfaceNotFound", "interface", interface);
+  }
+  std::string text;
+  JSONObjectText parameters(text);
+  parameters.add("description",
+                 interface == kServiceInterface ? kServiceDescription : protocol.description);
+  parameters.end();
+  return CallReply::parameters(text);
 }
 
 }  // namespace
 
-VarlinkService::VarlinkService(const Protocol& protocol)
-    : protocol_(protocol), info_(infoOf(protocol)) {
-  for (const ProtocolMethod& method : protocol.methods) {
-    methods_.emplace(method.wireName, &method);
-  }
-}
-
-void VarlinkService::dispatch(const VarlinkCall& call, const Interface& exported,
-                              ExportedObject& object, const ReplyHandler& handler) const {
+CallReply serviceReply(const VarlinkCall& call, const Interface& exported) {
   const std::size_t dot = call.method().rfind('.');
-  if (dot == std::string_view::npos) return handler(methodNotFound(call.method()));
+  if (dot == std::string_view::npos) return methodNotFound(call.method());
   const std::string_view interface = call.method().substr(0, dot);
   const std::string_view method = call.method().substr(dot + 1);
 
-  if (call.upgrade()) return handler(invalidParameter("upgrade"));
-  if (interface == kServiceInterface) return handler(serviceCall(method, call));
-  if (interface != protocol_.name) {
-    return handler(failure("InterfaceNotFound", "interface", interface));
-  }
-  const auto found = methods_.find(method);
-  if (found == methods_.end()) return handler(methodNotFound(call.method()));
-  const ProtocolMethod& row = *found->second;
-  row.invoke(
-      {.object = object,
-       .parameters = call.parameters(),
-       .classes = exported.classes(row.selector, 0),
-       .more = call.more()},
-      [this, &row, handler](InvocationResult result) { handler(replyOf(std::move(result), row)); });
-}
-
-bool VarlinkService::isQuick(const VarlinkCall& call) const {
-  const auto found = methods_.find(call.method().substr(call.method().rfind('.') + 1));
-  return found == methods_.end() || found->second->isQuick;
-}
-
-CallReply VarlinkService::replyOf(InvocationResult result, const ProtocolMethod& method) const {
-  switch (result.kind) {
-    case InvocationResult::Kind::kInvalidParameter:
-      return invalidParameter(result.parameter);
-    case InvocationResult::Kind::kNotImplemented:
-      return failure("MethodNotImplemented", "method",
-                     std::string(protocol_.name).append(".").append(method.wireName));
-    case InvocationResult::Kind::kReplied:
-      break;
-  }
-  return {{}, std::move(result.reply)};
-}
-
-CallReply VarlinkService::serviceCall(std::string_view method, const VarlinkCall& call) const {
-  if (method == "GetInterfaceDescription") return interfaceDescription(call);
-  if (method != "GetInfo") return methodNotFound(call.method());
-  return call.parameters().empty() ? reply(info_)
-                                   : invalidParameter(call.parameters().begin()->key());
-}
-
-CallReply VarlinkService::interfaceDescription(const VarlinkCall& call) const {
-  for (const auto& member : call.parameters()) {
-    if (member.key() != "interface") return invalidParameter(member.key());
-  }
-  const json::value* name = call.parameters().if_contains("interface");
-  if (name == nullptr || !name->is_string()) return invalidParameter("interface");
-
-  const std::string_view interface = name->get_string();
-  if (interface != kServiceInterface && interface != protocol_.name) {
+  if (call.upgrade()) return CallReply::invalidParameter("upgrade");
+  if (interface != kServiceInterface && interface != exported.protocol().name) {
     return failure("InterfaceNotFound", "interface", interface);
   }
-  const std::string_view description =
-      interface == kServiceInterface ? kServiceDescription : protocol_.description;
-  return reply(json::serialize(json::object{{"description", description}}));
+  if (interface == kServiceInterface && method == "GetInfo") {
+    return info(call, exported.protocol());
+  }
+  if (interface == kServiceInterface && method == "GetInterfaceDescription") {
+    return interfaceDescription(call, exported.protocol());
+  }
+  return methodNotFound(call.method());
+}
+
+CallReply notImplemented(const Interface::Row& row, const Interface& exported) {
+  return failure("MethodNotImplemented", "method",
+                 std::string(exported.protocol().name).append(".").append(row.method->wireName));
 }
 
 }  // namespace velto

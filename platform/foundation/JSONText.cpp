@@ -48,7 +48,7 @@ void appendEscaped(std::string& text, char character) {
 
 }  // namespace
 
-void appendJSONString(std::string& text, std::string_view value) {
+void appendJSON(std::string& text, std::string_view value) {
   text += '"';
   auto start = value.begin();
   for (auto next = start; next != value.end(); ++next) {
@@ -81,16 +81,12 @@ void appendJSON(std::string& text, double value) {
   }
 }
 
-void appendJSON(std::string& text, const std::string& value) {
-  appendJSONString(text, value);
-}
-
 void JSONObjectText::beginMember(std::string_view name) {
   if (!isEmpty_) {
     text_ += ',';
   }
   isEmpty_ = false;
-  appendJSONString(text_, name);
+  appendJSON(text_, name);
   text_ += ':';
 }
 

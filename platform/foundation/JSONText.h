@@ -12,16 +12,21 @@ namespace velto {
 // JSON (RFC 8259) written straight into a text. Long lists are most of what the service writes, and
 // no library at hand writes them without building them in memory first.
 
-/// In quotes. Bytes that are not UTF-8 stay as they are.
-void appendJSONString(std::string& text, std::string_view value);
-
 void appendJSON(std::string& text, bool value);
 void appendJSON(std::string& text, std::int64_t value);
 void appendJSON(std::string& text, std::uint64_t value);
 /// So that it reads back as the same real, also when it is whole. JSON has no numbers beyond the
 /// finite ones: those are null.
 void appendJSON(std::string& text, double value);
-void appendJSON(std::string& text, const std::string& value);
+/// In quotes. Bytes that are not UTF-8 stay as they are.
+void appendJSON(std::string& text, std::string_view value);
+inline void appendJSON(std::string& text, const std::string& value) {
+  appendJSON(text, std::string_view(value));
+}
+/// A pointer would be taken for a boolean.
+inline void appendJSON(std::string& text, const char* value) {
+  appendJSON(text, std::string_view(value));
+}
 
 template <typename T>
 void appendJSON(std::string& text, const std::vector<T>& values);

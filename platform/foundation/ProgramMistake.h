@@ -4,8 +4,7 @@
 
 namespace velto {
 
-/// Ends the process with the line "<where>: <what>" on standard error: for what only a wrong
-/// program can cause.
-[[noreturn]] void programMistake(std::string_view where, std::string_view what);
+/// Ends the process with a line on standard error: for what only a wrong program can cause.
+[[noreturn]] void programMistake(std::string_view what);
 
 }  // namespace velto

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <string>
 #include <string_view>
 
 #include "platform/foundation/ProgramMistake.h"
@@ -25,7 +26,7 @@ class Shared {
   static Object& object(std::string_view operation) {
     Object* const found = current_;
     if (found == nullptr) {
-      programMistake(operation, "the program has not installed the object that this needs");
+      programMistake(std::string(operation) + " is used before its object is installed");
     }
     return *found;
   }

@@ -63,7 +63,7 @@ const AttributeValue& EntityObjects::value(const ObjectState& state, std::size_t
     return state.values[index];
   }
   if (entity_ != nullptr) {
-    programMistake("persistence", entity_->name() + " has no attribute " + std::to_string(index));
+    programMistake(entity_->name() + " has no attribute " + std::to_string(index));
   }
   return kAbsent;
 }
@@ -73,8 +73,8 @@ void EntityObjects::setValue(ObjectState& state, std::size_t index, AttributeVal
     state.values.resize(std::max(state.values.size(), index + 1));
   } else if (index >= state.values.size() ||
              (value.index() != 0 && !isOfType(value, entity_->attributes()[index].type))) {
-    programMistake("persistence", "a value that attribute " + std::to_string(index) + " of " +
-                                      entity_->name() + " cannot hold");
+    programMistake("a value that attribute " + std::to_string(index) + " of " + entity_->name() +
+                   " cannot hold");
   }
   // The file has no place for a date that is not a number; it would come back absent.
   const Date* const date = std::get_if<Date>(&value);

@@ -15,12 +15,11 @@ const EntityDescription& requiredEntity(const ManagedObjectModel& model,
                                         const FetchRequest& request) {
   const EntityDescription* entity = model.entity(request.entityName());
   if (entity == nullptr) {
-    programMistake("persistence", "the model has no entity " + request.entityName());
+    programMistake("the model has no entity " + request.entityName());
   }
   if (request.sortDescriptors().size() != 1 || request.sortDescriptors().front().ascending ||
       request.fetchLimit() != 0) {
-    programMistake("persistence",
-                   "a cursor goes in the descending order of one key, without a limit");
+    programMistake("a cursor goes in the descending order of one key, without a limit");
   }
   return *entity;
 }

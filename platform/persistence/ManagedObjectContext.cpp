@@ -53,7 +53,7 @@ EntityObjects& ManagedObjectContext::Implementation::objectsOf(std::string_view 
   const EntityDescription* entity =
       coordinator_ == nullptr ? nullptr : coordinator_->model().entity(entityName);
   if (coordinator_ != nullptr && entity == nullptr) {
-    programMistake("persistence", "the model has no entity " + std::string(entityName));
+    programMistake("the model has no entity " + std::string(entityName));
   }
   return objects_.try_emplace(std::string(entityName), entity).first->second;
 }

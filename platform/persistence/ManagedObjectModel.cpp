@@ -61,7 +61,7 @@ std::optional<std::size_t> EntityDescription::attributeIndex(std::string_view na
 std::size_t EntityDescription::requiredAttributeIndex(std::string_view name) const {
   const auto index = attributeIndex(name);
   if (!index) {
-    programMistake("persistence", name_ + " has no attribute " + std::string(name));
+    programMistake(name_ + " has no attribute " + std::string(name));
   }
   return *index;
 }

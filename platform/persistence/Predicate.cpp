@@ -103,8 +103,8 @@ std::size_t Predicate::attributeIndex(const Comparison& comparison,
   const AttributeType type = entity.attributes()[index].type;
   if (!std::visit([type](const auto& operand) { return fits(operand, type); },
                   comparison.operand)) {
-    programMistake("persistence", "predicate on " + entity.name() +
-                                      ": operand of another type than attribute " + comparison.key);
+    programMistake("predicate on " + entity.name() + ": operand of another type than attribute " +
+                   comparison.key);
   }
   return index;
 }

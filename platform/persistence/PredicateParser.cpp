@@ -168,8 +168,8 @@ class PredicateParser {
   bool skipWord(std::string_view text) { return word() == text && skip(text); }
 
   [[noreturn]] void fail(std::string_view what) const {
-    programMistake("persistence", "predicate \"" + std::string(format_) + "\", character " +
-                                      std::to_string(position_) + ": " + std::string(what));
+    programMistake("predicate \"" + std::string(format_) + "\", character " +
+                   std::to_string(position_) + ": " + std::string(what));
   }
 
   const std::string_view format_;

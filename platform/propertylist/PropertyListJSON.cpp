@@ -133,7 +133,7 @@ void appendJSON(std::string& text, const PropertyList& value) {
     } else if constexpr (std::is_same_v<Held, Date>) {
       appendReserved(text, "$date", [&] { appendJSON(text, held.secondsSinceReference()); });
     } else if constexpr (std::is_same_v<Held, Data>) {
-      appendReserved(text, "$data", [&] { appendJSONString(text, base64Encoded(held)); });
+      appendReserved(text, "$data", [&] { appendJSON(text, base64Encoded(held)); });
     } else {
       appendJSON(text, held);
     }

@@ -8,7 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/connection/RunLoopImplementation.h"
 #include "tests/connection/TestClient.h"
 #include "tests/connection/TestService.h"
 
@@ -107,12 +106,12 @@ TEST(RunLoop, waitsForCallsThatReplyLaterWhenItIsStopped) {
   };
   auto made = std::make_unique<Suspended>(FileDescriptor(::eventfd(1, EFD_CLOEXEC)), shared);
   Suspended& source = *made;
-  runLoop.implementation().add(std::move(made), Event::kInput);
+  runLoop.add(std::move(made), Event::kInput);
   std::thread thread([&] { runLoop.run(); });
   waitUntil([&] { return shared.calls == 1; });
   runLoop.stop();
   EXPECT_EQ(shared.objects, 1);
-  runLoop.implementation().resume(source, Event::kNone);
+  runLoop.resume(source, Event::kNone);
   thread.join();
   EXPECT_EQ(shared.objects, 0);
 }

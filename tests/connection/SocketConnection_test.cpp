@@ -64,9 +64,9 @@ INSTANTIATE_TEST_SUITE_P(
         Exchange{R"({"method":"test.service.Note"})", R"({"parameters":{}})"},
         Exchange{R"({"method":"test.service.Note","com.example.trace":"x"})",
                  R"({"parameters":{}})"},
-        Exchange{R"({"method":"test.service.Classes"})", R"({"parameters":{"classes":2}})"},
-        Exchange{R"({"method":"test.service.Count","parameters":{"to":5,"size":0}})",
-                 R"({"parameters":{"number":1,"fill":""}})"},
+        Exchange{R"({"method":"test.service.Classes"})", R"({"parameters":{"admitted":true}})"},
+        Exchange{R"({"method":"test.service.Count","parameters":{"to":2,"size":0}})",
+                 R"({"parameters":{"number":1,"fill":"","number":2,"fill":""}})"},
         Exchange{R"({"method":"test.service.Echo","parameters":null})",
                  R"({"error":"org.varlink.service.InvalidParameter",)"
                  R"("parameters":{"parameter":"value"}})"},
@@ -89,10 +89,10 @@ INSTANTIATE_TEST_SUITE_P(
         Exchange{R"({"method":"test.service.Note","upgrade":true})",
                  R"({"error":"org.varlink.service.InvalidParameter",)"
                  R"("parameters":{"parameter":"upgrade"}})"},
-        Exchange{R"({"method":"org.varlink.service.GetInfo"})",
-                 R"({"parameters":{"vendor":"Velto","product":"Velto Alerts Daemon",)"
-                 R"("version":")" VELTO_VERSION
-                 R"(","url":"","interfaces":["org.varlink.service","test.service"]}})"},
+        Exchange{
+            R"({"method":"org.varlink.service.GetInfo"})",
+            R"({"parameters":{"vendor":"Velto","product":"Test Service",)"
+            R"("version":"1.2.3","url":"","interfaces":["org.varlink.service","test.service"]}})"},
         Exchange{R"({"method":"org.varlink.service.GetInfo","parameters":{"x":1}})",
                  R"({"error":"org.varlink.service.InvalidParameter",)"
                  R"("parameters":{"parameter":"x"}})"},
@@ -318,6 +318,30 @@ TEST(SocketConnection, waitsForOnewayCallsThatReplyLater) {
   waitUntil([&] { return service.shared().calls == 1; });
   service.open();
   EXPECT_EQ(client.receive(), kEchoed1);
+}
+
+TEST(SocketConnection, endsWhenThereIsNoMemoryForAReply) {
+  TestService service;
+  TestClient other(service.path());
+  TestClient client(service.path());
+  client.sendBytes(std::string(kEcho1) + '\0' + R"({"method":"test.service.Lose"})" + '\0' + kNote +
+                   '\0');
+  EXPECT_EQ(client.receive(), kEchoed1);
+  EXPECT_EQ(client.receive(), std::nullopt);
+  EXPECT_EQ(service.shared().calls, 0);
+  EXPECT_EQ(other.ask(kEcho1), kEchoed1);
+}
+
+TEST(SocketConnection, dropsAReplyThatComesAfterItHasEnded) {
+  TestService service;
+  TestClient other(service.path());
+  EXPECT_EQ(other.ask(kEcho1), kEchoed1);
+  TestClient client(service.path());
+  client.send(callOf("LaterThrow", "too late"));
+  EXPECT_EQ(client.receive(), std::nullopt);
+  waitUntil([&] { return service.shared().objects == 1; });
+  service.open();
+  EXPECT_EQ(other.ask(kEcho1), kEchoed1);
 }
 
 TEST(SocketConnection, sendsALongReplyThatComesLater) {

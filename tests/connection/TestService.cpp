@@ -14,78 +14,106 @@ namespace {
 
 namespace json = boost::json;
 
+constexpr ArgumentClass kAdmittedClass{5};
+
+std::shared_ptr<const Interface> exportedInterface(const Protocol& protocol) {
+  Interface exported = Interface::interfaceWithProtocol(protocol);
+  if (&protocol == &testProtocol()) {
+    exported.setClasses({kAdmittedClass}, "classes:", 0, false);
+  }
+  return std::make_shared<const Interface>(std::move(exported));
+}
+
 TestObject::Shared& sharedOf(const Invocation& call) {
   return static_cast<TestObject&>(call.object).shared();
 }
 
-InvocationResult reply(std::string parameters) {
-  InvocationResult result;
-  result.reply = [parameters = std::move(parameters)](std::string& text) {
-    text += parameters;
-    return false;
-  };
-  return result;
-}
-
-InvocationResult echoed(const Invocation& call) {
+CallReply echoed(const Invocation& call) {
   const json::value* value = call.parameters.if_contains("value");
-  if (value == nullptr) {
-    return {.kind = InvocationResult::Kind::kInvalidParameter, .parameter = "value", .reply = {}};
-  }
-  return reply(json::serialize(json::object{{"value", *value}}));
+  return value == nullptr ? CallReply::invalidParameter("value")
+                          : CallReply::parameters(json::serialize(json::object{{"value", *value}}));
 }
 
-void echo(const Invocation& call, const ResultHandler& handler) {
-  handler(echoed(call));
+void echo(const Invocation& call, ReplyPromise promise) {
+  promise.keep(echoed(call));
 }
 
-void note(const Invocation& call, const ResultHandler& handler) {
+void note(const Invocation& call, ReplyPromise promise) {
   ++sharedOf(call).calls;
-  handler(reply("{}"));
+  promise.keep(CallReply::parameters("{}"));
 }
 
-void wait(const Invocation& call, const ResultHandler& handler) {
+void wait(const Invocation& call, ReplyPromise promise) {
   TestObject::Shared& shared = sharedOf(call);
   ++shared.calls;
   shared.isOpen.wait(false);
-  handler(reply(R"({"waited":true})"));
+  promise.keep(CallReply::parameters(R"({"waited":true})"));
 }
 
-void later(const Invocation& call, const ResultHandler& handler) {
+/// Keeps the promise with the reply when it is called, once.
+std::function<void()> keeping(ReplyPromise promise, CallReply reply) {
+  auto both =
+      std::make_shared<std::pair<ReplyPromise, CallReply>>(std::move(promise), std::move(reply));
+  return [both] { both->first.keep(std::move(both->second)); };
+}
+
+void later(const Invocation& call, ReplyPromise promise) {
   TestObject::Shared& shared = sharedOf(call);
-  shared.held.add([handler, result = echoed(call)] { handler(result); });
+  shared.held.add(keeping(std::move(promise), echoed(call)));
   ++shared.calls;
 }
 
-void elsewhere(const Invocation& call, const ResultHandler& handler) {
-  sharedOf(call).other.perform([handler, result = echoed(call)] { handler(result); });
+void elsewhere(const Invocation& call, ReplyPromise promise) {
+  sharedOf(call).other.perform(keeping(std::move(promise), echoed(call)));
 }
 
-void count(const Invocation& call, const ResultHandler& handler) {
-  const auto to = call.parameters.at("to").to_number<int>();
-  const auto size = call.parameters.at("size").to_number<std::size_t>();
-  TestObject::Shared& shared = sharedOf(call);
-  InvocationResult result;
-  result.reply = [&shared, number = 0, to, size, more = call.more](std::string& text) mutable {
-    ++shared.pieces;
-    ++number;
-    text += json::serialize(json::object{{"number", number}, {"fill", std::string(size, '.')}});
-    return more && number < to;
-  };
-  handler(std::move(result));
-}
-
-void missing(const Invocation& /*call*/, const ResultHandler& handler) {
-  handler({.kind = InvocationResult::Kind::kNotImplemented, .parameter = {}, .reply = {}});
-}
-
-void runOutOfMemory(const Invocation& /*call*/, const ResultHandler& /*handler*/) {
+/// The promise is somebody else's already when memory runs out.
+void laterThrow(const Invocation& call, ReplyPromise promise) {
+  later(call, std::move(promise));
   throw std::bad_alloc();
 }
 
-void classes(const Invocation& call, const ResultHandler& handler) {
-  const std::size_t number = call.classes == nullptr ? 0 : call.classes->size();
-  handler(reply(json::serialize(json::object{{"classes", number}})));
+class Numbers : public ReplyBody {
+ public:
+  Numbers(TestObject::Shared& shared, int last, std::size_t size)
+      : shared_(shared), last_(last), fill_(size, '.') {}
+
+  void begin(std::string& text) override { text += '{'; }
+  bool append(std::string& text) override {
+    ++shared_.pieces;
+    ++number_;
+    if (text.back() != '{') text += ',';
+    text += R"("number":)" + std::to_string(number_) + R"(,"fill":")" + fill_ + '"';
+    return number_ < last_;
+  }
+  void end(std::string& text, bool /*isLast*/) override { text += '}'; }
+
+ private:
+  TestObject::Shared& shared_;
+  const int last_;
+  const std::string fill_;
+  int number_ = 0;
+};
+
+void count(const Invocation& call, ReplyPromise promise) {
+  const auto to = call.parameters.at("to").to_number<int>();
+  const auto size = call.parameters.at("size").to_number<std::size_t>();
+  promise.keep(CallReply::parameters(std::make_unique<Numbers>(sharedOf(call), to, size)));
+}
+
+void missing(const Invocation& /*call*/, const ReplyPromise& /*promise*/) {}
+
+void runOutOfMemory(const Invocation& /*call*/, const ReplyPromise& /*promise*/) {
+  throw std::bad_alloc();
+}
+
+void runOutOfMemoryForReply(const Invocation& /*call*/, ReplyPromise promise) {
+  promise.keepWith([]() -> CallReply { throw std::bad_alloc(); });
+}
+
+void classes(const Invocation& call, ReplyPromise promise) {
+  const bool admits = call.classes != nullptr && call.classes->contains(kAdmittedClass);
+  promise.keep(CallReply::parameters(admits ? R"({"admitted":true})" : R"({"admitted":false})"));
 }
 
 }  // namespace
@@ -117,6 +145,8 @@ const Protocol& testProtocol() {
   static const Protocol protocol{
       .name = "test.service",
       .description = "# A \"quoted\" description.\ninterface test.service\n",
+      .product = "Test Service",
+      .version = "1.2.3",
       .methods = {
           {.selector = "echo:", .wireName = "Echo", .invoke = echo, .isQuick = true},
           {.selector = "note", .wireName = "Note", .invoke = note},
@@ -126,17 +156,19 @@ const Protocol& testProtocol() {
           {.selector = "count:", .wireName = "Count", .invoke = count},
           {.selector = "missing", .wireName = "Missing", .invoke = missing},
           {.selector = "throw", .wireName = "Throw", .invoke = runOutOfMemory, .isQuick = true},
+          {.selector = "laterThrow:", .wireName = "LaterThrow", .invoke = laterThrow},
+          {.selector = "lose", .wireName = "Lose", .invoke = runOutOfMemoryForReply},
           {.selector = "classes:", .wireName = "Classes", .invoke = classes}}};
   return protocol;
 }
 
-TestService::TestService() : protocol_(testProtocol()) {
+TestService::TestService() : exported_(exportedInterface(testProtocol())) {
   std::optional<Error> error;
   start(Listener::listenerWithPath(runLoop_, guests_, path_, &error));
 }
 
 TestService::TestService(const ListenerFactory& makeListener, const Protocol& protocol)
-    : protocol_(protocol) {
+    : exported_(exportedInterface(protocol)) {
   std::optional<Error> error;
   start(makeListener(runLoop_, guests_, &error));
 }
@@ -180,9 +212,7 @@ bool TestService::shouldAcceptNewConnection(Listener& /*listener*/, Connection& 
       guestAddresses_.push_back(address);
     }
   }
-  Interface exported = Interface::interfaceWithProtocol(protocol_);
-  exported.setClasses({ArgumentClass::kString, ArgumentClass::kArray}, "classes:", 0, false);
-  connection.setExportedInterface(std::move(exported));
+  connection.setExportedInterface(exported_);
   connection.setExportedObject(std::make_unique<TestObject>(shared_));
   connection.resume();
   return accepting_;

@@ -59,7 +59,9 @@ class TestObject : public ExportedObject {
 ///  - Count(to, size): the numbers from 1 on, one a piece, filled up to `size` bytes
 ///  - Missing(): not implemented
 ///  - Throw(): runs out of memory
-///  - Classes(value): replies with how many classes are set
+///  - LaterThrow(value): as Later, and runs out of memory
+///  - Lose(): has no memory for its reply
+///  - Classes(value): replies whether a class is admitted
 const Protocol& testProtocol();
 
 /// A service on a socket of its own, served on threads of its own from construction to the end.
@@ -91,7 +93,7 @@ class TestService : public ListenerDelegate {
  private:
   void start(std::unique_ptr<Listener> listener);
 
-  const Protocol& protocol_;
+  const std::shared_ptr<const Interface> exported_;
   TemporaryDirectory directory_;
   const std::string path_ = (directory_.path() / "socket").string();
   TestObject::Shared shared_;

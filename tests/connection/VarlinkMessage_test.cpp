@@ -9,8 +9,6 @@
 namespace velto {
 namespace {
 
-using std::string_literals::operator""s;
-
 TEST(VarlinkMessage, readsACall) {
   const auto call = VarlinkCall::parse(
       R"({"method":"a.B","parameters":{"x":1},"oneway":true,"more":true,"upgrade":true})");
@@ -70,33 +68,6 @@ TEST(VarlinkMessage, refusesMoreBytesThanACallMayHave) {
   text.append(kMaximumCallSize - text.size(), ' ');
   EXPECT_TRUE(VarlinkCall::parse(text));
   EXPECT_FALSE(VarlinkCall::parse(text + " "));
-}
-
-TEST(VarlinkMessage, writesReplies) {
-  std::string output = "before";
-  const auto twice = [left = 2](std::string& text) mutable {
-    text += "{}";
-    return --left > 0;
-  };
-  VarlinkReply inPieces(twice, true);
-  while (!inPieces.isDone()) {
-    inPieces.writeNext(output);
-  }
-  EXPECT_EQ(output,
-            "before{\"parameters\":{},\"continues\":true}\0"
-            "{\"parameters\":{}}\0"s);
-  output.clear();
-  VarlinkReply asOne(twice, false);
-  asOne.writeNext(output);
-  EXPECT_FALSE(asOne.isDone());
-  asOne.writeNext(output);
-  EXPECT_TRUE(asOne.isDone());
-  EXPECT_EQ(output, "{\"parameters\":{}{}}\0"s);
-}
-
-TEST(VarlinkMessage, writesErrors) {
-  EXPECT_EQ(errorReply("a.Bad", "name", "\"quoted\""),
-            "{\"error\":\"a.Bad\",\"parameters\":{\"name\":\"\\\"quoted\\\"\"}}\0"s);
 }
 
 }  // namespace

@@ -29,13 +29,15 @@ class FakeConnection : public Connection {
   uid_t effectiveUserIdentifier() const override { return user_; }
   gid_t effectiveGroupIdentifier() const override { return group_; }
   const AuditToken& auditToken() const override { return token_; }
-  void setExportedInterface(Interface exported) override { interface = std::move(exported); }
+  void setExportedInterface(std::shared_ptr<const Interface> exported) override {
+    interface = std::move(exported);
+  }
   void setExportedObject(std::unique_ptr<ExportedObject> exported) override {
     object.reset(dynamic_cast<AlertsDaemon*>(exported.release()));
   }
-  void resume() override { resumed = object != nullptr && interface.has_value(); }
+  void resume() override { resumed = object != nullptr && interface != nullptr; }
 
-  std::optional<Interface> interface;
+  std::shared_ptr<const Interface> interface;
   std::unique_ptr<AlertsDaemon> object;
   bool resumed = false;
 
@@ -209,19 +211,28 @@ TEST_F(ListenerTest, TheLookUpIsGivenTheAddressOfTheToken) {
 TEST_F(ListenerTest, TheExportedInterfaceHasThreeWhiteLists) {
   FakeConnection connection(0, 0);
   listener_->shouldAcceptNewConnection(*door_, connection);
-  using Class = ArgumentClass;
-  using Classes = std::set<Class>;
-  int lists = 0;
-  for (const auto& method : connection.interface->protocol().methods) {
-    lists += connection.interface->classes(method.selector, 0) != nullptr ? 1 : 0;
+  const auto classesOf = [&](const ProtocolMethod& method) {
+    return connection.interface->row(std::string(alertsDaemonProtocol().name) + "." +
+                                     std::string(method.wireName))
+        ->classes;
+  };
+  std::map<std::string_view, ArgumentClasses> lists;
+  for (const auto& method : alertsDaemonProtocol().methods) {
+    if (const auto classes = classesOf(method)) lists.emplace(method.selector, *classes);
   }
-  EXPECT_EQ(lists, 3);
-  EXPECT_EQ(*connection.interface->classes("saveAlerts:callback:", 0),
-            (Classes{Class::kVLAlert, Class::kArray}));
-  EXPECT_EQ(*connection.interface->classes("deleteAlertsWithIds:callback:", 0),
-            (Classes{Class::kString, Class::kArray}));
-  EXPECT_EQ(*connection.interface->classes("addMailRecipients:callback:", 0),
-            (Classes{Class::kString, Class::kDictionary, Class::kArray}));
+  const std::map<std::string_view, ArgumentClasses> expected = {
+      {"saveAlerts:callback:", {kVLAlertClass, kArrayClass}},
+      {"deleteAlertsWithIds:callback:", {kStringClass, kArrayClass}},
+      {"addMailRecipients:callback:", {kStringClass, kDictionaryClass, kArrayClass}}};
+  EXPECT_EQ(lists, expected);
+}
+
+TEST_F(ListenerTest, AllConnectionsShareOneTable) {
+  FakeConnection root(0, 0);
+  FakeConnection other(1000, 1000);
+  listener_->shouldAcceptNewConnection(*door_, root);
+  listener_->shouldAcceptNewConnection(*door_, other);
+  EXPECT_EQ(root.interface, other.interface);
 }
 
 TEST_F(ListenerTest, ANewBundleIsInsertedUnderItsKey) {

@@ -52,16 +52,16 @@ TEST_F(DaemonPartsTest, MakingThemTouchesNoFile) {
 }
 
 TEST(DaemonPartsDeathTest, BeforeThemTheDoorsLeadNowhere) {
-  EXPECT_DEATH(ADAlertPusher::sharedInstance(), "^ADAlertPusher::sharedInstance: ");
-  EXPECT_DEATH(ADAlertMailer::sharedInstance(), "^ADAlertMailer::sharedInstance: ");
-  EXPECT_DEATH(VLEDaemonClient::sharedClient(), "^VLEDaemonClient::sharedClient: ");
+  EXPECT_DEATH(ADAlertPusher::sharedInstance(), "ADAlertPusher::sharedInstance is used before");
+  EXPECT_DEATH(ADAlertMailer::sharedInstance(), "ADAlertMailer::sharedInstance is used before");
+  EXPECT_DEATH(VLEDaemonClient::sharedClient(), "VLEDaemonClient::sharedClient is used before");
   EXPECT_DEATH(ADAlertStore::preferredLocalizationIdentifier(),
-               "^ADAlertStore::preferredLocalizationIdentifier: ");
+               "ADAlertStore::preferredLocalizationIdentifier is used before");
   EXPECT_DEATH(ADAlertMailer::defaultLocalizationForEmailAddress(""),
-               "^ADAlertMailer::defaultLocalizationForEmailAddress: ");
-  EXPECT_DEATH(VLAlert().alertSubclass(nullptr), "^VLAlert::alertSubclass: ");
+               "ADAlertMailer::defaultLocalizationForEmailAddress is used before");
+  EXPECT_DEATH(VLAlert().alertSubclass(nullptr), "VLAlert::alertSubclass is used before");
   EXPECT_DEATH(VLAlertAction::alertActionWithClassName("", VLAlert(), nullptr),
-               "^VLAlertAction::alertActionWithClassName: ");
+               "VLAlertAction::alertActionWithClassName is used before");
 }
 
 }  // namespace

@@ -98,7 +98,7 @@ TEST(JSONDecoding, RefusesMembersOfAnotherType) {
 }
 
 TEST(JSONDecoding, TheWhiteListSaysWhatAListOfAlertsHolds) {
-  const ArgumentClasses classes{ArgumentClass::kVLAlert, ArgumentClass::kArray};
+  const ArgumentClasses classes{kVLAlertClass, kArrayClass};
   std::vector<VLAlert> alerts;
   ASSERT_TRUE(decode(json::parse(R"([{"type": "a"}, [{"type": "b"}, []], {"type": "c"}])"),
                      &classes, alerts));
@@ -112,8 +112,7 @@ TEST(JSONDecoding, TheWhiteListSaysWhatAListOfAlertsHolds) {
 }
 
 TEST(JSONDecoding, TheWhiteListSaysWhatAListOfNewRecipientsHolds) {
-  const ArgumentClasses classes{ArgumentClass::kString, ArgumentClass::kDictionary,
-                                ArgumentClass::kArray};
+  const ArgumentClasses classes{kStringClass, kDictionaryClass, kArrayClass};
   using List = std::vector<MailRecipientOrAddress>;
   List list;
   ASSERT_TRUE(decode(json::parse(R"(["a@b.c", {"address": "d", "locale": null, "note": "x"},

@@ -11,7 +11,6 @@ namespace velto {
 namespace {
 
 namespace json = boost::json;
-using Kind = InvocationResult::Kind;
 
 /// Offers some operations, and notes what it was called with.
 class SomeDaemon : public VLAlertsDaemon {
@@ -45,33 +44,47 @@ class SomeDaemon : public VLAlertsDaemon {
 
 class VLAlertsDaemonTest : public ::testing::Test {
  protected:
-  void invoke(std::string_view wireName, std::string_view parameters, bool more,
-              const ResultHandler& handler) {
+  std::shared_ptr<PendingReply> invoke(std::string_view wireName, std::string_view parameters) {
     const auto& methods = alertsDaemonProtocol().methods;
     const auto row = std::find_if(methods.begin(), methods.end(),
                                   [&](const ProtocolMethod& m) { return m.wireName == wireName; });
-    row->invoke({object_, json::parse(parameters).as_object(), nullptr, more}, handler);
+    auto pending = std::make_shared<PendingReply>(receiver_);
+    row->invoke({object_, json::parse(parameters).as_object(), nullptr}, ReplyPromise(pending));
+    return pending;
   }
 
-  InvocationResult invoke(std::string_view wireName, std::string_view parameters,
-                          bool more = false) {
-    std::vector<InvocationResult> results;
-    invoke(wireName, parameters, more,
-           [&](InvocationResult result) { results.push_back(std::move(result)); });
-    EXPECT_EQ(results.size(), 1u);
-    return results.empty() ? InvocationResult() : std::move(results.front());
+  CallReply reply(std::string_view wireName, std::string_view parameters) {
+    const auto pending = invoke(wireName, parameters);
+    EXPECT_TRUE(pending->hasArrived());
+    return pending->take();
   }
 
-  std::vector<json::value> pieces(const InvocationResult& result) {
-    std::vector<json::value> all;
-    for (bool continues = true; continues;) {
-      std::string text;
-      continues = result.reply(text);
-      all.push_back(json::parse(text));
+  /// The messages that a reply consists of, written part by part.
+  static std::vector<json::object> messages(CallReply reply, bool more) {
+    std::string text;
+    while (!reply.isWritten()) {
+      reply.writeNext(text, more);
+    }
+    std::vector<json::object> all;
+    for (std::size_t end = 0; !text.empty(); text.erase(0, end + 1)) {
+      end = text.find('\0');
+      all.push_back(json::parse(text.substr(0, end)).as_object());
     }
     return all;
   }
 
+  /// The parameters of a reply's messages.
+  static std::vector<json::value> pieces(CallReply reply, bool more = false) {
+    std::vector<json::value> all;
+    for (json::object& message : messages(std::move(reply), more)) {
+      all.push_back(message.at("parameters"));
+    }
+    return all;
+  }
+
+  struct : ReplyReceiver {
+    void goOnWithReply() noexcept override {}
+  } receiver_;
   SomeDaemon object_;
 };
 
@@ -105,14 +118,14 @@ TEST_F(VLAlertsDaemonTest, TheMethodsAreThoseOfTheInterfaceFileInItsOrder) {
 TEST_F(VLAlertsDaemonTest, AbsentNullAndLeftOutAreOne) {
   for (const auto* parameters : {"{}", R"({"alert": null})"}) {
     object_.posted = VLAlert();
-    EXPECT_EQ(pieces(invoke("PostAlert", parameters)), (std::vector{json::parse("{}")}));
+    EXPECT_EQ(pieces(reply("PostAlert", parameters)), (std::vector{json::parse("{}")}));
     EXPECT_EQ(object_.posted, std::nullopt);
   }
 }
 
 TEST_F(VLAlertsDaemonTest, SeveralParametersGoByName) {
-  EXPECT_EQ(invoke("PerformRecoveryAction", R"({"alertId": "i", "action": "a"})").kind,
-            Kind::kReplied);
+  EXPECT_EQ(pieces(reply("PerformRecoveryAction", R"({"alertId": "i", "action": "a"})")),
+            (std::vector{json::parse("{}")}));
   EXPECT_EQ(object_.performed, (std::pair<std::string, std::string>("a", "i")));
 }
 
@@ -127,54 +140,50 @@ TEST_F(VLAlertsDaemonTest, AParameterThatDoesNotFitIsNamedAndNothingIsCalled) {
       {"GetAlertBundleNames", R"({"x": null})", "x"},
   };
   for (const auto& [method, parameters, name] : rows) {
-    const auto result = invoke(method, parameters);
-    EXPECT_EQ(result.kind, Kind::kInvalidParameter) << parameters;
-    EXPECT_EQ(result.parameter, name) << parameters;
+    const json::object expected{{"error", "org.varlink.service.InvalidParameter"},
+                                {"parameters", {{"parameter", name}}}};
+    EXPECT_EQ(messages(reply(method, parameters), false), std::vector{expected}) << parameters;
   }
   EXPECT_EQ(object_.posted, std::nullopt);
   EXPECT_EQ(object_.performed.first, "");
 }
 
 TEST_F(VLAlertsDaemonTest, AnOperationThatIsNotOfferedIsNotImplemented) {
-  EXPECT_EQ(invoke("GetAttributes", "{}").kind, Kind::kNotImplemented);
-  EXPECT_EQ(invoke("AddPushRecipients", R"({"recipients": []})").kind, Kind::kNotImplemented);
+  EXPECT_EQ(reply("GetAttributes", "{}").kind(), CallReply::Kind::kNotOffered);
+  EXPECT_EQ(reply("AddPushRecipients", R"({"recipients": []})").kind(),
+            CallReply::Kind::kNotOffered);
 }
 
 TEST_F(VLAlertsDaemonTest, AReplyMayComeAfterTheOperationHasReturned) {
-  std::vector<InvocationResult> results;
-  const auto take = [&](InvocationResult result) { results.push_back(std::move(result)); };
-  invoke("SaveAlerts", "{}", false, take);
-  EXPECT_TRUE(results.empty());
+  const auto pending = invoke("SaveAlerts", "{}");
+  EXPECT_FALSE(pending->hasArrived());
   object_.kept(makeError("D", 5, "late"));
   object_.kept = nullptr;
-  ASSERT_EQ(results.size(), 1u);
-  EXPECT_EQ(results[0].kind, Kind::kReplied);
-  EXPECT_EQ(pieces(results[0])[0].at("error").at("code"), 5);
+  ASSERT_TRUE(pending->hasArrived());
+  EXPECT_EQ(pieces(pending->take())[0].at("error").at("code"), 5);
 }
 
 TEST_F(VLAlertsDaemonTest, AReplyThatWillNeverComeIsTold) {
-  std::vector<InvocationResult> results;
-  invoke("SaveAlerts", "{}", false,
-         [&](InvocationResult result) { results.push_back(std::move(result)); });
+  const auto pending = invoke("SaveAlerts", "{}");
   object_.kept = nullptr;
-  ASSERT_EQ(results.size(), 1u);
-  EXPECT_EQ(results[0].kind, Kind::kNotImplemented);
+  ASSERT_TRUE(pending->hasArrived());
+  EXPECT_EQ(pending->take().kind(), CallReply::Kind::kNotOffered);
 }
 
 TEST_F(VLAlertsDaemonTest, DataAndErrorTravelTogether) {
   object_.alerts = std::vector<VLAlert>(1);
-  const auto reply = pieces(invoke("GetAlertsOfType", "{}"));
-  ASSERT_EQ(reply.size(), 1u);
-  EXPECT_EQ(reply[0].at("alerts"), json::parse("[{}]"));
-  EXPECT_EQ(reply[0].at("error").at("code"), 7);
+  const auto whole = pieces(reply("GetAlertsOfType", "{}"));
+  ASSERT_EQ(whole.size(), 1u);
+  EXPECT_EQ(whole[0].at("alerts"), json::parse("[{}]"));
+  EXPECT_EQ(whole[0].at("error").at("code"), 7);
   object_.alerts.reset();
-  EXPECT_EQ(pieces(invoke("GetAlertsOfType", "{}", true)),
+  EXPECT_EQ(pieces(reply("GetAlertsOfType", "{}"), true),
             (std::vector{json::parse(R"({"error": {"domain": "D", "code": 7, "userInfo":
                          {"NSLocalizedDescription": "with data"}}})")}));
 }
 
 TEST_F(VLAlertsDaemonTest, ZeroIsToldAndNotLeftOut) {
-  EXPECT_EQ(pieces(invoke("DeleteUnsupportedAlerts", "{}")),
+  EXPECT_EQ(pieces(reply("DeleteUnsupportedAlerts", "{}")),
             (std::vector{json::parse(R"({"count": 0})")}));
 }
 
@@ -185,7 +194,7 @@ TEST_F(VLAlertsDaemonTest, ALongListComesInBoundedPiecesWhenAskedFor) {
   for (std::size_t i = 0; i < 1000; ++i) {
     (*object_.alerts)[i].identifier = std::to_string(i);
   }
-  const auto inPieces = pieces(invoke("GetAlertsOfType", "{}", true));
+  const auto inPieces = pieces(reply("GetAlertsOfType", "{}"), true);
   std::size_t seen = 0;
   for (const json::value& piece : inPieces) {
     EXPECT_LT(json::serialize(piece).size(), 70'000u);
@@ -202,19 +211,20 @@ TEST_F(VLAlertsDaemonTest, ALongListIsOneObjectInBoundedPartsOtherwise) {
   VLAlert alert;
   alert.bundle = std::string(1000, 'x');
   object_.alerts = std::vector<VLAlert>(1000, alert);
-  const auto result = invoke("GetAlertsOfType", "{}");
+  CallReply inParts = reply("GetAlertsOfType", "{}");
   std::string all;
   std::size_t parts = 0;
-  for (bool continues = true; continues; ++parts) {
+  for (; !inParts.isWritten(); ++parts) {
     std::string part;
-    continues = result.reply(part);
+    inParts.writeNext(part, false);
     EXPECT_LT(part.size(), 70'000u);
     all += part;
   }
   EXPECT_GT(parts, 10u);
-  const auto reply = json::parse(all);
-  EXPECT_EQ(reply.at("alerts").as_array().size(), 1000u);
-  EXPECT_EQ(reply.at("error").at("code"), 7);
+  all.pop_back();
+  const auto parameters = json::parse(all).at("parameters");
+  EXPECT_EQ(parameters.at("alerts").as_array().size(), 1000u);
+  EXPECT_EQ(parameters.at("error").at("code"), 7);
 }
 
 TEST_F(VLAlertsDaemonTest, AnErrorOnTheWayEndsTheListAndIsTold) {
@@ -233,18 +243,18 @@ TEST_F(VLAlertsDaemonTest, AnErrorOnTheWayEndsTheListAndIsTold) {
     VLAlert appended;
     appended.identifier = "appended";
     object_.sequence->append({appended});
-    const auto reply = pieces(invoke("GetAlertsOfType", "{}", more));
-    ASSERT_EQ(reply.size(), 1u);
-    EXPECT_EQ(reply[0].at("alerts"), json::parse(R"([{}, {}, {"identifier": "appended"}])"));
-    EXPECT_EQ(reply[0].at("error").at("code"), 8);
+    const auto all = pieces(reply("GetAlertsOfType", "{}"), more);
+    ASSERT_EQ(all.size(), 1u);
+    EXPECT_EQ(all[0].at("alerts"), json::parse(R"([{}, {}, {"identifier": "appended"}])"));
+    EXPECT_EQ(all[0].at("error").at("code"), 8);
   }
 }
 
 TEST_F(VLAlertsDaemonTest, AnEmptyListIsOnePiece) {
   object_.alerts.emplace();
-  const auto reply = pieces(invoke("GetAlertsOfType", "{}", true));
-  ASSERT_EQ(reply.size(), 1u);
-  EXPECT_EQ(reply[0].at("alerts"), json::array());
+  const auto all = pieces(reply("GetAlertsOfType", "{}"), true);
+  ASSERT_EQ(all.size(), 1u);
+  EXPECT_EQ(all[0].at("alerts"), json::array());
 }
 
 }  // namespace

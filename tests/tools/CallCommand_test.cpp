@@ -17,15 +17,22 @@ namespace {
 
 using testing::HasSubstr;
 
-/// Replies with the call's parameters, twice when the caller takes pieces.
-void answerWithParameters(const Invocation& call, const ResultHandler& handler) {
-  InvocationResult result;
-  result.reply = [parameters = boost::json::serialize(call.parameters),
-                  left = call.more ? 2 : 1](std::string& text) mutable {
-    text += parameters;
-    return --left > 0;
-  };
-  handler(std::move(result));
+/// The call's parameters, as two pieces or as a whole.
+class Parameters : public ReplyBody {
+ public:
+  explicit Parameters(std::string object) : object_(std::move(object)) {}
+  void begin(std::string& text) override { text += object_; }
+  bool append(std::string& /*text*/) override { return std::exchange(isFirst_, false); }
+  void end(std::string& /*text*/, bool /*isLast*/) override {}
+
+ private:
+  const std::string object_;
+  bool isFirst_ = true;
+};
+
+void answerWithParameters(const Invocation& call, ReplyPromise promise) {
+  promise.keep(
+      CallReply::parameters(std::make_unique<Parameters>(boost::json::serialize(call.parameters))));
 }
 
 /// A protocol under the daemon's name, whose method Answer replies with what it is sent.
@@ -33,6 +40,8 @@ const Protocol& daemonProtocol() {
   static const Protocol protocol{
       .name = VLAlertsXPCServiceName,
       .description = "",
+      .product = "",
+      .version = "",
       .methods = {{.selector = "answer:", .wireName = "Answer", .invoke = answerWithParameters}}};
   return protocol;
 }
