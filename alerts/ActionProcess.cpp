@@ -3,30 +3,21 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <csignal>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/mman.h>
-#include <sys/syscall.h>
-#include <sys/wait.h>
-#include <system_error>
 #include <unistd.h>
 #include <utility>
 
 #include "platform/foundation/FileDescriptor.h"
 #include "platform/foundation/TimerDescriptor.h"
-#include "platform/process/Spawn.h"
+#include "platform/process/ChildProcess.h"
 
 namespace velto {
 namespace {
 
 /// So much of the standard error is kept; what comes after is read and dropped.
 constexpr std::size_t kMaximumErrorText = 16384;
-
-ActionOutcome notStarted(const std::string& executable, int errorNumber) {
-  return {ActionOutcome::Kind::kNotStarted, 0,
-          "Cannot start " + executable + ": " + std::generic_category().message(errorNumber)};
-}
 
 /// A file without a name that holds the text: whoever reads it slowly, or not at all, holds up
 /// nobody.
@@ -44,44 +35,6 @@ FileDescriptor fileHolding(std::string_view text) {
   }
   return file;
 }
-
-/// A started program; at the latest when this object goes, it is killed and its end is taken note
-/// of.
-class Child {
- public:
-  explicit Child(pid_t process) : process_(process) {}
-  ~Child() {
-    if (process_ != -1) {
-      kill();
-    }
-  }
-  Child(const Child&) = delete;
-  Child& operator=(const Child&) = delete;
-
-  /// Ends the whole group.
-  void kill() {
-    ::kill(-process_, SIGKILL);
-    wait();
-  }
-
-  ActionOutcome wait() {
-    int status = 0;
-    pid_t waited = -1;
-    do {
-      waited = ::waitpid(process_, &status, 0);
-    } while (waited == -1 && errno == EINTR);
-    process_ = -1;
-    if (waited == -1) {
-      return {ActionOutcome::Kind::kNotStarted, 0, "Its end was not seen."};
-    }
-    return WIFSIGNALED(status)
-               ? ActionOutcome{ActionOutcome::Kind::kSignalled, WTERMSIG(status), {}}
-               : ActionOutcome{ActionOutcome::Kind::kExited, WEXITSTATUS(status), {}};
-  }
-
- private:
-  pid_t process_;
-};
 
 /// Appends what can be read at once; false at the end.
 bool readSome(int descriptor, std::string& text) {
@@ -116,8 +69,8 @@ bool readUntilExit(int standardError, int process, int timer, std::string& text)
 }
 
 /// What the program gets, and what is watched of it.
-struct Plumbing {
-  Plumbing(std::string_view text, std::chrono::milliseconds timeLimit)
+struct Descriptors {
+  Descriptors(std::string_view text, std::chrono::milliseconds timeLimit)
       : input(fileHolding(text)),
         output(::open("/dev/null", O_WRONLY | O_CLOEXEC)),
         limit(timerExpiringAfter(timeLimit)) {
@@ -129,7 +82,7 @@ struct Plumbing {
     }
   }
 
-  bool isWhole() const {
+  bool areOpen() const {
     return input.isOpen() && output.isOpen() && limit.isOpen() && errorReader.isOpen();
   }
 
@@ -140,44 +93,63 @@ struct Plumbing {
   FileDescriptor errorWriter;
 };
 
-}  // namespace
-
-ActionOutcome runAction(const std::string& executable, const std::vector<std::string>& arguments,
-                        std::string_view input, std::chrono::milliseconds limit) {
-  Plumbing plumbing(input, limit);
-  if (!plumbing.isWhole()) {
-    return notStarted(executable, errno);
-  }
-  pid_t process = -1;
-  const int result = spawnProgram(
+std::optional<ChildProcess> start(const std::string& executable,
+                                  const std::vector<std::string>& arguments,
+                                  const Descriptors& descriptors, ErrorSlot error) {
+  return ChildProcess::start(
       executable, arguments,
-      {.standardInput = plumbing.input.get(),
-       .standardOutput = plumbing.output.get(),
-       .standardError = plumbing.errorWriter.get(),
+      {.standardInput = descriptors.input.get(),
+       .standardOutput = descriptors.output.get(),
+       .standardError = descriptors.errorWriter.get(),
        .environment = {"PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin",
                        "LC_ALL=C.UTF-8"},
        .leadsGroup = true},
-      process);
-  if (result != 0) {
-    return notStarted(executable, result);
+      error);
+}
+
+std::optional<ActionOutcome> outcomeOf(const ProcessEnd& end, std::string standardError,
+                                       ErrorSlot error) {
+  using Kind = ActionOutcome::Kind;
+  if (end.kind == ProcessEnd::Kind::kUnseen) {
+    setIfEmpty(error, makeError(kPOSIXErrorDomain, ECHILD, "Its end was not seen."));
+    return std::nullopt;
   }
-  Child child(process);
-  plumbing.errorWriter = FileDescriptor();
-  // The C library's header for this is not made for C++.
-  const FileDescriptor ending(static_cast<int>(::syscall(SYS_pidfd_open, process, 0)));
-  if (!ending.isOpen()) {
-    return notStarted(executable, errno);
+  const bool hasExited = end.kind == ProcessEnd::Kind::kExited;
+  return ActionOutcome{hasExited ? Kind::kExited : Kind::kSignalled, end.number,
+                       std::move(standardError)};
+}
+
+}  // namespace
+
+std::optional<ActionOutcome> runAction(const std::string& executable,
+                                       const std::vector<std::string>& arguments,
+                                       std::string_view input, std::chrono::milliseconds limit,
+                                       ErrorSlot error) {
+  const auto failToStart = [&](int code) {
+    setIfEmpty(error, makePOSIXError(code, "Cannot start " + executable));
+    return std::nullopt;
+  };
+  Descriptors descriptors(input, limit);
+  if (!descriptors.areOpen()) {
+    return failToStart(errno);
+  }
+  auto child = start(executable, arguments, descriptors, error);
+  if (!child) {
+    return std::nullopt;
+  }
+  descriptors.errorWriter = FileDescriptor();
+  const FileDescriptor end = child->descriptorOfEnd();
+  if (!end.isOpen()) {
+    return failToStart(errno);
   }
   std::string text;
   const bool hasEnded =
-      readUntilExit(plumbing.errorReader.get(), ending.get(), plumbing.limit.get(), text);
+      readUntilExit(descriptors.errorReader.get(), end.get(), descriptors.limit.get(), text);
   if (!hasEnded) {
-    child.kill();
-    return {ActionOutcome::Kind::kTimedOut, 0, std::move(text)};
+    child->kill();
+    return ActionOutcome{ActionOutcome::Kind::kTimedOut, 0, std::move(text)};
   }
-  ActionOutcome outcome = child.wait();
-  outcome.standardError = std::move(text);
-  return outcome;
+  return outcomeOf(child->wait(), std::move(text), error);
 }
 
 }  // namespace velto

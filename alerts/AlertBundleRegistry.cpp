@@ -35,14 +35,14 @@ class AlertBundleRegistry::Implementation {
   /// The bundle of an alert, ready for use: its code, if it has some, is loaded. Null with an error
   /// otherwise.
   std::shared_ptr<const AlertBundle> bundleOf(const VLAlert& alert, ErrorSlot error);
-  /// Nothing when the code is loaded, or why it is not.
-  std::optional<std::string> load(std::string_view name) VELTO_EXCLUDES(loadLock_);
+  /// Nothing when the code is loaded, or why it is not, in a phrase.
+  std::optional<Error> load(std::string_view name) VELTO_EXCLUDES(loadLock_);
   const NativeClasses& classes() const { return classes_; }
   const ActionContext& actions() const { return actions_; }
 
  private:
   std::optional<Bundle> openBundle(const std::string& name) const;
-  std::optional<std::string> tryToLoad(const std::string& name) VELTO_REQUIRES(loadLock_);
+  std::optional<Error> tryToLoad(const std::string& name) VELTO_REQUIRES(loadLock_);
 
   const std::string directory_;
   const FileManager& fileManager_;
@@ -56,8 +56,7 @@ class AlertBundleRegistry::Implementation {
 
   /// Held while a bundle's code is loaded: who asks for it meanwhile waits for the outcome.
   Mutex loadLock_;
-  std::map<std::string, std::optional<std::string>, std::less<>> outcomes_
-      VELTO_GUARDED_BY(loadLock_);
+  std::map<std::string, std::optional<Error>, std::less<>> outcomes_ VELTO_GUARDED_BY(loadLock_);
 };
 
 std::shared_ptr<const AlertBundle> AlertBundleRegistry::Implementation::alertBundle(
@@ -97,7 +96,7 @@ std::optional<Bundle> AlertBundleRegistry::Implementation::openBundle(
   return std::nullopt;
 }
 
-std::optional<std::string> AlertBundleRegistry::Implementation::load(std::string_view name) {
+std::optional<Error> AlertBundleRegistry::Implementation::load(std::string_view name) {
   MutexLock lock(loadLock_);
   const auto found = outcomes_.find(name);
   if (found != outcomes_.end()) {
@@ -106,14 +105,15 @@ std::optional<std::string> AlertBundleRegistry::Implementation::load(std::string
   return outcomes_.emplace(name, tryToLoad(std::string(name))).first->second;
 }
 
-std::optional<std::string> AlertBundleRegistry::Implementation::tryToLoad(const std::string& name) {
-  std::string reason = "there is no such bundle in " + directory_;
+std::optional<Error> AlertBundleRegistry::Implementation::tryToLoad(const std::string& name) {
   const auto bundle = alertBundle(name);
-  if (bundle == nullptr || !loadNativeBundle(bundle->bundle(), name, classes_, reason)) {
-    log_.warning("Alert bundle '" + name + "' not loaded: " + reason);
-    return reason;
+  auto error = bundle != nullptr ? loadNativeBundle(bundle->bundle(), name, classes_)
+                                 : makeError(kBundleErrorDomain, kBundleNotOpenedErrorCode,
+                                             "there is no such bundle in " + directory_);
+  if (error) {
+    log_.warning("Alert bundle '" + name + "' not loaded: " + error->localizedDescription());
   }
-  return std::nullopt;
+  return error;
 }
 
 std::shared_ptr<const AlertBundle> AlertBundleRegistry::Implementation::bundleOf(
@@ -133,9 +133,9 @@ std::shared_ptr<const AlertBundle> AlertBundleRegistry::Implementation::bundleOf
   }
   const bool hasCode =
       valueForKey(bundle->bundle().infoDictionary(), "CFBundleExecutable") != nullptr;
-  if (const auto reason = hasCode ? load(*alert.bundle) : std::nullopt) {
-    return fail(kCodeNotLoadedErrorCode,
-                "Alert bundle '" + *alert.bundle + "' cannot be used: " + *reason + ".");
+  if (const auto cause = hasCode ? load(*alert.bundle) : std::nullopt) {
+    return fail(kCodeNotLoadedErrorCode, "Alert bundle '" + *alert.bundle + "' cannot be used: " +
+                                             cause->localizedDescription() + ".");
   }
   return bundle;
 }

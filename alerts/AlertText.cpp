@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <ctime>
 
+#include "platform/foundation/Hexadecimal.h"
+
 namespace velto {
 namespace {
 
@@ -29,17 +31,7 @@ std::string dateText(Date date) {
   return length == 0 ? std::string() : year.data() + std::string(buffer.data(), length);
 }
 
-std::string hexadecimal(const Data& data) {
-  constexpr std::string_view kDigits = "0123456789abcdef";
-  std::string text;
-  for (const std::uint8_t byte : data.bytes()) {
-    text += kDigits[byte >> 4];
-    text += kDigits[byte & 15];
-  }
-  return text;
-}
-
-struct Reader {
+struct ReadableText {
   std::string operator()(std::monostate) const { return {}; }
   std::string operator()(const std::string& text) const { return text; }
   std::string operator()(std::int64_t number) const { return std::to_string(number); }
@@ -73,7 +65,7 @@ struct Reader {
 }  // namespace
 
 std::string readableText(const PropertyList& value) {
-  return value.visit(Reader{});
+  return value.visit(ReadableText{});
 }
 
 std::string expandedText(std::string_view pattern, const PropertyList::Dictionary& attributes) {

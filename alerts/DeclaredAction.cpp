@@ -1,7 +1,9 @@
 #include "alerts/DeclaredAction.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
+#include <optional>
 #include <sys/stat.h>
 #include <utility>
 
@@ -12,7 +14,7 @@
 #include "alerts/VLAlertJSON.h"
 #include "platform/foundation/Log.h"
 #include "platform/foundation/TrustedFile.h"
-#include "platform/propertylist/PropertyListUnicode.h"
+#include "platform/foundation/UTF8.h"
 
 namespace velto {
 namespace {
@@ -45,11 +47,15 @@ std::string describe(const ActionOutcome& outcome) {
     case Kind::kSignalled:
       return "was ended by signal " + std::to_string(outcome.status);
     case Kind::kTimedOut:
-      return "took too long and was ended";
-    case Kind::kNotStarted:
       break;
   }
-  return outcome.standardError;
+  return "took too long and was ended";
+}
+
+/// The same, followed by what the program wrote.
+std::string describeWithText(const ActionOutcome& outcome) {
+  const std::string text = inOneLine(shown(outcome.standardError));
+  return describe(outcome) + (text.empty() ? "" : ": " + text);
 }
 
 class DeclaredAction : public VLAlertAction {
@@ -60,17 +66,17 @@ class DeclaredAction : public VLAlertAction {
     appendJSON(alertText_, alert);
   }
 
-  /// The reason why the executable cannot be used; empty when it can.
-  std::string objection() const {
+  /// Why the executable cannot be used, in a phrase; nothing when it can.
+  std::optional<Error> objection() const {
     const std::filesystem::path path(bundle_->bundle().path());
-    std::string reason;
-    const FileDescriptor file = openTrustedFile(
-        path.parent_path(), {path.filename(), "Contents", "Actions", className_}, reason);
+    std::optional<Error> error;
+    const FileDescriptor file = openTrustedFileBelow(
+        path.parent_path(), {path.filename(), "Contents", "Actions", className_}, &error);
     struct stat status {};
     if (file.isOpen() && (::fstat(file.get(), &status) != 0 || (status.st_mode & S_IXUSR) == 0)) {
-      reason = executable() + " is not executable";
+      error = makeError(kPOSIXErrorDomain, EACCES, executable() + " is not executable");
     }
-    return reason;
+    return error;
   }
 
   std::string title(std::string_view localization) const override {
@@ -78,28 +84,25 @@ class DeclaredAction : public VLAlertAction {
   }
 
   bool hasBeenResolved() override {
-    const ActionOutcome outcome = run({"has-been-resolved"});
-    const bool answers = outcome.kind == Kind::kExited && outcome.status <= 1;
-    if (!answers) {
-      const std::string text = inOneLine(shown(outcome.standardError));
-      context_.log.warning(name() + ", asked whether it has been resolved, " + describe(outcome) +
-                           (text.empty() || outcome.kind == Kind::kNotStarted ? "" : ": " + text));
+    std::optional<Error> problem;
+    const auto outcome = run({"has-been-resolved"}, &problem);
+    if (outcome && outcome->kind == Kind::kExited && outcome->status <= 1) {
+      return outcome->status == 0;
     }
-    return answers && outcome.status == 0;
+    context_.log.warning(name() + ", asked whether it has been resolved, " +
+                         (outcome ? describeWithText(*outcome) : problem->localizedDescription()));
+    return false;
   }
 
   bool runWithLocalization(std::string_view localization, ErrorSlot error) override {
-    const ActionOutcome outcome = run({"run", std::string(localization)});
-    if (outcome.kind == Kind::kExited && outcome.status == 0) {
+    std::optional<Error> problem;
+    const auto outcome = run({"run", std::string(localization)}, &problem);
+    if (outcome && outcome->kind == Kind::kExited && outcome->status == 0) {
       return true;
     }
-    const std::string text = shown(outcome.standardError);
-    setIfEmpty(error, makeError(kBundleErrorDomain,
-                                outcome.kind == Kind::kTimedOut ? kActionTimedOutErrorCode
-                                                                : kActionFailedErrorCode,
-                                text.empty() || outcome.kind == Kind::kTimedOut
-                                    ? name() + " " + describe(outcome) + "."
-                                    : text));
+    setIfEmpty(error, outcome ? failure(*outcome)
+                              : makeError(kBundleErrorDomain, kActionFailedErrorCode,
+                                          shown(problem->localizedDescription())));
     return false;
   }
 
@@ -112,10 +115,24 @@ class DeclaredAction : public VLAlertAction {
     return bundle_->bundle().path() + "/Contents/Actions/" + className_;
   }
 
-  ActionOutcome run(const std::vector<std::string>& arguments) const {
-    const std::string reason = objection();
-    return reason.empty() ? runAction(executable(), arguments, alertText_, context_.timeLimit)
-                          : ActionOutcome{Kind::kNotStarted, 0, "was not started: " + reason};
+  /// Nothing, with an error that reads as a sentence about the action, when it cannot be run.
+  std::optional<ActionOutcome> run(const std::vector<std::string>& arguments,
+                                   ErrorSlot error) const {
+    if (const auto refusal = objection()) {
+      setIfEmpty(error, makeError(kBundleErrorDomain, kActionRefusedErrorCode,
+                                  "was not started: " + refusal->localizedDescription()));
+      return std::nullopt;
+    }
+    return runAction(executable(), arguments, alertText_, context_.timeLimit, error);
+  }
+
+  /// What the program says of its failure, if it says something in time.
+  Error failure(const ActionOutcome& outcome) const {
+    const bool hasTimedOut = outcome.kind == Kind::kTimedOut;
+    const std::string text = hasTimedOut ? "" : shown(outcome.standardError);
+    return makeError(kBundleErrorDomain,
+                     hasTimedOut ? kActionTimedOutErrorCode : kActionFailedErrorCode,
+                     text.empty() ? name() + " " + describe(outcome) + "." : text);
   }
 
   const std::shared_ptr<const AlertBundle> bundle_;
@@ -139,9 +156,10 @@ std::unique_ptr<VLAlertAction> makeDeclaredAction(std::shared_ptr<const AlertBun
                                     className + "'."));
     return nullptr;
   }
-  if (const std::string reason = action->objection(); !reason.empty()) {
+  if (const auto refusal = action->objection()) {
     setIfEmpty(error, makeError(kBundleErrorDomain, kActionRefusedErrorCode,
-                                action->name() + " cannot be used: " + reason + "."));
+                                action->name() +
+                                    " cannot be used: " + refusal->localizedDescription() + "."));
     return nullptr;
   }
   return action;

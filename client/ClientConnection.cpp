@@ -1,14 +1,9 @@
 #include "client/ClientConnection.h"
 
-#include <array>
 #include <cerrno>
 #include <cstddef>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <system_error>
-#include <utility>
 
-#include <boost/json/serialize.hpp>
 #include <boost/json/string.hpp>
 #include <boost/json/value.hpp>
 
@@ -23,30 +18,22 @@ namespace json = boost::json;
 constexpr std::size_t kMaximumReplySize = std::size_t{1} << 30;
 /// Deeper than any call: what a call brought in comes back within arrays of its like.
 constexpr std::size_t kMaximumReplyDepth = 256;
-constexpr std::size_t kInputChunk = std::size_t{64} * 1024;
 
 void fail(ErrorSlot error, int code, const std::string& what) {
   setIfEmpty(error, makeError(kClientErrorDomain, code,
                               what + ": " + std::generic_category().message(code)));
 }
 
-/// Connects, also when a signal comes in between.
-int connectTo(int socket, const sockaddr_un& address) {
-  int result = 0;
-  do {
-    result = ::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address));
-  } while (result != 0 && errno == EINTR);
-  return result;
-}
-
-std::string callText(std::string_view method, std::string_view parameters, ReplyMode mode) {
-  std::string text = R"({"method":)" + json::serialize(json::string(method));
-  if (!parameters.empty()) text.append(R"(,"parameters":)").append(parameters);
-  if (mode == ReplyMode::kPieces) text.append(R"(,"more":true)");
-  if (mode == ReplyMode::kNone) text.append(R"(,"oneway":true)");
-  text.push_back('}');
-  text.push_back('\0');
-  return text;
+/// The system's number for an error of the connection.
+int errorNumber(const Error& failure) {
+  switch (failure.code) {
+    case kVarlinkHungUpErrorCode:
+      return ECONNRESET;
+    case kVarlinkEndlessErrorCode:
+      return EMSGSIZE;
+    default:
+      return static_cast<int>(failure.code);
+  }
 }
 
 /// Takes over one member of a reply; false when a reply cannot have it.
@@ -80,32 +67,33 @@ std::optional<ClientReply> parseReply(std::string_view message) {
 
 std::unique_ptr<ClientConnection> ClientConnection::connect(const std::string& path,
                                                             ErrorSlot error) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  if (path.size() >= sizeof(address.sun_path)) {
-    fail(error, ENAMETOOLONG, "cannot connect to " + path);
+  std::optional<Error> failure;
+  auto client = VarlinkClient::connect(path, {.replySize = kMaximumReplySize}, &failure);
+  if (client == nullptr) {
+    fail(error, errorNumber(*failure), "cannot connect to " + path);
     return nullptr;
   }
-  path.copy(address.sun_path, path.size());
-
-  FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  if (!socket.isOpen() || connectTo(socket.get(), address) != 0) {
-    fail(error, errno, "cannot connect to " + path);
-    return nullptr;
-  }
-  return std::unique_ptr<ClientConnection>(new ClientConnection(std::move(socket)));
+  return std::unique_ptr<ClientConnection>(new ClientConnection(std::move(client)));
 }
 
 bool ClientConnection::send(std::string_view method, std::string_view parameters, ReplyMode mode,
                             ErrorSlot error) {
-  return sendAll(callText(method, parameters, mode), error);
+  std::optional<Error> failure;
+  if (!client_->send(method, parameters, mode, &failure)) {
+    fail(error, errorNumber(*failure), "cannot send the call");
+    return false;
+  }
+  return true;
 }
 
 std::optional<ClientReply> ClientConnection::receive(ErrorSlot error) {
-  std::optional<std::string_view> message = input_.next();
-  while (!message) {
-    if (!receiveMore(error)) return std::nullopt;
-    message = input_.next();
+  std::optional<Error> failure;
+  const std::optional<std::string_view> message = client_->receive(&failure);
+  if (!message) {
+    const bool isEndless = failure->code == kVarlinkEndlessErrorCode;
+    fail(error, errorNumber(*failure),
+         isEndless ? "the service sent a reply without end" : "the service did not answer");
+    return std::nullopt;
   }
   auto reply = parseReply(*message);
   if (!reply) fail(error, EBADMSG, "the service sent something that is no reply");
@@ -128,39 +116,6 @@ bool ClientConnection::call(std::string_view method, std::string_view parameters
     receiver(*reply);
     continues = reply->continues;
   }
-  return true;
-}
-
-bool ClientConnection::sendAll(std::string_view bytes, ErrorSlot error) {
-  while (!bytes.empty()) {
-    const ssize_t size = ::send(socket_.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
-    if (size >= 0) {
-      bytes.remove_prefix(static_cast<std::size_t>(size));
-    } else if (errno != EINTR) {
-      fail(error, errno, "cannot send the call");
-      return false;
-    }
-  }
-  return true;
-}
-
-/// Waits for bytes and adds them to the input.
-bool ClientConnection::receiveMore(ErrorSlot error) {
-  if (input_.size() > kMaximumReplySize) {
-    fail(error, EMSGSIZE, "the service sent a reply without end");
-    return false;
-  }
-  std::array<char, kInputChunk> chunk;
-  ssize_t size = 0;
-  do {
-    size = ::recv(socket_.get(), chunk.data(), chunk.size(), 0);
-  } while (size < 0 && errno == EINTR);
-  if (size <= 0) {
-    fail(error, size == 0 ? ECONNRESET : errno, "the service did not answer");
-    return false;
-  }
-  input_.add({chunk.data(), static_cast<std::size_t>(size)});
-  input_.keep();
   return true;
 }
 

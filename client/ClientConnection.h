@@ -5,12 +5,12 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include <boost/json/object.hpp>
 
-#include "platform/connection/MessageBuffer.h"
+#include "platform/connection/VarlinkClient.h"
 #include "platform/foundation/Error.h"
-#include "platform/foundation/FileDescriptor.h"
 
 namespace velto {
 
@@ -24,13 +24,6 @@ struct ClientReply {
   boost::json::object parameters;
   /// More replies to the same call follow.
   bool continues = false;
-};
-
-/// How a call is to be answered.
-enum class ReplyMode {
-  kOne,     ///< with one reply
-  kPieces,  ///< with any number of pieces (`more`)
-  kNone,    ///< not at all (`oneway`)
 };
 
 /// A client's connection to a Varlink service. Its operations wait for the service, as long as it
@@ -55,12 +48,9 @@ class ClientConnection {
             const std::function<void(const ClientReply&)>& receiver, ErrorSlot error);
 
  private:
-  explicit ClientConnection(FileDescriptor socket) : socket_(std::move(socket)) {}
-  bool sendAll(std::string_view bytes, ErrorSlot error);
-  bool receiveMore(ErrorSlot error);
+  explicit ClientConnection(std::unique_ptr<VarlinkClient> client) : client_(std::move(client)) {}
 
-  const FileDescriptor socket_;
-  MessageBuffer input_;
+  const std::unique_ptr<VarlinkClient> client_;
 };
 
 }  // namespace velto

@@ -17,6 +17,7 @@
 #include "platform/foundation/Shared.h"
 #include "platform/identity/EntitledGuests.h"
 #include "platform/identity/GuestTable.h"
+#include "platform/persistence/DirectoryEntries.h"
 #include "platform/push/UlmoraPushServiceProvider.h"
 #include "store/DefaultLanguages.h"
 #include "store/StoreContainer.h"
@@ -30,6 +31,7 @@ namespace velto {
 /// Made once, by `main`, before any other thread, and outlives the run loop's `run`.
 struct DaemonParts {
   const FileManager& fileManager = FileManager::system();
+  const DirectoryEntries& entries = DirectoryEntries::system();
   const Clock& clock = Clock::system();
   Log& log = Log::system();
 
@@ -44,9 +46,10 @@ struct DaemonParts {
   const std::string alertsDirectory = rootedPath(VLAlertsDirectory);
   AlertBundleRegistry bundles{alertsDirectory, fileManager, log};
   DefaultLanguages languages{alertsDirectory, fileManager, preferredLanguages};
-  StoreContainer stores{resourceDirectory(),
-                        rootedPath(kStoreDirectory),
-                        {.bundles = bundles, .languages = languages, .clock = clock, .log = log}};
+  StoreContainer stores{
+      resourceDirectory(),
+      rootedPath(kStoreDirectory),
+      {.bundles = bundles, .languages = languages, .entries = entries, .clock = clock, .log = log}};
 
   /// Sends what is still queued when it goes.
   ADAlertPusher pusher{bundles, clock, [this](const std::string& preference) {

@@ -2,13 +2,14 @@
 
 #include <algorithm>
 
+#include "platform/foundation/Hexadecimal.h"
+
 namespace velto {
 namespace {
 
 constexpr std::string_view kPlainCharacters =
     "!*+-/=_0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
 constexpr std::string_view kPassThroughPunctuation = "!*+-/";
-constexpr std::string_view kHexadecimalDigits = "0123456789ABCDEF";
 
 bool isLetterOrDigit(char character) {
   return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
@@ -22,10 +23,7 @@ void appendEncoded(std::string& word, char character) {
   } else if (character == ' ' || character == '\n') {
     word.push_back('_');
   } else {
-    const auto byte = static_cast<unsigned char>(character);
-    word.push_back('=');
-    word.push_back(kHexadecimalDigits[byte >> 4u]);
-    word.push_back(kHexadecimalDigits[byte & 0xfu]);
+    appendHexadecimal(word += '=', static_cast<std::uint8_t>(character), HexadecimalCase::kUpper);
   }
 }
 

@@ -18,10 +18,10 @@
 
 namespace velto {
 
-/// A reply block: the data first, the error last; either may be absent.
+/// A reply block: the data first, the error last; either may be absent. That of an operation
+/// without data is an ErrorReply.
 template <typename Result>
 using Reply = std::function<void(std::optional<Result>, std::optional<Error>)>;
-using ErrorReply = std::function<void(std::optional<Error>)>;
 
 /// The operations that the daemon offers to its clients, in their declared order. An operation
 /// calls its reply block exactly once, on every path, and lets no exception out. It may do so after

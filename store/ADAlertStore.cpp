@@ -35,7 +35,7 @@ bool ADAlertStore::save(ErrorSlot error) {
   return managedObjectContext().save(error);
 }
 
-void ADAlertStore::save(SaveCompletion completion) {
+void ADAlertStore::save(ErrorReply completion) {
   managedObjectContext().save(std::move(completion));
 }
 

@@ -57,8 +57,9 @@ class ADAlertStore {
   /// Writes everything pending in one transaction; true when it is on disk.
   bool save(ErrorSlot error);
   /// The same without waiting for other saves: until `completion` is called, possibly on another
-  /// thread, nobody uses the handle. It may be destroyed by the completion.
-  void save(SaveCompletion completion);
+  /// thread, nobody uses the handle. The completion must not wait for anything, nor throw; it may
+  /// destroy the handle.
+  void save(ErrorReply completion);
 
   // Look-ups by key; an absent key finds a record whose key is absent. One of several records of a
   // key is found. Nothing, without an error, when there is none.

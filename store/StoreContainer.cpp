@@ -2,13 +2,11 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <fcntl.h>
 #include <optional>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
-#include "platform/foundation/FileDescriptor.h"
 #include "store/ADAlert.h"
 #include "store/ADAlertBundle.h"
 #include "store/ADAttribute.h"
@@ -38,15 +36,6 @@ bool isOurs(const ManagedObjectModel& model) {
          declares<ADMailRecipient>(model) && declares<ADPushRecipient>(model);
 }
 
-/// Makes the directory's name last, with which all that is in it would be lost.
-void syncParentOf(const std::string& directory) {
-  const std::string parent = directory + "/..";
-  const FileDescriptor opened(open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (opened.isOpen()) {
-    static_cast<void>(fsync(opened.get()));
-  }
-}
-
 /// An existing directory keeps its owner and mode, and a failure shows when the store is opened.
 void createIfMissing(const std::string& directory) {
   struct stat status {};
@@ -57,7 +46,6 @@ void createIfMissing(const std::string& directory) {
     // Opened to the group last, when the group is the right one.
     static_cast<void>(chmod(directory.c_str(), 0750));
   }
-  syncParentOf(directory);
 }
 
 }  // namespace
@@ -101,13 +89,26 @@ void StoreContainer::openStore() {
     return;
   }
   createIfMissing(directory_);
-  auto coordinator = std::make_shared<PersistentStoreCoordinator>(model);
+  auto coordinator = std::make_shared<PersistentStoreCoordinator>(model, services_.entries);
   std::optional<Error> error;
-  if (coordinator->addPersistentStore(directory_ + "/" + kStoreFile, &error)) {
+  // In this order, since the opening tells best what is wrong with the directory itself.
+  if (coordinator->addPersistentStore(directory_ + "/" + kStoreFile, &error) && isLasting(&error)) {
     coordinator_ = std::move(coordinator);
   } else {
     services_.log.warning(error ? error->localizedDescription() : "The store could not be opened");
   }
+}
+
+/// Makes the directory's name last, with which all that is in it would be lost: before anybody can
+/// save. Also when the directory was there: the start that made it may have been stopped before it
+/// came here.
+bool StoreContainer::isLasting(ErrorSlot error) const {
+  auto failure = services_.entries.sync(directory_ + "/..");
+  if (failure) {
+    replaceError(error, *std::move(failure));
+    return false;
+  }
+  return true;
 }
 
 }  // namespace velto

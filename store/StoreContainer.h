@@ -10,6 +10,7 @@
 #include "platform/foundation/Clock.h"
 #include "platform/foundation/Log.h"
 #include "platform/foundation/Mutex.h"
+#include "platform/persistence/DirectoryEntries.h"
 #include "platform/persistence/ManagedObjectModel.h"
 #include "platform/persistence/PersistentStoreCoordinator.h"
 #include "store/DefaultLanguages.h"
@@ -21,6 +22,7 @@ namespace velto {
 struct StoreServices {
   AlertBundleRegistry& bundles;
   const DefaultLanguages& languages;
+  const DirectoryEntries& entries;
   const Clock& clock;
   Log& log;
 };
@@ -54,6 +56,7 @@ class StoreContainer {
 
  private:
   void openStore();
+  bool isLasting(ErrorSlot error) const;
 
   const std::string resourceDirectory_;
   const std::string directory_;

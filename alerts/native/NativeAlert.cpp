@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "alerts/native/NativeHost.h"
-#include "platform/propertylist/PropertyListUnicode.h"
+#include "platform/foundation/UTF8.h"
 
 namespace velto {
 namespace {

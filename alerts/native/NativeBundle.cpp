@@ -1,8 +1,10 @@
 #include "alerts/native/NativeBundle.h"
 
+#include <cstddef>
 #include <dlfcn.h>
 #include <utility>
 
+#include "alerts/AlertBundleErrors.h"
 #include "alerts/native/NativeHost.h"
 #include "platform/foundation/FileDescriptor.h"
 #include "platform/foundation/TrustedFile.h"
@@ -10,29 +12,32 @@
 namespace velto {
 namespace {
 
-/// The name of the bundle's shared object in its information dictionary, or null with a reason.
-const std::string* executableName(const Bundle& bundle, std::string& reason) {
+/// Reports a failure and converts to a null pointer, so that it can be returned.
+std::nullptr_t fail(ErrorSlot error, const std::string& why) {
+  setIfEmpty(error, makeError(kBundleErrorDomain, kCodeNotLoadedErrorCode, why));
+  return nullptr;
+}
+
+/// The name of the bundle's shared object in its information dictionary, or null with an error.
+const std::string* executableName(const Bundle& bundle, ErrorSlot error) {
   const std::string* name = stringForKey(bundle.infoDictionary(), "CFBundleExecutable");
   if (name == nullptr) {
-    reason = bundle.path() + " has no code";
-    return nullptr;
+    return fail(error, bundle.path() + " has no code");
   }
   if (!isFileName(*name)) {
-    reason = bundle.path() + " names '" + *name + "' as its code, which is no file name";
-    return nullptr;
+    return fail(error, bundle.path() + " names '" + *name + "' as its code, which is no file name");
   }
   return name;
 }
 
 /// Loads the very file that was checked. The descriptor stays open: the loader knows the code by
 /// this name, and would take another file under the same number for the same code.
-void* loadCode(FileDescriptor code, std::string& reason) {
+void* loadCode(FileDescriptor code, ErrorSlot error) {
   const std::string path = "/proc/self/fd/" + std::to_string(code.get());
   void* library = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (library == nullptr) {
     const char* message = ::dlerror();
-    reason = message == nullptr ? "cannot be loaded" : message;
-    return nullptr;
+    return fail(error, message == nullptr ? "cannot be loaded" : message);
   }
   code.release();
   return library;
@@ -40,43 +45,48 @@ void* loadCode(FileDescriptor code, std::string& reason) {
 
 using RegisterFunction = int (*)(const velto_host*, velto_registry*);
 
-/// The bundle's entry point, or null with a reason.
-RegisterFunction findEntry(void* library, std::string& reason) {
+/// The bundle's entry point, or null with an error.
+RegisterFunction findEntry(void* library, ErrorSlot error) {
   const auto* version =
       static_cast<const std::uint32_t*>(::dlsym(library, "velto_alert_bundle_interface"));
   void* entry = ::dlsym(library, "velto_alert_bundle_register");
   if (version == nullptr || entry == nullptr) {
-    reason = version == nullptr ? "it lacks the symbol velto_alert_bundle_interface"
-                                : "it lacks the symbol velto_alert_bundle_register";
-    return nullptr;
+    return fail(error, version == nullptr ? "it lacks the symbol velto_alert_bundle_interface"
+                                          : "it lacks the symbol velto_alert_bundle_register");
   }
   if (*version != VELTO_ALERT_BUNDLE_INTERFACE) {
-    reason = "it is made for version " + std::to_string(*version) +
-             " of the interface, and this is version " +
-             std::to_string(VELTO_ALERT_BUNDLE_INTERFACE);
-    return nullptr;
+    return fail(error, "it is made for version " + std::to_string(*version) +
+                           " of the interface, and this is version " +
+                           std::to_string(VELTO_ALERT_BUNDLE_INTERFACE));
   }
   return reinterpret_cast<RegisterFunction>(entry);
 }
 
+/// The entry point of the bundle's code, which is loaded then, or null with an error.
+RegisterFunction loadEntry(const Bundle& bundle, ErrorSlot error) {
+  const std::string* executable = executableName(bundle, error);
+  if (executable == nullptr) return nullptr;
+  FileDescriptor code =
+      openTrustedFileBelow(bundle.path(), {"Contents", "Linux", *executable}, error);
+  if (!code.isOpen()) return nullptr;
+  void* library = loadCode(std::move(code), error);
+  return library == nullptr ? nullptr : findEntry(library, error);
+}
+
 }  // namespace
 
-bool loadNativeBundle(const Bundle& bundle, std::string_view name, NativeClasses& classes,
-                      std::string& reason) {
-  const std::string* executable = executableName(bundle, reason);
-  if (executable == nullptr) return false;
-  FileDescriptor code = openTrustedFile(bundle.path(), {"Contents", "Linux", *executable}, reason);
-  if (!code.isOpen()) return false;
-  void* library = loadCode(std::move(code), reason);
-  const RegisterFunction entry = library == nullptr ? nullptr : findEntry(library, reason);
-  if (entry == nullptr) return false;
+std::optional<Error> loadNativeBundle(const Bundle& bundle, std::string_view name,
+                                      NativeClasses& classes) {
+  std::optional<Error> error;
+  const RegisterFunction registerClasses = loadEntry(bundle, &error);
+  if (registerClasses == nullptr) return error;
   velto_registry registry{classes, std::string(name), {}};
-  if (const int result = entry(&nativeHost(), &registry); result != 0) {
-    reason = "its registration gave " + std::to_string(result);
-    return false;
+  if (const int result = registerClasses(&nativeHost(), &registry); result != 0) {
+    fail(&error, "its registration gave " + std::to_string(result));
+    return error;
   }
   classes.add(registry.bundle, std::move(registry.classes));
-  return true;
+  return std::nullopt;
 }
 
 }  // namespace velto

@@ -1,20 +1,22 @@
 #pragma once
 
-#include <string>
+#include <optional>
 #include <string_view>
 
 #include "alerts/Bundle.h"
 #include "alerts/native/NativeClasses.h"
+#include "platform/foundation/Error.h"
 
 namespace velto {
 
-/// Loads the code of a bundle into the process, for good, and adds its classes to `classes`. On
-/// failure gives false and the reason, a phrase for a log line; no class is added then.
+/// Loads the code of a bundle into the process, for good, and adds its classes to `classes`.
+/// Returns nothing, or why the code cannot be used, in a phrase for a log line; no class is added
+/// then.
 ///
 /// The code runs with all of the daemon's rights: it is taken only from a regular file, below
 /// directories, that root or the daemon's own user owns and nobody else can write. Loads into the
 /// same `classes` must not overlap.
-bool loadNativeBundle(const Bundle& bundle, std::string_view name, NativeClasses& classes,
-                      std::string& reason);
+std::optional<Error> loadNativeBundle(const Bundle& bundle, std::string_view name,
+                                      NativeClasses& classes);
 
 }  // namespace velto

@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "alerts/AlertText.h"
-#include "platform/propertylist/PropertyListUnicode.h"
+#include "platform/foundation/UTF8.h"
 
 namespace velto {
 namespace {

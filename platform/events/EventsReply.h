@@ -7,8 +7,11 @@
 
 namespace velto {
 
-/// What the events service's answer to a call means, a message without its NUL: nothing for
-/// success, or the error it tells, or that it is no answer. Any thread.
+/// Reads the events service's reply to a call, the text of one message without its NUL. Returns
+/// nothing when the service did what it was asked; otherwise an error of the domain
+/// kEventsErrorDomain: kEventsRefusedErrorCode with the name and the parameters of the service's
+/// own error, or kEventsNoReplyErrorCode when the text is not a reply (an error that is null
+/// included, which could mean either). Any thread.
 std::optional<Error> errorInEventsReply(std::string_view message);
 
 }  // namespace velto

@@ -1,17 +1,13 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
-#include <deque>
+#include <optional>
 #include <string>
 #include <string_view>
-#include <thread>
-
-#include <boost/json/object.hpp>
 
 #include "platform/events/VLEDaemonClient.h"
 #include "platform/foundation/FileDescriptor.h"
-#include "platform/foundation/Mutex.h"
+#include "platform/foundation/SerialQueue.h"
 
 namespace velto {
 
@@ -26,7 +22,7 @@ inline constexpr int kEventsCancelledErrorCode = 1004;  ///< the client went bef
 /// Speaks Varlink to the events service's socket, interface com.ulmora.velto.EventsDaemon: one
 /// request after the other, a connection each, on a thread that begins with the first request. A
 /// request waits a limited time for its answer. When the client goes, what is not answered yet is
-/// answered with an error.
+/// answered with an error; so no reply may destroy it.
 class EventsServiceClient : public VLEDaemonClient {
  public:
   static constexpr std::chrono::milliseconds kTimeLimit = std::chrono::seconds(30);
@@ -37,30 +33,20 @@ class EventsServiceClient : public VLEDaemonClient {
   EventsServiceClient(const EventsServiceClient&) = delete;
   EventsServiceClient& operator=(const EventsServiceClient&) = delete;
 
-  void loadMonitorBundleWithPath(const std::string& path, Reply reply) override;
-  void enableMonitorBundleWithName(const std::string& name, Reply reply) override;
+  void loadMonitorBundleWithPath(const std::string& path, ErrorReply reply) override;
+  void enableMonitorBundleWithName(const std::string& name, ErrorReply reply) override;
 
  private:
-  struct Request {
-    std::string message;  ///< with its NUL
-    Reply reply;
-  };
-
-  void send(std::string_view method, boost::json::object parameters, Reply reply);
-  bool add(Request& request) VELTO_EXCLUDES(mutex_);
-  std::optional<Request> next() VELTO_EXCLUDES(mutex_);
-  void work();
-  std::optional<Error> exchange(const std::string& message) const;
+  /// Makes the call on the queue. `parameters` is the text of a JSON object.
+  void request(std::string_view method, std::string parameters, const ErrorReply& reply);
+  std::optional<Error> call(const std::string& method, const std::string& parameters) const;
+  Error errorAbout(const Error& failure) const;
 
   const std::string socketPath_;
   const std::chrono::milliseconds timeLimit_;
   const FileDescriptor stopSignal_;  ///< readable when the client goes
 
-  Mutex mutex_;
-  std::condition_variable changed_;
-  std::deque<Request> requests_ VELTO_GUARDED_BY(mutex_);
-  bool stops_ VELTO_GUARDED_BY(mutex_) = false;
-  std::thread thread_ VELTO_GUARDED_BY(mutex_);
+  SerialQueue queue_;  ///< ends first, since its jobs need all the others
 };
 
 }  // namespace velto

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <functional>
-#include <optional>
 #include <string>
 
 #include "platform/foundation/Error.h"
@@ -10,12 +8,10 @@
 namespace velto {
 
 /// The events service, which watches the machine with monitors: the alert bundles among others.
-/// Requests return at once. Each is answered exactly once, on a thread of the client's own, with an
-/// error or none; a reply may make further requests. Any thread.
+/// Requests return at once. The reply comes on a thread of the client's own, or before the request
+/// returns when no thread can be started; it may make further requests. Any thread.
 class VLEDaemonClient {
  public:
-  using Reply = std::function<void(std::optional<Error>)>;
-
   virtual ~VLEDaemonClient() = default;
 
   /// The Shared client.
@@ -24,9 +20,9 @@ class VLEDaemonClient {
   }
 
   /// Has the service load the bundle at the path as a monitor.
-  virtual void loadMonitorBundleWithPath(const std::string& path, Reply reply) = 0;
+  virtual void loadMonitorBundleWithPath(const std::string& path, ErrorReply reply) = 0;
   /// Has it turn on the loaded monitor of this name.
-  virtual void enableMonitorBundleWithName(const std::string& name, Reply reply) = 0;
+  virtual void enableMonitorBundleWithName(const std::string& name, ErrorReply reply) = 0;
 };
 
 }  // namespace velto

@@ -1,5 +1,6 @@
 #include "platform/foundation/Error.h"
 
+#include <system_error>
 #include <utility>
 
 namespace velto {
@@ -11,6 +12,10 @@ std::string Error::localizedDescription() const {
 
 Error makeError(std::string_view domain, std::int64_t code, std::string_view description) {
   return {std::string(domain), code, {{std::string(NSLocalizedDescriptionKey), description}}};
+}
+
+Error makePOSIXError(int code, const std::string& what) {
+  return makeError(kPOSIXErrorDomain, code, what + ": " + std::generic_category().message(code));
 }
 
 void setIfEmpty(ErrorSlot slot, Error error) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -27,6 +28,12 @@ struct Error {
 /// An error whose user information holds only the description.
 Error makeError(std::string_view domain, std::int64_t code, std::string_view description);
 
+/// The domain of an error that the operating system gave; the code is the errno.
+inline constexpr std::string_view kPOSIXErrorDomain = "POSIX";
+
+/// Such an error, described as "<what>: <the system's message>".
+Error makePOSIXError(int code, const std::string& what);
+
 /// Where an operation puts its error; null when the caller does not ask for one.
 using ErrorSlot = std::optional<Error>*;
 
@@ -36,5 +43,10 @@ void setIfEmpty(ErrorSlot slot, Error error);
 
 /// Puts an error of the layer below into the slot, whatever it held.
 void replaceError(ErrorSlot slot, Error error);
+
+/// Takes what came of an operation that does not make its caller wait: nothing when it succeeded,
+/// or why it failed. Called exactly once, before the operation returns or later, and on any thread
+/// unless the operation says which.
+using ErrorReply = std::function<void(std::optional<Error>)>;
 
 }  // namespace velto

@@ -17,8 +17,7 @@ class SystemFileManager : public FileManager {
       names.push_back(entry->path().filename().string());
     }
     if (code) {
-      replaceError(error, makeError(kPOSIXErrorDomain, code.value(),
-                                    "Cannot read the directory " + path + ": " + code.message()));
+      replaceError(error, makePOSIXError(code.value(), "Cannot read the directory " + path));
       return std::nullopt;
     }
     return names;

@@ -8,9 +8,6 @@
 
 namespace velto {
 
-/// The domain of an error that the operating system gave; the code is the errno.
-inline constexpr std::string_view kPOSIXErrorDomain = "POSIX";
-
 /// The file system as far as directories are listed. Any thread.
 class FileManager {
  public:

@@ -5,6 +5,8 @@
 #include <charconv>
 #include <cmath>
 
+#include "platform/foundation/Hexadecimal.h"
+
 namespace velto {
 namespace {
 
@@ -34,7 +36,6 @@ bool needsEscape(char character) {
 }
 
 void appendEscaped(std::string& text, char character) {
-  constexpr std::string_view kHexadecimal = "0123456789abcdef";
   constexpr std::string_view kShort = "\"\\\b\f\n\r\t";
   constexpr std::string_view kShortNames = "\"\\bfnrt";
   text += '\\';
@@ -42,8 +43,7 @@ void appendEscaped(std::string& text, char character) {
     text += kShortNames[known];
     return;
   }
-  const auto code = static_cast<unsigned char>(character);
-  text.append("u00").append(1, kHexadecimal[code >> 4U]).append(1, kHexadecimal[code & 0xFU]);
+  appendHexadecimal(text += "u00", static_cast<std::uint8_t>(character));
 }
 
 }  // namespace

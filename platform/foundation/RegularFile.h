@@ -5,6 +5,7 @@
 #include <string>
 
 #include "platform/foundation/Error.h"
+#include "platform/foundation/FileDescriptor.h"
 
 namespace velto {
 
@@ -18,5 +19,10 @@ std::optional<std::string> contentsOfRegularFile(const std::string& path, std::s
 /// nobody else may be able to read or write it.
 std::optional<std::string> contentsOfPrivateFile(const std::string& path, std::size_t limit,
                                                  ErrorSlot error);
+
+/// What an open file holds from where it stands, at most `limit` bytes. Nothing, with an error
+/// whose code is the errno, EFBIG for more than that, and which does not name the file.
+std::optional<std::string> contentsOfFile(const FileDescriptor& file, std::size_t limit,
+                                          ErrorSlot error);
 
 }  // namespace velto

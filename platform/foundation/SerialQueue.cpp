@@ -1,10 +1,9 @@
 #include "platform/foundation/SerialQueue.h"
 
 #include <condition_variable>
+#include <system_error>
 #include <utility>
 #include <vector>
-
-#include "platform/foundation/Mutex.h"
 
 namespace velto {
 
@@ -29,8 +28,9 @@ class SerialQueue::Jobs {
 
   void doAll() noexcept {
     for (auto jobs = take(); !jobs.empty(); jobs = take()) {
-      for (const auto& job : jobs) {
-        job();
+      for (auto& job : jobs) {
+        // Out of the list, so that what it holds does not stay until the next jobs come.
+        std::exchange(job, nullptr)();
       }
     }
   }
@@ -51,20 +51,36 @@ class SerialQueue::Jobs {
   bool isEnding_ VELTO_GUARDED_BY(mutex_) = false;
 };
 
-SerialQueue::SerialQueue()
-    : jobs_(std::make_shared<Jobs>()), thread_([jobs = jobs_] { jobs->doAll(); }) {}
+SerialQueue::SerialQueue() : jobs_(std::make_shared<Jobs>()) {}
 
 SerialQueue::~SerialQueue() {
   jobs_->end();
   if (thread_.get_id() == std::this_thread::get_id()) {
     thread_.detach();
-  } else {
+  } else if (thread_.joinable()) {
     thread_.join();
   }
 }
 
-void SerialQueue::perform(std::function<void()> job) {
+bool SerialQueue::start() {
+  const MutexLock lock(mutex_);
+  if (thread_.joinable()) {
+    return true;
+  }
+  try {
+    thread_ = std::thread([jobs = jobs_] { jobs->doAll(); });
+  } catch (const std::system_error&) {
+    return false;
+  }
+  return true;
+}
+
+bool SerialQueue::perform(std::function<void()> job) {
+  if (!start()) {
+    return false;
+  }
   jobs_->add(std::move(job));
+  return true;
 }
 
 }  // namespace velto

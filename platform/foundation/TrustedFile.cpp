@@ -2,59 +2,134 @@
 
 #include <cerrno>
 #include <fcntl.h>
-#include <optional>
 #include <string_view>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
 
 namespace velto {
 namespace {
 
-/// What is wrong with a file's owner or mode, or nothing.
-std::optional<std::string> distrust(const struct stat& status) {
-  if (status.st_uid != 0 && status.st_uid != ::geteuid()) {
-    return "belongs to user " + std::to_string(status.st_uid);
-  }
-  if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
-    return "can be written by others than its owner";
-  }
-  return std::nullopt;
+/// For what runs with the daemon's rights.
+constexpr FileRequirement kRunnable = {FileOwner::kRootOrSelf, OthersMay::kRead, false};
+
+/// Why a file is not used.
+enum class Objection { kNone, kNotOpened, kNotRegular, kOwner, kOthers };
+
+/// The outcome of opening a file.
+struct Attempt {
+  FileDescriptor file;  ///< open only without an objection
+  Objection objection = Objection::kNone;
+  int code = 0;  ///< the errno that stands for the objection
+  uid_t owner = 0;
+};
+
+bool isOwnerMet(const FileRequirement& requirement, uid_t owner) {
+  return requirement.owner == FileOwner::kAnybody || owner == 0 ||
+         (requirement.owner == FileOwner::kRootOrSelf && owner == ::geteuid());
 }
 
-/// Opens the entry `name` of `directory`, whose own path is `path`, if it can be trusted.
-FileDescriptor openTrusted(int directory, const std::string& name, int flags,
-                           const std::string& path, std::string& reason) {
+mode_t forbiddenRights(const FileRequirement& requirement) {
+  switch (requirement.others) {
+    case OthersMay::kReadAndWrite:
+      return 0;
+    case OthersMay::kRead:
+      return S_IWGRP | S_IWOTH;
+    case OthersMay::kNeither:
+      break;
+  }
+  return S_IRWXG | S_IRWXO;
+}
+
+/// Opens the entry `name` of the folder `directory`; a folder itself if `isFolder`.
+Attempt tryToOpen(int directory, const std::string& name, bool isFolder,
+                  const FileRequirement& requirement) {
+  if (name.find('\0') != std::string::npos) {
+    return {{}, Objection::kNotOpened, EINVAL};
+  }
+  const int flags = (isFolder ? O_DIRECTORY : 0) | (requirement.followsLinks ? 0 : O_NOFOLLOW);
   FileDescriptor file(
       ::openat(directory, name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | flags));
-  struct stat status;
+  struct stat status {};
   if (!file.isOpen() || ::fstat(file.get(), &status) != 0) {
-    reason = path + ": " + std::generic_category().message(errno);
-    return {};
+    return {{}, Objection::kNotOpened, errno};
   }
-  if ((flags & O_DIRECTORY) == 0 && !S_ISREG(status.st_mode)) {
-    reason = path + " is not a regular file";
-    return {};
+  if (!isFolder && !S_ISREG(status.st_mode)) {
+    return {{}, Objection::kNotRegular, S_ISDIR(status.st_mode) ? EISDIR : EINVAL};
   }
-  if (const auto objection = distrust(status)) {
-    reason = path + " " + *objection;
-    return {};
+  if (!isOwnerMet(requirement, status.st_uid)) {
+    return {{}, Objection::kOwner, EPERM, status.st_uid};
   }
-  return file;
+  if ((status.st_mode & forbiddenRights(requirement)) != 0) {
+    return {{}, Objection::kOthers, EPERM};
+  }
+  return {std::move(file)};
+}
+
+std::string phrase(const Attempt& attempt, const FileRequirement& requirement) {
+  const bool isRoots = requirement.owner == FileOwner::kRoot;
+  switch (attempt.objection) {
+    case Objection::kOwner:
+      return isRoots ? "it does not belong to root"
+                     : "it belongs to user " + std::to_string(attempt.owner);
+    case Objection::kOthers:
+      return std::string("others than ") + (isRoots ? "root" : "its owner") + " can " +
+             (requirement.others == OthersMay::kRead ? "write it" : "read or write it");
+    default:
+      return std::generic_category().message(attempt.code);
+  }
+}
+
+/// The same for a file that is one of several on the way.
+std::string phraseNaming(const std::string& path, const Attempt& attempt) {
+  switch (attempt.objection) {
+    case Objection::kNotRegular:
+      return path + " is not a regular file";
+    case Objection::kOwner:
+      return path + " belongs to user " + std::to_string(attempt.owner);
+    case Objection::kOthers:
+      return path + " can be written by others than its owner";
+    default:
+      return path + ": " + std::generic_category().message(attempt.code);
+  }
+}
+
+FileDescriptor openTrusted(const std::string& path, bool isFolder,
+                           const FileRequirement& requirement, ErrorSlot error) {
+  Attempt attempt = tryToOpen(AT_FDCWD, path, isFolder, requirement);
+  if (attempt.objection != Objection::kNone) {
+    setIfEmpty(error, makeError(kPOSIXErrorDomain, attempt.code, phrase(attempt, requirement)));
+  }
+  return std::move(attempt.file);
 }
 
 }  // namespace
 
-FileDescriptor openTrustedFile(const std::string& directory, const std::vector<std::string>& steps,
-                               std::string& reason) {
+FileDescriptor openTrustedFile(const std::string& path, const FileRequirement& requirement,
+                               ErrorSlot error) {
+  return openTrusted(path, false, requirement, error);
+}
+
+FileDescriptor openTrustedDirectory(const std::string& path, const FileRequirement& requirement,
+                                    ErrorSlot error) {
+  return openTrusted(path, true, requirement, error);
+}
+
+FileDescriptor openTrustedFileBelow(const std::string& directory,
+                                    const std::vector<std::string>& steps, ErrorSlot error) {
   std::string path = directory;
-  FileDescriptor file = openTrusted(AT_FDCWD, path, O_DIRECTORY, path, reason);
-  for (std::size_t step = 0; step < steps.size() && file.isOpen(); ++step) {
-    const int flags = step + 1 == steps.size() ? O_NOFOLLOW : O_DIRECTORY | O_NOFOLLOW;
+  Attempt attempt =
+      tryToOpen(AT_FDCWD, path, true, {kRunnable.owner, kRunnable.others, /*followsLinks=*/true});
+  for (std::size_t step = 0; step < steps.size() && attempt.file.isOpen(); ++step) {
     path += "/" + steps[step];
-    file = openTrusted(file.get(), steps[step], flags, path, reason);
+    attempt =
+        tryToOpen(attempt.file.get(), steps[step], /*isFolder=*/step + 1 < steps.size(), kRunnable);
   }
-  return file;
+  if (attempt.objection != Objection::kNone) {
+    setIfEmpty(error, makeError(kPOSIXErrorDomain, attempt.code, phraseNaming(path, attempt)));
+  }
+  return std::move(attempt.file);
 }
 
 bool isFileName(const std::string& name) {

@@ -9,6 +9,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "platform/foundation/FileDescriptor.h"
+
 namespace velto {
 namespace {
 
@@ -20,11 +22,9 @@ constexpr int kNameField = 2;
 
 std::uint64_t startTimeOfProcess(pid_t process) {
   const std::string path = "/proc/" + std::to_string(process) + "/stat";
-  const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (file < 0) return 0;
+  const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
   std::array<char, 1024> text{};
-  const ssize_t size = ::read(file, text.data(), text.size());
-  ::close(file);
+  const ssize_t size = ::read(file.get(), text.data(), text.size());
   return size < 0 ? 0 : startTimeInStat({text.data(), static_cast<std::size_t>(size)});
 }
 

@@ -11,13 +11,16 @@ namespace velto {
 class FileManager;
 class Log;
 
-/// Entitles guests by the rules in files that root has written: "*.plist" in each of the
-/// directories, one rule each (EntitlementRule). A file, or directory, that anybody but root can
-/// read or write, or write, counts for nothing, with a line in the log. The files are read at each
-/// look-up; the first rule that holds, by directory and then by name, is the guest's. Any thread.
+/// Entitles guests by rules that root has written. Each file "*.plist" in one of the directories
+/// holds one rule (EntitlementRule). Root has to own the directories and the files. Nobody else may
+/// be able to write a directory, or to read or write a file. What fails this is ignored, with a
+/// line in the log. A directory that is missing has no rules.
 ///
-/// A guest is named by the address of its audit token, eight bytes, which must be alive in the
-/// table. Nothing else names one.
+/// The files are read at each look-up. They are tried directory by directory in the given order,
+/// and by name within a directory. The first rule that holds gives the guest its entitlements.
+///
+/// A guest is looked up by the address of its audit token, eight bytes, and found as long as the
+/// token is in the table. No other attribute finds one. Any thread.
 class EntitledGuests : public CodeSigning {
  public:
   /// What is referred to outlives it.

@@ -96,24 +96,25 @@ const Condition* conditionNamed(std::string_view name) {
 }  // namespace
 
 std::optional<EntitlementRule> EntitlementRule::fromPropertyList(const PropertyList& value,
-                                                                 std::string& reason) {
-  if (value.dictionary() == nullptr) {
-    reason = "it holds no dictionary";
+                                                                 ErrorSlot error) {
+  const auto fail = [error](std::string_view why) {
+    setIfEmpty(error, makeError(kEntitlementErrorDomain, kEntitlementErrorCode, why));
     return std::nullopt;
+  };
+  if (value.dictionary() == nullptr) {
+    return fail("it holds no dictionary");
   }
   PropertyList::Dictionary conditions = *value.dictionary();
   auto entitlements = conditions.extract(std::string(kEntitlements));
   if (entitlements.empty() || entitlements.mapped().dictionary() == nullptr) {
-    reason = "it has no dictionary Entitlements";
-    return std::nullopt;
+    return fail("it has no dictionary Entitlements");
   }
   const bool isSafe = std::any_of(conditions.begin(), conditions.end(), [](const auto& entry) {
     const Condition* condition = conditionNamed(entry.first);
     return condition != nullptr && condition->isLasting;
   });
   if (!isSafe) {
-    reason = "it has none of User, Unit and Label";
-    return std::nullopt;
+    return fail("it has none of User, Unit and Label");
   }
   return EntitlementRule(std::move(conditions), std::move(*entitlements.mapped().dictionary()));
 }

@@ -1,12 +1,17 @@
 #pragma once
 
 #include <optional>
-#include <string>
+#include <string_view>
 
+#include "platform/foundation/Error.h"
 #include "platform/foundation/PropertyList.h"
 #include "platform/identity/GuestTable.h"
 
 namespace velto {
+
+/// The domain of the errors about rules, and its one code: what differs is in the description.
+inline constexpr std::string_view kEntitlementErrorDomain = "Entitlements";
+inline constexpr int kEntitlementErrorCode = 1;
 
 /// One rule of an administrator: who is meant, and what they are entitled to.
 ///
@@ -14,14 +19,15 @@ namespace velto {
 ///       Entitlements = { ... }; }
 ///
 /// User (a name or a number), Unit (of systemd) and Label (of the security module) are facts that a
-/// process cannot take on after it has connected; at least one of them has to be there. Executable
-/// only narrows further, since a process can start another program. Every condition that stands
-/// there must hold; one that is not known, or cannot be checked, does not hold.
+/// process cannot take on after it has connected; a rule needs at least one of them. Executable
+/// only narrows a rule, since a process can start another program. All conditions of a rule must
+/// hold. A condition of another name does not hold, and neither does one that cannot be checked. A
+/// value; any thread may use its own copy.
 class EntitlementRule {
  public:
-  /// Nothing, with the reason, for what is no such rule.
+  /// Nothing, with an error that says why in a phrase, for what is not a rule.
   static std::optional<EntitlementRule> fromPropertyList(const PropertyList& value,
-                                                         std::string& reason);
+                                                         ErrorSlot error);
 
   bool holdsFor(const Guest& guest) const;
   const PropertyList::Dictionary& entitlements() const { return entitlements_; }

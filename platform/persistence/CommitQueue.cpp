@@ -1,11 +1,36 @@
+// Group commit. A commit waits for one sync of the write-ahead log, which costs more than all that
+// it writes, so saves that meet share one. One thread at a time leads: it has the turn.
+//
+//     free ───────────► saving thread    a save that finds the turn free commits at once
+//     saving thread ──► writer           more have come meanwhile; this thread has a caller to go
+//                                        back to, so the queue's own thread leads from now on
+//     either ─────────► free             nothing waits any more
+//
+// The followers' threads do not wait here. Their saves are waiting, then in the leader's batch,
+// then told: by the saving thread that led, or by the teller, while the writer is at the next
+// batch.
+//
+// 1. Whoever has the turn, and nobody else, uses `connection_` and `distrust_`, without a lock. The
+//    turn is taken, kept and given up under `mutex_`, and handed over by the writer's queue, so the
+//    next one sees what the last one left.
+// 2. As long as a save waits, somebody has the turn: whether any waits is looked at under the lock
+//    under which the turn is given up.
+// 3. A save is told once, after its commit or the failure of it, and without a lock, so that a
+//    completion may save again.
+//
+// A crash before the log is synced leaves the whole batch or nothing of it, since recovery ends at
+// the last whole commit, and nobody was told. A crash after it leaves saves that nobody was told
+// of. A crash within a checkpoint leaves the log, from which the next start does it once more.
+
 #include "platform/persistence/CommitQueue.h"
 
 #include <algorithm>
+#include <system_error>
 #include <utility>
 
 #include <sqlite3.h>
 
-#include "platform/persistence/PersistentStoreCoordinator.h"
+#include "platform/persistence/PersistenceErrors.h"
 
 namespace velto {
 
@@ -17,9 +42,13 @@ constexpr int kLongLog = 2000;
 
 }  // namespace
 
-CommitQueue::CommitQueue(SQLiteConnection& connection) : connection_(connection) {}
+CommitQueue::CommitQueue(SQLiteConnection& connection) : connection_(connection) {
+  if (!teller_.start() || !writer_.start()) {
+    throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
+  }
+}
 
-void CommitQueue::save(std::vector<RowChange>& changes, SaveCompletion completion) {
+void CommitQueue::save(std::vector<RowChange>& changes, ErrorReply completion) {
   {
     const MutexLock lock(mutex_);
     waiting_.push_back({&changes, std::move(completion), std::nullopt});
@@ -32,6 +61,7 @@ void CommitQueue::save(std::vector<RowChange>& changes, SaveCompletion completio
 }
 
 void CommitQueue::takeTurn() noexcept {
+  // Told before the checkpoint, which takes long and is nothing to them.
   tell(serveWaiting());
   checkpointLongLog();
   if (keepTurn()) {
@@ -79,6 +109,7 @@ std::size_t CommitQueue::waiting() const {
 void CommitQueue::serve(Batch& batch) {
   std::optional<Error> failure = distrust_;
   if (!failure && !commit(batch)) {
+    // The error first, then the rollback, which has a result of its own.
     failure = connection_.lastError();
     distrustAfterFailedSync();
     connection_.rollBack();

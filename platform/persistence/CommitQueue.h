@@ -12,7 +12,6 @@
 #include "platform/persistence/AttributeValue.h"
 #include "platform/persistence/EntitySql.h"
 #include "platform/persistence/SQLiteConnection.h"
-#include "platform/persistence/SaveCompletion.h"
 
 namespace velto {
 
@@ -46,10 +45,13 @@ class CommitQueue {
   CommitQueue(const CommitQueue&) = delete;
   CommitQueue& operator=(const CommitQueue&) = delete;
 
-  /// Writes all changes or none, and tells `completion`, with the row ids and versions filled in.
-  /// Until then the changes and what they point to stay untouched by others. Running out of memory
-  /// within a commit ends the process, with nothing of it written.
-  void save(std::vector<RowChange>& changes, SaveCompletion completion);
+  /// Writes all changes or none. `completion` is called without an error when all of them are on
+  /// disk, the row ids and versions filled in; until it is called, the changes and what they point
+  /// to stay untouched by others. It is called before `save` returns, or later on a thread of the
+  /// queue, where the completions of other saves wait for it to return: so it must not wait for
+  /// anything, nor throw. Running out of memory within a commit ends the process, with nothing of
+  /// it written.
+  void save(std::vector<RowChange>& changes, ErrorReply completion);
 
   /// How many saves wait for the next commit.
   std::size_t waiting() const;
@@ -57,7 +59,7 @@ class CommitQueue {
  private:
   struct Save {
     std::vector<RowChange>* changes;
-    SaveCompletion completion;
+    ErrorReply completion;
     std::optional<Error> error;
   };
   using Batch = std::vector<Save>;

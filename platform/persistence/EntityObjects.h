@@ -6,13 +6,15 @@
 #include <unordered_map>
 #include <vector>
 
-#include "platform/persistence/CommitQueue.h"
 #include "platform/persistence/FetchRequest.h"
 #include "platform/persistence/ManagedObjectModel.h"
 #include "platform/persistence/ObjectState.h"
-#include "platform/persistence/SQLiteConnection.h"
 
 namespace velto {
+
+class Statement;
+struct EntitySql;
+struct RowChange;
 
 /// The records of one entity that a context has met, one state for each row, and which of them have
 /// pending changes. Used on the context's thread only.
@@ -34,9 +36,9 @@ class EntityObjects {
   /// The record of a row of the entity's SELECT, with the row's values. Null when the record has
   /// pending changes: it keeps those then.
   ObjectState* read(const Statement& row);
-  /// Gives the state the values of a row of the entity's SELECT.
+  /// Fills the state with the values of a row of the entity's SELECT.
   void refresh(ObjectState& state, const Statement& row) const;
-  /// Lays the pending changes over rows that `read` gave for the request.
+  /// Lays the pending changes over rows that `read` returned for the request.
   void overlay(const FetchRequest& request, std::vector<ObjectState*>& rows) const;
 
   /// What a save has to write for a pending record.

@@ -1,3 +1,23 @@
+// Keyset pagination. Where the next portion begins is told by the last record of this one, by its
+// sort key and its row id, and not by a count of records to skip: a count would miss or repeat
+// records when others come or go before it, and would read all that it skips.
+//
+// Two steps, so that neither a long list nor a slow taker costs anybody anything. decideNext()
+// reads the row ids of the next portion, in one query; readStates() reads the records of these ids
+// as they are asked for. Each step is one statement, as of one moment, on a reader that goes back
+// to the pool. In between nothing is held but the ids, 8 bytes a record, and no snapshot keeps a
+// checkpoint from coming to its end.
+//
+//     rowIds_[next_] ...        decided on, and still to be read
+//     next_ == rowIds_.size()   the portion is used up: decideNext()
+//     isLastPortion_            the last one brought less than it could: nothing comes after it
+//
+// 1. A portion takes only what comes after `last_`, and row ids are never used again: so no record
+//    comes twice, as long as nobody moves it to a later place by changing its key.
+// 2. `next_` counts ids, also those of records that are gone: a deleted record costs its turn and
+//    no other.
+// 3. A step that fails leaves the place where it began, and the next call tries it again.
+
 #include "platform/persistence/FetchCursor.h"
 
 #include <span>
@@ -58,7 +78,7 @@ bool FetchCursor::readStates(const std::function<bool(ObjectState&)>& take, Erro
   return true;
 }
 
-/// False when there are no more, or with the error.
+/// False when there are none any more, or with the error.
 bool FetchCursor::decideNext(ErrorSlot error) {
   rowIds_.clear();
   next_ = 0;
@@ -80,11 +100,15 @@ bool FetchCursor::decideNext(ErrorSlot error) {
         }
       },
       error);
-  isLastPortion_ = !isRead || rowIds_.size() < portion_;
+  if (!isRead) {
+    rowIds_.clear();
+    return false;
+  }
+  isLastPortion_ = rowIds_.size() < portion_;
   if (!isLastPortion_) {
     last_ = FetchPosition{std::move(lastKey), rowIds_.back()};
   }
-  return isRead && !rowIds_.empty();
+  return !rowIds_.empty();
 }
 
 }  // namespace velto

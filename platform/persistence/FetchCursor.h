@@ -22,7 +22,7 @@ namespace velto {
 /// changes of any context. It decides in portions which records come next: what is committed
 /// meanwhile and would stand before the end of the last portion does not show, a record that is
 /// deleted before its turn is passed over, and one that is changed comes as it is then. No record
-/// comes twice.
+/// comes twice, unless its sort key is changed meanwhile to one that is still to come.
 ///
 /// One thread at a time.
 class FetchCursor {
@@ -38,9 +38,9 @@ class FetchCursor {
   FetchCursor(const FetchCursor&) = delete;
   FetchCursor& operator=(const FetchCursor&) = delete;
 
-  /// Gives the next records to `take`, as of one moment, until it returns false. What it is given
-  /// is valid during the call only. False, without a call, when there are no more, or with the
-  /// error when they cannot be read.
+  /// Passes the next records to `take`, as of one moment, until it returns false. What it gets is
+  /// valid during the call only. False, without a call, when there are none any more, or with the
+  /// error when they cannot be read: the next call then begins where this one did.
   template <typename Object>
   bool read(const std::function<bool(const Object&)>& take, ErrorSlot error) {
     return readStates([&](ObjectState& state) { return take(Object(state)); }, error);

@@ -7,9 +7,15 @@
 #include <vector>
 
 #include "platform/persistence/Predicate.h"
-#include "platform/persistence/SortDescriptor.h"
 
 namespace velto {
+
+/// Orders fetched objects by one attribute. An absent value sorts below every present one: first
+/// when ascending, last when descending.
+struct SortDescriptor {
+  std::string key;
+  bool ascending = true;
+};
 
 /// What to fetch: the objects of one entity that a predicate holds for, in an order, at most as
 /// many as a limit says. Without sort descriptors the order is that of insertion; objects that the

@@ -2,51 +2,38 @@
 
 #include <algorithm>
 #include <future>
-#include <map>
-#include <string>
 #include <utility>
 
-#include "platform/foundation/ProgramMistake.h"
 #include "platform/persistence/CommitQueue.h"
-#include "platform/persistence/EntityObjects.h"
 #include "platform/persistence/FetchQuery.h"
+#include "platform/foundation/ProgramMistake.h"
 
 namespace velto {
 
-class ManagedObjectContext::Implementation {
- public:
-  void setCoordinator(std::shared_ptr<PersistentStoreCoordinator> coordinator) {
-    coordinator_ = std::move(coordinator);
-  }
-
-  ObjectState& insert(std::string_view entityName) { return objectsOf(entityName).insert(); }
-
-  std::optional<std::vector<ObjectState*>> fetch(const FetchRequest& request, ErrorSlot error);
-
-  bool hasChanges() const {
-    return std::any_of(objects_.begin(), objects_.end(),
-                       [](const auto& entry) { return !entry.second.pending().empty(); });
-  }
-
-  void save(SaveCompletion completion);
-
- private:
-  /// The records with pending changes, and what is to be written of each.
-  struct PendingChanges {
-    std::vector<ObjectState*> states;
-    std::vector<RowChange> changes;
-  };
-
-  EntityObjects& objectsOf(std::string_view entityName);
-  bool hasCoordinator(ErrorSlot error) const;
-  PendingChanges pendingChanges() const;
-  void noteSaved(const PendingChanges& saved);
-
-  std::shared_ptr<PersistentStoreCoordinator> coordinator_;
-  std::map<std::string, EntityObjects, std::less<>> objects_;
+struct ManagedObjectContext::PendingChanges {
+  std::vector<ObjectState*> states;
+  std::vector<RowChange> changes;
 };
 
-EntityObjects& ManagedObjectContext::Implementation::objectsOf(std::string_view entityName) {
+void ManagedObjectContext::setPersistentStoreCoordinator(
+    std::shared_ptr<PersistentStoreCoordinator> coordinator) {
+  coordinator_ = std::move(coordinator);
+}
+
+ObjectState& ManagedObjectContext::insert(std::string_view entityName) {
+  return objectsOf(entityName).insert();
+}
+
+void ManagedObjectContext::deleteObject(const ManagedObject& object) {
+  object.state().objects.remove(object.state());
+}
+
+bool ManagedObjectContext::hasChanges() const {
+  return std::any_of(objects_.begin(), objects_.end(),
+                     [](const auto& entry) { return !entry.second.pending().empty(); });
+}
+
+EntityObjects& ManagedObjectContext::objectsOf(std::string_view entityName) {
   if (const auto known = objects_.find(entityName); known != objects_.end()) {
     return known->second;
   }
@@ -58,7 +45,7 @@ EntityObjects& ManagedObjectContext::Implementation::objectsOf(std::string_view 
   return objects_.try_emplace(std::string(entityName), entity).first->second;
 }
 
-bool ManagedObjectContext::Implementation::hasCoordinator(ErrorSlot error) const {
+bool ManagedObjectContext::hasCoordinator(ErrorSlot error) const {
   if (coordinator_ == nullptr) {
     replaceError(error, makeError(kPersistenceErrorDomain, kNoStoreErrorCode,
                                   "the context has no store coordinator"));
@@ -66,8 +53,8 @@ bool ManagedObjectContext::Implementation::hasCoordinator(ErrorSlot error) const
   return coordinator_ != nullptr;
 }
 
-std::optional<std::vector<ObjectState*>> ManagedObjectContext::Implementation::fetch(
-    const FetchRequest& request, ErrorSlot error) {
+std::optional<std::vector<ObjectState*>> ManagedObjectContext::fetch(const FetchRequest& request,
+                                                                     ErrorSlot error) {
   if (!hasCoordinator(error)) {
     return std::nullopt;
   }
@@ -90,7 +77,19 @@ std::optional<std::vector<ObjectState*>> ManagedObjectContext::Implementation::f
   return found;
 }
 
-void ManagedObjectContext::Implementation::save(SaveCompletion completion) {
+bool ManagedObjectContext::save(ErrorSlot error) {
+  // Shared, since whoever sets the result may still be at it when this thread has it already.
+  const auto result = std::make_shared<std::promise<std::optional<Error>>>();
+  save([result](std::optional<Error> failure) { result->set_value(std::move(failure)); });
+  std::optional<Error> failure = result->get_future().get();
+  if (!failure) {
+    return true;
+  }
+  replaceError(error, *std::move(failure));
+  return false;
+}
+
+void ManagedObjectContext::save(ErrorReply completion) {
   std::optional<Error> failure;
   const bool hasStore = hasCoordinator(&failure);
   if (!hasStore || !hasChanges()) {
@@ -109,8 +108,7 @@ void ManagedObjectContext::Implementation::save(SaveCompletion completion) {
   });
 }
 
-ManagedObjectContext::Implementation::PendingChanges
-ManagedObjectContext::Implementation::pendingChanges() const {
+ManagedObjectContext::PendingChanges ManagedObjectContext::pendingChanges() const {
   PendingChanges pending;
   for (const auto& [name, objects] : objects_) {
     const EntitySql& sql = coordinator_->sql(*objects.entity());
@@ -122,56 +120,13 @@ ManagedObjectContext::Implementation::pendingChanges() const {
   return pending;
 }
 
-void ManagedObjectContext::Implementation::noteSaved(const PendingChanges& saved) {
+void ManagedObjectContext::noteSaved(const PendingChanges& saved) {
   for (std::size_t index = 0; index < saved.states.size(); ++index) {
     saved.states[index]->objects.saved(*saved.states[index], saved.changes[index]);
   }
   for (auto& [name, objects] : objects_) {
     objects.clearPending();
   }
-}
-
-ManagedObjectContext::ManagedObjectContext()
-    : implementation_(std::make_unique<Implementation>()) {}
-
-ManagedObjectContext::~ManagedObjectContext() = default;
-
-void ManagedObjectContext::setPersistentStoreCoordinator(
-    std::shared_ptr<PersistentStoreCoordinator> coordinator) {
-  implementation_->setCoordinator(std::move(coordinator));
-}
-
-void ManagedObjectContext::deleteObject(const ManagedObject& object) {
-  object.state().objects.remove(object.state());
-}
-
-bool ManagedObjectContext::hasChanges() const {
-  return implementation_->hasChanges();
-}
-
-bool ManagedObjectContext::save(ErrorSlot error) {
-  // Shared, since whoever sets the result may still be at it when this thread has it already.
-  const auto result = std::make_shared<std::promise<std::optional<Error>>>();
-  save([result](std::optional<Error> failure) { result->set_value(std::move(failure)); });
-  std::optional<Error> failure = result->get_future().get();
-  if (!failure) {
-    return true;
-  }
-  replaceError(error, *std::move(failure));
-  return false;
-}
-
-void ManagedObjectContext::save(SaveCompletion completion) {
-  implementation_->save(std::move(completion));
-}
-
-std::optional<std::vector<ObjectState*>> ManagedObjectContext::fetch(const FetchRequest& request,
-                                                                     ErrorSlot error) {
-  return implementation_->fetch(request, error);
-}
-
-ObjectState& ManagedObjectContext::insert(std::string_view entityName) {
-  return implementation_->insert(entityName);
 }
 
 }  // namespace velto

@@ -1,15 +1,18 @@
 #pragma once
 
+#include <functional>
+#include <map>
 #include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
 #include "platform/foundation/Error.h"
+#include "platform/persistence/EntityObjects.h"
 #include "platform/persistence/FetchRequest.h"
 #include "platform/persistence/ManagedObject.h"
 #include "platform/persistence/PersistentStoreCoordinator.h"
-#include "platform/persistence/SaveCompletion.h"
 
 namespace velto {
 
@@ -22,8 +25,7 @@ namespace velto {
 /// One thread at a time. Without a coordinator every fetch and save fails with an error.
 class ManagedObjectContext {
  public:
-  ManagedObjectContext();
-  ~ManagedObjectContext();
+  ManagedObjectContext() = default;
   ManagedObjectContext(const ManagedObjectContext&) = delete;
   ManagedObjectContext& operator=(const ManagedObjectContext&) = delete;
 
@@ -66,15 +68,23 @@ class ManagedObjectContext {
   /// without touching the store. A failure replaces what the slot held.
   bool save(ErrorSlot error);
   /// The same without waiting for other saves: until `completion` is called, possibly on another
-  /// thread, nobody uses the context. It may be destroyed by the completion.
-  void save(SaveCompletion completion);
+  /// thread, nobody uses the context. The completion must not wait for anything, nor throw; it may
+  /// destroy the context.
+  void save(ErrorReply completion);
 
  private:
+  /// The records with pending changes, and what is to be written of each.
+  struct PendingChanges;
+
   std::optional<std::vector<ObjectState*>> fetch(const FetchRequest& request, ErrorSlot error);
   ObjectState& insert(std::string_view entityName);
+  EntityObjects& objectsOf(std::string_view entityName);
+  bool hasCoordinator(ErrorSlot error) const;
+  PendingChanges pendingChanges() const;
+  void noteSaved(const PendingChanges& saved);
 
-  class Implementation;
-  std::unique_ptr<Implementation> implementation_;
+  std::shared_ptr<PersistentStoreCoordinator> coordinator_;
+  std::map<std::string, EntityObjects, std::less<>> objects_;  ///< by the entity's name
 };
 
 }  // namespace velto

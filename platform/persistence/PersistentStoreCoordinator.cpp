@@ -1,16 +1,13 @@
 #include "platform/persistence/PersistentStoreCoordinator.h"
 
-#include <atomic>
-#include <chrono>
 #include <filesystem>
 #include <system_error>
-#include <type_traits>
 #include <utility>
 
 #include <sqlite3.h>
 
-#include "platform/foundation/Mutex.h"
 #include "platform/persistence/CommitQueue.h"
+#include "platform/persistence/DataVersion.h"
 #include "platform/persistence/EntitySql.h"
 #include "platform/persistence/FetchQuery.h"
 #include "platform/persistence/ReaderPool.h"
@@ -42,46 +39,6 @@ void bind(Statement& statement, const Predicate::Operand& operand) {
 
 }  // namespace
 
-/// Watches for commits. Asking SQLite takes locks of the file, which costs more than most answers
-/// that depend on it.
-class PersistentStoreCoordinator::DataVersion {
- public:
-  explicit DataVersion(ReaderPool& readers) : readers_(readers) {}
-
-  void noteCommit() { ++commits_; }
-
-  std::optional<std::int64_t> get() {
-    const std::uint64_t commits = commits_;
-    const auto now = std::chrono::steady_clock::now();
-    const MutexLock lock(mutex_);
-    if (!version_ || commits != seenCommits_ || now - asked_ > kTrustTime) {
-      ask();
-      seenCommits_ = commits;
-      asked_ = now;
-    }
-    return version_;
-  }
-
- private:
-  static constexpr std::chrono::milliseconds kTrustTime{10};
-
-  void ask() VELTO_REQUIRES(mutex_) {
-    if (reader_ == nullptr) {
-      reader_ = readers_.lend(nullptr);
-    }
-    version_ = reader_ == nullptr ? std::nullopt : reader_->integer("PRAGMA data_version");
-  }
-
-  ReaderPool& readers_;
-  std::atomic<std::uint64_t> commits_ = 0;
-  Mutex mutex_;
-  /// Always the same one, since versions of different connections cannot be compared.
-  ReaderPool::Reader reader_ VELTO_GUARDED_BY(mutex_);
-  std::optional<std::int64_t> version_ VELTO_GUARDED_BY(mutex_);
-  std::uint64_t seenCommits_ VELTO_GUARDED_BY(mutex_) = 0;
-  std::chrono::steady_clock::time_point asked_ VELTO_GUARDED_BY(mutex_);
-};
-
 /// An open file. The readers close first, so that the writer, as the last, checkpoints the log.
 struct PersistentStoreCoordinator::Store {
   Store(const std::string& path, std::unique_ptr<SQLiteConnection> connection)
@@ -94,14 +51,16 @@ struct PersistentStoreCoordinator::Store {
 };
 
 PersistentStoreCoordinator::PersistentStoreCoordinator(
-    std::shared_ptr<const ManagedObjectModel> model)
-    : model_(std::move(model)), sql_(model_->entities().begin(), model_->entities().end()) {}
+    std::shared_ptr<const ManagedObjectModel> model, const DirectoryEntries& entries)
+    : model_(std::move(model)),
+      entries_(entries),
+      sql_(model_->entities().begin(), model_->entities().end()) {}
 
 PersistentStoreCoordinator::~PersistentStoreCoordinator() = default;
 
 bool PersistentStoreCoordinator::addPersistentStore(const std::string& path, ErrorSlot error) {
   const std::string file = absolutePath(path);
-  auto writer = StoreFile(file, *model_, sql_).open(error);
+  auto writer = StoreFile(file, *model_, sql_, entries_).open(error);
   if (writer == nullptr) {
     return false;
   }
@@ -177,7 +136,7 @@ std::optional<std::int64_t> PersistentStoreCoordinator::dataVersion() {
   return store_ == nullptr ? std::nullopt : store_->version.get();
 }
 
-void PersistentStoreCoordinator::save(std::vector<RowChange>& changes, SaveCompletion completion) {
+void PersistentStoreCoordinator::save(std::vector<RowChange>& changes, ErrorReply completion) {
   if (store_ == nullptr) {
     completion(noStoreError());
     return;

@@ -7,12 +7,12 @@
 #include <optional>
 #include <span>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "platform/foundation/Error.h"
+#include "platform/persistence/DirectoryEntries.h"
 #include "platform/persistence/ManagedObjectModel.h"
-#include "platform/persistence/SaveCompletion.h"
+#include "platform/persistence/PersistenceErrors.h"
 
 namespace velto {
 
@@ -20,14 +20,6 @@ class Statement;
 struct EntitySql;
 struct FetchQuery;
 struct RowChange;
-
-/// The domain of every error that the persistence makes itself. The code of a failure of SQLite is
-/// SQLite's extended result code; the constants below are the others.
-inline constexpr std::string_view kPersistenceErrorDomain = "VeltoPersistence";
-inline constexpr int kConflictErrorCode = 1001;  ///< a record was changed or deleted meanwhile
-inline constexpr int kNoStoreErrorCode = 1002;   ///< the context has no storage behind it
-inline constexpr int kIncompatibleStoreErrorCode = 1003;  ///< a file of another model or program
-inline constexpr int kUntrustedStoreErrorCode = 1004;     ///< a sync has failed; no more is saved
 
 /// The door to one store file, shared by all contexts of the process. Owns the one connection that
 /// writes and checkpoints, and a pool of reading connections. Synchronised itself: any thread, once
@@ -40,7 +32,9 @@ inline constexpr int kUntrustedStoreErrorCode = 1004;     ///< a sync has failed
 /// when the file could not be synced, every further save fails: see CommitQueue.
 class PersistentStoreCoordinator {
  public:
-  explicit PersistentStoreCoordinator(std::shared_ptr<const ManagedObjectModel> model);
+  /// `entries` outlives the coordinator.
+  explicit PersistentStoreCoordinator(std::shared_ptr<const ManagedObjectModel> model,
+                                      const DirectoryEntries& entries = DirectoryEntries::system());
   ~PersistentStoreCoordinator();
   PersistentStoreCoordinator(const PersistentStoreCoordinator&) = delete;
   PersistentStoreCoordinator& operator=(const PersistentStoreCoordinator&) = delete;
@@ -62,8 +56,8 @@ class PersistentStoreCoordinator {
   bool fetch(const FetchQuery& query, const std::function<void(const Statement&)>& row,
              ErrorSlot error);
   /// Calls `row` for the rows of the entity with these ids, in their order, all as of one moment,
-  /// until it returns false. A row that is no more is passed over. Gives how many ids were gone
-  /// through, or nothing with the error.
+  /// until it returns false. A row that is gone by then is passed over. Returns how many ids were
+  /// gone through, or nothing with the error.
   std::optional<std::size_t> fetchRows(const EntityDescription& entity,
                                        std::span<const std::int64_t> rowIds,
                                        const std::function<bool(const Statement&)>& row,
@@ -71,15 +65,18 @@ class PersistentStoreCoordinator {
   /// A number that is another one when something has been committed since: at once what a save of
   /// this process commits, within 10 ms what another program does. Nothing when it cannot be had.
   std::optional<std::int64_t> dataVersion();
-  /// Writes all changes or none, and tells `completion`, with the row ids and versions that the
-  /// rows have now. Until then the changes and what they point to stay untouched by others.
-  void save(std::vector<RowChange>& changes, SaveCompletion completion);
+  /// Writes all changes or none. `completion` is called without an error when all of them are on
+  /// disk, with the row ids and versions that the rows have then; until it is called, the changes
+  /// and what they point to stay untouched by others. It is called before `save` returns, or later
+  /// on another thread, where the completions of other saves wait for it to return: so it must not
+  /// wait for anything, nor throw.
+  void save(std::vector<RowChange>& changes, ErrorReply completion);
 
  private:
-  class DataVersion;
   struct Store;
 
   const std::shared_ptr<const ManagedObjectModel> model_;
+  const DirectoryEntries& entries_;
   const std::vector<EntitySql> sql_;  ///< in the order of the model's entities
   std::unique_ptr<Store> store_;      ///< null until added
 };

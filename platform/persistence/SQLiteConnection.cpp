@@ -5,7 +5,7 @@
 #include <sqlite3.h>
 
 #include "platform/persistence/ListTables.h"
-#include "platform/persistence/PersistentStoreCoordinator.h"
+#include "platform/persistence/PersistenceErrors.h"
 
 namespace velto {
 

@@ -1,3 +1,25 @@
+// What a start may find at the store's path, and what it makes of it:
+//
+//     nothing, an empty file   create(): fill() makes a whole store at `path`-new, moveIntoPlace()
+//                              renames it, and then it is a store
+//     a store of the model     connect(), rewriteLog(), createSchema()
+//     anything else            refused by its header, and left as it is
+//
+// A file's sync is for what it holds, and not for its name: that it was made, renamed or removed is
+// on the disk when the directory has been synced after it. Until then a power failure may undo it.
+//
+// 1. The store's name never stands for half a store: what fill() wrote is synced before the rename.
+// 2. A store never meets the log of another one: what lay beside the path is removed, for certain,
+//    before the rename.
+// 3. Nothing is acknowledged before the names of the file and of its log are on the disk: every
+//    start syncs the directory before it writes to the log.
+// 4. What an earlier start left in the log is written and synced once more (rewriteLog()) before
+//    anything is added to it.
+//
+// A crash before the rename leaves `path`-new, which the next start removes. A crash between the
+// rename and the sync leaves an empty store: the next start finds it and syncs, or, when its name
+// went with the power, makes another. There is no lock, since nobody else has the writer yet.
+
 #include "platform/persistence/StoreFile.h"
 
 #include <array>
@@ -14,7 +36,7 @@
 #include <sqlite3.h>
 
 #include "platform/foundation/FileDescriptor.h"
-#include "platform/persistence/PersistentStoreCoordinator.h"
+#include "platform/persistence/PersistenceErrors.h"
 #include "platform/persistence/WriteAheadLog.h"
 
 namespace velto {
@@ -61,37 +83,41 @@ bool exists(const std::string& path) {
   return ::lstat(path.c_str(), &status) == 0;
 }
 
-/// The file and those that SQLite puts beside it. What cannot be removed shows when it is made.
-void removeDatabase(const std::string& path) {
-  for (const char* suffix : {"-journal", "-wal", "-shm", ""}) {
-    ::unlink((path + suffix).c_str());
-  }
-}
-
-/// Makes the names in a file's directory last.
-bool syncDirectoryOf(const std::string& path) {
-  const std::string directory = path.substr(0, path.rfind('/') + 1);
-  const FileDescriptor opened(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  return opened.isOpen() && ::fsync(opened.get()) == 0;
-}
-
 }  // namespace
 
 StoreFile::StoreFile(std::string path, const ManagedObjectModel& model,
-                     const std::vector<EntitySql>& entities)
-    : path_(std::move(path)), modelTag_(tagOf(model)), entities_(entities) {}
+                     const std::vector<EntitySql>& entities, const DirectoryEntries& entries)
+    : path_(std::move(path)), modelTag_(tagOf(model)), entities_(entities), entries_(entries) {}
 
 std::unique_ptr<SQLiteConnection> StoreFile::open(ErrorSlot error) const {
   const Content found = content(error);
   if (found == Content::kUnusable || (found == Content::kNothing && !create(error))) {
     return nullptr;
   }
-  auto writer = SQLiteConnection::open(path_, SQLiteConnection::Role::kWriter, error);
-  if (writer == nullptr || !useWriteAheadLog(*writer, error) || !rewriteLog(*writer, error) ||
-      !createSchema(*writer, error)) {
+  auto writer = connect(found, error);
+  if (writer == nullptr || !rewriteLog(*writer, error) || !createSchema(*writer, error)) {
     return nullptr;
   }
   return writer;
+}
+
+/// When it succeeds, the names of the file and of its log are on disk.
+std::unique_ptr<SQLiteConnection> StoreFile::connect(Content found, ErrorSlot error) const {
+  auto writer = SQLiteConnection::open(path_, SQLiteConnection::Role::kWriter, error);
+  if (writer == nullptr || !useWriteAheadLog(*writer, error)) {
+    return nullptr;
+  }
+  // Whoever gave the file its name: an earlier start may have been stopped before it came here. By
+  // now the log has its name, too. SQLite syncs that one as well, but goes on when it fails.
+  if (syncNames(error)) {
+    return writer;
+  }
+  // After a failed sync a second one may succeed for nothing, so the next start gives a new name.
+  writer.reset();
+  if (found == Content::kNothing) {
+    removeDatabase(path_);
+  }
+  return nullptr;
 }
 
 /// Does not wait for the other end of what may be a pipe.
@@ -157,13 +183,33 @@ bool StoreFile::fill(const std::string& newFile, ErrorSlot error) const {
 }
 
 bool StoreFile::moveIntoPlace(const std::string& newFile, ErrorSlot error) const {
-  // A log that has lost its file would be taken for the new one's.
+  // A log that has lost its file would be taken for the new one's. So it has to be gone for certain
+  // before the new one gets the name.
   removeDatabase(path_);
-  if (::rename(newFile.c_str(), path_.c_str()) != 0 || !syncDirectoryOf(path_)) {
-    replaceError(error, unusable(path_, errno));
+  if (!syncNames(error)) {
+    return false;
+  }
+  if (const auto failure = entries_.rename(newFile, path_)) {
+    replaceError(error, unusable(path_, static_cast<int>(failure->code)));
     return false;
   }
   return true;
+}
+
+/// Makes the names in the file's directory last.
+bool StoreFile::syncNames(ErrorSlot error) const {
+  const auto failure = entries_.sync(path_.substr(0, path_.rfind('/') + 1));
+  if (failure) {
+    replaceError(error, unusable(path_, static_cast<int>(failure->code)));
+  }
+  return !failure;
+}
+
+/// The file and those that SQLite puts beside it. What cannot be removed shows when it is made.
+void StoreFile::removeDatabase(const std::string& path) const {
+  for (const char* suffix : {"-journal", "-wal", "-shm", ""}) {
+    entries_.remove(path + suffix);
+  }
 }
 
 /// Creates what the file lacks of tables and indexes, in one transaction.

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/foundation/Error.h"
+#include "platform/persistence/DirectoryEntries.h"
 #include "platform/persistence/EntitySql.h"
 #include "platform/persistence/ManagedObjectModel.h"
 #include "platform/persistence/SQLiteConnection.h"
@@ -20,15 +21,16 @@ namespace velto {
 /// while a connection of this process has it open.
 class StoreFile {
  public:
-  /// `entities` are those of the model.
+  /// `entities` are those of the model. What is referred to outlives the object.
   StoreFile(std::string path, const ManagedObjectModel& model,
-            const std::vector<EntitySql>& entities);
+            const std::vector<EntitySql>& entities,
+            const DirectoryEntries& entries = DirectoryEntries::system());
 
   /// The writing connection to the file, which is in WAL mode and has all tables and indexes; null
   /// with the error otherwise. A missing or empty file is made, for the owner alone: whole, under
   /// another name, and then moved into place, so that a stop at any moment leaves none or a whole
-  /// one. An existing file that is no store of the model is refused by its header, because SQLite
-  /// would recover a foreign file or put others beside it.
+  /// one. An existing file that is not a store of the model is refused by its header, because
+  /// SQLite would recover a foreign file or put others beside it.
   std::unique_ptr<SQLiteConnection> open(ErrorSlot error) const;
 
  private:
@@ -39,6 +41,9 @@ class StoreFile {
   bool create(ErrorSlot error) const;
   bool fill(const std::string& newFile, ErrorSlot error) const;
   bool moveIntoPlace(const std::string& newFile, ErrorSlot error) const;
+  std::unique_ptr<SQLiteConnection> connect(Content found, ErrorSlot error) const;
+  bool syncNames(ErrorSlot error) const;
+  void removeDatabase(const std::string& path) const;
   bool createSchema(SQLiteConnection& connection, ErrorSlot error) const;
   bool writeSchema(SQLiteConnection& connection) const;
   Error incompatible(std::string_view why) const;
@@ -46,6 +51,7 @@ class StoreFile {
   const std::string path_;
   const std::uint32_t modelTag_;  ///< as much of the model's hash as the header has room for
   const std::vector<EntitySql>& entities_;
+  const DirectoryEntries& entries_;
 };
 
 }  // namespace velto

@@ -6,7 +6,7 @@
 
 #include <sqlite3.h>
 
-#include "platform/persistence/PersistentStoreCoordinator.h"
+#include "platform/persistence/PersistenceErrors.h"
 #include "platform/persistence/SQLiteConnection.h"
 
 namespace velto {

@@ -20,7 +20,7 @@ struct SpawnSettings {
 
 /// Starts the program at a path. The child inherits no other descriptor and no ignored or blocked
 /// signal, whatever this process does with them. `arguments` do not include the program's own name.
-/// Gives 0 with the child's id in `process`, or an errno. Any thread.
+/// Returns 0 with the child's id in `process`, or an errno. Any thread.
 int spawnProgram(const std::string& executable, const std::vector<std::string>& arguments,
                  const SpawnSettings& settings, pid_t& process);
 

@@ -3,23 +3,30 @@
 #include <array>
 #include <cerrno>
 #include <fcntl.h>
-#include <sys/wait.h>
 #include <system_error>
 #include <unistd.h>
 #include <utility>
-
-#include "platform/foundation/FileDescriptor.h"
-#include "platform/process/Spawn.h"
 
 namespace velto {
 namespace {
 
 constexpr int kUnknownStatus = 255;
+constexpr int kFirstSignalStatus = 128;
 
-void check(int code, const std::string& what) {
-  if (code != 0) {
-    throw std::system_error(code, std::generic_category(), what);
+[[noreturn]] void fail(int code, const std::string& what) {
+  throw std::system_error(code, std::generic_category(), what);
+}
+
+int statusOf(const ProcessEnd& end) {
+  switch (end.kind) {
+    case ProcessEnd::Kind::kExited:
+      return end.number;
+    case ProcessEnd::Kind::kSignalled:
+      return kFirstSignalStatus + end.number;
+    case ProcessEnd::Kind::kUnseen:
+      break;
   }
+  return kUnknownStatus;  // an exit that nobody saw must not pass for success
 }
 
 }  // namespace
@@ -32,57 +39,48 @@ Task::~Task() {
 }
 
 void Task::launch() {
-  if (process_ != -1) {
-    check(EALREADY, executable_);
+  if (process_) {
+    fail(EALREADY, executable_);
   }
   std::array<int, 2> ends;
   if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
-    check(errno, "pipe");
+    fail(errno, "pipe");
   }
   const FileDescriptor childsEnd(ends[0]);
   FileDescriptor ourEnd(ends[1]);
-  pid_t process = -1;
-  check(spawnProgram(executable_, arguments_,
-                     {.standardInput = childsEnd.get(), .environment = inheritableEnvironment()},
-                     process),
-        "Cannot start " + executable_);
-  process_ = process;
-  input_ = ourEnd.release();
+  std::optional<Error> error;
+  auto started = ChildProcess::start(
+      executable_, arguments_,
+      {.standardInput = childsEnd.get(), .environment = inheritableEnvironment()}, &error);
+  if (!started) {
+    fail(static_cast<int>(error->code), "Cannot start " + executable_);
+  }
+  process_.emplace(std::move(*started));
+  input_ = std::move(ourEnd);
   terminationStatus_ = 0;
 }
 
 void Task::write(std::string_view bytes) {
   while (!bytes.empty()) {
-    const ssize_t count = ::write(input_, bytes.data(), bytes.size());
+    const ssize_t count = ::write(input_.get(), bytes.data(), bytes.size());
     if (count >= 0) {
       bytes.remove_prefix(static_cast<std::size_t>(count));
     } else if (errno != EINTR) {
-      check(errno, "Cannot write to " + executable_);
+      fail(errno, "Cannot write to " + executable_);
     }
   }
 }
 
 void Task::closeInput() {
-  const FileDescriptor closed(std::exchange(input_, -1));
+  input_ = FileDescriptor();
 }
 
 void Task::waitUntilExit() {
   closeInput();
-  if (process_ == -1) {
-    return;
+  if (process_) {
+    terminationStatus_ = statusOf(process_->wait());
+    process_.reset();
   }
-  int status = 0;
-  pid_t waited = -1;
-  do {
-    waited = ::waitpid(process_, &status, 0);
-  } while (waited == -1 && errno == EINTR);
-  if (waited == -1) {
-    // Only where the process ignores SIGCHLD. An exit that nobody saw must not pass for success.
-    terminationStatus_ = kUnknownStatus;
-  } else {
-    terminationStatus_ = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
-  }
-  process_ = -1;
 }
 
 }  // namespace velto

@@ -1,9 +1,12 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
-#include <sys/types.h>
 #include <vector>
+
+#include "platform/foundation/FileDescriptor.h"
+#include "platform/process/ChildProcess.h"
 
 namespace velto {
 
@@ -40,8 +43,8 @@ class Task {
  private:
   const std::string executable_;
   const std::vector<std::string> arguments_;
-  pid_t process_ = -1;
-  int input_ = -1;
+  std::optional<ChildProcess> process_;  ///< while it is launched
+  FileDescriptor input_;
   int terminationStatus_ = 0;
 };
 

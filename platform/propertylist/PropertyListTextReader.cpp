@@ -5,6 +5,9 @@
 #include <utility>
 #include <vector>
 
+#include <unicode/utf16.h>
+
+#include "platform/foundation/UTF8.h"
 #include "platform/propertylist/PropertyListError.h"
 #include "platform/propertylist/PropertyListSerialization.h"
 #include "platform/propertylist/PropertyListTextCharacters.h"
@@ -173,7 +176,7 @@ bool PropertyListTextReader::readUnicodeEscape(std::string& text) {
     }
     units.push_back(*unit);
     // Beyond the basic plane a character is a pair of escapes.
-  } while (units.size() == 1 && isLeadSurrogate(units[0]) && accept("\\") && peek() == 'U');
+  } while (units.size() == 1 && U16_IS_LEAD(units[0]) && accept("\\") && peek() == 'U');
   const std::optional<std::string> characters = utf8FromUTF16(units);
   if (!characters) {
     fail("half of a surrogate pair");

@@ -1,8 +1,12 @@
 #include "platform/propertylist/PropertyListUnicode.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 
+#include <unicode/utf16.h>
+
+#include "platform/foundation/UTF8.h"
 #include "platform/propertylist/PropertyListError.h"
 
 namespace velto {
@@ -12,46 +16,6 @@ namespace {
 constexpr std::string_view kUTF8Mark = "\xEF\xBB\xBF";
 constexpr std::string_view kUTF16BigEndianMark = "\xFE\xFF";
 constexpr std::string_view kUTF16LittleEndianMark = "\xFF\xFE";
-
-constexpr char32_t kFirstBeyondBMP = 0x10000;
-constexpr char32_t kLastCharacter = 0x10FFFF;
-
-bool isLead(char32_t unit) {
-  return unit >= 0xD800 && unit < 0xDC00;
-}
-bool isTrail(char32_t unit) {
-  return unit >= 0xDC00 && unit < 0xE000;
-}
-bool isCharacter(char32_t number) {
-  return number <= kLastCharacter && !isLead(number) && !isTrail(number);
-}
-
-/// The character at `offset`, which moves behind it; nothing when there is no well-formed one.
-std::optional<char32_t> nextCharacter(std::string_view text, std::size_t& offset) {
-  const auto byteAt = [&](std::size_t i) { return static_cast<std::uint8_t>(text[i]); };
-  const std::uint8_t lead = byteAt(offset);
-  if (lead < 0x80) return byteAt(offset++);
-  const std::size_t length = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-  if (lead < 0xC2 || lead > 0xF4 || text.size() - offset < length) return std::nullopt;
-  char32_t character = lead & (0x7FU >> length);
-  for (std::size_t i = 1; i < length; ++i) {
-    if ((byteAt(offset + i) & 0xC0) != 0x80) return std::nullopt;
-    character = character << 6 | (byteAt(offset + i) & 0x3FU);
-  }
-  constexpr char32_t kShortest[] = {0x80, 0x800, kFirstBeyondBMP};
-  if (character < kShortest[length - 2] || !isCharacter(character)) return std::nullopt;
-  offset += length;
-  return character;
-}
-
-void appendUTF16(std::u16string& units, char32_t character) {
-  if (character < kFirstBeyondBMP) {
-    units.push_back(static_cast<char16_t>(character));
-  } else {
-    units.push_back(static_cast<char16_t>(0xD7C0 + (character >> 10)));
-    units.push_back(static_cast<char16_t>(0xDC00 + (character & 0x3FF)));
-  }
-}
 
 std::optional<std::string> decodeUTF16(std::string_view bytes, bool bigEndian, ErrorSlot error) {
   if (bytes.size() % 2 != 0) {
@@ -63,27 +27,18 @@ std::optional<std::string> decodeUTF16(std::string_view bytes, bool bigEndian, E
 
 }  // namespace
 
-std::optional<std::size_t> invalidUTF8Offset(std::string_view text) {
-  std::size_t offset = 0;
-  while (offset < text.size()) {
-    if (!nextCharacter(text, offset)) return offset;
-  }
-  return std::nullopt;
-}
-
 std::optional<std::u16string> utf16FromUTF8(std::string_view text) {
   std::u16string units;
   units.reserve(text.size());
   for (std::size_t offset = 0; offset < text.size();) {
     const std::optional<char32_t> character = nextCharacter(text, offset);
     if (!character) return std::nullopt;
-    appendUTF16(units, *character);
+    std::array<char16_t, U16_MAX_LENGTH> encoded;
+    std::size_t size = 0;
+    U16_APPEND_UNSAFE(encoded, size, *character);
+    units.append(encoded.data(), size);
   }
   return units;
-}
-
-bool isLeadSurrogate(char16_t unit) {
-  return isLead(unit);
 }
 
 std::optional<std::string> utf8FromUTF16(std::u16string_view units) {
@@ -91,28 +46,13 @@ std::optional<std::string> utf8FromUTF16(std::u16string_view units) {
   text.reserve(units.size());
   for (std::size_t i = 0; i < units.size(); ++i) {
     char32_t character = units[i];
-    if (isLead(character) && i + 1 < units.size() && isTrail(units[i + 1])) {
-      character = kFirstBeyondBMP + ((character & 0x3FF) << 10) + (units[++i] & 0x3FFU);
+    if (U16_IS_LEAD(character) && i + 1 < units.size() && U16_IS_TRAIL(units[i + 1])) {
+      character = static_cast<char32_t>(U16_GET_SUPPLEMENTARY(character, units[++i]));
     }
+    // Half of a pair is left as it is, and has no UTF-8.
     if (!appendUTF8(text, character)) return std::nullopt;
   }
   return text;
-}
-
-bool appendUTF8(std::string& text, char32_t character) {
-  if (!isCharacter(character)) return false;
-  if (character < 0x80) {
-    text.push_back(static_cast<char>(character));
-    return true;
-  }
-  const int followers = character < 0x800 ? 1 : character < kFirstBeyondBMP ? 2 : 3;
-  // The lead byte starts with as many ones as the character has bytes.
-  const char32_t lead = 0xFFU << (7 - followers) & 0xFF;
-  text.push_back(static_cast<char>(lead | character >> (6 * followers)));
-  for (int i = followers - 1; i >= 0; --i) {
-    text.push_back(static_cast<char>(0x80 | (character >> (6 * i) & 0x3F)));
-  }
-  return true;
 }
 
 std::u16string utf16FromBytes(std::string_view bytes, bool bigEndian) {

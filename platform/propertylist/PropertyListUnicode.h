@@ -9,22 +9,14 @@
 
 namespace velto {
 
-// Conversions between the encodings of text in property lists. All are strict: nothing is replaced
-// or dropped silently. Any thread.
-
-/// The offset of the first byte that is not part of well-formed UTF-8, or nothing.
-std::optional<std::size_t> invalidUTF8Offset(std::string_view text);
+// The encodings of text in property lists' files, beside UTF-8. All conversions are strict: nothing
+// is replaced or dropped silently. Any thread.
 
 /// Nothing when the text is not well-formed UTF-8.
 std::optional<std::u16string> utf16FromUTF8(std::string_view text);
 
-bool isLeadSurrogate(char16_t unit);
-
 /// Nothing when a surrogate stands alone.
 std::optional<std::string> utf8FromUTF16(std::u16string_view units);
-
-/// Appends a Unicode scalar value; false, with nothing appended, when the number is none.
-bool appendUTF8(std::string& text, char32_t character);
 
 /// `bytes` as UTF-16, two bytes a unit, the more significant one first or second.
 std::u16string utf16FromBytes(std::string_view bytes, bool bigEndian);

@@ -3,7 +3,7 @@
 #include <charconv>
 #include <cstdint>
 
-#include "platform/propertylist/PropertyListUnicode.h"
+#include "platform/foundation/UTF8.h"
 
 namespace velto::xml_property_list {
 

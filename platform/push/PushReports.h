@@ -48,7 +48,7 @@ class PushReports {
   /// Waits for a failure to come in; nothing when there is an outcome for every notification, or
   /// when time is up for a caller that waits since `begin`.
   std::optional<PushOutcome> waitForFailure(const PushTimeLimits& limits, Clock::time_point begin);
-  /// From now on nothing is waited for. Gives how many outcomes were missing.
+  /// From now on nothing is waited for. Returns how many outcomes were missing.
   std::size_t giveUp();
   bool isGivenUp() const;
 

@@ -1,7 +1,6 @@
 #include "platform/push/PushSender.h"
 
 #include <algorithm>
-#include <system_error>
 #include <utility>
 
 #include "platform/push/PushErrors.h"
@@ -11,18 +10,14 @@ namespace velto {
 PushSender::PushSender(const PushTimeLimits& limits) : limits_(limits) {}
 
 PushSender::~PushSender() {
-  std::thread thread;
   std::deque<PushNotification> unsent;
   {
     const MutexLock lock(mutex_);
     stops_ = true;
-    thread = std::move(thread_);
     unsent.swap(waiting_);
   }
-  workCame_.notify_all();
-  if (thread.joinable()) {
+  if (transfers_ != nullptr) {
     transfers_->wakeUp();
-    thread.join();
   }
   for (const PushNotification& notification : unsent) {
     notification.reports->add(pushCancelled());
@@ -39,23 +34,23 @@ void PushSender::send(PushNotification notification) {
 
 /// False, with the notification left to the caller, when there is nobody to send it.
 bool PushSender::add(PushNotification& notification) {
+  bool wasIdle = false;
   bool isAsleep = false;
   {
     const MutexLock lock(mutex_);
-    if (!thread_.joinable()) {
-      try {
-        transfers_ = std::make_unique<PushTransfers>(limits_);
-        thread_ = std::thread([this] { work(); });
-      } catch (const std::system_error&) {
-        return false;
-      }
+    if (!queue_.start()) {
+      return false;
+    }
+    if (transfers_ == nullptr) {
+      transfers_ = std::make_unique<PushTransfers>(limits_);
     }
     waiting_.push_back(std::move(notification));
-    isIdle_ = false;
+    wasIdle = std::exchange(isIdle_, false);
     isAsleep = !std::exchange(isAwake_, true);
   }
-  if (isAsleep) {
-    workCame_.notify_all();
+  if (wasIdle) {
+    queue_.perform([this] { work(); });
+  } else if (isAsleep) {
     transfers_->wakeUp();
   }
   return true;
@@ -64,7 +59,7 @@ bool PushSender::add(PushNotification& notification) {
 void PushSender::forgetGivenUp() {
   {
     const MutexLock lock(mutex_);
-    if (!thread_.joinable()) {
+    if (transfers_ == nullptr) {
       return;
     }
     hasGivenUp_ = true;
@@ -80,16 +75,16 @@ void PushSender::waitUntilIdle() {
   }
 }
 
-/// False when it is time to stop.
-bool PushSender::waitForWork() {
-  MutexLock lock(mutex_);
-  while (transfers_->isEmpty() && waiting_.empty() && !stops_) {
-    transfers_->releaseMemory();
-    isIdle_ = true;
-    becameIdle_.notify_all();
-    lock.wait(workCame_);
+/// False when the job is done, or it is time to stop.
+bool PushSender::hasWork() {
+  const MutexLock lock(mutex_);
+  if (!stops_ && !(transfers_->isEmpty() && waiting_.empty())) {
+    return true;
   }
-  return !stops_;
+  transfers_->releaseMemory();
+  isIdle_ = true;
+  becameIdle_.notify_all();
+  return false;
 }
 
 /// Starts as many of the waiting notifications as there is room for.
@@ -138,7 +133,7 @@ void PushSender::dropGivenUp() {
 }
 
 void PushSender::work() {
-  while (waitForWork()) {
+  while (hasWork()) {
     dropGivenUp();
     if (const auto failure = transfers_->perform()) {
       failWaiting(*failure);

@@ -2,15 +2,18 @@
 
 #include <condition_variable>
 #include <deque>
-#include <thread>
-#include <vector>
+#include <memory>
 
+#include "platform/foundation/SerialQueue.h"
 #include "platform/push/PushTransfers.h"
 
 namespace velto {
 
 /// Sends notifications on a thread of its own, which begins with the first one. When the sender
 /// goes, what has no answer yet is reported as given up. Any thread.
+///
+/// A job of the queue is not one notification but all that comes until nothing is under way, since
+/// libcurl has them share a connection.
 class PushSender {
  public:
   explicit PushSender(const PushTimeLimits& limits);
@@ -27,25 +30,25 @@ class PushSender {
 
  private:
   bool add(PushNotification& notification) VELTO_EXCLUDES(mutex_);
-  bool waitForWork() VELTO_EXCLUDES(mutex_);
+  bool hasWork() VELTO_EXCLUDES(mutex_);
   void startWaiting() VELTO_EXCLUDES(mutex_);
   void failWaiting(const PushTransfers::ConnectionFailure& failure) VELTO_EXCLUDES(mutex_);
   void dropGivenUp() VELTO_EXCLUDES(mutex_);
   void work();
 
   const PushTimeLimits limits_;
-  /// Made with the thread, and its own but for wakeUp().
+  /// Made once there is a thread, and its own but for wakeUp().
   std::unique_ptr<PushTransfers> transfers_;
 
   Mutex mutex_;
-  std::condition_variable workCame_;
   std::condition_variable becameIdle_;
   std::deque<PushNotification> waiting_ VELTO_GUARDED_BY(mutex_);
-  bool isIdle_ VELTO_GUARDED_BY(mutex_) = true;
+  bool isIdle_ VELTO_GUARDED_BY(mutex_) = true;  ///< the queue has no job
   bool hasGivenUp_ VELTO_GUARDED_BY(mutex_) = false;
   bool isAwake_ VELTO_GUARDED_BY(mutex_) = false;  ///< the thread will look for work by itself
   bool stops_ VELTO_GUARDED_BY(mutex_) = false;
-  std::thread thread_ VELTO_GUARDED_BY(mutex_);
+
+  SerialQueue queue_;  ///< ends first, since its job needs all the others
 };
 
 }  // namespace velto

@@ -4,6 +4,7 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/foundation/Hexadecimal.h"
 #include "platform/push/PushErrors.h"
 
 namespace velto {
@@ -13,17 +14,6 @@ namespace {
 constexpr std::size_t kMaximumBody = std::size_t{1} << 16;
 /// libcurl sends a request once more that the gateway refused unread, and would go on doing so.
 constexpr int kMaximumTimesSent = 2;
-
-std::string hexadecimal(const Data& data) {
-  constexpr std::string_view kDigits = "0123456789abcdef";
-  std::string text;
-  text.reserve(data.size() * 2);
-  for (const std::uint8_t byte : data.bytes()) {
-    text.push_back(kDigits[byte >> 4u]);
-    text.push_back(kDigits[byte & 0xfu]);
-  }
-  return text;
-}
 
 const char* pathOrNull(const std::optional<std::string>& path) {
   return path ? path->c_str() : nullptr;

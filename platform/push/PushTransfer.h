@@ -28,7 +28,7 @@ class PushTransfer {
   CURL* handle() const { return handle_.get(); }
 
   void load(PushNotification notification);
-  /// Gives the notification back; the handle must belong to no multi handle.
+  /// Returns the notification; the handle must belong to no multi handle.
   PushNotification unload();
   const PushNotification& notification() const { return notification_; }
   /// libcurl counts how often a handle was tried again, from one request to the next, and gives up

@@ -1,3 +1,26 @@
+// All notifications go as streams of one connection. How many streams the gateway takes it says
+// over the connection itself, perhaps after the first requests have gone out; it then refuses those
+// that are too many, unread. libcurl sends a refused request again and would go on doing so. So a
+// connection is started slowly, and a gate (admits(), asked right before a request goes out) keeps
+// back what is too early.
+//
+//     new connection    told by another port on our side: unproven, and nothing admitted
+//     unproven          at most `widest_` requests are admitted; the others are held back
+//     proven            from the first answer to an admitted request on: up to kMaximum, and
+//                       `widest_` grows to what the connection has carried at once
+//     refused twice     `widest_` is 1 again;  another identity: that, and unproven again
+//
+// 1. A notification is active (libcurl has it) or held back (the gate kept it, or the gateway
+//    refused it unread), and in one of the two only. It leaves by a report to its PushReports, at
+//    the latest as cancelled when this object goes, or by its caller's giving up.
+// 2. It goes out twice at most, however often libcurl would try.
+// 3. A connection that cannot be made fails everything for its identity alike, so that a caller
+//    waits for it once, and not once a notification.
+//
+// All of it is the sending thread's own, so there is no lock; only wakeUp() comes from others, and
+// libcurl sees to that. Nothing is on disk: what is under way in a crash is not sent by the next
+// start, whether or not the gateway has it.
+
 #include "platform/push/PushTransfers.h"
 
 #include <algorithm>
@@ -71,6 +94,7 @@ std::optional<PushTransfers::ConnectionFailure> PushTransfers::perform() {
     curl_easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &transfer);
     finish(*static_cast<PushTransfer*>(transfer), message->data.result, failure);
   }
+  // Only now, so that whatever has an outcome of its own by now is reported with that.
   if (failure) {
     failAlike(*failure);
   }
@@ -104,6 +128,7 @@ void PushTransfers::failAlike(const ConnectionFailure& failure) {
     }
     return isAlike;
   });
+  // From the end, since remove() puts the last one into the gap.
   for (std::size_t index = active_.size(); index-- > 0;) {
     PushTransfer& transfer = *active_[index];
     if (*transfer.notification().message->identity == *failure.identity) {
@@ -127,11 +152,13 @@ void PushTransfers::forgetOther(const std::shared_ptr<const PushIdentity>& ident
 }
 
 bool PushTransfers::admits(const PushTransfer& transfer, int localPort) {
+  // What was proven was so of the connection before. `widest_` stays: it is of the gateway.
   if (localPort != connection_) {
     connection_ = localPort;
     isConnectionProven_ = false;
     admitted_.clear();
   }
+  // libcurl may ask again for one that it sends once more.
   if (!isConnectionProven_ && admitted_.size() >= widest_) {
     return admitted_.count(&transfer) > 0;
   }

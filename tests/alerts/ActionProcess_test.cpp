@@ -1,5 +1,6 @@
 #include "alerts/ActionProcess.h"
 
+#include <cerrno>
 #include <csignal>
 #include <fstream>
 #include <sys/stat.h>
@@ -7,7 +8,6 @@
 #include <thread>
 #include <unistd.h>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/support/TemporaryDirectory.h"
@@ -15,7 +15,6 @@
 namespace velto {
 namespace {
 
-using testing::HasSubstr;
 using Kind = ActionOutcome::Kind;
 
 constexpr auto kLong = std::chrono::minutes(2);
@@ -28,7 +27,16 @@ class ActionProcessTest : public testing::Test {
                     const std::vector<std::string>& arguments = {}) {
     const auto path = directory_.write("action", "#!/bin/sh\n" + script + "\n");
     EXPECT_EQ(chmod(path.c_str(), 0755), 0);
-    return runAction(path, arguments, input, limit);
+    std::optional<Error> error;
+    const auto outcome = runAction(path, arguments, input, limit, &error);
+    EXPECT_TRUE(outcome) << error->localizedDescription();
+    return outcome.value_or(ActionOutcome());
+  }
+  /// The error with which the program at the path is not started.
+  static Error refusal(const std::string& path) {
+    std::optional<Error> error;
+    EXPECT_FALSE(runAction(path, {}, "", kLong, &error));
+    return error.value_or(Error());
   }
   std::string written(const char* name) { return readFile(directory_.path() / name); }
 
@@ -119,11 +127,19 @@ TEST_F(ActionProcessTest, EndlessErrorTextIsCutAndEnded) {
 }
 
 TEST_F(ActionProcessTest, WhatCannotBeStartedSaysWhy) {
-  const auto missing = runAction(directory_.path() / "none", {}, "", kLong);
-  EXPECT_EQ(missing.kind, Kind::kNotStarted);
-  EXPECT_THAT(missing.standardError, HasSubstr("none: No such file or directory"));
-  const auto path = directory_.write("plain", "#!/bin/sh\n");
-  EXPECT_THAT(runAction(path, {}, "", kLong).standardError, HasSubstr("Permission denied"));
+  const std::string missing = directory_.path() / "none";
+  EXPECT_EQ(refusal(missing), makeError(kPOSIXErrorDomain, ENOENT,
+                                        "Cannot start " + missing + ": No such file or directory"));
+  const std::string plain = directory_.write("plain", "#!/bin/sh\n");
+  EXPECT_EQ(refusal(plain),
+            makeError(kPOSIXErrorDomain, EACCES, "Cannot start " + plain + ": Permission denied"));
+}
+
+TEST_F(ActionProcessTest, AnEndThatNobodySawIsAnError) {
+  const auto former = signal(SIGCHLD, SIG_IGN);
+  const Error error = refusal("/bin/true");
+  signal(SIGCHLD, former);
+  EXPECT_EQ(error.localizedDescription(), "Its end was not seen.");
 }
 
 TEST_F(ActionProcessTest, LeavesNoDescriptorAndNoZombie) {

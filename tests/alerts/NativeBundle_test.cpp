@@ -14,6 +14,7 @@
 #include "platform/foundation/FileManager.h"
 #include "tests/alerts/AlertBundleDirectory.h"
 #include "tests/support/FakeLog.h"
+#include "tests/support/SkipOrFail.h"
 
 namespace velto {
 namespace {
@@ -159,7 +160,7 @@ TEST_F(NativeBundleTest, RefusesDirectoriesThatOthersCanWrite) {
 
 TEST_F(NativeBundleTest, RefusesWhatBelongsToAnotherUser) {
   if (::geteuid() != 0) {
-    GTEST_SKIP() << "only root can give files away";
+    return skipOrFail("only root can give files away");
   }
   const fs::path code = write("Probe");
   for (const std::string& path : {bundlePath() + "/Contents", code.string()}) {

@@ -11,6 +11,7 @@
 #include "platform/connection/VarlinkMessage.h"
 #include "tests/connection/TestClient.h"
 #include "tests/connection/TestService.h"
+#include "tests/support/SkipOrFail.h"
 
 namespace velto {
 namespace {
@@ -538,7 +539,9 @@ TEST(SocketConnection, costsLittleWhileIdle) {
   getrlimit(RLIMIT_NOFILE, &limit);
   limit.rlim_cur = limit.rlim_max;
   setrlimit(RLIMIT_NOFILE, &limit);
-  if (limit.rlim_cur < 2 * kConnections + 100) GTEST_SKIP() << "too few descriptors allowed";
+  if (limit.rlim_cur < 2 * kConnections + 100) {
+    return skipOrFail("too few descriptors allowed");
+  }
 
   TestService service;
   const int threads = threadCount();

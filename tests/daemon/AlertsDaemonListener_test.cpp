@@ -85,10 +85,10 @@ class NoListing : public FileManager {
 /// Keeps the requests, and answers them when a test says so.
 class FakeEvents : public VLEDaemonClient {
  public:
-  void loadMonitorBundleWithPath(const std::string& path, Reply reply) override {
+  void loadMonitorBundleWithPath(const std::string& path, ErrorReply reply) override {
     requests.emplace_back("load " + path, std::move(reply));
   }
-  void enableMonitorBundleWithName(const std::string& name, Reply reply) override {
+  void enableMonitorBundleWithName(const std::string& name, ErrorReply reply) override {
     requests.emplace_back("enable " + name, std::move(reply));
   }
 
@@ -103,7 +103,7 @@ class FakeEvents : public VLEDaemonClient {
     return request;
   }
 
-  std::vector<std::pair<std::string, Reply>> requests;
+  std::vector<std::pair<std::string, ErrorReply>> requests;
 };
 
 class ListenerTest : public ::testing::Test {

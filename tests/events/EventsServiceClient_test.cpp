@@ -12,13 +12,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/support/NoMoreThreads.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace velto {
 namespace {
 
 using testing::ElementsAre;
-using testing::HasSubstr;
 using namespace std::chrono_literals;
 
 /// The other end of one connection after the other, on a thread of its own.
@@ -84,14 +84,24 @@ class EventsServiceClientTest : public testing::Test {
         bundle, [&](std::optional<Error> error) { promise.set_value(std::move(error)); });
     return promise.get_future().get();
   }
-  /// The code of what comes of one request to a service that behaves so.
-  std::int64_t codeFrom(Service::Conversation conversation, std::chrono::milliseconds limit = 60s) {
+  /// What comes of one request to a service that behaves so.
+  std::optional<Error> errorFrom(Service::Conversation conversation,
+                                 std::chrono::milliseconds limit = 60s) {
     const Service service(path(), std::move(conversation));
     EventsServiceClient client(path(), limit);
-    const auto error = load(client);
-    EXPECT_TRUE(!error || error->domain == kEventsErrorDomain);
+    auto error = load(client);
     ::unlink(path().c_str());
+    return error;
+  }
+  /// Its code.
+  std::int64_t codeFrom(Service::Conversation conversation) {
+    const auto error = errorFrom(std::move(conversation));
+    EXPECT_TRUE(!error || error->domain == kEventsErrorDomain);
     return error ? error->code : 0;
+  }
+  /// An error of the client's, which names the socket.
+  Error ownError(int code, const std::string& why) const {
+    return makeError(kEventsErrorDomain, code, path() + ": " + why);
   }
 
   const TemporaryDirectory directory_;
@@ -144,40 +154,38 @@ TEST_F(EventsServiceClientTest, NonsenseIsAnError) {
 }
 
 TEST_F(EventsServiceClientTest, AnAnswerWithoutEndIsAnError) {
-  EXPECT_EQ(codeFrom([](int connection) {
+  EXPECT_EQ(errorFrom([](int connection) {
               receive(connection);
               const std::string flood(100000, 'x');
               while (::send(connection, flood.data(), flood.size(), MSG_NOSIGNAL) > 0) {
               }
             }),
-            kEventsNoReplyErrorCode);
+            ownError(kEventsNoReplyErrorCode, "the service's answer has no end"));
 }
 
 TEST_F(EventsServiceClientTest, AServiceThatGoesAwayIsAnError) {
-  EXPECT_EQ(codeFrom([](int connection) { receive(connection); }), kEventsNoReplyErrorCode);
-  EXPECT_EQ(codeFrom([](int connection) {
+  const Error expected = ownError(kEventsNoReplyErrorCode, "the service hung up");
+  EXPECT_EQ(errorFrom([](int connection) { receive(connection); }), expected);
+  EXPECT_EQ(errorFrom([](int connection) {
               receive(connection);
               send(connection, "{\"param");
             }),
-            kEventsNoReplyErrorCode);
+            expected);
 }
 
 TEST_F(EventsServiceClientTest, AServiceThatDoesNotAnswerIsAnErrorAfterAWhile) {
-  EXPECT_EQ(codeFrom(
+  EXPECT_EQ(errorFrom(
                 [](int connection) {
                   receive(connection);
                   receive(connection);
                 },
                 50ms),
-            kEventsTimedOutErrorCode);
+            ownError(kEventsTimedOutErrorCode, "the service does not answer"));
 }
 
 TEST_F(EventsServiceClientTest, AnAbsentServiceIsAnErrorThatNamesTheSocket) {
   EventsServiceClient client(path());
-  const auto error = load(client);
-  ASSERT_TRUE(error);
-  EXPECT_EQ(error->code, ENOENT);
-  EXPECT_THAT(error->localizedDescription(), HasSubstr(path()));
+  EXPECT_EQ(load(client), ownError(ENOENT, "No such file or directory"));
   EventsServiceClient far(std::string(200, 'x'));
   EXPECT_EQ(load(far)->code, ENAMETOOLONG);
 }
@@ -225,6 +233,7 @@ TEST_F(EventsServiceClientTest, AReplyMayAskFurther) {
 }
 
 TEST_F(EventsServiceClientTest, WhenTheClientGoesEverybodyIsAnswered) {
+  const Error expected = ownError(kEventsCancelledErrorCode, "the request was given up");
   std::atomic<int> cancelled = 0;
   std::promise<void> arrived;
   std::atomic<bool> first = true;
@@ -238,13 +247,47 @@ TEST_F(EventsServiceClientTest, WhenTheClientGoesEverybodyIsAnswered) {
   {
     EventsServiceClient client(path());
     for (int number = 0; number < 5; ++number) {
-      client.enableMonitorBundleWithName("x", [&](const std::optional<Error>& error) {
-        cancelled += error && error->code == kEventsCancelledErrorCode ? 1 : 0;
-      });
+      client.enableMonitorBundleWithName(
+          "x", [&](const std::optional<Error>& error) { cancelled += error == expected ? 1 : 0; });
     }
     arrived.get_future().wait();
   }
   EXPECT_EQ(cancelled, 5);
+}
+
+TEST_F(EventsServiceClientTest, WhatAReplyAsksWhileTheClientGoesIsAnsweredToo) {
+  std::promise<void> arrived;
+  std::atomic<bool> first = true;
+  const Service service(path(), [&](int connection) {
+    if (first.exchange(false)) {
+      arrived.set_value();
+    }
+    receive(connection);
+    receive(connection);
+  });
+  std::optional<Error> answer;
+  {
+    EventsServiceClient client(path());
+    client.loadMonitorBundleWithPath("/x", [&](const std::optional<Error>&) {
+      client.enableMonitorBundleWithName(
+          "x", [&](std::optional<Error> error) { answer = std::move(error); });
+    });
+    arrived.get_future().wait();
+  }
+  EXPECT_EQ(answer, ownError(kEventsCancelledErrorCode, "the request was given up"));
+}
+
+TEST_F(EventsServiceClientTest, WithoutAThreadARequestIsAnsweredAtOnce) {
+  const Service service(path(), [&](int connection) {
+    receive(connection);
+    send(connection, kSuccess);
+  });
+  EventsServiceClient client(path());
+  {
+    const NoMoreThreads limit;
+    EXPECT_EQ(load(client), makeError(kEventsErrorDomain, EAGAIN, "No thread can be started."));
+  }
+  EXPECT_EQ(load(client), std::nullopt);
 }
 
 }  // namespace

@@ -54,5 +54,19 @@ TEST(RegularFile, NamesTheFileInItsError) {
             "Cannot read /nonexistent/file: No such file or directory");
 }
 
+TEST(RegularFile, APrivateFileIsReadByItsOwnerOnly) {
+  const TemporaryDirectory directory;
+  const std::string path = directory.write("file", "secret").string();
+  ASSERT_EQ(::chmod(path.c_str(), 0600), 0);
+  EXPECT_EQ(contentsOfPrivateFile(path, 6, nullptr), "secret");
+  ASSERT_EQ(::chmod(path.c_str(), 0640), 0);
+  std::optional<Error> error = makeError("Other", 1, "an earlier one");
+  EXPECT_EQ(contentsOfPrivateFile(path, 6, &error), std::nullopt);
+  EXPECT_EQ(error,
+            makeError(kPOSIXErrorDomain, EPERM,
+                      "Cannot read " + path + ": others than its owner can read or write it"));
+  EXPECT_EQ(contentsOfRegularFile(path, 6, nullptr), "secret");
+}
+
 }  // namespace
 }  // namespace velto

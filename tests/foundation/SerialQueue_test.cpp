@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/NoMoreThreads.h"
+
 namespace velto {
 namespace {
 
@@ -65,6 +67,64 @@ TEST(SerialQueue, MayBeDestroyedByAJob) {
   isFull.set_value();
   isDone->get_future().wait();
   EXPECT_EQ(queue, nullptr);
+}
+
+TEST(SerialQueue, KeepsNothingOfAJobThatIsDone) {
+  SerialQueue queue;
+  const auto held = std::make_shared<int>();
+  std::promise<bool> isGone;
+  queue.perform([held] {});
+  queue.perform([&] { isGone.set_value(held.use_count() == 1); });
+  EXPECT_TRUE(isGone.get_future().get());
+}
+
+TEST(SerialQueue, JobsMayAddJobsWhileItGoes) {
+  std::vector<int> done;
+  std::promise<void> isGoing;
+  {
+    SerialQueue queue;
+    queue.perform([&] {
+      isGoing.get_future().wait();
+      queue.perform([&] {
+        queue.perform([&] { done.push_back(2); });
+        done.push_back(1);
+      });
+    });
+    isGoing.set_value();
+  }
+  EXPECT_EQ(done, (std::vector<int>{1, 2}));
+}
+
+TEST(SerialQueue, AJobThatNoThreadCanDoIsDropped) {
+  std::vector<int> done;
+  {
+    SerialQueue queue;
+    {
+      const NoMoreThreads limit;
+      EXPECT_FALSE(queue.start());
+      EXPECT_FALSE(queue.perform([&] { done.push_back(1); }));
+    }
+    EXPECT_TRUE(queue.perform([&] { done.push_back(2); }));
+  }
+  EXPECT_EQ(done, std::vector<int>{2});
+}
+
+TEST(SerialQueue, OnceStartedItTakesEveryJob) {
+  bool isDone = false;
+  {
+    SerialQueue queue;
+    EXPECT_TRUE(queue.start());
+    const NoMoreThreads limit;
+    EXPECT_TRUE(queue.start());
+    EXPECT_TRUE(queue.perform([&] { isDone = true; }));
+  }
+  EXPECT_TRUE(isDone);
+}
+
+TEST(SerialQueue, WithoutAJobItJustGoes) {
+  const SerialQueue unused;
+  SerialQueue started;
+  EXPECT_TRUE(started.start());
 }
 
 }  // namespace

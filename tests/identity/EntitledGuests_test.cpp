@@ -11,6 +11,7 @@
 #include "platform/foundation/FileManager.h"
 #include "tests/identity/Peer.h"
 #include "tests/support/FakeLog.h"
+#include "tests/support/SkipOrFail.h"
 
 namespace velto {
 namespace {
@@ -24,7 +25,7 @@ class EntitledGuestsTest : public testing::Test {
  protected:
   void SetUp() override {
     if (geteuid() != 0) {
-      GTEST_SKIP() << "only root can write rules";
+      return skipOrFail("only root can write rules");
     }
     for (const char* folder : {"etc", "usr"}) {
       std::filesystem::create_directory(directory_.path() / folder);

@@ -17,16 +17,17 @@ const Dictionary kGranted = {{"right", "yes"}};
 /// Whether a rule of these conditions can be made and holds.
 bool holds(Dictionary conditions, const Guest& guest) {
   conditions.emplace("Entitlements", kGranted);
-  std::string reason;
-  const auto rule = EntitlementRule::fromPropertyList(conditions, reason);
-  EXPECT_TRUE(rule) << reason;
+  std::optional<Error> error;
+  const auto rule = EntitlementRule::fromPropertyList(conditions, &error);
+  EXPECT_TRUE(rule) << error->localizedDescription();
   return rule && rule->holdsFor(guest);
 }
 
 std::string refusal(const PropertyList& value) {
-  std::string reason;
-  EXPECT_FALSE(EntitlementRule::fromPropertyList(value, reason));
-  return reason;
+  std::optional<Error> error;
+  EXPECT_FALSE(EntitlementRule::fromPropertyList(value, &error));
+  EXPECT_TRUE(error && error->domain == kEntitlementErrorDomain);
+  return error ? error->localizedDescription() : "";
 }
 
 std::string ownExecutable() {
@@ -45,9 +46,8 @@ TEST(EntitlementRule, NeedsEntitlementsAndALastingCondition) {
 }
 
 TEST(EntitlementRule, GivesItsEntitlements) {
-  std::string reason;
   const auto rule = EntitlementRule::fromPropertyList(
-      Dictionary{{"User", 5}, {"Entitlements", kGranted}}, reason);
+      Dictionary{{"User", 5}, {"Entitlements", kGranted}}, nullptr);
   ASSERT_TRUE(rule);
   EXPECT_EQ(rule->entitlements(), kGranted);
 }

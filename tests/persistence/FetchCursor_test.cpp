@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <sqlite3.h>
 
+#include "platform/persistence/SQLiteConnection.h"
 #include "tests/persistence/TestStore.h"
 
 namespace velto {
@@ -141,6 +142,16 @@ TEST_F(FetchCursorTest, GivesWhatHasChangedAsItIs) {
   fetchThings(*context, thingRequest("name = %@", {std::string("1")})).front().setName("new");
   expectSaved(*context);
   EXPECT_THAT(readAll(*all, 1), ElementsAre("new"));
+}
+
+TEST_F(FetchCursorTest, WhoseKeyIsChangedToALaterOneComesAgain) {
+  fill({3, 2, 1});
+  const auto all = cursor(newestFirst(thingRequest()), 2);
+  EXPECT_THAT(read(*all, 1), ElementsAre("0"));
+  const auto context = store_.context();
+  fetchThings(*context, thingRequest("name = %@", {std::string("0")})).front().setDate(Date(1.5));
+  expectSaved(*context);
+  EXPECT_THAT(readAll(*all, 1), ElementsAre("1", "0", "2"));
 }
 
 TEST_F(FetchCursorTest, WithoutAStoreThereIsAnError) {

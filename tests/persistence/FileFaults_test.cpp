@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
+#include "platform/persistence/FetchCursor.h"
 #include "tests/persistence/StoreContent.h"
 #include "tests/persistence/TestStore.h"
 #include "tests/support/InterceptedFiles.h"
@@ -163,11 +164,12 @@ INSTANTIATE_TEST_SUITE_P(Store, SaveFault, ::testing::ValuesIn(kSaveFaults), nam
 class OpeningFault : public ::testing::TestWithParam<Case> {};
 
 /// Opens with each call failing in turn, until none fails any more; the files stay openable.
-void openThroughEachFault(FaultyFiles& faults, const Fault& fault, const std::string& path) {
+void openThroughEachFault(FaultyFiles& faults, const Fault& fault, const std::string& path,
+                          const DirectoryEntries& entries) {
   int failed = 0;
   for (int number = 1; number == 1 || faults.failures() != 0; ++number) {
     SCOPED_TRACE(number);
-    PersistentStoreCoordinator coordinator(thingModel());
+    PersistentStoreCoordinator coordinator(thingModel(), entries);
     std::optional<Error> error;
     faults.arm(fault, number);
     const bool opened = coordinator.addPersistentStore(path, &error);
@@ -191,7 +193,7 @@ TEST_P(OpeningFault, OfANewStoreLeavesNothingInTheWay) {
     SCOPED_TRACE(number);
     std::filesystem::remove(path);
     {
-      PersistentStoreCoordinator coordinator(thingModel());
+      PersistentStoreCoordinator coordinator(thingModel(), files);
       faults.arm(GetParam().fault, number);
       coordinator.addPersistentStore(path, nullptr);
       faults.disarm();
@@ -214,7 +216,7 @@ TEST_P(OpeningFault, OfAStoreWithALogLosesNothing) {
   const std::string path = directory.path() / "store.db";
   std::filesystem::copy(store.path(), path);
   std::filesystem::copy(store.path() + "-wal", path + "-wal");
-  openThroughEachFault(faults, GetParam().fault, path);
+  openThroughEachFault(faults, GetParam().fault, path, files);
   EXPECT_EQ(recoveredContent(path), contentOf(*store.context()));
 }
 
@@ -224,9 +226,27 @@ const Case kOpeningFaults[] = {
     {"SyncError", {{Kind::kSync}, SQLITE_IOERR_FSYNC}},
     {"ReadError", {{Kind::kRead}, SQLITE_IOERR_READ}},
     {"OpenError", {{Kind::kOpen}, SQLITE_CANTOPEN}},
+    {"DirectorySyncError", {{Kind::kSyncDirectory}, SQLITE_IOERR_DIR_FSYNC}},
 };
 
 INSTANTIATE_TEST_SUITE_P(Store, OpeningFault, ::testing::ValuesIn(kOpeningFaults), nameOf);
+
+TEST(FailedRename, LeavesNoStoreAndNothingInTheWay) {
+  FaultyFiles faults;
+  const InterceptedFiles files(faults);
+  const TemporaryDirectory directory;
+  const std::string path = directory.path() / "store.db";
+  {
+    PersistentStoreCoordinator coordinator(thingModel(), files);
+    std::optional<Error> error;
+    faults.arm({{Kind::kRename}, SQLITE_IOERR}, 1);
+    EXPECT_FALSE(coordinator.addPersistentStore(path, &error));
+    EXPECT_EQ(error->code, SQLITE_CANTOPEN);
+    EXPECT_EQ(error->localizedDescription(), path + ": Input/output error");
+  }
+  EXPECT_TRUE(std::filesystem::is_empty(directory.path()));
+  EXPECT_THAT(recoveredContent(path), IsEmpty());
+}
 
 void expectUntrusted(ManagedObjectContext& context) {
   std::optional<Error> error;
@@ -295,6 +315,46 @@ TEST(ReadError, FailsTheFetchAndNoMore) {
     EXPECT_THAT(names(*store.context(), thingRequest()), ElementsAre("thing"));
   }
   EXPECT_GT(failed, 0);
+}
+
+/// Reads on from where the cursor is, to the end or an error; how many records there were.
+std::size_t readOn(FetchCursor& cursor, ErrorSlot error) {
+  std::size_t count = 0;
+  const auto takeOne = [&](const Thing&) {
+    ++count;
+    return false;
+  };
+  while (cursor.read<Thing>(takeOne, error)) {
+  }
+  return count;
+}
+
+TEST(ReadError, LeavesACursorWhereItWas) {
+  constexpr std::size_t kThings = 3000;
+  FaultyFiles faults;
+  const InterceptedFiles files(faults);
+  const TestStore store;
+  const auto context = store.context();
+  for (std::size_t count = 0; count < kThings; ++count) {
+    insertThing(*context, "thing", static_cast<double>(count));
+  }
+  FetchRequest request = thingRequest("name = %@", {std::string("thing")});
+  request.setSortDescriptors({{.key = "date", .ascending = false}});
+  int failed = 0;
+  for (int number = 1; number == 1 || faults.failures() != 0; ++number) {
+    SCOPED_TRACE(number);
+    insertThing(*context, "another");  // so that no reader knows the pages any more
+    expectSaved(*context);
+    FetchCursor cursor(store.coordinator(), request, kThings / 2);
+    std::optional<Error> error;
+    faults.arm({{Kind::kRead}, SQLITE_IOERR_READ}, number);
+    const std::size_t before = readOn(cursor, &error);
+    faults.disarm();
+    EXPECT_EQ(error.has_value(), before < kThings);
+    failed += error ? 1 : 0;
+    EXPECT_EQ(before + readOn(cursor, nullptr), kThings);
+  }
+  EXPECT_GT(failed, 5);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/persistence/TestStore.h"
+#include "tests/support/NoMoreThreads.h"
 
 namespace velto {
 namespace {
@@ -114,6 +115,20 @@ TEST(PersistenceThreads, FetchSeesAllOfASaveOrNothing) {
     } while (writing > 0);
   });
   EXPECT_EQ(names(*store.context(), thingRequest()).size(), 160U);
+}
+
+TEST(PersistenceThreads, AStoreIsNotOpenedWithoutThem) {
+  const TemporaryDirectory directory;
+  const std::string path = directory.path() / "store.db";
+  PersistentStoreCoordinator coordinator(thingModel());
+  std::optional<Error> error;
+  {
+    const NoMoreThreads limit;
+    EXPECT_FALSE(coordinator.addPersistentStore(path, &error));
+  }
+  EXPECT_EQ(error, makeError(kPersistenceErrorDomain, kNoStoreErrorCode,
+                             path + ": no thread to save with: Resource temporarily unavailable"));
+  EXPECT_TRUE(coordinator.addPersistentStore(path, nullptr));
 }
 
 }  // namespace

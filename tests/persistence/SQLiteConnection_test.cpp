@@ -5,7 +5,7 @@
 #include <gmock/gmock.h>
 #include <sqlite3.h>
 
-#include "platform/persistence/PersistentStoreCoordinator.h"
+#include "platform/persistence/PersistenceErrors.h"
 #include "tests/persistence/OpenStore.h"
 #include "tests/persistence/TestStore.h"
 

@@ -15,8 +15,9 @@ namespace {
 
 constexpr std::size_t kManyThings = 12;
 
-std::shared_ptr<PersistentStoreCoordinator> opened(const std::string& path) {
-  auto coordinator = std::make_shared<PersistentStoreCoordinator>(thingModel());
+std::shared_ptr<PersistentStoreCoordinator> opened(const std::string& path,
+                                                   const DirectoryEntries& entries) {
+  auto coordinator = std::make_shared<PersistentStoreCoordinator>(thingModel(), entries);
   std::optional<Error> error;
   EXPECT_TRUE(coordinator->addPersistentStore(path, &error)) << error->localizedDescription();
   return coordinator;
@@ -75,10 +76,11 @@ std::string integrityOf(const std::string& path) {
   return answer;
 }
 
-std::vector<std::string> recoveredContent(const std::string& path) {
+std::vector<std::string> recoveredContent(const std::string& path,
+                                          const DirectoryEntries& entries) {
   std::vector<std::string> content;
   {
-    const auto coordinator = opened(path);
+    const auto coordinator = opened(path, entries);
     ManagedObjectContext context;
     context.setPersistentStoreCoordinator(coordinator);
     content = contentOf(context);
@@ -87,7 +89,7 @@ std::vector<std::string> recoveredContent(const std::string& path) {
     EXPECT_EQ(integrityOf(path), "ok");
   }
   ManagedObjectContext context;
-  context.setPersistentStoreCoordinator(opened(path));
+  context.setPersistentStoreCoordinator(opened(path, entries));
   EXPECT_EQ(contentOf(context).size(), content.size() + 1);
   return content;
 }

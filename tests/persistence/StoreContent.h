@@ -19,9 +19,10 @@ void changeAtRandom(ManagedObjectContext& context, std::mt19937& random);
 /// What `PRAGMA integrity_check` says of a file.
 std::string integrityOf(const std::string& path);
 
-/// Opens what a stop has left, as a coordinator does, and gives what it holds. Expects that the
+/// Opens what a stop has left, as a coordinator does, and returns what it holds. Expects that the
 /// file is whole, and that saving works and lasts.
-std::vector<std::string> recoveredContent(const std::string& path);
+std::vector<std::string> recoveredContent(
+    const std::string& path, const DirectoryEntries& entries = DirectoryEntries::system());
 
 /// Gives the store, which is new, pages of a quarter of their size. The log is counted in pages, so
 /// the first checkpoint comes after a quarter of the bytes.

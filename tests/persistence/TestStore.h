@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/persistence/DirectoryEntries.h"
 #include "platform/persistence/ManagedObjectContext.h"
 #include "platform/persistence/PersistentStoreCoordinator.h"
 #include "tests/support/TemporaryDirectory.h"
@@ -49,7 +50,10 @@ class Thing : public ManagedObject {
 /// A store of the test model in a directory of its own.
 class TestStore {
  public:
-  TestStore() { open(); }
+  explicit TestStore(const DirectoryEntries& entries = DirectoryEntries::system())
+      : entries_(entries) {
+    open();
+  }
 
   std::string path() const { return directory_.path() / "store.db"; }
   const std::shared_ptr<PersistentStoreCoordinator>& coordinator() const { return coordinator_; }
@@ -63,12 +67,13 @@ class TestStore {
 
   void close() { coordinator_.reset(); }
   void open() {
-    coordinator_ = std::make_shared<PersistentStoreCoordinator>(thingModel());
+    coordinator_ = std::make_shared<PersistentStoreCoordinator>(thingModel(), entries_);
     std::optional<Error> error;
     EXPECT_TRUE(coordinator_->addPersistentStore(path(), &error)) << error->localizedDescription();
   }
 
  private:
+  const DirectoryEntries& entries_;
   TemporaryDirectory directory_;
   std::shared_ptr<PersistentStoreCoordinator> coordinator_;
 };

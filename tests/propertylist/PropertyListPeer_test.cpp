@@ -11,7 +11,9 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/foundation/Hexadecimal.h"
 #include "tests/propertylist/PropertyListTesting.h"
+#include "tests/support/SkipOrFail.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace velto {
@@ -20,13 +22,7 @@ namespace {
 constexpr unsigned kSeed = 20010101;
 
 std::string hex(std::string_view bytes) {
-  constexpr std::string_view kDigits = "0123456789abcdef";
-  std::string text;
-  for (const char byte : bytes) {
-    const auto code = static_cast<unsigned char>(byte);
-    text += {kDigits[code >> 4], kDigits[code & 0xF]};
-  }
-  return text;
+  return hexadecimal(Data(bytes));
 }
 
 /// The same line of text as the peer makes of an equal value.
@@ -170,9 +166,9 @@ class PropertyListPeer : public ::testing::Test {
   static constexpr const char* kInterpreter = "/usr/bin/python3";
 
   void SetUp() override {
-    if (access(kInterpreter, X_OK) == 0) return;
-    ASSERT_EQ(std::getenv("CI"), nullptr) << "no " << kInterpreter;
-    GTEST_SKIP() << "no " << kInterpreter;
+    if (access(kInterpreter, X_OK) != 0) {
+      skipOrFail(std::string("no ") + kInterpreter);
+    }
   }
 
   void run(const std::string& command, const std::string& more = "") {

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/foundation/UTF8.h"
+
 namespace velto {
 namespace {
 
@@ -20,28 +22,25 @@ TEST(PropertyListUnicode, ConvertsEveryCharacterBothWays) {
   }
 }
 
-TEST(PropertyListUnicode, KnowsNoCharacterBeyondTheLast) {
-  std::string text = "a";
-  EXPECT_FALSE(appendUTF8(text, 0x110000));
-  EXPECT_FALSE(appendUTF8(text, 0xFFFFFFFF));
-  EXPECT_EQ(text, "a");
+TEST(PropertyListUnicode, WritesThePairsThatTheStandardNames) {
+  EXPECT_EQ(utf16FromUTF8("\xF0\x90\x80\x80"), (std::u16string{0xD800, 0xDC00}));
+  EXPECT_EQ(utf16FromUTF8("\xF0\x9F\x94\x94"), (std::u16string{0xD83D, 0xDD14}));
+  EXPECT_EQ(utf16FromUTF8("\xF4\x8F\xBF\xBF"), (std::u16string{0xDBFF, 0xDFFF}));
+  EXPECT_EQ(utf8FromUTF16(std::u16string{u'a', 0xD83D, 0xDD14, 0xFFFF}),
+            "a\xF0\x9F\x94\x94\xEF\xBF\xBF");
 }
 
-TEST(PropertyListUnicode, FindsTheFirstByteThatIsNotUTF8) {
-  EXPECT_EQ(invalidUTF8Offset("ab\x80"), 2U);
-  EXPECT_EQ(invalidUTF8Offset("\xC3\xA9\xC3"), 2U);
-  EXPECT_EQ(invalidUTF8Offset("\xC1\xBF"), 0U);
-  EXPECT_EQ(invalidUTF8Offset("x\xE0\x9F\xBF"), 1U);
-  EXPECT_EQ(invalidUTF8Offset("x\xF0\x8F\xBF\xBF"), 1U);
-  EXPECT_EQ(invalidUTF8Offset("\xF5\x80\x80\x80"), 0U);
-  EXPECT_EQ(invalidUTF8Offset("\xE4\xB8x"), 0U);
-  EXPECT_EQ(invalidUTF8Offset(""), std::nullopt);
+TEST(PropertyListUnicode, RefusesWhatIsNotUTF8) {
+  for (const char* text : {"\x80", "a\xC3", "\xC0\xAF", "\xED\xA0\x80", "\xF4\x90\x80\x80"}) {
+    EXPECT_FALSE(utf16FromUTF8(text)) << text;
+  }
 }
 
 TEST(PropertyListUnicode, RefusesSurrogatesThatStandAlone) {
   for (const std::u16string& units :
        {std::u16string{0xD800}, std::u16string{0xDC00}, std::u16string{0xD800, u'a'},
-        std::u16string{0xDC00, 0xD800}, std::u16string{0xD800, 0xD800, 0xDC00}}) {
+        std::u16string{0xDC00, 0xD800}, std::u16string{0xD800, 0xD800, 0xDC00},
+        std::u16string{u'a', 0xDBFF}, std::u16string{0xD800, 0xDC00, 0xDFFF}}) {
     EXPECT_FALSE(utf8FromUTF16(units));
   }
 }

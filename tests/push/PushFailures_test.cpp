@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 
 #include "tests/push/PushTesting.h"
+#include "tests/support/NoMoreThreads.h"
 
 namespace velto {
 namespace {
@@ -279,6 +280,18 @@ TEST_F(PushFailuresTest, HangingUpTimeAndAgainLeavesNoDescriptor) {
   }
   EXPECT_THAT(send({"ok"}).reports, IsEmpty());
   EXPECT_EQ(openDescriptors(), before);
+}
+
+TEST_F(PushFailuresTest, WithoutAThreadEachNotificationFailsAtOnce) {
+  PushGateway gateway;
+  setIdentity(gateway);
+  {
+    const NoMoreThreads limit;
+    EXPECT_EQ(onlyError({"one", "two"}), makeError(kPushServiceErrorDomain, kPushNoThreadErrorCode,
+                                                   "No thread can be started."));
+  }
+  EXPECT_THAT(send({"three"}).reports, IsEmpty());
+  EXPECT_THAT(arrivals(gateway), ElementsAre(Pair("three", 1)));
 }
 
 }  // namespace

@@ -13,6 +13,7 @@
 #include "tests/foundation/ScopedEnvironment.h"
 #include "tests/support/FakeClock.h"
 #include "tests/support/PushGateway.h"
+#include "tests/support/SkipOrFail.h"
 
 namespace velto {
 
@@ -30,7 +31,7 @@ class PushTest : public ::testing::Test {
  protected:
   void SetUp() override {
     if (!PushGateway::isAvailable()) {
-      GTEST_SKIP() << "node and openssl are needed";
+      return skipOrFail("node and openssl are needed");
     }
     environment_.set("VELTO_ROOT", root_.path().string());
     for (const char* name : {"https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY"}) {

@@ -1,9 +1,11 @@
 #include "store/StoreContainer.h"
 
+#include <cerrno>
 #include <filesystem>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -15,18 +17,53 @@
 #include "store/ADAlertStore.h"
 #include "tests/support/FakeClock.h"
 #include "tests/support/FakeLog.h"
+#include "tests/support/SkipOrFail.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace velto {
 namespace {
 
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 namespace fs = std::filesystem;
 
+/// Passes on what is done to directories, notes which were synced, and lets a sync of one fail.
+class ObservedEntries : public DirectoryEntries {
+ public:
+  explicit ObservedEntries(fs::path failing = {}) : failing_(std::move(failing)) {}
+
+  std::optional<Error> rename(const std::string& from, const std::string& to) const override {
+    return system().rename(from, to);
+  }
+  std::optional<Error> remove(const std::string& file) const override {
+    return system().remove(file);
+  }
+  std::optional<Error> sync(const std::string& directory) const override {
+    synced_.push_back(fs::canonical(directory));
+    return synced_.back() == failing_ ? std::optional(makeError("Test", EIO, "no sync"))
+                                      : std::nullopt;
+  }
+
+  const std::vector<fs::path>& synced() const { return synced_; }
+
+ private:
+  const fs::path failing_;
+  mutable std::vector<fs::path> synced_;
+};
+
 class StoreContainerTest : public ::testing::Test {
  protected:
-  StoreContainer container() { return {resourceDirectory(), directory_.string(), services_}; }
+  StoreServices services(const DirectoryEntries& entries = DirectoryEntries::system()) {
+    return {.bundles = bundles_,
+            .languages = languages_,
+            .entries = entries,
+            .clock = clock_,
+            .log = log_};
+  }
+  StoreContainer container(const DirectoryEntries& entries = DirectoryEntries::system()) {
+    return {resourceDirectory(), directory_.string(), services(entries)};
+  }
 
   TemporaryDirectory root_;
   fs::path directory_ = root_.path() / "Alerts";
@@ -34,8 +71,6 @@ class StoreContainerTest : public ::testing::Test {
   FakeClock clock_;
   AlertBundleRegistry bundles_{root_.path().string(), FileManager::system(), log_};
   DefaultLanguages languages_{root_.path().string(), FileManager::system(), preferredLanguages};
-  const StoreServices services_ = {
-      .bundles = bundles_, .languages = languages_, .clock = clock_, .log = log_};
 };
 
 struct stat statusOf(const fs::path& path) {
@@ -46,7 +81,7 @@ struct stat statusOf(const fs::path& path) {
 
 TEST_F(StoreContainerTest, MakesTheMissingDirectoryForRootAlone) {
   if (geteuid() != 0) {
-    GTEST_SKIP() << "only root can give a directory to root";
+    return skipOrFail("only root can give a directory to root");
   }
   umask(0022);
   auto stores = container();
@@ -56,6 +91,32 @@ TEST_F(StoreContainerTest, MakesTheMissingDirectoryForRootAlone) {
   EXPECT_EQ(status.st_gid, 0u);
   EXPECT_EQ(status.st_mode & 07777u, 0750u);
   EXPECT_TRUE(fs::is_regular_file(directory_ / "alertData.db"));
+}
+
+TEST_F(StoreContainerTest, TheNameOfTheDirectoryLastsBeforeTheStoreIsThere) {
+  for (const char* start : {"makes it", "finds it"}) {
+    SCOPED_TRACE(start);
+    const ObservedEntries entries;
+    auto stores = container(entries);
+    ASSERT_NE(stores.persistentStoreCoordinator(), nullptr);
+    EXPECT_THAT(entries.synced(), Contains(fs::canonical(root_.path())));
+    EXPECT_THAT(entries.synced(), Contains(fs::canonical(directory_)));
+  }
+}
+
+TEST_F(StoreContainerTest, ADirectoryWhoseNameMayNotLastIsNoStore) {
+  for (const fs::path& failing : {root_.path(), directory_}) {
+    SCOPED_TRACE(failing);
+    const ObservedEntries entries(failing);
+    auto stores = container(entries);
+    EXPECT_EQ(stores.persistentStoreCoordinator(), nullptr);
+    ADAlertStore store(stores);
+    EXPECT_FALSE(store.save(nullptr));
+  }
+  EXPECT_THAT(log_.lines(), ElementsAre("no sync", "Failed to initialize the store",
+                                        HasSubstr("alertData.db: Input/output error"),
+                                        "Failed to initialize the store"));
+  EXPECT_NE(container().persistentStoreCoordinator(), nullptr) << "when it lasts";
 }
 
 TEST_F(StoreContainerTest, LeavesAnExistingDirectoryAsItIs) {
@@ -97,7 +158,7 @@ TEST_F(StoreContainerTest, AFileInPlaceOfTheDirectoryIsLeftAlone) {
 
 TEST_F(StoreContainerTest, ADirectoryThatMayNotBeEnteredIsNoStore) {
   if (geteuid() != 0) {
-    GTEST_SKIP() << "only root can act as somebody else";
+    return skipOrFail("only root can act as somebody else");
   }
   auto stores = container();
   ASSERT_NE(stores.managedObjectModel(), nullptr);
@@ -139,7 +200,7 @@ TEST_F(StoreContainerTest, AFileOfAnotherProgramStaysBitForBit) {
 
 TEST_F(StoreContainerTest, WithoutAModelThereIsNoStore) {
   const TemporaryDirectory empty;
-  StoreContainer stores(empty.path().string(), directory_.string(), services_);
+  StoreContainer stores(empty.path().string(), directory_.string(), services());
   EXPECT_EQ(stores.persistentStoreCoordinator(), nullptr);
   EXPECT_EQ(stores.persistentStoreCoordinator(), nullptr);
   EXPECT_FALSE(fs::exists(directory_));
@@ -149,7 +210,7 @@ TEST_F(StoreContainerTest, WithoutAModelThereIsNoStore) {
 TEST_F(StoreContainerTest, ADamagedModelIsNoModel) {
   const TemporaryDirectory resources;
   resources.write("Alerts.model", "{ Entities = ( { Name = ADAlert; Attributes = ( { Na");
-  StoreContainer stores(resources.path().string(), directory_.string(), services_);
+  StoreContainer stores(resources.path().string(), directory_.string(), services());
   EXPECT_EQ(stores.managedObjectModel(), nullptr);
 }
 
@@ -158,7 +219,7 @@ TEST_F(StoreContainerTest, AModelOfOtherEntitiesIsNoModel) {
   resources.write("Alerts.model",
                   "{ Entities = ( { Name = ADAlert; Attributes = ( { Name = type; "
                   "Type = string; } ); Indexes = (); } ); }");
-  StoreContainer stores(resources.path().string(), directory_.string(), services_);
+  StoreContainer stores(resources.path().string(), directory_.string(), services());
   EXPECT_EQ(stores.managedObjectModel(), nullptr);
 }
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <functional>
 #include <optional>
 #include <utility>
 
@@ -13,7 +12,7 @@ struct ErrorAnswer {
   int calls = 0;
   std::optional<Error> error;
 
-  std::function<void(std::optional<Error>)> block() {
+  ErrorReply block() {
     return [this](std::optional<Error> why) {
       ++calls;
       error = std::move(why);

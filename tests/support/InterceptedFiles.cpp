@@ -1,9 +1,12 @@
 #include "tests/support/InterceptedFiles.h"
 
+#include <cerrno>
 #include <new>
 #include <utility>
 
 #include <gtest/gtest.h>
+
+#include "platform/foundation/FileManager.h"
 
 namespace velto {
 
@@ -126,7 +129,7 @@ int openFile(sqlite3_vfs* base, const char* name, sqlite3_file* memory, int flag
 
 int deleteFile(sqlite3_vfs* base, const char* name, int syncDirectory) {
   FileSystem& files = fileSystemOf(base);
-  const auto verdict = files.observer.before({Kind::kDelete, name, syncDirectory, {}});
+  const auto verdict = files.observer.before({Kind::kDelete, name, 0, {}});
   return verdict.result != SQLITE_OK ? verdict.result
                                      : files.real.xDelete(&files.real, name, syncDirectory);
 }
@@ -149,6 +152,28 @@ InterceptedFiles::InterceptedFiles(FileObserver& observer)
 InterceptedFiles::~InterceptedFiles() {
   sqlite3_vfs_unregister(registration_.get());
   sqlite3_vfs_register(&registration_->real, 1);
+}
+
+std::optional<Error> InterceptedFiles::rename(const std::string& from,
+                                              const std::string& to) const {
+  const auto failed = failure({Kind::kRename, from, 0, to});
+  return failed ? failed : DirectoryEntries::system().rename(from, to);
+}
+
+std::optional<Error> InterceptedFiles::remove(const std::string& file) const {
+  const auto failed = failure({Kind::kDelete, file, 0, {}});
+  return failed ? failed : DirectoryEntries::system().remove(file);
+}
+
+std::optional<Error> InterceptedFiles::sync(const std::string& directory) const {
+  return failure({Kind::kSyncDirectory, directory, 0, {}});
+}
+
+/// Why the observer does not let the call be made.
+std::optional<Error> InterceptedFiles::failure(const FileCall& call) const {
+  return registration_->observer.before(call).result == SQLITE_OK
+             ? std::nullopt
+             : std::optional(makeError(kPOSIXErrorDomain, EIO, call.path));
 }
 
 }  // namespace velto

@@ -3,28 +3,30 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include <sqlite3.h>
 
+#include "platform/persistence/DirectoryEntries.h"
+
 namespace velto {
 
-/// One call of SQLite to a file.
+/// One call of SQLite to a file, or one of the store to a directory.
 struct FileCall {
-  enum class Kind { kOpen, kRead, kWrite, kTruncate, kSync, kDelete };
+  enum class Kind { kOpen, kRead, kWrite, kTruncate, kSync, kDelete, kRename, kSyncDirectory };
 
   Kind kind;
   std::string path;
-  /// Of a read or a write; of a truncation, the new size; of a deletion, whether it lasts.
-  std::int64_t offset = 0;
-  std::string data = {};  ///< of a write
+  std::int64_t offset = 0;  ///< of a read or a write; of a truncation, the new size
+  std::string data = {};    ///< of a write; of a renaming, the new path
 };
 
-/// Sees SQLite's calls before they are made, on the threads that make them.
+/// Sees the calls before they are made, on the threads that make them.
 class FileObserver {
  public:
   struct Verdict {
-    int result = SQLITE_OK;   ///< anything else is the call's result, and the call is not made,
+    int result = SQLITE_OK;   ///< anything else fails the call with it, and it is not made,
     std::size_t written = 0;  ///< except for these first bytes of a write
   };
 
@@ -32,18 +34,26 @@ class FileObserver {
   virtual Verdict before(const FileCall& call) = 0;
 };
 
-/// While this object lives, SQLite's files, all of them, go through the observer. Syncs are not
-/// passed on: what a disk holds after one is for the tests to say. One at a time; made and dropped
-/// while no connection is open.
-class InterceptedFiles {
+/// While this object lives, SQLite's files, all of them, go through the observer, and so does what
+/// a store changes in directories, when it is made with this object. Syncs are not passed on: what
+/// a disk holds after one is for the tests to say. One at a time; made and dropped while no
+/// connection is open.
+class InterceptedFiles : public DirectoryEntries {
  public:
   explicit InterceptedFiles(FileObserver& observer);
-  ~InterceptedFiles();
+  ~InterceptedFiles() override;
   InterceptedFiles(const InterceptedFiles&) = delete;
   InterceptedFiles& operator=(const InterceptedFiles&) = delete;
 
+  std::optional<Error> rename(const std::string& from, const std::string& to) const override;
+  std::optional<Error> remove(const std::string& file) const override;
+  std::optional<Error> sync(const std::string& directory) const override;
+
  private:
   struct Registration;
+
+  std::optional<Error> failure(const FileCall& call) const;
+
   std::unique_ptr<Registration> registration_;
 };
 

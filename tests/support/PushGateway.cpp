@@ -52,12 +52,8 @@ const std::filesystem::path& testCertificates() {
 }
 
 bool PushGateway::isAvailable() {
-  const bool isThere =
-      ::access(VELTO_TEST_NODE, X_OK) == 0 && std::system("openssl version >/dev/null 2>&1") == 0;
-  if (!isThere && std::getenv("CI") != nullptr) {
-    throw std::runtime_error("node or openssl is missing");
-  }
-  return isThere;
+  return ::access(VELTO_TEST_NODE, X_OK) == 0 &&
+         std::system("openssl version >/dev/null 2>&1") == 0;
 }
 
 PushGateway::PushGateway(const std::string& options) {

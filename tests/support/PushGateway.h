@@ -22,7 +22,7 @@ const std::filesystem::path& testCertificates();
 /// with this object.
 class PushGateway {
  public:
-  /// Whether node and openssl are there. Where CI is set they must be.
+  /// Whether node and openssl are there.
   static bool isAvailable();
 
   /// `options` as gateway.js takes them, a JSON object.

@@ -60,8 +60,11 @@ class ScratchSystem {
   AlertBundleRegistry bundles{bundlesDirectory().string(), fileManager, log};
   DefaultLanguages languages{bundlesDirectory().string(), fileManager,
                              [this] { return userLanguages; }};
-  const StoreServices storeServices = {
-      .bundles = bundles, .languages = languages, .clock = clock, .log = log};
+  const StoreServices storeServices = {.bundles = bundles,
+                                       .languages = languages,
+                                       .entries = DirectoryEntries::system(),
+                                       .clock = clock,
+                                       .log = log};
   StoreContainer container{resourceDirectory(), path(kStoreDirectory).string(), storeServices};
   FakePushProvider* provider = nullptr;  ///< the pusher's
   ADAlertPusher pusher;

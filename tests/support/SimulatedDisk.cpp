@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <fstream>
-#include <utility>
+#include <string_view>
 
 #include "tests/support/TemporaryDirectory.h"
 
@@ -56,61 +56,89 @@ void changeByChance(std::string& content, const FileCall& call, std::mt19937& ch
 
 SimulatedDisk::SimulatedDisk(const fs::path& directory) {
   for (const auto& entry : fs::directory_iterator(directory)) {
-    files_[entry.path()] = {readFile(entry.path()), {}, true, std::nullopt};
+    names_[entry.path()] = std::make_shared<File>(File{readFile(entry.path()), {}});
   }
+  certainNames_ = names_;
 }
 
 void SimulatedDisk::apply(const FileCall& call) {
   switch (call.kind) {
+    case FileCall::Kind::kOpen:
+      file(call.path);
+      break;
+    case FileCall::Kind::kRead:
+      break;
     case FileCall::Kind::kWrite:
     case FileCall::Kind::kTruncate:
-      files_[call.path].pending.push_back(call);
+      file(call.path).pending.push_back(call);
       break;
     case FileCall::Kind::kSync: {
-      File& file = files_[call.path];
-      for (const FileCall& pending : file.pending) {
-        change(file.certain, pending);
+      File& synced = file(call.path);
+      for (const FileCall& pending : std::exchange(synced.pending, {})) {
+        change(synced.certain, pending);
       }
-      file = {std::move(file.certain), {}, true, std::nullopt};
       break;
     }
     case FileCall::Kind::kDelete:
-      if (call.offset == 0 && isCertain(call.path)) {
-        files_[call.path] = {"", {}, false, files_[call.path].certain};
-      } else {
-        files_.erase(call.path);
-      }
+      changeNames({{call.path, nullptr}});
       break;
-    case FileCall::Kind::kOpen:
-    case FileCall::Kind::kRead:
+    case FileCall::Kind::kRename:
+      changeNames({{call.path, nullptr}, {call.data, names_.at(call.path)}});
+      break;
+    case FileCall::Kind::kSyncDirectory:
+      syncDirectory();
       break;
   }
 }
 
-void SimulatedDisk::applyFailedSync(const std::string& path) {
-  files_[path].pending.clear();
+void SimulatedDisk::applyFailedSync(const FileCall& sync) {
+  if (sync.kind == FileCall::Kind::kSyncDirectory) {
+    nameChanges_.clear();
+  } else {
+    file(sync.path).pending.clear();
+  }
+}
+
+/// The file of the name, which is made when there is none.
+SimulatedDisk::File& SimulatedDisk::file(const std::string& path) {
+  if (!names_.contains(path)) {
+    changeNames({{path, std::make_shared<File>()}});
+  }
+  return *names_.at(path);
+}
+
+void SimulatedDisk::changeNames(NameChange change) {
+  apply(change, names_);
+  nameChanges_.push_back(std::move(change));
+}
+
+void SimulatedDisk::syncDirectory() {
+  for (const NameChange& change : std::exchange(nameChanges_, {})) {
+    apply(change, certainNames_);
+  }
+}
+
+void SimulatedDisk::apply(const NameChange& change, Names& names) {
+  for (const auto& [path, file] : change) {
+    if (file == nullptr) {
+      names.erase(path);
+    } else {
+      names[path] = file;
+    }
+  }
 }
 
 bool SimulatedDisk::isCertain(const std::string& path) const {
-  const auto found = files_.find(path);
-  return found != files_.end() && found->second.hasCertainName && found->second.pending.empty();
+  const auto found = names_.find(path);
+  return found != names_.end() && found->second->pending.empty();
 }
 
-std::optional<std::string> SimulatedDisk::content(const File& file, Failure failure,
-                                                  std::mt19937& chance) {
+std::string SimulatedDisk::content(const File& file, Failure failure, std::mt19937& chance) {
+  std::string content = file.certain;
   if (failure == Failure::kLosesNothing) {
-    const bool isThere = file.hasCertainName || !file.pending.empty();
-    std::string content = file.certain;
     std::for_each(file.pending.begin(), file.pending.end(),
                   [&](const FileCall& call) { change(content, call); });
-    return isThere ? std::optional(content) : std::nullopt;
-  }
-  const bool losesAll = failure == Failure::kLosesAll;
-  if (!file.hasCertainName && (losesAll || toss(chance))) {
-    return file.former;
-  }
-  std::string content = file.certain;
-  if (!losesAll) {
+  } else if (failure == Failure::kLosesTearsMixes) {
     std::vector<FileCall> calls = file.pending;
     std::shuffle(calls.begin(), calls.end(), chance);
     for (const FileCall& call : calls) {
@@ -121,10 +149,16 @@ std::optional<std::string> SimulatedDisk::content(const File& file, Failure fail
 }
 
 void SimulatedDisk::fail(Failure failure, std::mt19937& chance, const fs::path& directory) const {
-  for (const auto& [path, file] : files_) {
-    if (const auto bytes = content(file, failure, chance)) {
-      std::ofstream(directory / fs::path(path).filename(), std::ios::binary) << *bytes;
+  Names names = certainNames_;
+  for (const NameChange& change : nameChanges_) {
+    if (failure == Failure::kLosesNothing ||
+        (failure == Failure::kLosesTearsMixes && toss(chance))) {
+      apply(change, names);
     }
+  }
+  for (const auto& [path, file] : names) {
+    std::ofstream(directory / fs::path(path).filename(), std::ios::binary)
+        << content(*file, failure, chance);
   }
 }
 

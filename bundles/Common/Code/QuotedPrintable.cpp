@@ -1,5 +1,7 @@
 #include "bundles/Common/Code/QuotedPrintable.h"
 
+#include "platform/foundation/Hexadecimal.h"
+
 namespace velto {
 namespace {
 
@@ -22,9 +24,9 @@ std::string encodedFirst(std::string_view rest, bool isAtStart) {
   if (isLiteral(rest, isAtStart)) {
     return std::string(rest.substr(0, 1));
   }
-  constexpr std::string_view kDigits = "0123456789ABCDEF";
-  const auto byte = static_cast<unsigned char>(rest.front());
-  return {'=', kDigits[byte >> 4], kDigits[byte & 15]};
+  std::string encoded = "=";
+  appendHexadecimal(encoded, static_cast<std::uint8_t>(rest.front()), HexadecimalCase::kUpper);
+  return encoded;
 }
 
 void appendLine(std::string_view line, std::string& result) {

@@ -1,0 +1,143 @@
+#include "platform/connection/VarlinkClient.h"
+
+#include <array>
+#include <cerrno>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <system_error>
+
+#include <boost/json/serialize.hpp>
+#include <boost/json/string.hpp>
+
+#include "platform/foundation/TimerDescriptor.h"
+
+namespace velto {
+namespace {
+
+constexpr std::size_t kInputChunk = std::size_t{64} * 1024;
+
+void fail(ErrorSlot error, int code, std::string_view why) {
+  setIfEmpty(error, makeError(kVarlinkClientErrorDomain, code, why));
+}
+
+void failSystemCall(ErrorSlot error, int errorNumber) {
+  fail(error, errorNumber, std::generic_category().message(errorNumber));
+}
+
+/// Connects, also when a signal comes in between.
+int connectTo(int socket, const sockaddr_un& address) {
+  int result = 0;
+  do {
+    result = ::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address));
+  } while (result != 0 && errno == EINTR);
+  return result;
+}
+
+std::string callText(std::string_view method, std::string_view parameters, ReplyMode mode) {
+  std::string text = R"({"method":)" + boost::json::serialize(boost::json::string(method));
+  if (!parameters.empty()) text.append(R"(,"parameters":)").append(parameters);
+  if (mode == ReplyMode::kPieces) text.append(R"(,"more":true)");
+  if (mode == ReplyMode::kNone) text.append(R"(,"oneway":true)");
+  text.push_back('}');
+  text.push_back('\0');
+  return text;
+}
+
+}  // namespace
+
+std::unique_ptr<VarlinkClient> VarlinkClient::connect(const std::string& path, const Limits& limits,
+                                                      ErrorSlot error) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  if (path.size() >= sizeof(address.sun_path)) {
+    failSystemCall(error, ENAMETOOLONG);
+    return nullptr;
+  }
+  path.copy(address.sun_path, path.size());
+
+  FileDescriptor timer = limits.time ? timerExpiringAfter(*limits.time) : FileDescriptor();
+  if (limits.time && !timer.isOpen()) {
+    failSystemCall(error, errno);
+    return nullptr;
+  }
+  const bool waitsInPoll = limits.time || limits.cancelSignal >= 0;
+  FileDescriptor socket(
+      ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | (waitsInPoll ? SOCK_NONBLOCK : 0), 0));
+  if (!socket.isOpen() || connectTo(socket.get(), address) != 0) {
+    failSystemCall(error, errno);
+    return nullptr;
+  }
+  return std::unique_ptr<VarlinkClient>(
+      new VarlinkClient(std::move(socket), std::move(timer), limits));
+}
+
+bool VarlinkClient::send(std::string_view method, std::string_view parameters, ReplyMode mode,
+                         ErrorSlot error) {
+  const std::string call = callText(method, parameters, mode);
+  std::string_view rest = call;
+  while (!rest.empty()) {
+    const ssize_t size = ::send(socket_.get(), rest.data(), rest.size(), MSG_NOSIGNAL);
+    if (size >= 0) {
+      rest.remove_prefix(static_cast<std::size_t>(size));
+    } else if (!waitAfter(errno, POLLOUT, error)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+std::optional<std::string_view> VarlinkClient::receive(ErrorSlot error) {
+  auto reply = input_.next();
+  while (!reply) {
+    if (!receiveMore(error)) return std::nullopt;
+    reply = input_.next();
+  }
+  return reply;
+}
+
+/// Waits for bytes and adds them to the input.
+bool VarlinkClient::receiveMore(ErrorSlot error) {
+  if (input_.size() > limits_.replySize) {
+    fail(error, kVarlinkEndlessErrorCode, "the service's answer has no end");
+    return false;
+  }
+  std::array<char, kInputChunk> chunk;
+  ssize_t size = ::recv(socket_.get(), chunk.data(), chunk.size(), 0);
+  while (size < 0) {
+    if (!waitAfter(errno, POLLIN, error)) return false;
+    size = ::recv(socket_.get(), chunk.data(), chunk.size(), 0);
+  }
+  if (size == 0) {
+    fail(error, kVarlinkHungUpErrorCode, "the service hung up");
+    return false;
+  }
+  input_.add({chunk.data(), static_cast<std::size_t>(size)});
+  input_.keep();
+  return true;
+}
+
+/// Waits until the system call that failed so can be made again; false when it cannot.
+bool VarlinkClient::waitAfter(int errorNumber, short events, ErrorSlot error) const {
+  if (errorNumber == EINTR) return true;
+  if (errorNumber != EAGAIN) {
+    failSystemCall(error, errorNumber);
+    return false;
+  }
+  std::array<pollfd, 3> waits = {
+      {{socket_.get(), events, 0}, {timer_.get(), POLLIN, 0}, {limits_.cancelSignal, POLLIN, 0}}};
+  while (::poll(waits.data(), waits.size(), -1) < 0) {
+    // Interrupted; with these arguments there is no other failure.
+  }
+  if (waits[2].revents != 0) {
+    fail(error, kVarlinkCancelledErrorCode, "the request was given up");
+    return false;
+  }
+  if (waits[1].revents != 0) {
+    fail(error, kVarlinkTimedOutErrorCode, "the service does not answer");
+    return false;
+  }
+  return true;
+}
+
+}  // namespace velto

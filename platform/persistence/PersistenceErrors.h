@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string_view>
+
+namespace velto {
+
+/// The domain of every error that the persistence makes itself. The code of a failure of SQLite is
+/// SQLite's extended result code; the constants below are the others.
+inline constexpr std::string_view kPersistenceErrorDomain = "VeltoPersistence";
+inline constexpr int kConflictErrorCode = 1001;  ///< a record was changed or deleted meanwhile
+inline constexpr int kNoStoreErrorCode = 1002;   ///< the context has no storage behind it
+inline constexpr int kIncompatibleStoreErrorCode = 1003;  ///< a file of another model or program
+inline constexpr int kUntrustedStoreErrorCode = 1004;     ///< a sync has failed; no more is saved
+
+}  // namespace velto

@@ -1,0 +1,1 @@
+"""The checks of scripts/check-sources, a module each."""
