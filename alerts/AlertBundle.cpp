@@ -70,8 +70,10 @@ class DeclaredAlert : public VLAlertSubclass {
 
 }  // namespace
 
-AlertBundle::AlertBundle(std::string key, Bundle bundle, Log& log)
-    : key_(std::move(key)), bundle_(std::move(bundle)), localizations_(bundle_.localizations()) {
+AlertBundle::AlertBundle(std::string key, Bundle bundle, const FileManager& fileManager, Log& log)
+    : key_(std::move(key)),
+      bundle_(std::move(bundle)),
+      localizations_(bundle_.localizations(fileManager)) {
   for (const std::string& language : localizations_) {
     const std::string folder = bundle_.path() + "/Contents/Resources/" + language + ".lproj";
     if (auto strings = readStrings(folder + "/Alerts.strings", log)) {

@@ -13,6 +13,7 @@
 
 namespace velto {
 
+class FileManager;
 class Log;
 
 /// What an alert bundle says in data: its alert types (VLAlertTypes in Info.plist) and their texts
@@ -21,7 +22,7 @@ class Log;
 class AlertBundle {
  public:
   /// Texts that cannot be read are logged and count as missing.
-  AlertBundle(std::string key, Bundle bundle, Log& log);
+  AlertBundle(std::string key, Bundle bundle, const FileManager& fileManager, Log& log);
 
   /// The name by which everybody knows the bundle.
   const std::string& key() const { return key_; }

@@ -16,15 +16,18 @@
 #include "platform/foundation/FileManager.h"
 #include "platform/foundation/Log.h"
 #include "platform/foundation/Mutex.h"
-#include "platform/foundation/Paths.h"
 #include "platform/foundation/TrustedFile.h"
 
 namespace velto {
 
 class AlertBundleRegistry::Implementation {
  public:
-  Implementation(std::string directory, Log& log, std::chrono::milliseconds actionTimeLimit)
-      : directory_(std::move(directory)), log_(log), actions_{log, actionTimeLimit} {}
+  Implementation(std::string directory, const FileManager& fileManager, Log& log,
+                 std::chrono::milliseconds actionTimeLimit)
+      : directory_(std::move(directory)),
+        fileManager_(fileManager),
+        log_(log),
+        actions_{log, actionTimeLimit} {}
 
   /// The bundle of this name, or null.
   std::shared_ptr<const AlertBundle> alertBundle(std::string_view name)
@@ -42,6 +45,7 @@ class AlertBundleRegistry::Implementation {
   std::optional<Error> tryToLoad(const std::string& name) VELTO_REQUIRES(loadLock_);
 
   const std::string directory_;
+  const FileManager& fileManager_;
   Log& log_;
   const ActionContext actions_;
   NativeClasses classes_;
@@ -66,7 +70,8 @@ std::shared_ptr<const AlertBundle> AlertBundleRegistry::Implementation::alertBun
   if (!bundle) {
     return nullptr;
   }
-  auto opened = std::make_shared<const AlertBundle>(std::string(name), std::move(*bundle), log_);
+  auto opened = std::make_shared<const AlertBundle>(std::string(name), std::move(*bundle),
+                                                    fileManager_, log_);
   bundles_.emplace(name, opened);
   return opened;
 }
@@ -81,7 +86,7 @@ std::optional<Bundle> AlertBundleRegistry::Implementation::openBundle(
   if (bundle) {
     return bundle;
   }
-  const auto entries = FileManager::system().contentsOfDirectory(directory_, nullptr);
+  const auto entries = fileManager_.contentsOfDirectory(directory_, nullptr);
   for (const std::string& entry : entries.value_or(std::vector<std::string>())) {
     if (entry.find(".bundle") != std::string::npos && std::filesystem::path(entry).stem() == name &&
         (bundle = Bundle::bundleWithPath(directory_ + "/" + entry))) {
@@ -135,15 +140,10 @@ std::shared_ptr<const AlertBundle> AlertBundleRegistry::Implementation::bundleOf
   return bundle;
 }
 
-AlertBundleRegistry& AlertBundleRegistry::shared() {
-  static AlertBundleRegistry registry(rootedPath(VLAlertsDirectory), Log::system());
-  return registry;
-}
-
-AlertBundleRegistry::AlertBundleRegistry(std::string directory, Log& log,
-                                         std::chrono::milliseconds actionTimeLimit)
-    : implementation_(
-          std::make_unique<Implementation>(std::move(directory), log, actionTimeLimit)) {}
+AlertBundleRegistry::AlertBundleRegistry(std::string directory, const FileManager& fileManager,
+                                         Log& log, std::chrono::milliseconds actionTimeLimit)
+    : implementation_(std::make_unique<Implementation>(std::move(directory), fileManager, log,
+                                                       actionTimeLimit)) {}
 
 AlertBundleRegistry::~AlertBundleRegistry() = default;
 

@@ -13,6 +13,7 @@
 
 namespace velto {
 
+class FileManager;
 class Log;
 
 /// The alert bundles of one directory: finds the bundle of an alert, loads bundles with code, and
@@ -25,10 +26,8 @@ class AlertBundleRegistry {
   /// How long the program of a recovery action may take.
   static constexpr std::chrono::milliseconds kActionTimeLimit = std::chrono::minutes(1);
 
-  /// The registry of the process, over VLAlertsDirectory.
-  static AlertBundleRegistry& shared();
-
-  AlertBundleRegistry(std::string directory, Log& log,
+  /// What is referred to outlives the registry.
+  AlertBundleRegistry(std::string directory, const FileManager& fileManager, Log& log,
                       std::chrono::milliseconds actionTimeLimit = kActionTimeLimit);
   ~AlertBundleRegistry();
   AlertBundleRegistry(const AlertBundleRegistry&) = delete;

@@ -33,11 +33,10 @@ std::optional<Bundle> Bundle::bundleWithPath(std::string path) {
 Bundle::Bundle(std::string path, PropertyList::Dictionary infoDictionary)
     : path_(std::move(path)), infoDictionary_(std::move(infoDictionary)) {}
 
-std::vector<std::string> Bundle::localizations() const {
+std::vector<std::string> Bundle::localizations(const FileManager& fileManager) const {
   const std::string resources = path_ + "/Contents/Resources";
   std::vector<std::string> names;
-  for (std::string& entry :
-       FileManager::system().contentsOfDirectory(resources, nullptr).value_or(names)) {
+  for (std::string& entry : fileManager.contentsOfDirectory(resources, nullptr).value_or(names)) {
     std::error_code ignored;
     if (entry.size() > kLocalizationSuffix.size() && entry.ends_with(kLocalizationSuffix) &&
         std::filesystem::is_directory(std::filesystem::path(resources) / entry, ignored)) {

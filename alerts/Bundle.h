@@ -9,6 +9,8 @@
 
 namespace velto {
 
+class FileManager;
+
 /// A bundle on disk: a directory with a readable Contents/Info.plist that holds a dictionary, in
 /// any property-list format. Read once, when it is opened. A value; any thread may use its own
 /// copy.
@@ -21,7 +23,7 @@ class Bundle {
   const PropertyList::Dictionary& infoDictionary() const { return infoDictionary_; }
   /// The languages that it carries: the names of its Contents/Resources/*.lproj folders less the
   /// extension, sorted.
-  std::vector<std::string> localizations() const;
+  std::vector<std::string> localizations(const FileManager& fileManager) const;
 
  private:
   Bundle(std::string path, PropertyList::Dictionary infoDictionary);

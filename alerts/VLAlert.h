@@ -29,7 +29,7 @@ struct VLAlert {
 
   /// This alert as an object of its bundle's own class, the class that knows the alert's texts.
   /// Null, with an error that names the bundle and the type, when the alert names no bundle, the
-  /// bundle cannot be used, or it has no such type. Uses the process's AlertBundleRegistry.
+  /// bundle cannot be used, or it has no such type. Asks the Shared AlertBundleRegistry.
   std::unique_ptr<VLAlertSubclass> alertSubclass(ErrorSlot error) const;
 
   /// The plain alert behind a bundle-class object.

@@ -17,7 +17,7 @@ class VLAlertAction {
 
   /// The recovery action of this class of the alert's bundle. Null, with an error that names the
   /// bundle and the class, when the alert names no bundle, the bundle cannot be used, it has no
-  /// such action, or the action's file cannot be trusted. Uses the process's AlertBundleRegistry.
+  /// such action, or the action's file cannot be trusted. Asks the Shared AlertBundleRegistry.
   static std::unique_ptr<VLAlertAction> alertActionWithClassName(const std::string& className,
                                                                  const VLAlert& alert,
                                                                  ErrorSlot error);

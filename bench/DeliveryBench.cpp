@@ -18,6 +18,7 @@
 #include "bench/SampleStore.h"
 #include "delivery/ADAlertMailer.h"
 #include "delivery/ADAlertPusher.h"
+#include "platform/foundation/FileManager.h"
 #include "platform/foundation/Log.h"
 #include "platform/push/UlmoraPushServiceProvider.h"
 #include "tests/support/PushGateway.h"
@@ -40,7 +41,7 @@ struct Root : BenchDirectory {
 /// Everything the benchmarks use.
 struct Delivery {
   explicit Delivery(std::size_t count)
-      : registry(root.path(), Log::system()),
+      : registry(root.path(), FileManager::system(), Log::system()),
         authority((testCertificates() / "ca.pem").string()),
         mailer(registry, VELTO_MAIL_SINK, Log::system()) {
     std::filesystem::copy(authority, root.path() + "/ca.pem");
@@ -72,9 +73,11 @@ class PushRoad {
     writeFile(file, fmt::format("{{ Endpoint = \"{}\"; CertificateAuthority = \"/ca.pem\"; }}",
                                 gateway_.endpoint()));
     std::filesystem::permissions(file, std::filesystem::perms::owner_read);
-    pusher_ = std::make_unique<ADAlertPusher>(
-        delivery->registry, Clock::system(),
-        [](const std::string&) { return std::make_unique<UlmoraPushServiceProvider>("gateway"); });
+    pusher_ = std::make_unique<ADAlertPusher>(delivery->registry, Clock::system(),
+                                              [](const std::string&) {
+                                                return std::make_unique<UlmoraPushServiceProvider>(
+                                                    "gateway", PushTimeLimits(), Clock::system());
+                                              });
   }
 
   bool send(bool isAll) {

@@ -7,6 +7,9 @@
 
 #include <fmt/format.h>
 
+#include "platform/foundation/FileManager.h"
+#include "platform/foundation/Languages.h"
+
 namespace velto::bench {
 
 namespace {
@@ -38,6 +41,16 @@ std::string BenchDirectory::make(const std::string& name) const {
   std::string directory = path_ + "/" + name;
   fs::create_directory(directory);
   return directory;
+}
+
+StoreParts::StoreParts(const BenchDirectory& directory)
+    : alertsDirectory_(directory.make("alert-bundles")),
+      bundles_(alertsDirectory_, FileManager::system(), Log::system()),
+      languages_(alertsDirectory_, FileManager::system(), preferredLanguages) {}
+
+StoreServices StoreParts::services() {
+  return {
+      .bundles = bundles_, .languages = languages_, .clock = Clock::system(), .log = Log::system()};
 }
 
 void writeFile(const std::string& path, const std::string& content) {

@@ -3,8 +3,10 @@
 #include <cstddef>
 #include <string>
 
+#include "alerts/AlertBundleRegistry.h"
 #include "alerts/VLAlert.h"
 #include "store/ADAlertStore.h"
+#include "store/DefaultLanguages.h"
 #include "store/StoreContainer.h"
 
 namespace velto::bench {
@@ -24,6 +26,19 @@ class BenchDirectory {
 
  private:
   std::string path_;
+};
+
+/// What the stores of a run work with: the machine's own clock, log and languages, and an empty
+/// directory of alert bundles.
+class StoreParts {
+ public:
+  explicit StoreParts(const BenchDirectory& directory);
+  StoreServices services();
+
+ private:
+  const std::string alertsDirectory_;
+  AlertBundleRegistry bundles_;
+  DefaultLanguages languages_;
 };
 
 /// Writes a file, with the folders that lead to it.

@@ -18,7 +18,6 @@
 #include "bench/Comparisons.h"
 #include "bench/SampleStore.h"
 #include "bench/ServiceProcesses.h"
-#include "platform/foundation/Log.h"
 #include "platform/foundation/Paths.h"
 #include "platform/propertylist/PropertyListSerialization.h"
 
@@ -108,8 +107,9 @@ class Service {
     std::filesystem::create_directories(made + "/Library/Velto");
     { const DaemonProcess first(made); }
     {
+      StoreParts parts(directory);
       StoreContainer container(resourceDirectory(), made + std::string(kStoreDirectory),
-                               Log::system());
+                               parts.services());
       fill(container, alerts, listed);
     }
     std::filesystem::copy(made + std::string(kStoreDirectory) + "/alertData.db",

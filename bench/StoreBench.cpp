@@ -14,7 +14,6 @@
 #include "bench/Comparisons.h"
 #include "bench/SampleStore.h"
 #include "platform/foundation/FileDescriptor.h"
-#include "platform/foundation/Log.h"
 #include "platform/foundation/Paths.h"
 #include "platform/propertylist/PropertyListSerialization.h"
 
@@ -30,13 +29,14 @@ class Stores {
   explicit Stores(bool isQuick)
       : alerts(isQuick ? 2000 : 1000000),
         listed(isQuick ? 100 : 10000),
-        large(resourceDirectory(), directory.make("large"), Log::system()),
-        empty(resourceDirectory(), directory.make("empty"), Log::system()) {
+        parts(directory),
+        large(resourceDirectory(), directory.make("large"), parts.services()),
+        empty(resourceDirectory(), directory.make("empty"), parts.services()) {
     fill(large, alerts, listed);
     empty.persistentStoreCoordinator();
     {
       // The same tables and indexes, in a file that no coordinator has open.
-      StoreContainer made(resourceDirectory(), directory.make("bare"), Log::system());
+      StoreContainer made(resourceDirectory(), directory.make("bare"), parts.services());
       made.persistentStoreCoordinator();
     }
     bareLarge = std::make_unique<BareStore>(directory.path() + "/large/alertData.db");
@@ -50,6 +50,7 @@ class Stores {
   const BenchDirectory directory;
   const std::size_t alerts;
   const std::size_t listed;
+  StoreParts parts;
   StoreContainer large;
   StoreContainer empty;
   std::unique_ptr<BareStore> bareLarge;

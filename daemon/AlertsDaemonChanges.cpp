@@ -60,8 +60,8 @@ void AlertsDaemon::performRecoveryAction(std::optional<std::string> action,
 void AlertsDaemon::recover(const std::string& action, VLAlert& alert, ADAlertStore& store,
                            std::optional<Error>& error) const {
   const auto recovery = services_.bundles.alertAction(action, alert, &error);
-  if (error ||
-      !recovery->runWithLocalization(ADAlertStore::preferredLocalizationIdentifier(), &error)) {
+  if (error || !recovery->runWithLocalization(
+                   services_.stores.languages().preferredLocalizationIdentifier(), &error)) {
     return;
   }
   alert.resolvedDate = services_.clock.now();

@@ -89,7 +89,7 @@ std::unique_ptr<AlertsDaemon> AlertsDaemonListener::serviceObject(
       bundles && !bundles->empty()) {
     return AlertsDaemon::initWithBundleEntitlements(services_, std::move(*bundles));
   }
-  seams_.log.warning("Connection attempt with insufficient privileges");
+  services_.log.warning("Connection attempt with insufficient privileges");
   return AlertsDaemon::init(services_);
 }
 

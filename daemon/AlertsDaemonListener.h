@@ -2,13 +2,13 @@
 
 #include <optional>
 #include <set>
+#include <string>
 #include <sys/types.h>
 
 #include "daemon/AlertsDaemon.h"
 #include "platform/connection/Listener.h"
 #include "platform/events/VLEDaemonClient.h"
 #include "platform/foundation/FileManager.h"
-#include "platform/foundation/Log.h"
 #include "platform/identity/CodeSigning.h"
 
 namespace velto {
@@ -18,8 +18,8 @@ namespace velto {
 struct AlertsDaemonListenerSeams {
   CodeSigning& codeSigning;
   const FileManager& fileManager;
+  std::string alertsDirectory;
   VLEDaemonClient& events;
-  Log& log;
 };
 
 /// Admits every connection, with the role that its caller's credentials give, and brings the

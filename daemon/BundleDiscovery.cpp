@@ -7,7 +7,6 @@
 
 #include "alerts/Bundle.h"
 #include "daemon/AlertsDaemonListener.h"
-#include "platform/foundation/Paths.h"
 #include "store/ADAlertStore.h"
 
 namespace velto {
@@ -39,7 +38,7 @@ void startMonitoring(VLEDaemonClient& events, Log& log, const std::string& path,
 
 /// Brings the record of one entry of the directory into line, and takes its key off the known ones.
 void reconcile(ADAlertStore& store, std::vector<std::string>& known, const std::string& path,
-               const AlertsDaemonListenerSeams& seams) {
+               VLEDaemonClient& events, Log& log) {
   const std::filesystem::path entry = std::filesystem::path(path).filename();
   if (entry.string().find(".bundle") == std::string::npos) {
     return;
@@ -56,14 +55,14 @@ void reconcile(ADAlertStore& store, std::vector<std::string>& known, const std::
     known.erase(found);
   } else {
     store.insertAlertBundle(key, name);
-    startMonitoring(seams.events, seams.log, path, key);
+    startMonitoring(events, log, path, key);
   }
 }
 
 }  // namespace
 
 std::optional<Error> AlertsDaemonListener::loadAlertBundles() {
-  const std::string directory = rootedPath(VLAlertsDirectory);
+  const std::string& directory = seams_.alertsDirectory;
   std::optional<Error> error;
   const auto entries = seams_.fileManager.contentsOfDirectory(directory, &error);
   if (!entries) {
@@ -74,7 +73,8 @@ std::optional<Error> AlertsDaemonListener::loadAlertBundles() {
   ADAlertStore store(services_.stores);
   auto known = store.getAllAlertBundleNames(&error);
   for (const std::string& entry : *entries) {
-    reconcile(store, known, (std::filesystem::path(directory) / entry).string(), seams_);
+    reconcile(store, known, (std::filesystem::path(directory) / entry).string(), seams_.events,
+              services_.log);
   }
   for (const std::string& key : known) {
     store.deleteAlertBundle(key, nullptr);

@@ -7,9 +7,9 @@
 #include <systemd/sd-daemon.h>
 
 #include "daemon/AlertsDaemonListener.h"
+#include "daemon/DaemonParts.h"
 #include "platform/connection/RunLoop.h"
 #include "platform/foundation/Paths.h"
-#include "platform/identity/EntitledGuests.h"
 
 int main(int argc, char** argv) {
   using namespace velto;
@@ -20,27 +20,18 @@ int main(int argc, char** argv) {
   // A client or a child that hangs up must not end the daemon.
   std::signal(SIGPIPE, SIG_IGN);
 
+  DaemonParts parts;
   RunLoop runLoop;
   std::optional<Error> error;
-  const auto listener = Listener::listenerWithServiceName(runLoop, VLAlertsXPCServiceName, &error);
+  const auto listener =
+      Listener::listenerWithServiceName(runLoop, parts.guests, VLAlertsXPCServiceName, &error);
   if (listener == nullptr) {
     std::fprintf(stderr, "alertsd: %s\n", error->localizedDescription().c_str());
     return 1;
   }
 
-  EntitledGuests codeSigning(
-      {rootedPath(kEntitlementDirectories[0]), rootedPath(kEntitlementDirectories[1])},
-      GuestTable::shared(), Log::system());
-  AlertsDaemonListener delegate({.stores = StoreContainer::shared(),
-                                 .bundles = AlertBundleRegistry::shared(),
-                                 .pusher = ADAlertPusher::sharedInstance(),
-                                 .mailer = ADAlertMailer::sharedInstance(),
-                                 .clock = Clock::system(),
-                                 .log = Log::system()},
-                                {.codeSigning = codeSigning,
-                                 .fileManager = FileManager::system(),
-                                 .events = VLEDaemonClient::sharedClient(),
-                                 .log = Log::system()});
+  // After the listener, which makes sure that no other daemon works on the store.
+  AlertsDaemonListener delegate(parts.services(), parts.listenerSeams());
   listener->setDelegate(&delegate);
   listener->resume();
   // Also takes NOTIFY_SOCKET from the environment of our children.

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "delivery/HeaderEncoding.h"
-#include "platform/foundation/Paths.h"
+#include "platform/foundation/Shared.h"
 #include "platform/process/Task.h"
 #include "store/DefaultLanguages.h"
 
@@ -58,13 +58,12 @@ std::string header(const std::vector<std::string>& addresses,
 }  // namespace
 
 ADAlertMailer& ADAlertMailer::sharedInstance() {
-  static ADAlertMailer mailer(AlertBundleRegistry::shared(), rootedPath(kMailProgram),
-                              Log::system());
-  return mailer;
+  return Shared<ADAlertMailer>::object("ADAlertMailer::sharedInstance");
 }
 
 std::string ADAlertMailer::defaultLocalizationForEmailAddress(std::string_view address) {
-  return velto::defaultLocalizationForEmailAddress(address);
+  return Shared<DefaultLanguages>::object("ADAlertMailer::defaultLocalizationForEmailAddress")
+      .defaultLocalizationForEmailAddress(address);
 }
 
 ADAlertMailer::ADAlertMailer(AlertBundleRegistry& bundles, std::string mailProgram, Log& log)

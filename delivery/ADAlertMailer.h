@@ -25,10 +25,10 @@ inline constexpr std::string_view kMailerErrorDomain = "VeltoAlertsMailer";
 /// Has no state of its own, so any thread.
 class ADAlertMailer {
  public:
-  /// The mailer of the process.
+  /// The Shared mailer.
   static ADAlertMailer& sharedInstance();
 
-  /// The language of a new mail recipient. See store/DefaultLanguages.h.
+  /// The language of a new mail recipient, from the Shared DefaultLanguages. Any thread.
   static std::string defaultLocalizationForEmailAddress(std::string_view address);
 
   /// `mailProgram` is the path of a program that takes a whole message on its standard input and

@@ -7,7 +7,7 @@
 
 #include <boost/json.hpp>
 
-#include "platform/push/UlmoraPushServiceProvider.h"
+#include "platform/foundation/Shared.h"
 
 namespace velto {
 namespace {
@@ -86,11 +86,7 @@ class FirstReport {
 }  // namespace
 
 ADAlertPusher& ADAlertPusher::sharedInstance() {
-  static ADAlertPusher pusher(AlertBundleRegistry::shared(), Clock::system(),
-                              [](const std::string& preference) {
-                                return std::make_unique<UlmoraPushServiceProvider>(preference);
-                              });
-  return pusher;
+  return Shared<ADAlertPusher>::object("ADAlertPusher::sharedInstance");
 }
 
 ADAlertPusher::ADAlertPusher(AlertBundleRegistry& bundles, const Clock& clock,

@@ -28,7 +28,7 @@ inline constexpr std::string_view kParentDomainKey = "ParentDomain";
 /// thread.
 class ADAlertPusher {
  public:
-  /// The pusher of the process.
+  /// The Shared pusher.
   static ADAlertPusher& sharedInstance();
 
   /// Makes its own provider with `makeProvider`.

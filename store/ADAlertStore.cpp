@@ -2,7 +2,9 @@
 
 #include <utility>
 
+#include "platform/foundation/Shared.h"
 #include "store/ADAlertStoreFetch.h"
+#include "store/DefaultLanguages.h"
 
 namespace velto {
 
@@ -11,6 +13,11 @@ Error storeError(std::string_view message) {
 }
 
 ADAlertStore::ADAlertStore(StoreContainer& container) : container_(container) {}
+
+std::string ADAlertStore::preferredLocalizationIdentifier() {
+  return Shared<DefaultLanguages>::object("ADAlertStore::preferredLocalizationIdentifier")
+      .preferredLocalizationIdentifier();
+}
 
 ManagedObjectContext& ADAlertStore::managedObjectContext() {
   if (managedObjectContext_ == nullptr) {

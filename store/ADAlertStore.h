@@ -45,11 +45,9 @@ struct AlertBundleSwitches {
 /// meant; the operations that change it are true when there was one.
 class ADAlertStore {
  public:
-  explicit ADAlertStore(StoreContainer& container = StoreContainer::shared());
+  explicit ADAlertStore(StoreContainer& container);
 
-  /// The language used where a recipient has none: the best of those that the first bundle of the
-  /// alerts directory carries for the user's preferred languages, or with no bundle there the first
-  /// preferred language. Reads the directory at every call. Any thread.
+  /// The language used where a recipient has none: that of the Shared DefaultLanguages. Any thread.
   static std::string preferredLocalizationIdentifier();
 
   /// The handle's context, made on first use. Without a store to open, a context on which every

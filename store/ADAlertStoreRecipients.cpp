@@ -10,13 +10,14 @@ namespace {
 /// What `valueOf` gives for each record, by the record's localization. A record that it gives
 /// nothing for cannot be reached and is left out.
 template <typename Object, typename ValueOf>
-auto byLocalization(const std::vector<Object>& records, ValueOf valueOf) {
+auto byLocalization(const std::vector<Object>& records, const DefaultLanguages& languages,
+                    ValueOf valueOf) {
   using Value = typename decltype(valueOf(records.front()))::value_type;
   std::map<std::string, std::vector<Value>> values;
   for (const Object& record : records) {
     auto localization = record.localization();
     if (!localization || localization->empty()) {
-      localization = ADAlertStore::preferredLocalizationIdentifier();
+      localization = languages.preferredLocalizationIdentifier();
     }
     if (auto value = valueOf(record)) {
       values[*localization].push_back(std::move(*value));
@@ -47,6 +48,7 @@ std::vector<MailRecipient> ADAlertStore::getMailRecipients(ErrorSlot error) {
 std::map<std::string, std::vector<std::string>> ADAlertStore::getMailRecipientsByLocalization(
     ErrorSlot error) {
   return byLocalization(enabledObjects<ADMailRecipient>(managedObjectContext(), error),
+                        container_.languages(),
                         [](const ADMailRecipient& record) { return record.address(); });
 }
 
@@ -59,7 +61,8 @@ void ADAlertStore::insertMailRecipientWithAddress(const std::optional<std::strin
   auto record = context.insertNewObject<ADMailRecipient>(ADMailRecipient::kEntityName);
   record.setAddress(address);
   record.setEnabled(true);
-  record.setLocalization(locale ? *locale : defaultLocalizationForEmailAddress(*address));
+  record.setLocalization(
+      locale ? *locale : container_.languages().defaultLocalizationForEmailAddress(*address));
 }
 
 bool ADAlertStore::deleteMailRecipientWithAddress(const std::optional<std::string>& address,
@@ -87,6 +90,7 @@ std::vector<PushRecipient> ADAlertStore::getPushRecipients(ErrorSlot error) {
 std::map<std::string, std::vector<Data>> ADAlertStore::getPushRecipientsByLocalization(
     ErrorSlot error) {
   return byLocalization(enabledObjects<ADPushRecipient>(managedObjectContext(), error),
+                        container_.languages(),
                         [](const ADPushRecipient& record) { return record.token(); });
 }
 
@@ -103,7 +107,8 @@ void ADAlertStore::insertPushRecipientWithName(const std::optional<std::string>&
   record.setToken(token);
   record.setName(name.value_or("Unkown"));  // existing stores and their readers know it so
   record.setEnabled(true);
-  record.setLocalization(locale ? *locale : preferredLocalizationIdentifier());
+  record.setLocalization(locale ? *locale
+                                : container_.languages().preferredLocalizationIdentifier());
 }
 
 bool ADAlertStore::deletePushRecipientWithGUID(const std::optional<std::string>& guid,

@@ -7,8 +7,6 @@
 #include "alerts/Bundle.h"
 #include "platform/foundation/FileManager.h"
 #include "platform/foundation/Languages.h"
-#include "platform/foundation/Paths.h"
-#include "store/ADAlertStore.h"
 
 namespace velto {
 namespace {
@@ -30,21 +28,27 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 12> kLanguag
 
 }  // namespace
 
-std::string defaultLocalizationForEmailAddress(std::string_view address) {
+DefaultLanguages::DefaultLanguages(std::string directory, const FileManager& fileManager,
+                                   Preferences preferences)
+    : directory_(std::move(directory)),
+      fileManager_(fileManager),
+      preferences_(std::move(preferences)) {}
+
+std::string DefaultLanguages::defaultLocalizationForEmailAddress(std::string_view address) const {
   const std::string_view last = address.substr(address.rfind('.') + 1);
   const auto* found = std::find_if(kLanguagesByDomain.begin(), kLanguagesByDomain.end(),
                                    [last](const auto& row) { return row.first == last; });
   return found != kLanguagesByDomain.end() ? std::string(found->second)
-                                           : ADAlertStore::preferredLocalizationIdentifier();
+                                           : preferredLocalizationIdentifier();
 }
 
-std::string ADAlertStore::preferredLocalizationIdentifier() {
-  const auto preferences = preferredLanguages();
-  const std::string directory = rootedPath(VLAlertsDirectory);
-  const auto entries = FileManager::system().contentsOfDirectory(directory, nullptr);
+std::string DefaultLanguages::preferredLocalizationIdentifier() const {
+  const auto preferences = preferences_();
+  const auto entries = fileManager_.contentsOfDirectory(directory_, nullptr);
   if (entries && !entries->empty()) {
-    if (const auto bundle = Bundle::bundleWithPath(directory + "/" + entries->front())) {
-      const auto best = preferredLocalizationsFromArray(bundle->localizations(), preferences);
+    if (const auto bundle = Bundle::bundleWithPath(directory_ + "/" + entries->front())) {
+      const auto best =
+          preferredLocalizationsFromArray(bundle->localizations(fileManager_), preferences);
       if (!best.empty()) {
         return best.front();
       }

@@ -7,7 +7,6 @@
 #include <unistd.h>
 #include <utility>
 
-#include "platform/foundation/Paths.h"
 #include "store/ADAlert.h"
 #include "store/ADAlertBundle.h"
 #include "store/ADAttribute.h"
@@ -51,20 +50,11 @@ void createIfMissing(const std::string& directory) {
 
 }  // namespace
 
-StoreContainer& StoreContainer::shared() {
-  static StoreContainer container(resourceDirectory(), rootedPath(kStoreDirectory), Log::system());
-  return container;
-}
-
-StoreContainer::StoreContainer(std::string resourceDirectory, std::string directory, Log& log,
-                               const Clock& clock, AlertBundleRegistry& bundles,
-                               const DirectoryEntries& entries)
+StoreContainer::StoreContainer(std::string resourceDirectory, std::string directory,
+                               const StoreServices& services)
     : resourceDirectory_(std::move(resourceDirectory)),
       directory_(std::move(directory)),
-      log_(log),
-      clock_(clock),
-      bundles_(bundles),
-      entries_(entries) {}
+      services_(services) {}
 
 std::shared_ptr<const ManagedObjectModel> StoreContainer::managedObjectModel() {
   std::call_once(modelOnce_, [this] {
@@ -95,17 +85,17 @@ void StoreContainer::setEnabledBundles(std::int64_t dataVersion, BundleKeys keys
 void StoreContainer::openStore() {
   const auto model = managedObjectModel();
   if (model == nullptr) {
-    log_.warning("No model to generate a store from");
+    services_.log.warning("No model to generate a store from");
     return;
   }
   createIfMissing(directory_);
-  auto coordinator = std::make_shared<PersistentStoreCoordinator>(model, entries_);
+  auto coordinator = std::make_shared<PersistentStoreCoordinator>(model, services_.entries);
   std::optional<Error> error;
   // In this order, since the opening tells best what is wrong with the directory itself.
   if (coordinator->addPersistentStore(directory_ + "/" + kStoreFile, &error) && isLasting(&error)) {
     coordinator_ = std::move(coordinator);
   } else {
-    log_.warning(error ? error->localizedDescription() : "The store could not be opened");
+    services_.log.warning(error ? error->localizedDescription() : "The store could not be opened");
   }
 }
 
@@ -113,7 +103,7 @@ void StoreContainer::openStore() {
 /// save. Also when the directory was there: the start that made it may have been stopped before it
 /// came here.
 bool StoreContainer::isLasting(ErrorSlot error) const {
-  auto failure = entries_.sync(directory_ + "/..");
+  auto failure = services_.entries.sync(directory_ + "/..");
   if (failure) {
     replaceError(error, *std::move(failure));
     return false;

@@ -13,22 +13,28 @@
 #include "platform/persistence/DirectoryEntries.h"
 #include "platform/persistence/ManagedObjectModel.h"
 #include "platform/persistence/PersistentStoreCoordinator.h"
+#include "store/DefaultLanguages.h"
 
 namespace velto {
+
+/// What the store's handles work with. Every part may be used from any thread and outlives the
+/// container that it is handed to.
+struct StoreServices {
+  AlertBundleRegistry& bundles;
+  const DefaultLanguages& languages;
+  const DirectoryEntries& entries;
+  const Clock& clock;
+  Log& log;
+};
 
 /// The model and the coordinator that all store handles of a process share. Each is made on first
 /// use, at most once; a failure is final until the process restarts. Any thread.
 class StoreContainer {
  public:
-  /// The container of the process: the store below VELTO_ROOT, the model beside the executable.
-  static StoreContainer& shared();
-
-  /// `directory` is made when it is missing (its parent is not). Nothing is touched before the
-  /// first use. What is referred to outlives the container.
-  StoreContainer(std::string resourceDirectory, std::string directory, Log& log,
-                 const Clock& clock = Clock::system(),
-                 AlertBundleRegistry& bundles = AlertBundleRegistry::shared(),
-                 const DirectoryEntries& entries = DirectoryEntries::system());
+  /// `resourceDirectory` has the model. `directory` is made when it is missing (its parent is not).
+  /// Nothing is touched before the first use.
+  StoreContainer(std::string resourceDirectory, std::string directory,
+                 const StoreServices& services);
 
   /// The model, or null when there is no file of it, it is damaged, or it is not this program's.
   std::shared_ptr<const ManagedObjectModel> managedObjectModel();
@@ -43,9 +49,10 @@ class StoreContainer {
   BundleKeys enabledBundles(std::int64_t dataVersion) const;
   void setEnabledBundles(std::int64_t dataVersion, BundleKeys keys);
 
-  Log& log() const { return log_; }
-  const Clock& clock() const { return clock_; }
-  AlertBundleRegistry& bundles() const { return bundles_; }
+  AlertBundleRegistry& bundles() const { return services_.bundles; }
+  const DefaultLanguages& languages() const { return services_.languages; }
+  const Clock& clock() const { return services_.clock; }
+  Log& log() const { return services_.log; }
 
  private:
   void openStore();
@@ -53,10 +60,7 @@ class StoreContainer {
 
   const std::string resourceDirectory_;
   const std::string directory_;
-  Log& log_;
-  const Clock& clock_;
-  AlertBundleRegistry& bundles_;
-  const DirectoryEntries& entries_;
+  const StoreServices services_;
   std::once_flag modelOnce_;
   std::shared_ptr<const ManagedObjectModel> model_;
   std::once_flag coordinatorOnce_;

@@ -60,9 +60,10 @@ class Listener::Door : public EventSource {
 
 class Listener::Implementation : public Admission {
  public:
-  Implementation(Listener& listener, RunLoop& runLoop, ListeningSocket socket)
+  Implementation(Listener& listener, RunLoop& runLoop, GuestTable& guests, ListeningSocket socket)
       : listener_(listener),
         runLoop_(runLoop),
+        guests_(guests),
         lock_(std::move(socket.lock)),
         door_(std::make_unique<Door>(runLoop_, std::move(socket.socket), table_, *this)) {}
 
@@ -71,21 +72,21 @@ class Listener::Implementation : public Admission {
 
   bool admit(SocketConnection& connection) override {
     // Admission is the only time at which anybody asks who is behind the token.
-    const GuestTable::Entry guest(GuestTable::shared(), connection.auditToken(),
-                                  connection.descriptor());
+    const GuestTable::Entry guest(guests_, connection.auditToken(), connection.descriptor());
     return delegate_->shouldAcceptNewConnection(listener_, connection) && connection.isResumed();
   }
 
  private:
   Listener& listener_;
   RunLoop& runLoop_;
+  GuestTable& guests_;
   const FileDescriptor lock_;
   ConnectionTable table_{makeRoomForConnections()};
   std::unique_ptr<Door> door_;  ///< until it is resumed
   ListenerDelegate* delegate_ = nullptr;
 };
 
-std::unique_ptr<Listener> Listener::listenerWithServiceName(RunLoop& runLoop,
+std::unique_ptr<Listener> Listener::listenerWithServiceName(RunLoop& runLoop, GuestTable& guests,
                                                             std::string_view serviceName,
                                                             ErrorSlot error) {
   std::optional<Error> failure;
@@ -97,20 +98,21 @@ std::unique_ptr<Listener> Listener::listenerWithServiceName(RunLoop& runLoop,
   if (!socket) {
     std::string path(kServiceSocketDirectory);
     path.append("/").append(serviceName);
-    return listenerWithPath(runLoop, rootedPath(path), error);
+    return listenerWithPath(runLoop, guests, rootedPath(path), error);
   }
-  return std::unique_ptr<Listener>(new Listener(runLoop, std::move(*socket)));
+  return std::unique_ptr<Listener>(new Listener(runLoop, guests, std::move(*socket)));
 }
 
-std::unique_ptr<Listener> Listener::listenerWithPath(RunLoop& runLoop, const std::string& path,
-                                                     ErrorSlot error) {
+std::unique_ptr<Listener> Listener::listenerWithPath(RunLoop& runLoop, GuestTable& guests,
+                                                     const std::string& path, ErrorSlot error) {
   auto socket = ListeningSocket::atPath(path, error);
   if (!socket) return nullptr;
-  return std::unique_ptr<Listener>(new Listener(runLoop, std::move(*socket)));
+  return std::unique_ptr<Listener>(new Listener(runLoop, guests, std::move(*socket)));
 }
 
-Listener::Listener(RunLoop& runLoop, ListeningSocket socket)
-    : implementation_(std::make_unique<Implementation>(*this, runLoop, std::move(socket))) {}
+Listener::Listener(RunLoop& runLoop, GuestTable& guests, ListeningSocket socket)
+    : implementation_(std::make_unique<Implementation>(*this, runLoop, guests, std::move(socket))) {
+}
 
 Listener::~Listener() = default;
 

@@ -9,6 +9,7 @@
 
 namespace velto {
 
+class GuestTable;
 class Listener;
 class RunLoop;
 struct ListeningSocket;
@@ -29,21 +30,23 @@ class ListenerDelegate {
 /// Raises the process's limit of open files, and shares them among the users as ConnectionTable
 /// says.
 ///
-/// Made and resumed on one thread; it must outlive the run loop's `run`.
+/// Notes each caller in the table of guests while the delegate decides about it.
+///
+/// Made and resumed on one thread; it and what it is given must outlive the run loop's `run`.
 class Listener {
  public:
   /// Nothing, with an error that says which socket and why, when the door cannot be had.
-  static std::unique_ptr<Listener> listenerWithServiceName(RunLoop& runLoop,
+  static std::unique_ptr<Listener> listenerWithServiceName(RunLoop& runLoop, GuestTable& guests,
                                                            std::string_view serviceName,
                                                            ErrorSlot error);
   /// A listener that makes its socket at `path`, under the same rules.
-  static std::unique_ptr<Listener> listenerWithPath(RunLoop& runLoop, const std::string& path,
-                                                    ErrorSlot error);
+  static std::unique_ptr<Listener> listenerWithPath(RunLoop& runLoop, GuestTable& guests,
+                                                    const std::string& path, ErrorSlot error);
   ~Listener();
   Listener(const Listener&) = delete;
   Listener& operator=(const Listener&) = delete;
 
-  /// Not owned; must outlive the listener.
+  /// Not owned; must outlive the run loop's `run`.
   void setDelegate(ListenerDelegate* delegate);
   /// Starts to accept; called once, with the delegate set. Ends the process when the system has no
   /// means to wait for clients.
@@ -52,7 +55,7 @@ class Listener {
  private:
   class Door;
   class Implementation;
-  Listener(RunLoop& runLoop, ListeningSocket socket);
+  Listener(RunLoop& runLoop, GuestTable& guests, ListeningSocket socket);
   const std::unique_ptr<Implementation> implementation_;
 };
 

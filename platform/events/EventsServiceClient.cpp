@@ -10,7 +10,6 @@
 
 #include "platform/connection/VarlinkClient.h"
 #include "platform/events/EventsReply.h"
-#include "platform/foundation/Paths.h"
 
 namespace velto {
 namespace {
@@ -38,11 +37,6 @@ std::int64_t codeOf(const Error& failure) {
 }
 
 }  // namespace
-
-VLEDaemonClient& VLEDaemonClient::sharedClient() {
-  static EventsServiceClient client(rootedPath(kEventsServiceSocket));
-  return client;
-}
 
 EventsServiceClient::EventsServiceClient(std::string socketPath,
                                          std::chrono::milliseconds timeLimit)

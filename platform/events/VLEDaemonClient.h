@@ -3,6 +3,7 @@
 #include <string>
 
 #include "platform/foundation/Error.h"
+#include "platform/foundation/Shared.h"
 
 namespace velto {
 
@@ -13,8 +14,10 @@ class VLEDaemonClient {
  public:
   virtual ~VLEDaemonClient() = default;
 
-  /// The client of the process, of the service's socket.
-  static VLEDaemonClient& sharedClient();
+  /// The Shared client.
+  static VLEDaemonClient& sharedClient() {
+    return Shared<VLEDaemonClient>::object("VLEDaemonClient::sharedClient");
+  }
 
   /// Has the service load the bundle at the path as a monitor.
   virtual void loadMonitorBundleWithPath(const std::string& path, ErrorReply reply) = 0;

@@ -42,7 +42,8 @@ void logIgnored(Log& log, const std::string& path, const Error& error) {
 }
 
 /// The rules' files in a directory, by name; none where there is no such directory.
-std::vector<std::string> ruleFiles(const std::string& directory, Log& log) {
+std::vector<std::string> ruleFiles(const std::string& directory, const FileManager& fileManager,
+                                   Log& log) {
   std::optional<Error> error;
   if (!openTrustedDirectory(directory, kDirectoryRequirement, &error).isOpen()) {
     if (error->code != ENOENT) {
@@ -50,7 +51,7 @@ std::vector<std::string> ruleFiles(const std::string& directory, Log& log) {
     }
     return {};
   }
-  auto names = FileManager::system().contentsOfDirectory(directory, nullptr);
+  auto names = fileManager.contentsOfDirectory(directory, nullptr);
   std::vector<std::string> files;
   for (const std::string& name : names.value_or(std::vector<std::string>())) {
     if (name.ends_with(".plist")) {
@@ -64,8 +65,8 @@ std::vector<std::string> ruleFiles(const std::string& directory, Log& log) {
 }  // namespace
 
 EntitledGuests::EntitledGuests(std::vector<std::string> directories, const GuestTable& guests,
-                               Log& log)
-    : directories_(std::move(directories)), guests_(guests), log_(log) {}
+                               const FileManager& fileManager, Log& log)
+    : directories_(std::move(directories)), guests_(guests), fileManager_(fileManager), log_(log) {}
 
 SecStatus EntitledGuests::copyGuestWithAttributes(const std::map<std::string, Data>& attributes,
                                                   std::uint32_t /*flags*/,
@@ -103,7 +104,7 @@ SecStatus EntitledGuests::copySigningInformation(
 
 std::optional<PropertyList::Dictionary> EntitledGuests::entitlementsOf(const Guest& guest) const {
   for (const std::string& directory : directories_) {
-    for (const std::string& path : ruleFiles(directory, log_)) {
+    for (const std::string& path : ruleFiles(directory, fileManager_, log_)) {
       std::optional<Error> error;
       const auto rule = readRule(path, &error);
       if (!rule) {

@@ -8,6 +8,7 @@
 
 namespace velto {
 
+class FileManager;
 class Log;
 
 /// Entitles guests by rules that root has written. Each file "*.plist" in one of the directories
@@ -22,7 +23,9 @@ class Log;
 /// token is in the table. No other attribute finds one. Any thread.
 class EntitledGuests : public CodeSigning {
  public:
-  EntitledGuests(std::vector<std::string> directories, const GuestTable& guests, Log& log);
+  /// What is referred to outlives it.
+  EntitledGuests(std::vector<std::string> directories, const GuestTable& guests,
+                 const FileManager& fileManager, Log& log);
 
   SecStatus copyGuestWithAttributes(const std::map<std::string, Data>& attributes,
                                     std::uint32_t flags,
@@ -35,6 +38,7 @@ class EntitledGuests : public CodeSigning {
 
   const std::vector<std::string> directories_;
   const GuestTable& guests_;
+  const FileManager& fileManager_;
   Log& log_;
 };
 

@@ -32,11 +32,6 @@ std::optional<std::string> peerLabel(int socket) {
 
 }  // namespace
 
-GuestTable& GuestTable::shared() {
-  static GuestTable table;
-  return table;
-}
-
 GuestTable::Entry::Entry(GuestTable& table, const AuditToken& token, int socket)
     : table_(table), address_(reinterpret_cast<std::uintptr_t>(&token)) {
   const MutexLock lock(table_.mutex_);

@@ -24,8 +24,6 @@ struct Guest {
 /// The audit tokens that are alive, by address, and the sockets that they are of. Any thread.
 class GuestTable {
  public:
-  static GuestTable& shared();
-
   /// While it lives, the token can be looked up. The socket stays open for as long.
   class Entry {
    public:

@@ -31,10 +31,6 @@ std::string wholeSeconds(double seconds) {
 }  // namespace
 
 UlmoraPushServiceProvider::UlmoraPushServiceProvider(
-    const std::string& certificateIdentityPreference, const PushTimeLimits& limits)
-    : UlmoraPushServiceProvider(certificateIdentityPreference, limits, Clock::system()) {}
-
-UlmoraPushServiceProvider::UlmoraPushServiceProvider(
     const std::string& certificateIdentityPreference, const PushTimeLimits& limits,
     const Clock& clock)
     : identityFile_(rootedPath(kPushIdentityDirectory) + "/" + certificateIdentityPreference +

@@ -30,8 +30,6 @@ class Clock;
 /// then is reported as timed out. Any thread.
 class UlmoraPushServiceProvider : public PushServiceProvider {
  public:
-  explicit UlmoraPushServiceProvider(const std::string& certificateIdentityPreference,
-                                     const PushTimeLimits& limits = {});
   UlmoraPushServiceProvider(const std::string& certificateIdentityPreference,
                             const PushTimeLimits& limits, const Clock& clock);
 

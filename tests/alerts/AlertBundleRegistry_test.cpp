@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "platform/foundation/FileManager.h"
 #include "tests/alerts/AlertBundleDirectory.h"
 #include "tests/support/FakeLog.h"
 
@@ -37,7 +38,7 @@ class AlertBundleRegistryTest : public testing::Test {
 
   AlertBundleDirectory directory_;
   FakeLog log_;
-  AlertBundleRegistry registry_{directory_.path(), log_};
+  AlertBundleRegistry registry_{directory_.path(), FileManager::system(), log_};
 };
 
 TEST_F(AlertBundleRegistryTest, FindsTheAlertsOwnClass) {

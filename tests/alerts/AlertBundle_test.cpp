@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "platform/foundation/FileManager.h"
 #include "tests/alerts/AlertBundleDirectory.h"
 #include "tests/support/FakeLog.h"
 
@@ -38,7 +39,8 @@ class AlertBundleTest : public testing::Test {
   std::unique_ptr<VLAlertSubclass> makeAlert(const VLAlert& alert) {
     auto bundle = Bundle::bundleWithPath(directory_.path() + "/" + std::string(kEntry));
     EXPECT_TRUE(bundle.has_value());
-    auto opened = std::make_shared<const AlertBundle>("Disk", std::move(*bundle), log_);
+    auto opened = std::make_shared<const AlertBundle>("Disk", std::move(*bundle),
+                                                      FileManager::system(), log_);
     return alert.type && opened->declares(*alert.type) ? AlertBundle::makeAlert(opened, alert)
                                                        : nullptr;
   }

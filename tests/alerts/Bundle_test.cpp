@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "platform/foundation/FileManager.h"
 #include "platform/propertylist/PropertyListSerialization.h"
 #include "tests/support/TemporaryDirectory.h"
 
@@ -69,12 +70,12 @@ TEST_F(BundleTest, DoesNotWaitForAnInfoFileThatIsAFifo) {
 TEST_F(BundleTest, ItsLocalizationsAreItsLanguageFolders) {
   const auto bundle = openWithInfo("{ }");
   ASSERT_TRUE(bundle.has_value());
-  EXPECT_THAT(bundle->localizations(), IsEmpty());
+  EXPECT_THAT(bundle->localizations(FileManager::system()), IsEmpty());
   for (const std::string name : {"zh_CN.lproj", "en.lproj", "de.lproj", ".lproj", "fr.lproj.old"}) {
     std::filesystem::create_directories(path() + "/Contents/Resources/" + name);
   }
   directory_.write("X.bundle/Contents/Resources/ja.lproj", "a file");
-  EXPECT_THAT(bundle->localizations(), ElementsAre("de", "en", "zh_CN"));
+  EXPECT_THAT(bundle->localizations(FileManager::system()), ElementsAre("de", "en", "zh_CN"));
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "alerts/AlertBundleRegistry.h"
+#include "platform/foundation/FileManager.h"
 #include "tests/alerts/AlertBundleDirectory.h"
 #include "tests/support/FakeLog.h"
 #include "tests/support/SkipOrFail.h"
@@ -44,7 +45,7 @@ class NativeBundleTest : public testing::Test {
   /// The reason why the bundle "Test" was not loaded, as the log has it.
   std::string refusal() {
     FakeLog log;
-    AlertBundleRegistry registry(directory_.path(), log);
+    AlertBundleRegistry registry(directory_.path(), FileManager::system(), log);
     EXPECT_FALSE(registry.VLLoadAlertBundle("Test"));
     EXPECT_FALSE(registry.VLLoadAlertBundle("Test"));
     const auto lines = log.lines();
@@ -57,7 +58,7 @@ class NativeBundleTest : public testing::Test {
 
   AlertBundleDirectory directory_;
   FakeLog log_;
-  AlertBundleRegistry registry_{directory_.path(), log_};
+  AlertBundleRegistry registry_{directory_.path(), FileManager::system(), log_};
 };
 
 TEST_F(NativeBundleTest, LoadsCodeOnceAndKnowsItsClasses) {
@@ -198,7 +199,7 @@ TEST_F(NativeBundleTest, TriesRefusedCodeAgainOnlyInTheNextRegistry) {
   EXPECT_FALSE(registry_.VLLoadAlertBundle("Test"));
   fs::permissions(code, fs::perms(0644));
   EXPECT_FALSE(registry_.VLLoadAlertBundle("Test"));
-  AlertBundleRegistry next(directory_.path(), log_);
+  AlertBundleRegistry next(directory_.path(), FileManager::system(), log_);
   EXPECT_TRUE(next.VLLoadAlertBundle("Test"));
 }
 

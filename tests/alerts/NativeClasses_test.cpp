@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "alerts/AlertBundleRegistry.h"
+#include "platform/foundation/FileManager.h"
 #include "tests/alerts/AlertBundleDirectory.h"
 #include "tests/support/FakeLog.h"
 
@@ -46,7 +47,7 @@ class NativeClassesTest : public testing::Test {
 
   AlertBundleDirectory directory_;
   FakeLog log_;
-  AlertBundleRegistry registry_{directory_.path(), log_};
+  AlertBundleRegistry registry_{directory_.path(), FileManager::system(), log_};
   VLAlert alert_;
 };
 

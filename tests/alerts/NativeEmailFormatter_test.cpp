@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "alerts/AlertBundleRegistry.h"
+#include "platform/foundation/FileManager.h"
 #include "tests/alerts/AlertBundleDirectory.h"
 #include "tests/support/FakeLog.h"
 
@@ -36,7 +37,7 @@ class NativeEmailFormatterTest : public testing::Test {
 
   AlertBundleDirectory directory_;
   FakeLog log_;
-  AlertBundleRegistry registry_{directory_.path(), log_};
+  AlertBundleRegistry registry_{directory_.path(), FileManager::system(), log_};
   std::unique_ptr<EmailFormatter> formatter_;
   VLAlert alert_;
 };

@@ -10,6 +10,8 @@
 #include <gtest/gtest.h>
 
 #include "alerts/AlertBundleRegistry.h"
+#include "platform/foundation/FileManager.h"
+#include "platform/foundation/Shared.h"
 #include "tests/alerts/AlertBundleDirectory.h"
 #include "tests/support/FakeLog.h"
 #include "tests/support/SkipOrFail.h"
@@ -67,10 +69,22 @@ class VLAlertActionTest : public testing::Test {
   const TemporaryDirectory files_;
   AlertBundleDirectory directory_;
   FakeLog log_;
-  AlertBundleRegistry registry_{directory_.path(), log_};
-  AlertBundleRegistry hasty_{directory_.path(), log_, std::chrono::milliseconds(100)};
+  AlertBundleRegistry registry_{directory_.path(), FileManager::system(), log_};
+  AlertBundleRegistry hasty_{directory_.path(), FileManager::system(), log_,
+                             std::chrono::milliseconds(100)};
   VLAlert alert_;
 };
+
+TEST_F(VLAlertActionTest, IsFoundInTheSharedBundles) {
+  write("Free", "exit 0");
+  const Shared<AlertBundleRegistry> shared(registry_);
+  std::optional<Error> error;
+  const auto action = VLAlertAction::alertActionWithClassName("Free", alert_, &error);
+  ASSERT_NE(action, nullptr) << error->localizedDescription();
+  EXPECT_EQ(action->title("en"), "Free space");
+  EXPECT_EQ(VLAlertAction::alertActionWithClassName("Missing", alert_, &error), nullptr);
+  EXPECT_EQ(error, errorOf("Missing"));
+}
 
 TEST_F(VLAlertActionTest, AsksWhetherTheConditionHasGone) {
   write("Yes", "[ \"$*\" = has-been-resolved ]");

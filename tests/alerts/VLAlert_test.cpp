@@ -3,23 +3,37 @@
 #include <gtest/gtest.h>
 
 #include "alerts/AlertBundleRegistry.h"
-#include "tests/foundation/ScopedEnvironment.h"
-#include "tests/support/TemporaryDirectory.h"
+#include "platform/foundation/FileManager.h"
+#include "platform/foundation/Shared.h"
+#include "tests/alerts/AlertBundleDirectory.h"
+#include "tests/support/FakeLog.h"
 
 namespace velto {
 namespace {
 
-/// The process's registry takes its directory from the environment once, so one test does it all.
-TEST(VLAlert, FindsItsClassInTheSystemsBundles) {
-  const TemporaryDirectory root;
-  ScopedEnvironment environment;
-  environment.set("VELTO_ROOT", root.path().string());
-  root.write("usr/lib/velto/alert-bundles/Disk.bundle/Contents/Info.plist",
-             "{ VLAlertTypes = { Full = { RecoveryOptions = (Free); }; }; }");
+/// A registry with the bundle Disk, which the process shares.
+class VLAlertTest : public testing::Test {
+ protected:
+  VLAlertTest() {
+    directory_.writeInfo("Disk.bundle",
+                         "{ VLAlertTypes = { Full = { RecoveryOptions = (Free); }; }; }");
+  }
 
-  VLAlert alert;
-  alert.bundle = "Disk";
-  alert.type = "Full";
+  static VLAlert fullDisk() {
+    VLAlert alert;
+    alert.bundle = "Disk";
+    alert.type = "Full";
+    return alert;
+  }
+
+  AlertBundleDirectory directory_;
+  FakeLog log_;
+  AlertBundleRegistry registry_{directory_.path(), FileManager::system(), log_};
+  const Shared<AlertBundleRegistry> shared_{registry_};
+};
+
+TEST_F(VLAlertTest, FindsItsClassInTheSharedBundles) {
+  VLAlert alert = fullDisk();
   std::optional<Error> error;
   const auto subclass = alert.alertSubclass(&error);
   ASSERT_NE(subclass, nullptr) << error->localizedDescription();

@@ -9,6 +9,7 @@
 
 #include "alerts/AlertBundleRegistry.h"
 #include "alerts/Bundle.h"
+#include "platform/foundation/FileManager.h"
 #include "platform/process/Task.h"
 #include "tests/support/FakeLog.h"
 #include "tests/support/SkipOrFail.h"
@@ -59,7 +60,7 @@ class CommonBundleTest : public testing::Test {
 
   TemporaryDirectory directory_;
   FakeLog log_;
-  AlertBundleRegistry registry_{VELTO_BUNDLES_DIR, log_};
+  AlertBundleRegistry registry_{VELTO_BUNDLES_DIR, FileManager::system(), log_};
   std::unique_ptr<EmailFormatter> formatter_;
   VLAlert alert_;
 };
@@ -80,7 +81,8 @@ class SpokenAlert : public VLAlertSubclass {
 TEST_F(CommonBundleTest, CarriesItsSixLanguages) {
   const auto bundle = Bundle::bundleWithPath(std::string(VELTO_BUNDLES_DIR) + "/Common.bundle");
   ASSERT_TRUE(bundle.has_value());
-  EXPECT_THAT(bundle->localizations(), testing::ElementsAre("de", "en", "fr", "ja", "no", "zh"));
+  EXPECT_THAT(bundle->localizations(FileManager::system()),
+              testing::ElementsAre("de", "en", "fr", "ja", "no", "zh"));
   EXPECT_EQ(*stringForKey(bundle->infoDictionary(), "CFBundleGetInfoString"), "Common");
 }
 

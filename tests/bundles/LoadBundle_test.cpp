@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "alerts/AlertBundleRegistry.h"
+#include "platform/foundation/FileManager.h"
 #include "tests/support/FakeLog.h"
 
 namespace velto {
@@ -19,7 +20,7 @@ class LoadBundleTest : public testing::Test {
   }
 
   FakeLog log_;
-  AlertBundleRegistry registry_{VELTO_BUNDLES_DIR, log_};
+  AlertBundleRegistry registry_{VELTO_BUNDLES_DIR, FileManager::system(), log_};
   VLAlert alert_;
 };
 

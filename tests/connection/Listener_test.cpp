@@ -48,9 +48,10 @@ mode_t modeOf(const std::filesystem::path& path) {
 
 /// The error of making a listener at `path`, which must fail.
 Error failureAt(const std::string& path) {
+  GuestTable guests;
   RunLoop runLoop;
   std::optional<Error> error;
-  EXPECT_EQ(Listener::listenerWithPath(runLoop, path, &error), nullptr);
+  EXPECT_EQ(Listener::listenerWithPath(runLoop, guests, path, &error), nullptr);
   EXPECT_TRUE(error);
   return error.value_or(Error());
 }
@@ -61,8 +62,8 @@ TEST(Listener, makesASocketForEverybody) {
   const TemporaryDirectory root;
   ASSERT_EQ(setenv("VELTO_ROOT", root.path().c_str(), 1), 0);
   const mode_t mask = umask(077);
-  TestService service([](RunLoop& runLoop, ErrorSlot error) {
-    return Listener::listenerWithServiceName(runLoop, "com.example.Service", error);
+  TestService service([](RunLoop& runLoop, GuestTable& guests, ErrorSlot error) {
+    return Listener::listenerWithServiceName(runLoop, guests, "com.example.Service", error);
   });
   umask(mask);
   unsetenv("VELTO_ROOT");
@@ -78,8 +79,8 @@ TEST(Listener, replacesASocketThatNobodyServes) {
   const std::string path = directory.path() / "socket";
   boundSocket(path, false);
   ASSERT_TRUE(std::filesystem::exists(path));
-  TestService service([&](RunLoop& runLoop, ErrorSlot error) {
-    return Listener::listenerWithPath(runLoop, path, error);
+  TestService service([&](RunLoop& runLoop, GuestTable& guests, ErrorSlot error) {
+    return Listener::listenerWithPath(runLoop, guests, path, error);
   });
   TestClient client(path);
   EXPECT_EQ(client.ask(kNote), kNoted);
@@ -108,9 +109,10 @@ TEST(Listener, refusesToReplaceASocketWhoseQueueIsFull) {
 TEST(Listener, servesASocketOnce) {
   const TemporaryDirectory directory;
   const std::string path = directory.path() / "socket";
+  GuestTable guests;
   RunLoop runLoop;
   std::optional<Error> error;
-  auto first = Listener::listenerWithPath(runLoop, path, &error);
+  auto first = Listener::listenerWithPath(runLoop, guests, path, &error);
   ASSERT_NE(first, nullptr);
   EXPECT_EQ(failureAt(path).code, EADDRINUSE);
   EXPECT_TRUE(TestClient(path).isConnected());
@@ -118,7 +120,7 @@ TEST(Listener, servesASocketOnce) {
   ASSERT_TRUE(std::filesystem::remove(path));
   EXPECT_EQ(failureAt(path).code, EADDRINUSE);
   first.reset();
-  EXPECT_NE(Listener::listenerWithPath(runLoop, path, &error), nullptr);
+  EXPECT_NE(Listener::listenerWithPath(runLoop, guests, path, &error), nullptr);
 }
 
 TEST(Listener, leavesAloneWhatIsNoSocket) {
@@ -170,13 +172,14 @@ class HandedOver : public testing::Test {
     }
   }
 
-  static std::unique_ptr<Listener> make(RunLoop& runLoop, ErrorSlot error) {
-    return Listener::listenerWithServiceName(runLoop, "name", error);
+  static std::unique_ptr<Listener> make(RunLoop& runLoop, GuestTable& guests, ErrorSlot error) {
+    return Listener::listenerWithServiceName(runLoop, guests, "name", error);
   }
   static Error failure() {
+    GuestTable guests;
     RunLoop runLoop;
     std::optional<Error> error;
-    EXPECT_EQ(make(runLoop, &error), nullptr);
+    EXPECT_EQ(make(runLoop, guests, &error), nullptr);
     return error.value_or(Error());
   }
 
@@ -240,12 +243,21 @@ TEST_F(HandedOver, isIgnoredWhenItIsMeantForAnotherProcess) {
 
 // --- Clients ---
 
+TEST(Listener, notesACallerAsAGuestWhileItsDelegateDecides) {
+  TestService service;
+  TestClient client(service.path());
+  EXPECT_EQ(client.ask(kNote), kNoted);
+  const auto addresses = service.guestAddresses();
+  ASSERT_EQ(addresses.size(), 1U);
+  EXPECT_FALSE(service.guests().guestAt(addresses.front()));
+}
+
 TEST(Listener, servesClientsThatCameBeforeItWasResumed) {
   std::optional<TestClient> early;
   const TemporaryDirectory directory;
   const std::string path = directory.path() / "socket";
-  TestService service([&](RunLoop& runLoop, ErrorSlot error) {
-    auto listener = Listener::listenerWithPath(runLoop, path, error);
+  TestService service([&](RunLoop& runLoop, GuestTable& guests, ErrorSlot error) {
+    auto listener = Listener::listenerWithPath(runLoop, guests, path, error);
     early.emplace(path);
     EXPECT_TRUE(early->send(kNote));
     return listener;

@@ -164,15 +164,13 @@ const Protocol& testProtocol() {
 
 TestService::TestService() : exported_(exportedInterface(testProtocol())) {
   std::optional<Error> error;
-  start(Listener::listenerWithPath(runLoop_, path_, &error));
+  start(Listener::listenerWithPath(runLoop_, guests_, path_, &error));
 }
 
-TestService::TestService(
-    const std::function<std::unique_ptr<Listener>(RunLoop&, ErrorSlot)>& makeListener,
-    const Protocol& protocol)
+TestService::TestService(const ListenerFactory& makeListener, const Protocol& protocol)
     : exported_(exportedInterface(protocol)) {
   std::optional<Error> error;
-  start(makeListener(runLoop_, &error));
+  start(makeListener(runLoop_, guests_, &error));
 }
 
 TestService::~TestService() {
@@ -200,10 +198,19 @@ std::vector<AuditToken> TestService::tokens() const {
   return tokens_;
 }
 
+std::vector<std::uintptr_t> TestService::guestAddresses() const {
+  MutexLock lock(mutex_);
+  return guestAddresses_;
+}
+
 bool TestService::shouldAcceptNewConnection(Listener& /*listener*/, Connection& connection) {
   {
     MutexLock lock(mutex_);
     tokens_.push_back(connection.auditToken());
+    const auto address = reinterpret_cast<std::uintptr_t>(&connection.auditToken());
+    if (guests_.guestAt(address)) {
+      guestAddresses_.push_back(address);
+    }
   }
   connection.setExportedInterface(exported_);
   connection.setExportedObject(std::make_unique<TestObject>(shared_));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -11,6 +12,7 @@
 #include "platform/connection/RunLoop.h"
 #include "platform/foundation/Mutex.h"
 #include "platform/foundation/SerialQueue.h"
+#include "platform/identity/GuestTable.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace velto {
@@ -65,11 +67,13 @@ const Protocol& testProtocol();
 /// A service on a socket of its own, served on threads of its own from construction to the end.
 class TestService : public ListenerDelegate {
  public:
+  using ListenerFactory =
+      std::function<std::unique_ptr<Listener>(RunLoop&, GuestTable&, ErrorSlot)>;
+
   TestService();
   /// Serves `protocol` through a listener that `makeListener` makes.
-  explicit TestService(
-      const std::function<std::unique_ptr<Listener>(RunLoop&, ErrorSlot)>& makeListener,
-      const Protocol& protocol = testProtocol());
+  explicit TestService(const ListenerFactory& makeListener,
+                       const Protocol& protocol = testProtocol());
   ~TestService() override;
 
   const std::string& path() const { return path_; }
@@ -78,6 +82,9 @@ class TestService : public ListenerDelegate {
   void open();
   /// The tokens of the connections admitted so far, in order.
   std::vector<AuditToken> tokens() const;
+  /// The addresses of those that were in the table of guests then.
+  std::vector<std::uintptr_t> guestAddresses() const;
+  const GuestTable& guests() const { return guests_; }
   /// The next connections are turned away.
   void setAccepting(bool accepting) { accepting_ = accepting; }
 
@@ -91,10 +98,12 @@ class TestService : public ListenerDelegate {
   const std::string path_ = (directory_.path() / "socket").string();
   TestObject::Shared shared_;
   std::atomic<bool> accepting_ = true;
+  GuestTable guests_;
   RunLoop runLoop_;
   std::unique_ptr<Listener> listener_;
   mutable Mutex mutex_;
   std::vector<AuditToken> tokens_ VELTO_GUARDED_BY(mutex_);
+  std::vector<std::uintptr_t> guestAddresses_ VELTO_GUARDED_BY(mutex_);
   std::thread thread_;
 };
 

@@ -10,6 +10,7 @@
 
 #include "platform/connection/RunLoop.h"
 #include "platform/foundation/Paths.h"
+#include "platform/identity/GuestTable.h"
 #include "tests/daemon/Callers.h"
 
 namespace velto {
@@ -109,7 +110,8 @@ class ListenerTest : public ::testing::Test {
  protected:
   std::unique_ptr<AlertsDaemonListener> start(const FileManager& files = FileManager::system()) {
     return std::make_unique<AlertsDaemonListener>(
-        servicesOf(system_), AlertsDaemonListenerSeams{signing_, files, events_, system_.log});
+        servicesOf(system_),
+        AlertsDaemonListenerSeams{signing_, files, system_.bundlesDirectory().string(), events_});
   }
 
   /// The object that a new connection of this caller exports.
@@ -129,9 +131,10 @@ class ListenerTest : public ::testing::Test {
   ScratchSystem system_;
   FakeCodeSigning signing_;
   FakeEvents events_;
+  GuestTable guests_;
   RunLoop runLoop_;
   std::unique_ptr<Listener> door_ =
-      Listener::listenerWithPath(runLoop_, system_.path("/socket").string(), nullptr);
+      Listener::listenerWithPath(runLoop_, guests_, system_.path("/socket").string(), nullptr);
   std::unique_ptr<AlertsDaemonListener> listener_ = start();
 };
 
@@ -333,10 +336,10 @@ TEST_F(ListenerTest, ADirectoryThatCannotBeListedLeavesTheStoreAlone) {
 TEST_F(ListenerTest, AStoreThatCannotBeReadGivesItsErrorAndTheListenerServesAllTheSame) {
   system_.addBundle("X.bundle", "{ }");
   const TemporaryDirectory nothing;
-  StoreContainer broken(nothing.path().string(), nothing.path().string(), system_.log);
+  StoreContainer broken(nothing.path().string(), nothing.path().string(), system_.storeServices);
   AlertsDaemonListener listener(
       {broken, system_.bundles, system_.pusher, system_.mailer, system_.clock, system_.log},
-      {signing_, FileManager::system(), events_, system_.log});
+      {signing_, system_.fileManager, system_.bundlesDirectory().string(), events_});
   const auto error = listener.loadAlertBundles();
   ASSERT_TRUE(error);
   EXPECT_EQ(error->domain, kPersistenceErrorDomain);

@@ -210,7 +210,7 @@ TEST_F(AlertsDaemonTest, AnAddressTwiceInOneCallGoesInTwice) {
 
 TEST_F(AlertsDaemonTest, AStoreThatCannotBeOpenedIsToldInEveryReply) {
   const TemporaryDirectory nothing;
-  StoreContainer broken(nothing.path().string(), nothing.path().string(), system_.log);
+  StoreContainer broken(nothing.path().string(), nothing.path().string(), system_.storeServices);
   const auto object = AlertsDaemon::initAsRoot(
       {broken, system_.bundles, system_.pusher, system_.mailer, system_.clock, system_.log});
   Answer<std::vector<std::string>> names;

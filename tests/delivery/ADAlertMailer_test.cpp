@@ -90,7 +90,7 @@ TEST_F(ADAlertMailerTest, AnUnknownBundleOrTypeSendsNothing) {
 
 TEST_F(ADAlertMailerTest, AStoreThatCannotBeReadSendsNothing) {
   const TemporaryDirectory nothing;
-  StoreContainer broken(nothing.path().string(), nothing.path().string(), system_.log);
+  StoreContainer broken(nothing.path().string(), nothing.path().string(), system_.storeServices);
   ADAlertStore store(broken);
   const auto error = system_.mailer.mailAlert(diskAlert(), store);
   ASSERT_TRUE(error);

@@ -234,7 +234,7 @@ TEST_F(ADAlertPusherTest, AnUnknownTypeSendsNothing) {
 
 TEST_F(ADAlertPusherTest, AStoreThatCannotBeReadSendsNothing) {
   const TemporaryDirectory nothing;
-  StoreContainer broken(nothing.path().string(), nothing.path().string(), system_.log);
+  StoreContainer broken(nothing.path().string(), nothing.path().string(), system_.storeServices);
   ADAlertStore store(broken);
   const auto error = system_.pusher.sendAlert(diskAlert(), store);
   ASSERT_TRUE(error);

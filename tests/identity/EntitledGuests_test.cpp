@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "platform/foundation/FileManager.h"
 #include "tests/identity/Peer.h"
 #include "tests/support/FakeLog.h"
 #include "tests/support/SkipOrFail.h"
@@ -65,7 +66,8 @@ class EntitledGuestsTest : public testing::Test {
   const TemporaryDirectory directory_;
   FakeLog log_;
   GuestTable table_;
-  EntitledGuests guests_{{path("etc"), path("usr"), path("missing")}, table_, log_};
+  EntitledGuests guests_{
+      {path("etc"), path("usr"), path("missing")}, table_, FileManager::system(), log_};
   std::unique_ptr<CodeReference> code_;
 };
 

@@ -11,8 +11,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "platform/foundation/FileManager.h"
+#include "platform/foundation/Languages.h"
 #include "platform/foundation/Paths.h"
 #include "store/ADAlertStore.h"
+#include "tests/support/FakeClock.h"
 #include "tests/support/FakeLog.h"
 #include "tests/support/SkipOrFail.h"
 #include "tests/support/TemporaryDirectory.h"
@@ -51,14 +54,23 @@ class ObservedEntries : public DirectoryEntries {
 
 class StoreContainerTest : public ::testing::Test {
  protected:
+  StoreServices services(const DirectoryEntries& entries = DirectoryEntries::system()) {
+    return {.bundles = bundles_,
+            .languages = languages_,
+            .entries = entries,
+            .clock = clock_,
+            .log = log_};
+  }
   StoreContainer container(const DirectoryEntries& entries = DirectoryEntries::system()) {
-    return {resourceDirectory(), directory_.string(),           log_,
-            Clock::system(),     AlertBundleRegistry::shared(), entries};
+    return {resourceDirectory(), directory_.string(), services(entries)};
   }
 
   TemporaryDirectory root_;
   fs::path directory_ = root_.path() / "Alerts";
   FakeLog log_;
+  FakeClock clock_;
+  AlertBundleRegistry bundles_{root_.path().string(), FileManager::system(), log_};
+  DefaultLanguages languages_{root_.path().string(), FileManager::system(), preferredLanguages};
 };
 
 struct stat statusOf(const fs::path& path) {
@@ -188,7 +200,7 @@ TEST_F(StoreContainerTest, AFileOfAnotherProgramStaysBitForBit) {
 
 TEST_F(StoreContainerTest, WithoutAModelThereIsNoStore) {
   const TemporaryDirectory empty;
-  StoreContainer stores(empty.path().string(), directory_.string(), log_);
+  StoreContainer stores(empty.path().string(), directory_.string(), services());
   EXPECT_EQ(stores.persistentStoreCoordinator(), nullptr);
   EXPECT_EQ(stores.persistentStoreCoordinator(), nullptr);
   EXPECT_FALSE(fs::exists(directory_));
@@ -198,7 +210,7 @@ TEST_F(StoreContainerTest, WithoutAModelThereIsNoStore) {
 TEST_F(StoreContainerTest, ADamagedModelIsNoModel) {
   const TemporaryDirectory resources;
   resources.write("Alerts.model", "{ Entities = ( { Name = ADAlert; Attributes = ( { Na");
-  StoreContainer stores(resources.path().string(), directory_.string(), log_);
+  StoreContainer stores(resources.path().string(), directory_.string(), services());
   EXPECT_EQ(stores.managedObjectModel(), nullptr);
 }
 
@@ -207,7 +219,7 @@ TEST_F(StoreContainerTest, AModelOfOtherEntitiesIsNoModel) {
   resources.write("Alerts.model",
                   "{ Entities = ( { Name = ADAlert; Attributes = ( { Name = type; "
                   "Type = string; } ); Indexes = (); } ); }");
-  StoreContainer stores(resources.path().string(), directory_.string(), log_);
+  StoreContainer stores(resources.path().string(), directory_.string(), services());
   EXPECT_EQ(stores.managedObjectModel(), nullptr);
 }
 

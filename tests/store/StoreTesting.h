@@ -36,7 +36,10 @@ class StoreTest : public ::testing::Test {
  private:
   TemporaryDirectory nothing_;
   FakeLog brokenLog_;
-  StoreContainer broken_{nothing_.path().string(), nothing_.path().string(), brokenLog_};
+  StoreContainer broken_{
+      nothing_.path().string(),
+      nothing_.path().string(),
+      {system_.bundles, system_.languages, DirectoryEntries::system(), system_.clock, brokenLog_}};
 };
 
 /// An alert of the bundle Disk and the type AlmostFull.

@@ -1,51 +1,26 @@
 #include "tests/support/ScratchSystem.h"
 
-#include <algorithm>
-#include <cstdlib>
 #include <filesystem>
-
-#include "platform/foundation/Paths.h"
 
 namespace velto {
 namespace fs = std::filesystem;
 
-namespace {
-
-/// Sets the variable before the members that read it are made.
-const fs::path& enter(const fs::path& root) {
-  setenv("VELTO_ROOT", root.c_str(), 1);
-  fs::create_directories(rootedPath("/Library/Velto"));
-  fs::create_directories(rootedPath(VLAlertsDirectory));
-  return root;
-}
-
-std::string alertsDirectory(const TemporaryDirectory& root) {
-  enter(root.path());
-  return rootedPath(VLAlertsDirectory);
-}
-
-}  // namespace
-
 ScratchSystem::ScratchSystem()
-    : bundles(alertsDirectory(root), log),
-      container(resourceDirectory(), rootedPath(kStoreDirectory), log, clock, bundles),
-      pusher(bundles, clock,
+    : pusher(bundles, clock,
              [this](const std::string&) {
                auto made = std::make_unique<FakePushProvider>();
                provider = made.get();
                return made;
              }),
-      mailer(bundles, rootedPath(kMailProgram), log) {
+      mailer(bundles, path(kMailProgram).string(), log) {
+  fs::create_directories(path(kStoreDirectory).parent_path());
+  fs::create_directories(bundlesDirectory());
   setMailProgram("n=$(ls mails | wc -l); cat > mails/$n");
   fs::create_directories(root.path() / "mails");
 }
 
-ScratchSystem::~ScratchSystem() {
-  unsetenv("VELTO_ROOT");
-}
-
 fs::path ScratchSystem::path(std::string_view rooted) const {
-  return rootedPath(rooted);
+  return root.path().string().append(rooted);
 }
 
 void ScratchSystem::addBundle(const std::string& entry, std::string_view info) const {

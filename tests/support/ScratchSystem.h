@@ -8,8 +8,11 @@
 #include "alerts/AlertBundleRegistry.h"
 #include "delivery/ADAlertMailer.h"
 #include "delivery/ADAlertPusher.h"
+#include "platform/foundation/FileManager.h"
 #include "platform/foundation/Paths.h"
+#include "platform/foundation/Shared.h"
 #include "store/ADAlertStore.h"
+#include "store/DefaultLanguages.h"
 #include "store/StoreContainer.h"
 #include "tests/support/FakeClock.h"
 #include "tests/support/FakeLog.h"
@@ -18,13 +21,13 @@
 
 namespace velto {
 
-/// A whole system in a temporary directory, which VELTO_ROOT names as long as this object lives: an
-/// alerts directory, a place for the store, a mail program that files what it gets, and a push
-/// provider that does. One at a time; made and dropped while no other thread runs.
+/// A whole system in a temporary directory: an alerts directory, a place for the store, a mail
+/// program that files what it gets, and a push provider that does. Its user prefers English unless
+/// a test says otherwise. What the system shares is the Shared one of the process; so it is made
+/// and dropped while no other thread runs.
 class ScratchSystem {
  public:
   ScratchSystem();
-  ~ScratchSystem();
 
   std::filesystem::path path(std::string_view rooted) const;
   std::filesystem::path bundlesDirectory() const { return path(VLAlertsDirectory); }
@@ -52,11 +55,26 @@ class ScratchSystem {
   const TemporaryDirectory root;
   FakeLog log;
   FakeClock clock;
-  AlertBundleRegistry bundles;
-  StoreContainer container;
+  const FileManager& fileManager = FileManager::system();
+  std::vector<std::string> userLanguages = {"en"};
+  AlertBundleRegistry bundles{bundlesDirectory().string(), fileManager, log};
+  DefaultLanguages languages{bundlesDirectory().string(), fileManager,
+                             [this] { return userLanguages; }};
+  const StoreServices storeServices = {.bundles = bundles,
+                                       .languages = languages,
+                                       .entries = DirectoryEntries::system(),
+                                       .clock = clock,
+                                       .log = log};
+  StoreContainer container{resourceDirectory(), path(kStoreDirectory).string(), storeServices};
   FakePushProvider* provider = nullptr;  ///< the pusher's
   ADAlertPusher pusher;
   ADAlertMailer mailer;
+
+ private:
+  const Shared<AlertBundleRegistry> sharedBundles_{bundles};
+  const Shared<DefaultLanguages> sharedLanguages_{languages};
+  const Shared<ADAlertPusher> sharedPusher_{pusher};
+  const Shared<ADAlertMailer> sharedMailer_{mailer};
 };
 
 }  // namespace velto

@@ -61,9 +61,9 @@ class CallCommandTest : public testing::Test {
 
 class ServedCallCommandTest : public CallCommandTest {
  protected:
-  TestService service_{[](RunLoop& runLoop, ErrorSlot error) {
-                         return Listener::listenerWithServiceName(runLoop, VLAlertsXPCServiceName,
-                                                                  error);
+  TestService service_{[](RunLoop& runLoop, GuestTable& guests, ErrorSlot error) {
+                         return Listener::listenerWithServiceName(runLoop, guests,
+                                                                  VLAlertsXPCServiceName, error);
                        },
                        daemonProtocol()};
 };

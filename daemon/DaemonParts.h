@@ -1,0 +1,87 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "alerts/AlertBundleRegistry.h"
+#include "daemon/AlertsDaemon.h"
+#include "daemon/AlertsDaemonListener.h"
+#include "delivery/ADAlertMailer.h"
+#include "delivery/ADAlertPusher.h"
+#include "platform/events/EventsServiceClient.h"
+#include "platform/foundation/Clock.h"
+#include "platform/foundation/FileManager.h"
+#include "platform/foundation/Languages.h"
+#include "platform/foundation/Log.h"
+#include "platform/foundation/Paths.h"
+#include "platform/foundation/Shared.h"
+#include "platform/identity/EntitledGuests.h"
+#include "platform/identity/GuestTable.h"
+#include "platform/persistence/DirectoryEntries.h"
+#include "platform/push/UlmoraPushServiceProvider.h"
+#include "store/DefaultLanguages.h"
+#include "store/StoreContainer.h"
+
+namespace velto {
+
+/// The parts of the running daemon, with the real system behind them, in the order in which they
+/// are made: each is handed only what stands above it, and they go in the reverse order. Making
+/// them opens nothing and starts no thread; that comes with the first use.
+///
+/// Made once, by `main`, before any other thread, and outlives the run loop's `run`.
+struct DaemonParts {
+  const FileManager& fileManager = FileManager::system();
+  const DirectoryEntries& entries = DirectoryEntries::system();
+  const Clock& clock = Clock::system();
+  Log& log = Log::system();
+
+  /// The listener writes it, and the rules of entitlement read it.
+  GuestTable guests;
+  EntitledGuests codeSigning{
+      {rootedPath(kEntitlementDirectories[0]), rootedPath(kEntitlementDirectories[1])},
+      guests,
+      fileManager,
+      log};
+
+  const std::string alertsDirectory = rootedPath(VLAlertsDirectory);
+  AlertBundleRegistry bundles{alertsDirectory, fileManager, log};
+  DefaultLanguages languages{alertsDirectory, fileManager, preferredLanguages};
+  StoreContainer stores{
+      resourceDirectory(),
+      rootedPath(kStoreDirectory),
+      {.bundles = bundles, .languages = languages, .entries = entries, .clock = clock, .log = log}};
+
+  /// Sends what is still queued when it goes.
+  ADAlertPusher pusher{bundles, clock, [this](const std::string& preference) {
+                         return std::make_unique<UlmoraPushServiceProvider>(
+                             preference, PushTimeLimits(), clock);
+                       }};
+  ADAlertMailer mailer{bundles, rootedPath(kMailProgram), log};
+
+  /// Answers what is under way when it goes, with lines in the log.
+  EventsServiceClient events{rootedPath(kEventsServiceSocket)};
+
+  // The doors go first, so that none leads to a part that has gone.
+  const Shared<AlertBundleRegistry> sharedBundles{bundles};
+  const Shared<DefaultLanguages> sharedLanguages{languages};
+  const Shared<ADAlertPusher> sharedPusher{pusher};
+  const Shared<ADAlertMailer> sharedMailer{mailer};
+  const Shared<VLEDaemonClient> sharedEvents{events};
+
+  AlertsDaemonServices services() {
+    return {.stores = stores,
+            .bundles = bundles,
+            .pusher = pusher,
+            .mailer = mailer,
+            .clock = clock,
+            .log = log};
+  }
+  AlertsDaemonListenerSeams listenerSeams() {
+    return {.codeSigning = codeSigning,
+            .fileManager = fileManager,
+            .alertsDirectory = alertsDirectory,
+            .events = events};
+  }
+};
+
+}  // namespace velto
