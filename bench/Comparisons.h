@@ -31,8 +31,8 @@ struct Reading {
 bool takeArguments(int& argc, char** argv);
 
 /// Runs the benchmarks that are registered, alternating between them, and prints a table of the
-/// comparisons, each from the median of the repetitions, and of the readings. Gives the program's
-/// exit status: not 0 when a benchmark failed. A missed target is no failure.
+/// comparisons, each from the median of the repetitions, and of the readings. Returns the program's
+/// exit status: not 0 when a benchmark failed. A missed target is not a failure.
 int runAndCompare(const std::vector<Comparison>& comparisons, const std::vector<Reading>& readings);
 
 }  // namespace velto::bench

@@ -8,7 +8,7 @@
 namespace velto {
 
 /// Does a step of an operation that goes on whatever comes of it, with a slot of its own. The
-/// step's error, if there is one, replaces that of an earlier step. Gives what the step gives.
+/// step's error, if there is one, replaces that of an earlier step. Returns what the step returns.
 template <typename Step>
 auto withLatestError(std::optional<Error>& error, Step step) {
   std::optional<Error> failure;

@@ -45,7 +45,7 @@ class ADAlertMailer {
   std::unique_ptr<EmailFormatter> getEmailFormatter();
 
   /// Hands one message to the mail program: 0 when it was taken, 1 without addresses. An absent
-  /// message is written as nothing. An address or a sender that is no single line of ASCII, its
+  /// message is written as nothing. An address or a sender that is not a single line of ASCII, its
   /// encoded display name aside, makes the message fail: it cannot stand in a header. So does an
   /// address that names several mailboxes.
   int sendMail(const std::vector<std::string>& addresses, const std::optional<std::string>& subject,

@@ -38,7 +38,7 @@ bool decode(const boost::json::value& json, const ArgumentClasses* classes, Mail
 bool decode(const boost::json::value& json, const ArgumentClasses* classes,
             MailRecipientOrAddress& value);
 bool decode(const boost::json::value& json, const ArgumentClasses* classes, PushRecipient& value);
-/// Anything but a dictionary is no recipient, which is not a mistake.
+/// Anything but a dictionary is not a recipient, which is not a mistake.
 bool decode(const boost::json::value& json, const ArgumentClasses* classes,
             std::optional<PushRecipient>& value);
 bool decode(const boost::json::value& json, const ArgumentClasses* classes,

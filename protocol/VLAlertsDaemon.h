@@ -68,7 +68,7 @@ class VLAlertsDaemon : public ExportedObject {
   virtual void getPushRecipients(Reply<std::vector<PushRecipient>>) {}
   virtual void setPushRecipients(std::optional<std::vector<PushRecipient>> /*recipients*/,
                                  ErrorReply) {}
-  /// An element that is no recipient is absent.
+  /// An element that is not a recipient is absent.
   virtual void addPushRecipients(
       std::optional<std::vector<std::optional<PushRecipient>>> /*recipients*/, ErrorReply) {}
 };

@@ -7,7 +7,7 @@
 namespace velto {
 namespace {
 
-/// What `valueOf` gives for each record, by the record's localization. A record that it gives
+/// What `valueOf` returns for each record, by the record's localization. A record that it gives
 /// nothing for cannot be reached and is left out.
 template <typename Object, typename ValueOf>
 auto byLocalization(const std::vector<Object>& records, const DefaultLanguages& languages,

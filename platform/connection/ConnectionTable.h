@@ -48,7 +48,7 @@ class ConnectionTable {
   std::size_t count_ VELTO_GUARDED_BY(mutex_) = 0;
 };
 
-/// Raises this process's limit of open files as far as it may go, and gives how many connections it
+/// Raises this process's limit of open files as far as it may go, and returns how many connections it
 /// leaves room for beside what the work itself needs.
 std::size_t makeRoomForConnections();
 

@@ -28,7 +28,7 @@ class EventSource {
 
   int descriptor() const { return descriptor_.get(); }
 
-  /// Serves the event waited for, and may take any time for it. Gives the event to wait for next;
+  /// Serves the event waited for, and may take any time for it. Returns the event to wait for next;
   /// with none, the source is destroyed. With kLater the source has seen to it that some thread
   /// resumes it, which may have happened already.
   virtual Event serve() noexcept = 0;

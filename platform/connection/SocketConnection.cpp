@@ -20,7 +20,7 @@
 //              others come first: waits until the socket takes more.
 //     kLater   a call is under way on some other thread. The connection is in no thread's hands
 //              until PendingReply::arrive, whose thread sends the reply and lets it wait again.
-//     kNone    the client is gone, sent what is no call, or there was no memory: the run loop
+//     kNone    the client is gone, sent what is not a call, or there was no memory: the run loop
 //              destroys the connection. What it had earned before has been sent as far as the
 //              client took it; a call under way goes on, and its reply is dropped.
 //
@@ -126,7 +126,7 @@ SocketConnection::Step SocketConnection::doNext() {
   return isEnding_ || input_.size() > kMaximumCallSize ? Step::kEnd : Step::kWait;
 }
 
-/// Runs a call, which replies then or later. A message that is no call ends the connection.
+/// Runs a call, which replies then or later. A message that is not a call ends the connection.
 void SocketConnection::runCall(std::string_view message) {
   std::array<unsigned char, kCallMemory> memory;
   boost::json::monotonic_resource storage(memory.data(), memory.size());

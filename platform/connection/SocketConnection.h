@@ -28,7 +28,7 @@ class Admission {
 
 /// The daemon's end of a client's connection. It is new until it is admitted; from then on it waits
 /// for input, or until the client takes output, or runs a call. It ends when the client is gone,
-/// sends something that is no call, or a call throws.
+/// sends something that is not a call, or a call throws.
 ///
 /// Replies are sent together as long as there is a next call that is quick. Input is read only when
 /// all output has been taken, so a client that does not read its replies holds up nobody but

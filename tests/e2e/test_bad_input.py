@@ -1,4 +1,4 @@
-"""What is no call ends its connection, and no other."""
+"""What is not a call ends its connection, and no other."""
 
 import socket
 

@@ -7,7 +7,7 @@ import time
 
 from .values import INTERFACE
 
-# How long anything may take before a test gives up on it; a slow machine is no failure.
+# How long anything may take before a test gives up on it; a slow machine is not a failure.
 DEADLINE = 60
 
 
