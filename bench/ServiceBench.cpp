@@ -317,18 +317,19 @@ int run(int argc, char** argv) {
   }
   service = std::make_unique<Service>(isQuick);
   using Goal = Comparison::Goal;
-  const int status = runAndCompare(
-      {{"A call and its reply beside a bare echo", "echoRoundTrip", "roundTrip", Goal::kTimeAtMost,
-        1.2},
-       {"The same with 64 in flight, as rates", "echoPipelined", "callsPipelined",
-        Goal::kRateAtLeast, 0.4},
-       {"SaveAlerts of one alert beside a bare insert, as rates", "insertBare", "saveAlerts",
-        Goal::kRateAtLeast, 0.85},
-       {"The same from 16 clients, as rates", "insertBare", "saveAlertsFromSixteenClients",
-        Goal::kRateAtLeast, 5},
-       {"An alert of a list of 10,000 in pieces", "listBare", "listInPieces", Goal::kTimeAtMost, 1.5},
-       {"The same at once", "listBare", "listAtOnce", Goal::kTimeAtMost, 1.5}},
-      readings());
+  const int status =
+      runAndCompare({{"A call and its reply beside a bare echo", "echoRoundTrip", "roundTrip",
+                      Goal::kTimeAtMost, 1.2},
+                     {"The same with 64 in flight, as rates", "echoPipelined", "callsPipelined",
+                      Goal::kRateAtLeast, 0.4},
+                     {"SaveAlerts of one alert beside a bare insert, as rates", "insertBare",
+                      "saveAlerts", Goal::kRateAtLeast, 0.85},
+                     {"The same from 16 clients, as rates", "insertBare",
+                      "saveAlertsFromSixteenClients", Goal::kRateAtLeast, 5},
+                     {"An alert of a list of 10,000 in pieces", "listBare", "listInPieces",
+                      Goal::kTimeAtMost, 1.5},
+                     {"The same at once", "listBare", "listAtOnce", Goal::kTimeAtMost, 1.5}},
+                    readings());
   service.reset();
   return status;
 }

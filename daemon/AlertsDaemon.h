@@ -57,9 +57,9 @@ class AlertsDaemon : public VLAlertsDaemon {
   Error privilegeError() const;
 
   /// Asks the recovery actions of every unresolved alert whether its condition has gone away, and
-  /// marks those alerts as resolved now. Returns them, once for each action that says so, or nothing
-  /// when the unresolved alerts cannot be read. An action that fails does not end the round; the
-  /// slot shows the last failure.
+  /// marks those alerts as resolved now. Returns them, once for each action that says so, or
+  /// nothing when the unresolved alerts cannot be read. An action that fails does not end the
+  /// round; the slot shows the last failure.
   std::optional<std::vector<VLAlert>> updateUnresolvedAlerts(ADAlertStore& store,
                                                              std::optional<Error>& error) const;
   /// The plain alerts behind objects of their bundles' classes.

@@ -48,8 +48,8 @@ class ConnectionTable {
   std::size_t count_ VELTO_GUARDED_BY(mutex_) = 0;
 };
 
-/// Raises this process's limit of open files as far as it may go, and returns how many connections it
-/// leaves room for beside what the work itself needs.
+/// Raises this process's limit of open files as far as it may go, and returns how many connections
+/// it leaves room for beside what the work itself needs.
 std::size_t makeRoomForConnections();
 
 }  // namespace velto

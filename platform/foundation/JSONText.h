@@ -10,7 +10,8 @@
 namespace velto {
 
 // JSON (RFC 8259) written straight into a text. Long lists are most of what the service writes, and
-// no library at hand writes them without building them in memory first.
+// Boost.JSON, which reads what comes in, builds a value in memory before it writes one. Writers
+// that do not (RapidJSON's, yajl's) would each be another dependency for these few functions.
 
 void appendJSON(std::string& text, bool value);
 void appendJSON(std::string& text, std::int64_t value);

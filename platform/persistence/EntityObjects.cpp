@@ -6,8 +6,8 @@
 #include <string>
 #include <utility>
 
-#include "platform/persistence/CommitQueue.h"
 #include "platform/foundation/ProgramMistake.h"
+#include "platform/persistence/CommitQueue.h"
 #include "platform/persistence/SQLiteConnection.h"
 
 namespace velto {

@@ -4,9 +4,9 @@
 #include <future>
 #include <utility>
 
+#include "platform/foundation/ProgramMistake.h"
 #include "platform/persistence/CommitQueue.h"
 #include "platform/persistence/FetchQuery.h"
-#include "platform/foundation/ProgramMistake.h"
 
 namespace velto {
 
