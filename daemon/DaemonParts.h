@@ -17,7 +17,7 @@
 #include "platform/foundation/Shared.h"
 #include "platform/identity/EntitledGuests.h"
 #include "platform/identity/GuestTable.h"
-#include "platform/persistence/DirectoryEntries.h"
+#include "platform/persistence/sqlite/DirectoryEntries.h"
 #include "platform/push/UlmoraPushServiceProvider.h"
 #include "store/DefaultLanguages.h"
 #include "store/StoreContainer.h"

@@ -10,9 +10,9 @@
 #include "platform/foundation/Clock.h"
 #include "platform/foundation/Log.h"
 #include "platform/foundation/Mutex.h"
-#include "platform/persistence/DirectoryEntries.h"
 #include "platform/persistence/ManagedObjectModel.h"
 #include "platform/persistence/PersistentStoreCoordinator.h"
+#include "platform/persistence/sqlite/DirectoryEntries.h"
 #include "store/DefaultLanguages.h"
 
 namespace velto {

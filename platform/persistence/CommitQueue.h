@@ -11,7 +11,7 @@
 #include "platform/foundation/SerialQueue.h"
 #include "platform/persistence/AttributeValue.h"
 #include "platform/persistence/EntitySql.h"
-#include "platform/persistence/SQLiteConnection.h"
+#include "platform/persistence/sqlite/SQLiteConnection.h"
 
 namespace velto {
 

@@ -8,7 +8,7 @@
 
 #include "platform/foundation/ProgramMistake.h"
 #include "platform/persistence/CommitQueue.h"
-#include "platform/persistence/SQLiteConnection.h"
+#include "platform/persistence/sqlite/SQLiteConnection.h"
 
 namespace velto {
 

@@ -26,7 +26,7 @@
 
 #include "platform/foundation/ProgramMistake.h"
 #include "platform/persistence/EntitySql.h"
-#include "platform/persistence/SQLiteConnection.h"
+#include "platform/persistence/sqlite/SQLiteConnection.h"
 
 namespace velto {
 namespace {

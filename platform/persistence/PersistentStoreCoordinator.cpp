@@ -7,12 +7,12 @@
 #include <sqlite3.h>
 
 #include "platform/persistence/CommitQueue.h"
-#include "platform/persistence/DataVersion.h"
 #include "platform/persistence/EntitySql.h"
 #include "platform/persistence/FetchQuery.h"
-#include "platform/persistence/ReaderPool.h"
-#include "platform/persistence/SQLiteConnection.h"
-#include "platform/persistence/StoreFile.h"
+#include "platform/persistence/sqlite/DataVersion.h"
+#include "platform/persistence/sqlite/ReaderPool.h"
+#include "platform/persistence/sqlite/SQLiteConnection.h"
+#include "platform/persistence/sqlite/StoreFile.h"
 
 namespace velto {
 

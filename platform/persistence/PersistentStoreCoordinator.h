@@ -10,9 +10,9 @@
 #include <vector>
 
 #include "platform/foundation/Error.h"
-#include "platform/persistence/DirectoryEntries.h"
 #include "platform/persistence/ManagedObjectModel.h"
 #include "platform/persistence/PersistenceErrors.h"
+#include "platform/persistence/sqlite/DirectoryEntries.h"
 
 namespace velto {
 

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <sqlite3.h>
 
-#include "platform/persistence/SQLiteConnection.h"
+#include "platform/persistence/sqlite/SQLiteConnection.h"
 #include "tests/persistence/TestStore.h"
 
 namespace velto {

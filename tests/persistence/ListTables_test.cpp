@@ -1,4 +1,4 @@
-#include "platform/persistence/ListTables.h"
+#include "platform/persistence/sqlite/ListTables.h"
 
 #include <gmock/gmock.h>
 #include <sqlite3.h>

@@ -8,8 +8,8 @@
 #include <gtest/gtest.h>
 
 #include "platform/persistence/EntitySql.h"
-#include "platform/persistence/SQLiteConnection.h"
-#include "platform/persistence/StoreFile.h"
+#include "platform/persistence/sqlite/SQLiteConnection.h"
+#include "platform/persistence/sqlite/StoreFile.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace velto {

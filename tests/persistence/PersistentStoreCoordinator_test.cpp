@@ -9,7 +9,7 @@
 #include <gmock/gmock.h>
 #include <sqlite3.h>
 
-#include "platform/persistence/StoreFile.h"
+#include "platform/persistence/sqlite/StoreFile.h"
 #include "tests/persistence/OpenStore.h"
 #include "tests/persistence/TestStore.h"
 

@@ -1,4 +1,4 @@
-#include "platform/persistence/ReaderPool.h"
+#include "platform/persistence/sqlite/ReaderPool.h"
 
 #include <fcntl.h>
 #include <set>

@@ -1,4 +1,4 @@
-#include "platform/persistence/SQLiteConnection.h"
+#include "platform/persistence/sqlite/SQLiteConnection.h"
 
 #include <filesystem>
 

@@ -9,9 +9,9 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/persistence/DirectoryEntries.h"
 #include "platform/persistence/ManagedObjectContext.h"
 #include "platform/persistence/PersistentStoreCoordinator.h"
+#include "platform/persistence/sqlite/DirectoryEntries.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace velto {

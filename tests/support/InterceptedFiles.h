@@ -8,7 +8,7 @@
 
 #include <sqlite3.h>
 
-#include "platform/persistence/DirectoryEntries.h"
+#include "platform/persistence/sqlite/DirectoryEntries.h"
 
 namespace velto {
 

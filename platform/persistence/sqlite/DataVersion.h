@@ -6,7 +6,7 @@
 #include <optional>
 
 #include "platform/foundation/Mutex.h"
-#include "platform/persistence/ReaderPool.h"
+#include "platform/persistence/sqlite/ReaderPool.h"
 
 namespace velto {
 

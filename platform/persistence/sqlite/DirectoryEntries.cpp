@@ -1,4 +1,4 @@
-#include "platform/persistence/DirectoryEntries.h"
+#include "platform/persistence/sqlite/DirectoryEntries.h"
 
 #include <cerrno>
 #include <cstdio>

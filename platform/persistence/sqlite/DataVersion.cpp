@@ -1,4 +1,4 @@
-#include "platform/persistence/DataVersion.h"
+#include "platform/persistence/sqlite/DataVersion.h"
 
 namespace velto {
 

@@ -1,11 +1,11 @@
-#include "platform/persistence/SQLiteConnection.h"
+#include "platform/persistence/sqlite/SQLiteConnection.h"
 
 #include <utility>
 
 #include <sqlite3.h>
 
-#include "platform/persistence/ListTables.h"
 #include "platform/persistence/PersistenceErrors.h"
+#include "platform/persistence/sqlite/ListTables.h"
 
 namespace velto {
 

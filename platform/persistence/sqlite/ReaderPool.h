@@ -6,7 +6,7 @@
 
 #include "platform/foundation/Error.h"
 #include "platform/foundation/Mutex.h"
-#include "platform/persistence/SQLiteConnection.h"
+#include "platform/persistence/sqlite/SQLiteConnection.h"
 
 namespace velto {
 

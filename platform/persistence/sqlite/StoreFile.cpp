@@ -20,7 +20,7 @@
 // rename and the sync leaves an empty store: the next start finds it and syncs, or, when its name
 // went with the power, makes another. There is no lock, since nobody else has the writer yet.
 
-#include "platform/persistence/StoreFile.h"
+#include "platform/persistence/sqlite/StoreFile.h"
 
 #include <array>
 #include <cerrno>
@@ -37,7 +37,7 @@
 
 #include "platform/foundation/FileDescriptor.h"
 #include "platform/persistence/PersistenceErrors.h"
-#include "platform/persistence/WriteAheadLog.h"
+#include "platform/persistence/sqlite/WriteAheadLog.h"
 
 namespace velto {
 

@@ -2,8 +2,8 @@
 
 #include <sqlite3.h>
 
-#include "platform/persistence/ListTables.h"
-#include "platform/persistence/SQLiteConnection.h"
+#include "platform/persistence/sqlite/ListTables.h"
+#include "platform/persistence/sqlite/SQLiteConnection.h"
 
 namespace velto {
 

@@ -1,4 +1,4 @@
-#include "platform/persistence/WriteAheadLog.h"
+#include "platform/persistence/sqlite/WriteAheadLog.h"
 
 #include <algorithm>
 #include <string>
@@ -7,7 +7,7 @@
 #include <sqlite3.h>
 
 #include "platform/persistence/PersistenceErrors.h"
-#include "platform/persistence/SQLiteConnection.h"
+#include "platform/persistence/sqlite/SQLiteConnection.h"
 
 namespace velto {
 

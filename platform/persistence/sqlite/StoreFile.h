@@ -7,10 +7,10 @@
 #include <vector>
 
 #include "platform/foundation/Error.h"
-#include "platform/persistence/DirectoryEntries.h"
 #include "platform/persistence/EntitySql.h"
 #include "platform/persistence/ManagedObjectModel.h"
-#include "platform/persistence/SQLiteConnection.h"
+#include "platform/persistence/sqlite/DirectoryEntries.h"
+#include "platform/persistence/sqlite/SQLiteConnection.h"
 
 namespace velto {
 
