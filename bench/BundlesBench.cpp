@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a bundle's texts cost after the first time, beside a look-up in a map.
 
 #include <map>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Delivery: notifications beside bare libcurl, the start of the mail program beside bare
 // posix_spawn.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The smallest mail program: reads a message to its end.
 
 #include <unistd.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The daemon as its clients know it: over the socket, beside a bare echo and bare SQLite.
 
 #include <atomic>

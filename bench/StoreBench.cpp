@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The store beside bare SQLite, in the same run and on the same disk.
 
 #include <atomic>

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # What every target of the tree shares: the language level, the warnings, the sanitizers, and where
 # the programs, bundles and resources end up.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The roles of AlertsDaemon.
 
 #include "daemon/AlertsDaemon.h"

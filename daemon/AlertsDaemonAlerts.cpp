@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Queries of stored alerts. A caller with a list of bundles sees the alerts of those bundles only.
 
 #include <utility>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What happens to stored alerts: they are read, resolved, acted on and deleted.
 
 #include <utility>

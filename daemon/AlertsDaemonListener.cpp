@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Admission of connections.
 
 #include "daemon/AlertsDaemonListener.h"

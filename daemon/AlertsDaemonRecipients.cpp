@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The people to notify.
 //
 // An incoming recipient is matched against those that were stored before the call, never against

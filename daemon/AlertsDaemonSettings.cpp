@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The global attributes, and the settings of bundles.
 
 #include <utility>

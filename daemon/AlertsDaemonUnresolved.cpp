@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Finding out which alerts have been resolved.
 
 #include "alerts/VLAlertAction.h"

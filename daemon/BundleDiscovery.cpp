@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The alerts directory and the store's bundle records.
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Whatever attributes an alert has, a recovery action reads JSON.
 
 #include <cstddef>

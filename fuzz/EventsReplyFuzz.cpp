@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Whatever the events service sends is an answer or an error that says so.
 
 #include <cstddef>

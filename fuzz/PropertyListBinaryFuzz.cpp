@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Any bytes to the reader of binary property lists.
 
 #include "fuzz/PropertyListRoundTrip.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Any text to the reader of XML property lists.
 
 #include "fuzz/PropertyListRoundTrip.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Runs a fuzz target over the files of its seed corpus, for builds without libFuzzer.
 
 #include <cstdint>

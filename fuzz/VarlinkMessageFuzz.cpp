@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Any bytes, in any portions, are cut into messages and read as calls; whatever is taken for a call
 // can be answered.
 

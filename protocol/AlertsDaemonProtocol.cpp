@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The table of the protocol's methods, and what turns a call into an operation and back.
 
 #include <algorithm>

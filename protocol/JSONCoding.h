@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // The coding between values and the JSON that travels on the wire. A decoder returns false (or

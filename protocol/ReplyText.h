@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // What an operation replies, as the parameters of a reply: JSON text, in one part or several.

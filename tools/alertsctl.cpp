@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The administrator's tool for the alerts daemon.
 
 #include <exception>

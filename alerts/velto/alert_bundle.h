@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* The interface between the alerts daemon and an alert bundle with code.
  *
  * A bundle with code names its shared object in Info.plist (CFBundleExecutable = libX.so, found in

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Group commit. A commit waits for one sync of the write-ahead log, which costs more than all that
 // it writes, so saves that meet share one. One thread at a time leads: it has the turn.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Keyset pagination. Where the next portion begins is told by the last record of this one, by its
 // sort key and its row id, and not by a count of records to skip: a count would miss or repeat
 // records when others come or go before it, and would read all that it skips.

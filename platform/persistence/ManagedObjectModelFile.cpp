@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reading models from files.
 
 #include <algorithm>

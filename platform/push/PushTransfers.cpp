@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // All notifications go as streams of one connection. How many streams the gateway takes it says
 // over the connection itself, perhaps after the first requests have gone out; it then refuses those
 // that are too many, unread. libcurl sends a refused request again and would go on doing so. So a

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The functions and types of the sources, as Universal Ctags finds them."""
 
 import dataclasses

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The formatting of C and C++ is clang-format's."""
 
 import re

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Includes point one way."""
 
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Two types of one name make one program of them behave like the other, and no compiler sees it."""
 
 import collections

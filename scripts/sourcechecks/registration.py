@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Every test is registered, in a list that CMake reads."""
 
 import re

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Files, functions and folders stay small."""
 
 import collections

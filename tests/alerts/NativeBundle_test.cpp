@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "alerts/native/NativeBundle.h"
 
 #include <filesystem>

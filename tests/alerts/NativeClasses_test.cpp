@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Alerts and recovery actions whose classes a bundle's code registers.
 
 #include "alerts/native/NativeClasses.h"

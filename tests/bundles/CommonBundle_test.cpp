@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The bundle as the build puts it together, loaded as the daemon does.
 
 #include <filesystem>

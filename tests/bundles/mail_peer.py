@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Reads a message as mail programs do, and writes down what they see of it."""
 
 import email

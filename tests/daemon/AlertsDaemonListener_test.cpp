@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Admission of connections and discovery of bundles.
 
 #include "daemon/AlertsDaemonListener.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Roles, queries, settings and recipients of AlertsDaemon.
 
 #include "daemon/AlertsDaemon.h"

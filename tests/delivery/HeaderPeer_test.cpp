@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What Python's mail reader makes of the headers.
 
 #include <csignal>

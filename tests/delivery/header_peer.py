@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Reads messages as mail programs do, and writes down what stands in their headers.
 
 Standard input: messages, a NUL behind each. Standard output: a JSON array with an object each.

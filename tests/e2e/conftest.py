@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Fixtures: scratch systems with and without a running daemon."""
 
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """An alert's attributes on their way over the wire, into the file and back."""
 
 import json

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What is not a call ends its connection, and no other."""
 
 import socket

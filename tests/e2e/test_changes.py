@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What can be done with stored alerts: reading, resolving, recovering, deleting."""
 
 import pytest

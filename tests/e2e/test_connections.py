@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Many connections, and descriptors that are used up."""
 
 import contextlib

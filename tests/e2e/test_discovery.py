@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The alerts directory at the daemon's start, and the store's records of its bundles."""
 
 import plistlib

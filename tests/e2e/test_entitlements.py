@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Callers that a rule entitles to bundles, and attempts to get more than a rule gives."""
 
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The events service, which is asked to monitor new bundles when the daemon starts."""
 
 import pytest

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Calls in their order: pipelining, `oneway` and `more`."""
 
 import json

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Sockets that a service manager hands over."""
 
 import contextlib

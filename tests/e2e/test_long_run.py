@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """An hour of calls at random, one a second, in as little time as they take."""
 
 import contextlib

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The mails that go out, line by line."""
 
 import pytest

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Mail programs that fail: the caller learns of it, and the alert is stored all the same."""
 
 import pytest

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A daemon whose store cannot be opened: it serves, and every call that needs the store fails."""
 
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Posting alerts: what is stored, and what is refused."""
 
 import plistlib

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The process: its socket, its signals and its descriptors."""
 
 import resource

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Alerts on their way to devices, through a real gateway."""
 
 import json

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The devices that are pushed to."""
 
 import pytest

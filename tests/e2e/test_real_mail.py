@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Mail through a mail program that others wrote, to a mail server that others wrote."""
 
 import asyncio

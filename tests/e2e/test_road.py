@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The whole road of an alert: from the bundles on disk to the people and the store."""
 
 import email.header

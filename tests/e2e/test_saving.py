@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Saving alerts as they are, and listing them."""
 
 import pytest

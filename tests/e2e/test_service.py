@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What the daemon says about itself, and calls of what it does not have."""
 
 import pathlib

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The global attributes, and the switches of bundles."""
 
 import pytest

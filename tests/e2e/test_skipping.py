@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Tests that lack something skip, and fail where CI is set."""
 
 import pytest

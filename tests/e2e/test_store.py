@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The store's directory and file, and what becomes of them."""
 
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Full disks, and a daemon that is killed while it saves."""
 
 import random

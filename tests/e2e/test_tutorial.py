@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The examples of docs/bundles.md work as they stand there."""
 
 import pathlib

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The wire as a Varlink client sees it that others wrote."""
 
 import json

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The model file of the alert store, and how SQLite answers the store's queries on it.
 
 #include <gmock/gmock.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Full disks and disks that fail, at each call in turn.
 
 #include <algorithm>

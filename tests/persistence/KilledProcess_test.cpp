@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A process that saves is killed, again and again, over the same store.
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Pending changes laid over what the file holds.
 
 #include <gmock/gmock.h>

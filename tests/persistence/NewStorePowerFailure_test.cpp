@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a power failure leaves of a store whose name, or whose log's name, is not certain yet.
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Contexts of many threads on one coordinator.
 
 #include <algorithm>

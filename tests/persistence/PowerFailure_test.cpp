@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the store holds after the power has failed, at each moment at which something has become
 // certain.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Random operations of several contexts on one file, beside a plain model of both. The variable
 // VELTO_RANDOM_OPERATIONS says how many, VELTO_RANDOM_SEED repeats a run.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Both directions against an independent implementation of the formats, in plistlib_peer.py.
 
 #include <bit>

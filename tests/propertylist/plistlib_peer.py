@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Compares property lists with Python's own plistlib.
 
     plistlib_peer.py make DIRECTORY SEED   writes N.binary, N.xml and what they hold, N.text

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The push provider against gateways that misbehave.
 
 #include <arpa/inet.h>

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A small source tree that scripts/check-sources finds nothing wrong with."""
 
 import pathlib

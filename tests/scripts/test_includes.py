@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """scripts/check-sources on includes that point the wrong way."""
 
 import pathlib

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """scripts/check-sources on names that are taken, and on what clang-format would change."""
 
 import pytest

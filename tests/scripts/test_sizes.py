@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """scripts/check-sources on files, functions and folders that have grown too big."""
 
 import pytest

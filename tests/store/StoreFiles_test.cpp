@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a store handle does with files.
 
 #include <atomic>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A push gateway for tests: HTTP/2 over TLS. What a notification's device asks for, as text, is what
 // the gateway does with it:
 //

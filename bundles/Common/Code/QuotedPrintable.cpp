@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "bundles/Common/Code/QuotedPrintable.h"
 
 #include "platform/foundation/Hexadecimal.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The bundle's two exported symbols, and its class EmailFormatter behind the daemon's C interface.
 
 #include <array>

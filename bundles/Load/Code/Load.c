@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /* The code of Load.bundle: an alert class, and a recovery action that looks again. */
 
 #include <stdio.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a start may find at the store's path, and what it makes of it:
 //
 //     nothing, an empty file   create(): fill() makes a whole store at `path`-new, moveIntoPlace()

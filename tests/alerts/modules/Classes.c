@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /* A bundle's code in C with the classes of an alert and of two recovery actions. */
 
 #include <stdlib.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /* Lacks the version of the interface. */
 
 #include <velto/alert_bundle.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /* Made for another version of the interface: its registration must never be called. */
 
 #include <stdlib.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /* A bundle's code in C: its formatter does what the localization asks for, and tells what the host
  * answered. */
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /* Registers a class and then says that the bundle cannot be used. */
 
 #include <velto/alert_bundle.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Calls the alerts daemon through a Varlink library that others wrote, and prints what comes back.
 //
 // usage: peer SOCKET

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Alert bundles made by tests."""
 
 import plistlib

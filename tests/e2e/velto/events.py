@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """An events service of the tests' own."""
 
 import json

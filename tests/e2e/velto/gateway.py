@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A push gateway: HTTP/2 over TLS, in a process of its own."""
 
 import json

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Mail programs of the scratch system, and the mails that they filed."""
 
 import email

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What a test does without what it needs."""
 
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The store's file, seen from outside while no daemon writes it."""
 
 import contextlib

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A whole system in a scratch folder."""
 
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Names and errors that many tests compare with."""
 
 INTERFACE = "com.ulmora.velto.AlertsDaemon"

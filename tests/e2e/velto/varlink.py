@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A Varlink client that can also send what no client should."""
 
 import json
