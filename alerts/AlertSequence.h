@@ -14,7 +14,7 @@ namespace velto {
 /// a time.
 class AlertSequence {
  public:
-  /// Gives the next few alerts; none at the end, or with the error when they cannot be had.
+  /// Returns the next few alerts; none at the end, and none with an error when they cannot be had.
   using Source = std::function<std::vector<VLAlert>(ErrorSlot)>;
 
   AlertSequence() = default;

@@ -31,7 +31,7 @@ std::optional<icu::Locale> localeFromIdentifier(std::string_view identifier) {
   return U_SUCCESS(status) && !locale.isBogus() ? std::optional(locale) : std::nullopt;
 }
 
-/// A POSIX locale name as a language tag; nothing for C, POSIX and what is no locale name.
+/// A POSIX locale name as a language tag; nothing for C, POSIX and what is not one.
 std::optional<std::string> languageFromPosixName(std::string_view name) {
   name = name.substr(0, name.find_first_of(".@"));
   const auto locale = localeFromIdentifier(name);
@@ -82,7 +82,7 @@ std::string canonicalLocaleIdentifier(std::string_view identifier) {
 
 std::vector<std::string> matchingLocalizations(const std::vector<std::string>& localizations,
                                                const std::vector<std::string>& preferences) {
-  // The matcher knows a locale by its place in the list, and a name that is no locale has none.
+  // The matcher knows a locale by its place in the list, and a name that is not a locale has none.
   std::vector<icu::Locale> locales;
   std::vector<std::string> names;
   for (const std::string& localization : localizations) {

@@ -90,7 +90,7 @@ inline const PropertyList* valueForKey(const PropertyList::Dictionary& dictionar
   return found == dictionary.end() ? nullptr : &found->second;
 }
 
-/// The string under `key`, or null when there is none or it is no string.
+/// The string under `key`, or null when there is none or it is not a string.
 inline const std::string* stringForKey(const PropertyList::Dictionary& dictionary,
                                        std::string_view key) {
   const PropertyList* value = valueForKey(dictionary, key);

@@ -12,7 +12,7 @@ using namespace binary_property_list;
 
 namespace {
 
-/// Gives the number of references to follow.
+/// Returns the number of references to follow.
 std::size_t appendContainerMarker(std::string& output, const PropertyList& container) {
   if (const PropertyList::Array* array = container.array()) {
     appendMarker(output, kArray, array->size());
