@@ -15,7 +15,7 @@ namespace velto {
 /// a time.
 class AlertSequence {
  public:
-  /// Returns the next few alerts; none at the end, or with the error when they cannot be had.
+  /// Returns the next few alerts; none at the end, and none with an error when they cannot be had.
   using Source = std::function<std::vector<VLAlert>(ErrorSlot)>;
 
   AlertSequence() = default;

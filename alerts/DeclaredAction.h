@@ -21,9 +21,9 @@ struct ActionContext {
 
 /// The recovery action of a bundle's executable Actions/<className>, which is run with
 /// "has-been-resolved" (exit status 0: yes, 1: no, other: error) or "run <localization>" (0: done;
-/// other: failed, its standard error says why) and reads the alert as JSON. Null with an error when
-/// there is no such file, or it or a folder it is in can be written by others than root and the
-/// daemon's user. Files are looked at anew before each run.
+/// other: failed, its standard error says why) and reads the alert as JSON. Null, with an error,
+/// when there is no such file, it is not executable, or others than root and the daemon's user can
+/// write it or a folder on the way to it. All but the first is checked again before each run.
 std::unique_ptr<VLAlertAction> makeDeclaredAction(std::shared_ptr<const AlertBundle> bundle,
                                                   const std::string& className,
                                                   const VLAlert& alert,

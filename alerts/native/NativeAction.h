@@ -13,7 +13,7 @@
 namespace velto {
 
 /// The recovery action of a class that a bundle's code registered, for an alert; null, with an
-/// error that names the class, when the class gives no object. `actionClass` stays for good. The
+/// error that names the class, when the class makes no object. `actionClass` stays for good. The
 /// code runs in the caller's thread: nobody can end it when it takes too long.
 std::unique_ptr<VLAlertAction> makeNativeAction(const velto_action_class& actionClass,
                                                 std::shared_ptr<const AlertBundle> bundle,

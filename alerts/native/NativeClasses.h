@@ -38,7 +38,7 @@ class NativeClasses {
   /// Null when the bundle has registered no such class.
   const velto_alert_class* alertClass(std::string_view bundle, std::string_view type) const;
   const velto_action_class* actionClass(std::string_view bundle, std::string_view name) const;
-  /// A new object of the class, or null when there is no such class or it gives no object.
+  /// A new object of the class, or null when there is no such class or it makes no object.
   std::unique_ptr<EmailFormatter> makeEmailFormatter(std::string_view className) const;
 
  private:

@@ -33,7 +33,7 @@ struct velto_names {
 
 /// Gathers the classes of one bundle while it registers them.
 struct velto_registry {
-  const velto::NativeClasses& taken;
+  const velto::NativeClasses& known;  ///< whose names are taken
   std::string bundle;
   velto::NativeClasses::OfBundle classes;
 };

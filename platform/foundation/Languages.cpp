@@ -32,7 +32,7 @@ std::optional<icu::Locale> localeFromIdentifier(std::string_view identifier) {
   return U_SUCCESS(status) && !locale.isBogus() ? std::optional(locale) : std::nullopt;
 }
 
-/// A POSIX locale name as a language tag; nothing for C, POSIX and what is not a locale name.
+/// A POSIX locale name as a language tag; nothing for C, POSIX and what is not one.
 std::optional<std::string> languageFromPosixName(std::string_view name) {
   name = name.substr(0, name.find_first_of(".@"));
   const auto locale = localeFromIdentifier(name);

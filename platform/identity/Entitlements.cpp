@@ -66,7 +66,7 @@ bool isSameProcess(const Guest& guest) {
 
 /// Compared as files: a name may mean another file to the process, which can have its own view of
 /// the tree.
-bool runs(const PropertyList& executable, const Guest& guest) {
+bool runsExecutable(const PropertyList& executable, const Guest& guest) {
   const std::string link = "/proc/" + std::to_string(guest.token.processIdentifier) + "/exe";
   struct stat running {};
   struct stat named {};
@@ -85,7 +85,7 @@ constexpr std::array<Condition, 4> kConditions = {{
     {"User", isUser, true},
     {"Unit", isInUnit, true},
     {"Label", hasLabel, true},
-    {"Executable", runs, false},
+    {"Executable", runsExecutable, false},
 }};
 
 const Condition* conditionNamed(std::string_view name) {

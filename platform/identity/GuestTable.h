@@ -22,10 +22,11 @@ struct Guest {
   std::optional<std::string> label;
 };
 
-/// The audit tokens that are alive, by address, and the sockets that they are of. Any thread.
+/// The audit tokens by whose address a guest can be looked up at the moment, each with the socket
+/// of its connection. Any thread.
 class GuestTable {
  public:
-  /// While it lives, the token can be looked up. The socket stays open for as long.
+  /// Keeps a token in the table as long as it lives itself. The socket must stay open until then.
   class Entry {
    public:
     Entry(GuestTable& table, const AuditToken& token, int socket);

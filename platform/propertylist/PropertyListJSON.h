@@ -14,8 +14,8 @@ namespace velto {
 
 /// Plain JSON for strings, integers, reals, booleans, arrays and dictionaries; {"$date": seconds}
 /// and {"$data": base64} for the two kinds that JSON lacks; {"$dict": {...}} for a dictionary that
-/// itself has a key beginning with "$". An absent value, in a dictionary only, is null or
-/// {"$absent": true}; it is left out when it leaves. A number beyond the finite ones is null.
+/// itself has a key beginning with "$". A number beyond the finite ones is null. An absent value is
+/// read, in a dictionary only, from null or {"$absent": true}, and left out of what is written.
 std::optional<PropertyList> propertyListFromJSON(const boost::json::value& json);
 void appendJSON(std::string& text, const PropertyList& value);
 void appendJSON(std::string& text, const PropertyList::Dictionary& value);

@@ -9,7 +9,7 @@
 namespace velto::xml_property_list {
 
 // The scalars of the XML form, from the text of their elements. White space around a scalar does
-// not count. Each returns nothing for other text. Any thread.
+// not count. Each returns nothing for any other text. Any thread.
 
 /// Decimal or, after "0x", hexadecimal, with an optional sign: what fits 64 bits, signed or not.
 std::optional<PropertyList> parseInteger(std::string_view text);
