@@ -8,8 +8,8 @@
 //     either ─────────► free             nothing waits any more
 //
 // The followers' threads do not wait here. Their saves are waiting, then in the leader's batch
-// (also one that comes before the leader has taken its batch), then told: by the saving thread that led, or by the teller, while the writer is at the next
-// batch.
+// (also one that comes before the leader has taken its batch), then told: by the saving thread that
+// led, or by the teller, while the writer is at the next batch.
 //
 // 1. Whoever has the turn, and nobody else, uses `connection_` and `distrust_`, without a lock. The
 //    turn is taken, kept and given up under `mutex_`, and handed over by the writer's queue, so the

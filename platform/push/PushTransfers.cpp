@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // All notifications go as streams of one connection. The gateway says how many streams it takes
 // only over the connection itself, perhaps after the first requests have gone out; it then refuses
-// those that are too many, unread. libcurl sends a refused request again and would go on doing so. So a
-// connection is started slowly, and a gate (admits(), asked right before a request goes out) keeps
-// back what is too early.
+// those that are too many, unread. libcurl sends a refused request again and would go on doing so.
+// So a connection is started slowly, and a gate (admits(), asked right before a request goes out)
+// keeps back what is too early.
 //
 //     new connection    told by another port on our side: unproven, and nothing admitted
 //     unproven          at most `widest_` requests are admitted; the others are held back
