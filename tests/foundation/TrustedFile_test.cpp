@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/foundation/RegularFile.h"
+#include "tests/support/SkipOrFail.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace velto {
@@ -85,7 +86,7 @@ TEST_F(TrustedFileTest, OthersMayDoNoMoreThanTheRequirementAllows) {
 
 TEST_F(TrustedFileTest, TheOwnerIsTheOneThatTheRequirementNames) {
   if (geteuid() != 0) {
-    GTEST_SKIP() << "only root can give a file away";
+    return skipOrFail("only root can give a file away");
   }
   const std::string path = write("file", 0600);
   EXPECT_EQ(objection(path, kRootsSecret), "");
@@ -97,7 +98,7 @@ TEST_F(TrustedFileTest, TheOwnerIsTheOneThatTheRequirementNames) {
 
 TEST_F(TrustedFileTest, RootsFileMustBeClosedToOthersThanRoot) {
   if (geteuid() != 0) {
-    GTEST_SKIP() << "only root can make a file of root's";
+    return skipOrFail("only root can make a file of root's");
   }
   EXPECT_EQ(objection(write("file", 0664), kRoots), "others than root can write it");
   EXPECT_EQ(objection(write("file", 0640), kRootsSecret), "others than root can read or write it");
@@ -106,7 +107,7 @@ TEST_F(TrustedFileTest, RootsFileMustBeClosedToOthersThanRoot) {
 
 TEST_F(TrustedFileTest, TheDaemonsOwnUserIsNotRoot) {
   if (geteuid() != 0) {
-    GTEST_SKIP() << "only root can become somebody else";
+    return skipOrFail("only root can become somebody else");
   }
   const std::string path = write("file", 0600);
   ASSERT_EQ(chown(path.c_str(), kStranger, 0), 0);
