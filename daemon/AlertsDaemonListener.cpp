@@ -40,6 +40,14 @@ Interface exportedInterface() {
   return interface;
 }
 
+/// Who may do little sends little: what is sent costs memory before it is looked at.
+std::size_t maximumCallSize(const AlertsDaemon& object) {
+  constexpr std::size_t kOfServices = std::size_t{1024} * 1024;
+  constexpr std::size_t kOfOthers = std::size_t{64} * 1024;
+  if (object.isRoot()) return kMaximumCallSize;
+  return object.isPrivileged() || object.bundles() ? kOfServices : kOfOthers;
+}
+
 }  // namespace
 
 AlertsDaemonListener::AlertsDaemonListener(const AlertsDaemonServices& services,
@@ -97,6 +105,7 @@ std::unique_ptr<AlertsDaemon> AlertsDaemonListener::serviceObject(
 bool AlertsDaemonListener::shouldAcceptNewConnection(Listener& /*listener*/,
                                                      Connection& connection) {
   auto object = serviceObject(connection);
+  connection.setMaximumCallSize(maximumCallSize(*object));
   connection.setExportedInterface(exported_);
   connection.setExportedObject(std::move(object));
   connection.resume();

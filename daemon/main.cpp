@@ -3,12 +3,14 @@
 
 #include <csignal>
 #include <cstdio>
+#include <memory>
 #include <optional>
 
 #include <systemd/sd-daemon.h>
 
 #include "daemon/AlertsDaemonListener.h"
 #include "daemon/DaemonParts.h"
+#include "daemon/StopSignal.h"
 #include "platform/connection/RunLoop.h"
 #include "platform/foundation/Paths.h"
 
@@ -23,6 +25,7 @@ int main(int argc, char** argv) {
 
   DaemonParts parts;
   RunLoop runLoop;
+  runLoop.add(std::make_unique<StopSignal>(runLoop), Event::kInput);
   std::optional<Error> error;
   const auto listener =
       Listener::listenerWithServiceName(runLoop, parts.guests, VLAlertsXPCServiceName, &error);
@@ -35,8 +38,7 @@ int main(int argc, char** argv) {
   AlertsDaemonListener delegate(parts.services(), parts.listenerSeams());
   listener->setDelegate(&delegate);
   listener->resume();
-  // Also takes NOTIFY_SOCKET from the environment of our children.
-  sd_notify(1, "READY=1");
+  sd_notify(0, "READY=1");
   runLoop.run();
   return 0;
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <sys/types.h>
 
@@ -8,6 +9,9 @@
 #include "platform/identity/AuditToken.h"
 
 namespace velto {
+
+/// The most bytes that any call may have, not counting the NUL that ends it.
+inline constexpr std::size_t kMaximumCallSize = std::size_t{16} * 1024 * 1024;
 
 /// One client's connection, as the listener's delegate sees it when it is new: it has the caller's
 /// credentials as the kernel noted them when the client connected, and takes what is exported to
@@ -26,6 +30,9 @@ class Connection {
 
   /// Shared with other connections; not changed any more.
   virtual void setExportedInterface(std::shared_ptr<const Interface> exported) = 0;
+  /// The most bytes that a call of this client may have, kMaximumCallSize unless it is set. A
+  /// longer one ends the connection.
+  virtual void setMaximumCallSize(std::size_t bytes) = 0;
   virtual void setExportedObject(std::unique_ptr<ExportedObject> object) = 0;
   virtual void resume() = 0;
 };

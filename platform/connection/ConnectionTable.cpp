@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <utility>
 
 namespace velto {
 namespace {
@@ -18,8 +19,8 @@ constexpr rlim_t kReserve = 128;
 ConnectionTable::Entry::Entry(ConnectionTable& table, uid_t user, int socket)
     : table_(table), user_(user), socket_(socket) {
   const MutexLock lock(table_.mutex_);
-  auto& own = table_.users_[user_];
-  place_ = own.insert(own.end(), this);
+  User& own = table_.users_[user_];
+  place_ = own.connections.insert(own.connections.end(), this);
   if (++table_.count_ > table_.room_) {
     table_.giveUpOneFor(own);
   }
@@ -32,24 +33,103 @@ ConnectionTable::Entry::~Entry() {
   }
 }
 
-/// `newcomers` are the connections of the user who has just come.
-void ConnectionTable::giveUpOneFor(Connections& newcomers) {
-  Connections* most = &newcomers;
-  for (auto& [user, own] : users_) {
-    if (own.size() > most->size()) {
-      most = &own;
+void ConnectionTable::Entry::charge(std::size_t bytes, Waits waits) {
+  // Only this thread changes what it reads here; the table's threads take the connection away.
+  if (bytes == 0 && waits == Waits::kForNothing && bytes_ == 0 && waits_ == Waits::kForNothing) {
+    return;
+  }
+  const MutexLock lock(table_.mutex_);
+  if (isListed_) {
+    table_.await(*this, waits);
+    table_.recharge(*this, bytes);
+  }
+}
+
+void ConnectionTable::recharge(Entry& entry, std::size_t bytes) {
+  User& user = users_.at(entry.user_);
+  user.bytes += bytes - entry.bytes_;
+  entry.bytes_ = bytes;
+  while (user.bytes > budgetOf(entry.user_)) {
+    const auto most = std::max_element(
+        user.connections.begin(), user.connections.end(),
+        [](const Entry* one, const Entry* other) { return one->bytes_ < other->bytes_; });
+    const bool isLast = user.connections.size() == 1;
+    giveUp(**most);
+    if (isLast) return;  // and the user is gone with it
+  }
+}
+
+/// Every move of a connection that waits gives it the whole time again.
+void ConnectionTable::await(Entry& entry, Waits waits) {
+  entry.waits_ = waits;
+  if (waits == Waits::kForNothing) return;
+  const auto patience = waits == Waits::kForTaking ? limits_.untakenReply : limits_.halfCall;
+  entry.deadline_ = std::chrono::steady_clock::now() + patience;
+  if (!isAlarmSet_ && alarm_) {
+    isAlarmSet_ = true;
+    alarm_(std::min(limits_.halfCall, limits_.untakenReply));
+  }
+}
+
+void ConnectionTable::setAlarm(std::function<void(std::chrono::milliseconds)> alarm) {
+  const MutexLock lock(mutex_);
+  alarm_ = std::move(alarm);
+}
+
+std::optional<std::chrono::milliseconds> ConnectionTable::endOverdue(
+    std::chrono::steady_clock::time_point now) {
+  using Moment = std::chrono::steady_clock::time_point;
+  const MutexLock lock(mutex_);
+  Moment next = Moment::max();
+  for (auto user = users_.begin(); user != users_.end();) {
+    // The user goes with the last connection.
+    const Moment nextOfUser = endOverdueOf((user++)->second, now);
+    next = std::min(next, nextOfUser);
+  }
+  isAlarmSet_ = next != Moment::max();
+  if (!isAlarmSet_) return std::nullopt;
+  // Not for each connection anew, when many wait one shortly after the other.
+  const auto soonest = std::min(limits_.halfCall, limits_.untakenReply) / 10;
+  return std::max(std::chrono::ceil<std::chrono::milliseconds>(next - now), soonest);
+}
+
+std::chrono::steady_clock::time_point ConnectionTable::endOverdueOf(
+    User& user, std::chrono::steady_clock::time_point now) {
+  auto next = std::chrono::steady_clock::time_point::max();
+  std::size_t left = user.connections.size();
+  for (auto place = user.connections.begin(); left > 0; --left) {
+    Entry& entry = **place++;
+    if (entry.waits_ == Waits::kForNothing) continue;
+    if (entry.deadline_ <= now) {
+      giveUp(entry);
+    } else {
+      next = std::min(next, entry.deadline_);
     }
   }
-  Entry& last = *most->back();
-  // Whoever serves it finds the client gone, and closes the socket.
-  ::shutdown(last.socket_, SHUT_RDWR);
-  remove(last);
+  return next;
+}
+
+void ConnectionTable::giveUpOneFor(User& newcomer) {
+  User* most = &newcomer;
+  for (auto& [id, user] : users_) {
+    if (user.connections.size() > most->connections.size()) {
+      most = &user;
+    }
+  }
+  giveUp(*most->connections.back());
+}
+
+/// Whoever serves it finds the client gone, and closes the socket.
+void ConnectionTable::giveUp(Entry& entry) {
+  ::shutdown(entry.socket_, SHUT_RDWR);
+  remove(entry);
 }
 
 void ConnectionTable::remove(Entry& entry) {
   const auto own = users_.find(entry.user_);
-  own->second.erase(entry.place_);
-  if (own->second.empty()) {
+  own->second.bytes -= entry.bytes_;
+  own->second.connections.erase(entry.place_);
+  if (own->second.connections.empty()) {
     users_.erase(own);
   }
   entry.isListed_ = false;

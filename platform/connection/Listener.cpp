@@ -3,16 +3,20 @@
 
 #include <cerrno>
 #include <chrono>
+#include <cstdint>
 #include <exception>
 #include <string>
 #include <sys/socket.h>
 #include <thread>
+#include <tuple>
+#include <unistd.h>
 #include <utility>
 
 #include "platform/connection/ListeningSocket.h"
 #include "platform/connection/RunLoop.h"
 #include "platform/connection/SocketConnection.h"
 #include "platform/foundation/Paths.h"
+#include "platform/foundation/TimerDescriptor.h"
 #include "platform/identity/GuestTable.h"
 
 namespace velto {
@@ -59,17 +63,44 @@ class Listener::Door : public EventSource {
   Admission& admission_;
 };
 
+/// The timer at whose end the connections are looked through that wait for their clients. It is
+/// only set while there are some.
+class Listener::Watch : public EventSource {
+ public:
+  explicit Watch(ConnectionTable& table) : EventSource(idleTimer()), table_(table) {
+    table_.setAlarm([timer = descriptor()](auto time) { setTimer(timer, time); });
+  }
+  ~Watch() override { table_.setAlarm({}); }
+
+  Event serve() noexcept override {
+    std::uint64_t expirations = 0;
+    std::ignore = ::read(descriptor(), &expirations, sizeof expirations);
+    if (const auto next = table_.endOverdue(std::chrono::steady_clock::now())) {
+      setTimer(descriptor(), *next);
+    }
+    return Event::kInput;
+  }
+
+ private:
+  ConnectionTable& table_;
+};
+
 class Listener::Implementation : public Admission {
  public:
-  Implementation(Listener& listener, RunLoop& runLoop, GuestTable& guests, ListeningSocket socket)
+  Implementation(Listener& listener, RunLoop& runLoop, GuestTable& guests, ListeningSocket socket,
+                 const ConnectionLimits& limits)
       : listener_(listener),
         runLoop_(runLoop),
         guests_(guests),
         lock_(std::move(socket.lock)),
+        table_(makeRoomForConnections(), limits),
         door_(std::make_unique<Door>(runLoop_, std::move(socket.socket), table_, *this)) {}
 
   void setDelegate(ListenerDelegate* delegate) { delegate_ = delegate; }
-  void resume() { runLoop_.add(std::move(door_), Event::kInput); }
+  void resume() {
+    runLoop_.add(std::make_unique<Watch>(table_), Event::kInput);
+    runLoop_.add(std::move(door_), Event::kInput);
+  }
 
   bool admit(SocketConnection& connection) override {
     // Admission is the only time at which anybody asks who is behind the token.
@@ -82,7 +113,7 @@ class Listener::Implementation : public Admission {
   RunLoop& runLoop_;
   GuestTable& guests_;
   const FileDescriptor lock_;
-  ConnectionTable table_{makeRoomForConnections()};
+  ConnectionTable table_;
   std::unique_ptr<Door> door_;  ///< until it is resumed
   ListenerDelegate* delegate_ = nullptr;
 };
@@ -101,19 +132,21 @@ std::unique_ptr<Listener> Listener::listenerWithServiceName(RunLoop& runLoop, Gu
     path.append("/").append(serviceName);
     return listenerWithPath(runLoop, guests, rootedPath(path), error);
   }
-  return std::unique_ptr<Listener>(new Listener(runLoop, guests, std::move(*socket)));
+  return std::unique_ptr<Listener>(new Listener(runLoop, guests, std::move(*socket), {}));
 }
 
 std::unique_ptr<Listener> Listener::listenerWithPath(RunLoop& runLoop, GuestTable& guests,
-                                                     const std::string& path, ErrorSlot error) {
+                                                     const std::string& path, ErrorSlot error,
+                                                     const ConnectionLimits& limits) {
   auto socket = ListeningSocket::atPath(path, error);
   if (!socket) return nullptr;
-  return std::unique_ptr<Listener>(new Listener(runLoop, guests, std::move(*socket)));
+  return std::unique_ptr<Listener>(new Listener(runLoop, guests, std::move(*socket), limits));
 }
 
-Listener::Listener(RunLoop& runLoop, GuestTable& guests, ListeningSocket socket)
-    : implementation_(std::make_unique<Implementation>(*this, runLoop, guests, std::move(socket))) {
-}
+Listener::Listener(RunLoop& runLoop, GuestTable& guests, ListeningSocket socket,
+                   const ConnectionLimits& limits)
+    : implementation_(
+          std::make_unique<Implementation>(*this, runLoop, guests, std::move(socket), limits)) {}
 
 Listener::~Listener() = default;
 

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "platform/connection/Connection.h"
+#include "platform/connection/ConnectionTable.h"
 #include "platform/foundation/Error.h"
 
 namespace velto {
@@ -42,7 +43,8 @@ class Listener {
                                                            ErrorSlot error);
   /// A listener that makes its socket at `path`, under the same rules.
   static std::unique_ptr<Listener> listenerWithPath(RunLoop& runLoop, GuestTable& guests,
-                                                    const std::string& path, ErrorSlot error);
+                                                    const std::string& path, ErrorSlot error,
+                                                    const ConnectionLimits& limits = {});
   ~Listener();
   Listener(const Listener&) = delete;
   Listener& operator=(const Listener&) = delete;
@@ -55,8 +57,10 @@ class Listener {
 
  private:
   class Door;
+  class Watch;
   class Implementation;
-  Listener(RunLoop& runLoop, GuestTable& guests, ListeningSocket socket);
+  Listener(RunLoop& runLoop, GuestTable& guests, ListeningSocket socket,
+           const ConnectionLimits& limits);
   const std::unique_ptr<Implementation> implementation_;
 };
 

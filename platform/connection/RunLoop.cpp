@@ -15,10 +15,10 @@
 //   4. resume() may come before the serving thread is back from serve() and has counted the source
 //      as suspended: suspended_ is below zero then for a moment, and right again after it.
 //
-// mutex_ guards the lists and counters. A source is destroyed outside it, since its destructor may
-// close files or wait for others. A helper that ends leaves its thread to be joined by the next one
-// that starts a helper; that one may wait, under mutex_, for the trimming of the heap with which a
-// helper ends.
+// mutex_ guards the lists and counters and nothing slow. A source is destroyed outside it, since
+// its destructor may close files or wait for others. A helper that ends trims the heap, which takes
+// a while, and leaves its thread to be joined by the next helper that ends, or by `run`: by threads
+// that have nothing else to do.
 //
 // When the run loop is stopped, the event that nobody reads wakes every thread; `run` waits for the
 // helpers and for the suspended sources, and only then destroys what is left.
@@ -64,6 +64,13 @@ void trimHeap() {
   ::malloc_trim(0);
 }
 
+void joinAll(std::list<std::thread>& threads) {
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  threads.clear();
+}
+
 }  // namespace
 
 RunLoop::RunLoop() noexcept
@@ -104,14 +111,15 @@ void RunLoop::run() {
   while (!helpers_.empty()) {
     lock.wait(helperHasEnded_);
   }
-  joinEndedHelpers();
   while (suspended_ != 0) {
     lock.wait(isResumed_);
   }
+  joinAll(endedHelpers_);
   sources.swap(sources_);
 }
 
 void RunLoop::stop() {
+  isStopping_ = true;
   const std::uint64_t one = 1;
   // It can only fail for being full, and then it has been told long ago.
   std::ignore = ::write(stopEvent_.get(), &one, sizeof(one));
@@ -181,7 +189,6 @@ bool RunLoop::letWait(EventSource& source, Event next) const {
 }
 
 void RunLoop::startHelper() {
-  joinEndedHelpers();
   try {
     Threads started(1);
     const auto self = started.begin();
@@ -195,30 +202,26 @@ void RunLoop::startHelper() {
 
 void RunLoop::help(Threads::iterator self) {
   bool isStopped = false;
+  Threads endedBefore;
   do {
     while (EventSource* source = waitForEvent(kIdleTime, isStopped)) {
       serve(*source);
     }
-  } while (!endHelper(self, isStopped));
+  } while (!endHelper(self, isStopped, endedBefore));
+  joinAll(endedBefore);
   // The burst of work that it was started for is over, and what that needed is to spare.
   trimHeap();
 }
 
 /// Ends a helper that has found nothing to do, unless it is the last one that waits.
-bool RunLoop::endHelper(Threads::iterator self, bool isStopped) {
+bool RunLoop::endHelper(Threads::iterator self, bool isStopped, Threads& endedBefore) {
   MutexLock lock(mutex_);
   if (waiting_ == 1 && !isStopped) return false;
   --waiting_;
+  endedBefore.swap(endedHelpers_);
   endedHelpers_.splice(endedHelpers_.end(), helpers_, self);
   helperHasEnded_.notify_one();
   return true;
-}
-
-void RunLoop::joinEndedHelpers() {
-  for (std::thread& thread : endedHelpers_) {
-    thread.join();
-  }
-  endedHelpers_.clear();
 }
 
 }  // namespace velto

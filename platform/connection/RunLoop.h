@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <cstddef>
 #include <list>
@@ -34,9 +35,10 @@ class RunLoop {
 
   /// Serves until `stop`. Called by one thread.
   void run() VELTO_EXCLUDES(mutex_);
-  /// Makes `run` return once the calls under way have ended. For tests: the daemon has no way to
-  /// stop of its own.
+  /// Makes `run` return once the calls under way have ended. Any thread, also within a call.
   void stop();
+  /// Whether nothing new is to be begun.
+  bool isStopping() const { return isStopping_; }
 
  private:
   using Sources = std::unordered_map<EventSource*, std::unique_ptr<EventSource>>;
@@ -50,11 +52,12 @@ class RunLoop {
   bool letWait(EventSource& source, Event next) const VELTO_REQUIRES(mutex_);
   void startHelper() VELTO_REQUIRES(mutex_);
   void help(Threads::iterator self) VELTO_EXCLUDES(mutex_);
-  bool endHelper(Threads::iterator self, bool isStopped) VELTO_EXCLUDES(mutex_);
-  void joinEndedHelpers() VELTO_REQUIRES(mutex_);
+  bool endHelper(Threads::iterator self, bool isStopped, Threads& endedBefore)
+      VELTO_EXCLUDES(mutex_);
 
   const FileDescriptor epoll_;
   const FileDescriptor stopEvent_;
+  std::atomic<bool> isStopping_ = false;
 
   Mutex mutex_;
   std::condition_variable helperHasEnded_;

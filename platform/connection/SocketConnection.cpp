@@ -71,6 +71,7 @@ Event SocketConnection::serve() noexcept {
     flush();
     awaited_ = Event::kNone;
   }
+  charge();
   return awaited_;
 }
 
@@ -118,20 +119,22 @@ SocketConnection::Step SocketConnection::doNext() {
     reply_.writeNext(output_, takesMore_);
     return Step::kGoOn;
   }
+  if (runLoop_.isStopping()) isEnding_ = true;
   const auto message = isEnding_ ? std::nullopt : input_.next();
   if (message) {
     runCall(*message);
     return Step::kGoOn;
   }
   if (!output_.empty()) return flush();
-  return isEnding_ || input_.size() > kMaximumCallSize ? Step::kEnd : Step::kWait;
+  return isEnding_ || input_.size() > maximumCallSize_ ? Step::kEnd : Step::kWait;
 }
 
 /// Runs a call, which replies then or later. A message that is not a call ends the connection.
 void SocketConnection::runCall(std::string_view message) {
   std::array<unsigned char, kCallMemory> memory;
   boost::json::monotonic_resource storage(memory.data(), memory.size());
-  const std::optional<VarlinkCall> call = VarlinkCall::parse(message, &storage);
+  const auto call =
+      message.size() <= maximumCallSize_ ? VarlinkCall::parse(message, &storage) : std::nullopt;
   if (!call) {
     isEnding_ = true;
     return;
@@ -183,7 +186,18 @@ void SocketConnection::goOnWithReply() noexcept {
   } catch (...) {
     awaited_ = Event::kNone;
   }
+  charge();
   runLoop_.resume(*this, awaited_);
+}
+
+/// Tells what the connection holds and waits for. Whenever it is served, it has moved on.
+void SocketConnection::charge() {
+  using Waits = ConnectionTable::Waits;
+  const std::size_t unsent = output_.size() - sent_ + reply_.text().size();
+  const bool waitsForRest = awaited_ == Event::kInput && input_.size() > 0;
+  entry_.charge(input_.size() + unsent, unsent > 0     ? Waits::kForTaking
+                                        : waitsForRest ? Waits::kForRestOfCall
+                                                       : Waits::kForNothing);
 }
 
 /// Sends what the client takes without waiting.

@@ -51,6 +51,7 @@ class SocketConnection : public EventSource, public Connection, private ReplyRec
   void setExportedObject(std::unique_ptr<ExportedObject> object) override {
     object_ = std::move(object);
   }
+  void setMaximumCallSize(std::size_t bytes) override { maximumCallSize_ = bytes; }
   void resume() override { isResumed_ = true; }
 
   /// Whether the connection is ready to be served.
@@ -72,13 +73,15 @@ class SocketConnection : public EventSource, public Connection, private ReplyRec
   void setReply(CallReply reply);
   void goOnWithReply() noexcept override;
   Step flush();
+  void charge();
 
   const AuditToken auditToken_;
   RunLoop& runLoop_;
-  const ConnectionTable::Entry entry_;
+  ConnectionTable::Entry entry_;
   Admission& admission_;
   std::shared_ptr<const Interface> exported_;
   std::unique_ptr<ExportedObject> object_;
+  std::size_t maximumCallSize_ = kMaximumCallSize;
   Event awaited_ = Event::kOutput;
   bool isResumed_ = false;
   bool isAdmitted_ = false;

@@ -22,7 +22,6 @@ bool takeFlag(const json::value& value, bool& flag) {
 }  // namespace
 
 std::optional<VarlinkCall> VarlinkCall::parse(std::string_view message, json::storage_ptr storage) {
-  if (message.size() > kMaximumCallSize) return std::nullopt;
   std::optional<json::value> document = readJSON(message, storage);
   if (!document || !document->is_object()) return std::nullopt;
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -10,9 +9,6 @@
 #include <boost/json/storage_ptr.hpp>
 
 namespace velto {
-
-/// The most bytes a call may have, not counting the NUL that ends it.
-inline constexpr std::size_t kMaximumCallSize = std::size_t{16} * 1024 * 1024;
 
 /// A call as it came over the wire. A value; any thread.
 class VarlinkCall {

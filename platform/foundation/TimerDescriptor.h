@@ -11,4 +11,9 @@ namespace velto {
 /// with errno set, when there is none to be had. Any thread.
 FileDescriptor timerExpiringAfter(std::chrono::milliseconds time);
 
+/// One that becomes readable when `setTimer` says.
+FileDescriptor idleTimer();
+/// Has the timer expire once after the time, which is longer than none. Any thread.
+void setTimer(int timer, std::chrono::milliseconds time);
+
 }  // namespace velto

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstdlib>
 #include <list>
 #include <memory>
@@ -31,6 +32,11 @@ class Connected {
     client_ = FileDescriptor(ends[0]);
     server_ = FileDescriptor(ends[1]);
     entry_.emplace(table, user, server_.get());
+  }
+
+  void charge(std::size_t bytes,
+              ConnectionTable::Waits waits = ConnectionTable::Waits::kForTaking) {
+    entry_->charge(bytes, waits);
   }
 
   bool isOpen() const {
@@ -93,6 +99,88 @@ TEST(ConnectionTable, countsWhatIsOpenOnly) {
   EXPECT_EQ(open(connections), (std::vector{true, false, true}));
   connections.clear();
   EXPECT_EQ(open(connect(table, {kAnna, kAnna})), (std::vector{true, true}));
+}
+
+// --- What connections hold, and how long they wait ---
+
+using Waits = ConnectionTable::Waits;
+constexpr ConnectionLimits kLimits{.userBytes = 100,
+                                   .rootBytes = 1000,
+                                   .halfCall = std::chrono::seconds(10),
+                                   .untakenReply = std::chrono::seconds(60)};
+
+TEST(ConnectionTable, givesUpTheConnectionThatHoldsMostOfAUserWhoIsOverTheBudget) {
+  ConnectionTable table(10, kLimits);
+  Connections connections = connect(table, {kAnna, kAnna, kAnna, kBert});
+  auto each = connections.begin();
+  (each++)->charge(30);
+  (each++)->charge(50);
+  (each++)->charge(20);
+  each->charge(90);
+  EXPECT_EQ(open(connections), (std::vector{true, true, true, true}));
+  connections.front().charge(31);
+  EXPECT_EQ(open(connections), (std::vector{true, false, true, true}));
+  // What it held is given back with it.
+  connections.front().charge(79);
+  EXPECT_EQ(open(connections), (std::vector{true, false, true, true}));
+  connections.front().charge(101);
+  EXPECT_EQ(open(connections), (std::vector{false, false, true, true}));
+}
+
+TEST(ConnectionTable, letsRootHoldMore) {
+  ConnectionTable table(10, kLimits);
+  Connections connections = connect(table, {kRoot, kRoot});
+  connections.front().charge(1000);
+  EXPECT_EQ(open(connections), (std::vector{true, true}));
+  connections.back().charge(1);
+  EXPECT_EQ(open(connections), (std::vector{false, true}));
+}
+
+TEST(ConnectionTable, givesBackWhatAConnectionHeldThatGoes) {
+  ConnectionTable table(10, kLimits);
+  Connections connections = connect(table, {kAnna, kAnna});
+  connections.front().charge(100);
+  connections.pop_front();
+  connections.front().charge(100);
+  EXPECT_EQ(open(connections), (std::vector{true}));
+}
+
+TEST(ConnectionTable, givesUpWhoeverWaitsTooLong) {
+  ConnectionTable table(10, kLimits);
+  Connections connections = connect(table, {kAnna, kAnna, kBert, kRoot});
+  auto each = connections.begin();
+  const auto begin = std::chrono::steady_clock::now();
+  (each++)->charge(1, Waits::kForRestOfCall);
+  (each++)->charge(1, Waits::kForTaking);
+  (each++)->charge(1, Waits::kForRestOfCall);
+  connections.front().charge(0, Waits::kForNothing);  // went on meanwhile
+  const auto next = table.endOverdue(begin + std::chrono::seconds(9));
+  ASSERT_TRUE(next);
+  EXPECT_GT(*next, std::chrono::milliseconds(500));
+  EXPECT_LT(*next, std::chrono::seconds(10));
+  EXPECT_EQ(open(connections), (std::vector{true, true, true, true}));
+  EXPECT_TRUE(table.endOverdue(std::chrono::steady_clock::now() + std::chrono::seconds(10)));
+  EXPECT_EQ(open(connections), (std::vector{true, true, false, true}));
+  EXPECT_FALSE(table.endOverdue(std::chrono::steady_clock::now() + std::chrono::seconds(60)));
+  EXPECT_EQ(open(connections), (std::vector{true, false, false, true}));
+}
+
+TEST(ConnectionTable, setsTheAlarmOnceUntilNobodyWaits) {
+  ConnectionTable table(10, kLimits);
+  int alarms = 0;
+  table.setAlarm([&](std::chrono::milliseconds time) {
+    ++alarms;
+    EXPECT_EQ(time, std::chrono::seconds(10));
+  });
+  Connections connections = connect(table, {kAnna, kBert});
+  EXPECT_EQ(alarms, 0);
+  connections.front().charge(1, Waits::kForTaking);
+  connections.back().charge(1, Waits::kForRestOfCall);
+  EXPECT_EQ(alarms, 1);
+  table.endOverdue(std::chrono::steady_clock::now() + std::chrono::hours(1));
+  Connections more = connect(table, {kAnna});
+  more.front().charge(1, Waits::kForRestOfCall);
+  EXPECT_EQ(alarms, 2);
 }
 
 TEST(MakeRoomForConnections, raisesTheLimitOfOpenFilesAndKeepsSome) {

@@ -214,6 +214,7 @@ bool TestService::shouldAcceptNewConnection(Listener& /*listener*/, Connection& 
     }
   }
   connection.setExportedInterface(exported_);
+  connection.setMaximumCallSize(maximumCallSize_);
   connection.setExportedObject(std::make_unique<TestObject>(shared_));
   connection.resume();
   return accepting_;

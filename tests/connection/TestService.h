@@ -89,6 +89,9 @@ class TestService : public ListenerDelegate {
   /// The next connections are turned away.
   void setAccepting(bool accepting) { accepting_ = accepting; }
 
+  /// Of the connections admitted from now on.
+  void setMaximumCallSize(std::size_t bytes) { maximumCallSize_ = bytes; }
+
   bool shouldAcceptNewConnection(Listener& listener, Connection& connection) override;
 
  private:
@@ -99,6 +102,7 @@ class TestService : public ListenerDelegate {
   const std::string path_ = (directory_.path() / "socket").string();
   TestObject::Shared shared_;
   std::atomic<bool> accepting_ = true;
+  std::atomic<std::size_t> maximumCallSize_ = kMaximumCallSize;
   GuestTable guests_;
   RunLoop runLoop_;
   std::unique_ptr<Listener> listener_;

@@ -37,9 +37,11 @@ class FakeConnection : public Connection {
   void setExportedObject(std::unique_ptr<ExportedObject> exported) override {
     object.reset(dynamic_cast<AlertsDaemon*>(exported.release()));
   }
+  void setMaximumCallSize(std::size_t bytes) override { maximumCallSize = bytes; }
   void resume() override { resumed = object != nullptr && interface != nullptr; }
 
   std::shared_ptr<const Interface> interface;
+  std::size_t maximumCallSize = 0;
   std::unique_ptr<AlertsDaemon> object;
   bool resumed = false;
 
