@@ -56,7 +56,7 @@ sockaddr_un addressOf(const std::string& path) {
 }
 
 void end(pid_t process) {
-  ::kill(process, SIGTERM);
+  ::kill(process, SIGKILL);
   ::waitpid(process, nullptr, 0);
 }
 
