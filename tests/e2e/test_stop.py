@@ -21,6 +21,11 @@ def all_threads_block(daemon):
     return all(mask >> (signal.SIGTERM - 1) & 1 for mask in masks)
 
 
+def begin_stop(daemon):
+    daemon.process.terminate()
+    wait_for(lambda: not all_threads_block(daemon), "the signal to be taken")
+
+
 @pytest.fixture
 def posting(system):
     """A system in whose only call the mail program waits at a gate."""
@@ -40,7 +45,7 @@ def test_a_call_under_way_is_answered_and_stored(posting):
     idle = system.client()
     daemon = system.daemon
     poster.send(message("GetAlertBundleNames"))  # comes too late
-    daemon.process.terminate()
+    begin_stop(daemon)
     gate.open()
     assert poster.receive() == {"parameters": {}}
     assert poster.is_hung_up()
@@ -58,8 +63,7 @@ def test_a_second_signal_ends_it_at_once(posting):
     system, _, _ = posting
     daemon = system.daemon
     idle = system.client()
-    daemon.process.terminate()
-    wait_for(lambda: not all_threads_block(daemon), "the first signal to be taken")
+    begin_stop(daemon)
     daemon.process.terminate()
     assert daemon.process.wait(DEADLINE) == -signal.SIGTERM
     assert idle.is_hung_up()
