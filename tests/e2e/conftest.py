@@ -6,7 +6,9 @@ import os
 import pytest
 
 from velto.skipping import skip_or_fail
+from velto.mail import Gate
 from velto.system import System
+from velto.varlink import message
 
 
 def pytest_configure(config):
@@ -57,3 +59,17 @@ def shared(_printer):
 def client(shared):
     """A new connection to the shared daemon."""
     return shared.client()
+
+
+@pytest.fixture
+def gated(system):
+    """A system whose mail program waits at a gate, and a posting that waits for it."""
+    system.make_bundle("Printer.bundle", texts={"en": {"Jam.subject": "Jam"}})
+    system.start()
+    poster = system.client()
+    poster.call("AddMailRecipients", recipients=["ann@example.org"])
+    gate = Gate(system.root, system.mail)
+    poster.send(message("PostAlert", {"alert": {"bundle": "Printer", "type": "Jam"}}))
+    gate.wait()
+    yield system, poster, gate
+    gate.close()

@@ -2,7 +2,6 @@
 """Calls of several clients at once."""
 
 import pytest
-from velto.mail import Gate
 from velto.varlink import message, wait_for
 
 pytestmark = pytest.mark.needs_root
@@ -18,20 +17,6 @@ def test_calls_of_many_clients_are_all_carried_out(shared):
     stored = clients[0].call("GetAlertsOfBundle", bundle="crowd")["alerts"]
     assert sorted(alert["identifier"] for alert in stored) == sorted(
         f"{number}.{call}" for number in range(10) for call in range(30))
-
-
-@pytest.fixture
-def gated(system):
-    """A system whose mail program waits at a gate, and a posting that waits for it."""
-    system.make_bundle("Printer.bundle", texts={"en": {"Jam.subject": "Jam"}})
-    system.start()
-    poster = system.client()
-    poster.call("AddMailRecipients", recipients=["ann@example.org"])
-    gate = Gate(system.root, system.mail)
-    poster.send(message("PostAlert", {"alert": {"bundle": "Printer", "type": "Jam"}}))
-    gate.wait()
-    yield system, poster, gate
-    gate.close()
 
 
 def test_delivery_holds_up_no_other_connection(gated):

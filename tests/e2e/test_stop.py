@@ -6,7 +6,6 @@ import signal
 import threading
 
 import pytest
-from velto.mail import Gate
 from velto.varlink import DEADLINE, Client, connect, message, wait_for
 
 pytestmark = pytest.mark.needs_root
@@ -26,22 +25,8 @@ def begin_stop(daemon):
     wait_for(lambda: not all_threads_block(daemon), "the signal to be taken")
 
 
-@pytest.fixture
-def posting(system):
-    """A system in whose only call the mail program waits at a gate."""
-    system.make_bundle("Printer.bundle", texts={"en": {"Jam.subject": "Jam"}})
-    system.start()
-    poster = system.client()
-    poster.call("AddMailRecipients", recipients=["ann@example.org"])
-    gate = Gate(system.root, system.mail)
-    poster.send(message("PostAlert", {"alert": {"bundle": "Printer", "type": "Jam"}}))
-    gate.wait()
-    yield system, poster, gate
-    gate.close()
-
-
-def test_a_call_under_way_is_answered_and_stored(posting):
-    system, poster, gate = posting
+def test_a_call_under_way_is_answered_and_stored(gated):
+    system, poster, gate = gated
     idle = system.client()
     daemon = system.daemon
     poster.send(message("GetAlertBundleNames"))  # comes too late
@@ -59,8 +44,8 @@ def test_a_call_under_way_is_answered_and_stored(posting):
     assert len(system.client().call("GetAlertsOfBundle", bundle="Printer")["alerts"]) == 1
 
 
-def test_a_second_signal_ends_it_at_once(posting):
-    system, _, _ = posting
+def test_a_second_signal_ends_it_at_once(gated):
+    system, _, _ = gated
     daemon = system.daemon
     idle = system.client()
     begin_stop(daemon)
