@@ -8,9 +8,7 @@
 #include <sys/un.h>
 #include <system_error>
 
-#include <boost/json/serialize.hpp>
-#include <boost/json/string.hpp>
-
+#include "platform/foundation/JSONText.h"
 #include "platform/foundation/TimerDescriptor.h"
 
 namespace velto {
@@ -36,7 +34,8 @@ int connectTo(int socket, const sockaddr_un& address) {
 }
 
 std::string callText(std::string_view method, std::string_view parameters, ReplyMode mode) {
-  std::string text = R"({"method":)" + boost::json::serialize(boost::json::string(method));
+  std::string text = R"({"method":)";
+  appendJSON(text, method);
   if (!parameters.empty()) text.append(R"(,"parameters":)").append(parameters);
   if (mode == ReplyMode::kPieces) text.append(R"(,"more":true)");
   if (mode == ReplyMode::kNone) text.append(R"(,"oneway":true)");

@@ -6,11 +6,9 @@
 #include <sys/eventfd.h>
 #include <utility>
 
-#include <boost/json/object.hpp>
-#include <boost/json/serialize.hpp>
-
 #include "platform/connection/VarlinkClient.h"
 #include "platform/events/EventsReply.h"
+#include "platform/foundation/JSONText.h"
 
 namespace velto {
 namespace {
@@ -19,7 +17,11 @@ constexpr std::string_view kInterface = "com.ulmora.velto.EventsDaemon.";
 constexpr std::size_t kMaximumReply = std::size_t{1} << 20;
 
 std::string parametersText(std::string_view name, const std::string& value) {
-  return boost::json::serialize(boost::json::object{{name, value}});
+  std::string text;
+  JSONObjectText parameters(text);
+  parameters.add(name, value);
+  parameters.end();
+  return text;
 }
 
 /// This client's code for an error of the connection.
