@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The bundle as the build puts it together, loaded as the daemon does.
 
+#include <chrono>
 #include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -51,7 +52,8 @@ class CommonBundleTest : public testing::Test {
   /// What a mail program sees of the message.
   std::string read(const std::string& message) const {
     const auto output = directory_.path() / "output";
-    Task task("/bin/sh", {"-c", std::string(kPython) + R"( "$0" > "$1")", VELTO_MAIL_PEER, output});
+    Task task("/bin/sh", {"-c", std::string(kPython) + R"( "$0" > "$1")", VELTO_MAIL_PEER, output},
+              std::chrono::minutes(2));
     task.launch();
     task.write(message);
     task.waitUntilExit();
