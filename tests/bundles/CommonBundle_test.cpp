@@ -13,6 +13,7 @@
 #include "alerts/Bundle.h"
 #include "platform/foundation/FileManager.h"
 #include "platform/process/Task.h"
+#include "tests/foundation/ScopedEnvironment.h"
 #include "tests/support/FakeLog.h"
 #include "tests/support/SkipOrFail.h"
 #include "tests/support/TemporaryDirectory.h"
@@ -113,6 +114,13 @@ TEST_F(CommonBundleTest, SendsFromThisMachine) {
   EXPECT_THAT(*formatter_->fromAddress("en"),
               testing::MatchesRegex("Alerts <alerts@[-.a-zA-Z0-9]+>"));
   EXPECT_THAT(*formatter_->fromAddress("no"), StartsWith("Varsler <alerts@"));
+}
+
+TEST_F(CommonBundleTest, SendsFromTheNameThatMailIsSentTo) {
+  directory_.write("etc/mailname", "mail.example.org\n");
+  ScopedEnvironment environment;
+  environment.set("VELTO_ROOT", directory_.path().string());
+  EXPECT_EQ(formatter_->fromAddress("en"), "Alerts <alerts@mail.example.org>");
 }
 
 TEST_F(CommonBundleTest, MailProgramsReadTheMessage) {
