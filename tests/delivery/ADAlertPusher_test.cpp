@@ -216,9 +216,8 @@ TEST_F(ADAlertPusherTest, EveryLanguageLeavesAnEntryInTheJournal) {
   addRecipient("g", "fr");
   provider().refuse("f", 410, "gone");
   push();
-  EXPECT_THAT(system_.deliveries.entries(),
-              ElementsAre("push en:  to Phone: delivered 0",
-                          "push fr:  to Phone, Phone: failed 410"));
+  EXPECT_THAT(system_.deliveries.entries(), ElementsAre("push en:  to Phone: delivered 0",
+                                                        "push fr:  to Phone, Phone: failed 410"));
 }
 
 TEST_F(ADAlertPusherTest, ALaterLanguagesErrorCountsWhenItIsTheFirst) {
