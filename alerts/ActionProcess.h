@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -21,8 +22,10 @@ struct ActionOutcome {
 
   Kind kind = Kind::kExited;
   int status = 0;
-  /// The beginning of what it wrote to its standard error, as text.
+  /// The beginning of what it wrote to its standard error, at most 64 KiB.
   std::string standardError;
+  /// How many bytes came after that.
+  std::size_t droppedBytes = 0;
 };
 
 /// Runs a program to its end, for at most `limit`; then its whole process group is killed. It reads

@@ -39,12 +39,18 @@ struct Root : BenchDirectory {
   Root& operator=(const Root&) = delete;
 };
 
+/// Nobody reads of a benchmark's deliveries.
+class NoJournal : public DeliveryJournal {
+ public:
+  void add(const VLAlert& /*alert*/, const DeliveryOutcome& /*outcome*/) override {}
+};
+
 /// Everything the benchmarks use.
 struct Delivery {
   explicit Delivery(std::size_t count)
       : registry(root.path(), FileManager::system(), Log::system()),
         authority((testCertificates() / "ca.pem").string()),
-        mailer(registry, VELTO_MAIL_SINK, Log::system()) {
+        mailer(registry, VELTO_MAIL_SINK, Log::system(), journal) {
     std::filesystem::copy(authority, root.path() + "/ca.pem");
     for (std::size_t number = 0; number < count; ++number) {
       tokens.emplace_back(fmt::format("ok {:029}", number));
@@ -57,6 +63,7 @@ struct Delivery {
 
   const Root root;
   AlertBundleRegistry registry;
+  NoJournal journal;
   const std::string authority;
   ADAlertMailer mailer;
   std::vector<Data> tokens;
@@ -75,7 +82,7 @@ class PushRoad {
                                 gateway_.endpoint()));
     std::filesystem::permissions(file, std::filesystem::perms::owner_read);
     pusher_ = std::make_unique<ADAlertPusher>(delivery->registry, Clock::system(),
-                                              [](const std::string&) {
+                                              delivery->journal, [](const std::string&) {
                                                 return std::make_unique<UlmoraPushServiceProvider>(
                                                     "gateway", PushTimeLimits(), Clock::system());
                                               });

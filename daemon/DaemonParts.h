@@ -9,6 +9,7 @@
 #include "daemon/AlertsDaemonListener.h"
 #include "delivery/ADAlertMailer.h"
 #include "delivery/ADAlertPusher.h"
+#include "delivery/DeliveryJournal.h"
 #include "platform/events/EventsServiceClient.h"
 #include "platform/foundation/Clock.h"
 #include "platform/foundation/FileManager.h"
@@ -35,6 +36,7 @@ struct DaemonParts {
   const DirectoryEntries& entries = DirectoryEntries::system();
   const Clock& clock = Clock::system();
   Log& log = Log::system();
+  DeliveryJournal& deliveries = DeliveryJournal::system();
 
   /// The listener writes it, and the rules of entitlement read it.
   GuestTable guests;
@@ -53,11 +55,11 @@ struct DaemonParts {
       {.bundles = bundles, .languages = languages, .entries = entries, .clock = clock, .log = log}};
 
   /// Sends what is still queued when it goes.
-  ADAlertPusher pusher{bundles, clock, [this](const std::string& preference) {
+  ADAlertPusher pusher{bundles, clock, deliveries, [this](const std::string& preference) {
                          return std::make_unique<UlmoraPushServiceProvider>(
                              preference, PushTimeLimits(), clock);
                        }};
-  ADAlertMailer mailer{bundles, rootedPath(kMailProgram), log};
+  ADAlertMailer mailer{bundles, rootedPath(kMailProgram), log, deliveries};
 
   /// Answers what is under way when it goes, with lines in the log.
   EventsServiceClient events{rootedPath(kEventsServiceSocket)};

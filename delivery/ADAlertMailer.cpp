@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "delivery/ADAlertMailer.h"
 
-#include <algorithm>
-#include <exception>
-#include <stdexcept>
 #include <utility>
 
-#include "delivery/HeaderEncoding.h"
+#include "delivery/MailHeader.h"
 #include "platform/foundation/Shared.h"
+#include "platform/foundation/SingleLine.h"
 #include "platform/process/Task.h"
 #include "store/DefaultLanguages.h"
 
@@ -17,43 +15,43 @@ namespace {
 constexpr std::string_view kFormatterClass = "EmailFormatter";
 constexpr std::string_view kFormatterBundle = "Common";
 
-/// A header line, or an exception for text that cannot stand in one. A control character would end
-/// the line and begin another.
-std::string headerLine(std::string_view name, const std::string& value) {
-  const bool fits = std::all_of(value.begin(), value.end(), [](char character) {
-    return (character >= ' ' && character <= '~') || character == '\t';
-  });
-  if (!fits) {
-    throw std::invalid_argument("the " + std::string(name) + " header cannot hold \"" +
-                                encodedHeaderText(value) + "\"");
+constexpr std::string_view kErrorPrefix = "Error sending alert email: ";
+constexpr int kNotHandedOver = -1;
+
+/// What the program said, behind a colon and in one line; empty when it said nothing.
+std::string said(const Task& task) {
+  const KeptOutput* output = task.output();
+  const std::string text = output == nullptr ? "" : singleLine(output->text());
+  if (text.empty()) {
+    return "";
   }
-  return std::string(name) + ": " + value + "\n";
+  const std::size_t dropped = output->dropped();
+  return ": " + text + (dropped == 0 ? "" : " (and " + std::to_string(dropped) + " more bytes)");
 }
 
-/// An exception for an address that would mail to others as well, or swallow the next one.
-std::string joinedAddresses(const std::vector<std::string>& addresses) {
-  std::string joined;
+std::optional<Error> handOver(Task& task, const std::vector<std::string>& addresses,
+                              const std::optional<std::string>& subject,
+                              const std::optional<std::string>& message,
+                              const std::optional<std::string>& fromAddress) {
+  if (auto error = task.launch()) {
+    return error;
+  }
+  std::optional<Error> error;
+  const auto header = mailHeader(addresses, subject, fromAddress, &error);
+  if (!header) {
+    // Nothing is written unless all of the header can be: half a message might be sent.
+    return error;
+  }
+  error = task.write(*header);
+  return error ? error : task.write(message.value_or(""));
+}
+
+std::string joined(const std::vector<std::string>& addresses) {
+  std::string list;
   for (const std::string& address : addresses) {
-    const std::string encoded = encodedAddress(address);
-    if (!namesOneMailbox(encoded)) {
-      throw std::invalid_argument("\"" + encodedHeaderText(address) + "\" is not one address");
-    }
-    joined.append(joined.empty() ? "" : ",").append(encoded);
+    list.append(list.empty() ? "" : ", ").append(address);
   }
-  return joined;
-}
-
-std::string header(const std::vector<std::string>& addresses,
-                   const std::optional<std::string>& subject,
-                   const std::optional<std::string>& fromAddress) {
-  std::string text = headerLine("To", joinedAddresses(addresses));
-  if (subject && !subject->empty()) {
-    text += headerLine("Subject", encodedHeaderText(*subject));
-  }
-  if (fromAddress && !fromAddress->empty()) {
-    text += headerLine("From", encodedAddress(*fromAddress));
-  }
-  return text;
+  return list;
 }
 
 }  // namespace
@@ -67,8 +65,13 @@ std::string ADAlertMailer::defaultLocalizationForEmailAddress(std::string_view a
       .defaultLocalizationForEmailAddress(address);
 }
 
-ADAlertMailer::ADAlertMailer(AlertBundleRegistry& bundles, std::string mailProgram, Log& log)
-    : bundles_(bundles), mailProgram_(std::move(mailProgram)), log_(log) {}
+ADAlertMailer::ADAlertMailer(AlertBundleRegistry& bundles, std::string mailProgram, Log& log,
+                             DeliveryJournal& journal, std::chrono::milliseconds timeLimit)
+    : bundles_(bundles),
+      mailProgram_(std::move(mailProgram)),
+      log_(log),
+      journal_(journal),
+      timeLimit_(timeLimit) {}
 
 std::optional<Error> ADAlertMailer::mailAlert(const VLAlert& alert, ADAlertStore& store) {
   std::optional<Error> error;
@@ -79,21 +82,34 @@ std::optional<Error> ADAlertMailer::mailAlert(const VLAlert& alert, ADAlertStore
   }
   int firstStatus = 0;
   for (const auto& [localization, addresses] : recipients) {
-    const auto subject = bundleAlert->subject(localization);
-    std::optional<std::string> sender;
-    std::optional<std::string> message;
-    if (const auto formatter = getEmailFormatter()) {
-      sender = formatter->fromAddress(localization);
-      message = formatter->formatMessage(*bundleAlert, localization, &error);
-    }
+    const DeliveryStopwatch watch;
+    const int status = mailInLanguage(*bundleAlert, localization, addresses, &error);
+    journal_.add(alert, {.channel = "mail",
+                         .recipients = joined(addresses),
+                         .locale = localization,
+                         .isDelivered = !error && status == 0,
+                         .status = error ? error->code : status,
+                         .duration = watch.elapsed()});
     if (error) {
       return error;
     }
-    const int status = sendMail(addresses, subject, message, sender);
     firstStatus = firstStatus == 0 ? status : firstStatus;
   }
   return firstStatus == 0 ? std::nullopt
                           : std::optional(Error{std::string(kMailerErrorDomain), firstStatus, {}});
+}
+
+/// The status, or an error of the formatter, with which nothing is sent.
+int ADAlertMailer::mailInLanguage(const VLAlertSubclass& alert, const std::string& localization,
+                                  const std::vector<std::string>& addresses, ErrorSlot error) {
+  const auto subject = alert.subject(localization);
+  std::optional<std::string> sender;
+  std::optional<std::string> message;
+  if (const auto formatter = getEmailFormatter()) {
+    sender = formatter->fromAddress(localization);
+    message = formatter->formatMessage(alert, localization, error);
+  }
+  return error->has_value() ? kNotHandedOver : sendMail(addresses, subject, message, sender);
 }
 
 std::unique_ptr<EmailFormatter> ADAlertMailer::getEmailFormatter() {
@@ -111,18 +127,46 @@ int ADAlertMailer::sendMail(const std::vector<std::string>& addresses,
   if (addresses.empty()) {
     return 1;
   }
-  Task task(mailProgram_, {"-t"});
-  try {
-    task.launch();
-    // Nothing is written unless all of the header can be: half a message might be sent.
-    task.write(header(addresses, subject, fromAddress));
-    task.write(message.value_or(""));
-    task.waitUntilExit();
-    return task.terminationStatus();
-  } catch (const std::exception& exception) {
-    log_.warning("Error sending alert email: " + std::string(exception.what()));
-    task.waitUntilExit();
-    return task.terminationStatus() != 0 ? task.terminationStatus() : -1;
+  const auto accepted = acceptedAddresses(addresses);
+  if (accepted.empty()) {
+    return kNotHandedOver;
+  }
+  Task task(mailProgram_, {"-t"}, timeLimit_);
+  const auto error = handOver(task, accepted, subject, message, fromAddress);
+  task.waitUntilExit();
+  logFailure(task, error);
+  const int status = task.terminationStatus();
+  const bool isWhole = !error && accepted.size() == addresses.size();
+  return status == 0 && !isWhole ? kNotHandedOver : status;
+}
+
+std::vector<std::string> ADAlertMailer::acceptedAddresses(
+    const std::vector<std::string>& addresses) {
+  std::vector<std::string> accepted;
+  for (const std::string& address : addresses) {
+    if (const auto objection = objectionToAddress(address)) {
+      log_.warning(std::string(kErrorPrefix) + "\"" + singleLine(address) + "\" " + *objection +
+                   " and is left out");
+    } else {
+      accepted.push_back(address);
+    }
+  }
+  return accepted;
+}
+
+void ADAlertMailer::logFailure(const Task& task, const std::optional<Error>& error) {
+  const int status = task.terminationStatus();
+  const std::string text = said(task);
+  std::string what;
+  if (task.hasTimedOut()) {
+    what = mailProgram_ + " took too long and was ended";
+  } else if (error) {
+    what = error->localizedDescription();
+  } else if (status != 0 && !text.empty()) {
+    what = mailProgram_ + " ended with status " + std::to_string(status);
+  }
+  if (!what.empty()) {
+    log_.warning(std::string(kErrorPrefix) + what + text);
   }
 }
 

@@ -8,6 +8,7 @@
 
 #include <boost/json.hpp>
 
+#include "delivery/DeviceNames.h"
 #include "platform/foundation/Shared.h"
 
 namespace velto {
@@ -91,8 +92,12 @@ ADAlertPusher& ADAlertPusher::sharedInstance() {
 }
 
 ADAlertPusher::ADAlertPusher(AlertBundleRegistry& bundles, const Clock& clock,
+                             DeliveryJournal& journal,
                              const PushServiceProviderFactory& makeProvider)
-    : bundles_(bundles), clock_(clock), ulmoraPushProvider_(makeProvider(kIdentityPreference)) {}
+    : bundles_(bundles),
+      clock_(clock),
+      journal_(journal),
+      ulmoraPushProvider_(makeProvider(kIdentityPreference)) {}
 
 ADAlertPusher::~ADAlertPusher() {
   ulmoraPushProvider_->flush();
@@ -105,12 +110,20 @@ std::optional<Error> ADAlertPusher::sendAlert(const VLAlert& alert, ADAlertStore
   if (error) {
     return error;
   }
+  const DeviceNames names(store, recipients);
   for (const auto& [localization, tokens] : recipients) {
+    const DeliveryStopwatch watch;
     const auto message = bundleAlert->subject(localization);
     auto result =
         message ? sendPushNotificationToTokens(tokens, *message, alert.sentDate)
                 : makeError(kPusherErrorDomain, kNoPushMessageErrorCode,
                             "The alert has no subject in the language \"" + localization + "\".");
+    journal_.add(alert, {.channel = "push",
+                         .recipients = names.of(tokens),
+                         .locale = localization,
+                         .isDelivered = !result,
+                         .status = result ? result->code : 0,
+                         .duration = watch.elapsed()});
     if (result) {
       setIfEmpty(&error, std::move(*result));
     }

@@ -9,6 +9,7 @@
 
 #include "alerts/AlertBundleRegistry.h"
 #include "alerts/VLAlert.h"
+#include "delivery/DeliveryJournal.h"
 #include "platform/foundation/Clock.h"
 #include "platform/foundation/Error.h"
 #include "platform/push/PushServiceProvider.h"
@@ -25,15 +26,15 @@ inline constexpr int kNoPushMessageErrorCode = 1100;
 inline constexpr std::string_view kParentDomainKey = "ParentDomain";
 
 /// Pushes an alert to the devices of its recipients, in their own languages. Everything is reported
-/// on the calling thread, which waits until each notification was accepted or has failed. Any
-/// thread.
+/// on the calling thread, which waits until each notification was accepted or has failed. What came
+/// of it in each language is noted in the journal. Any thread.
 class ADAlertPusher {
  public:
   /// The Shared pusher.
   static ADAlertPusher& sharedInstance();
 
   /// Makes its own provider with `makeProvider`.
-  ADAlertPusher(AlertBundleRegistry& bundles, const Clock& clock,
+  ADAlertPusher(AlertBundleRegistry& bundles, const Clock& clock, DeliveryJournal& journal,
                 const PushServiceProviderFactory& makeProvider);
   /// Flushes the provider.
   ~ADAlertPusher();
@@ -55,6 +56,7 @@ class ADAlertPusher {
  private:
   AlertBundleRegistry& bundles_;
   const Clock& clock_;
+  DeliveryJournal& journal_;
   const std::unique_ptr<PushServiceProvider> ulmoraPushProvider_;
 };
 

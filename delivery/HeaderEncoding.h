@@ -15,8 +15,4 @@ std::string encodedHeaderText(std::string_view text);
 /// without "<", is left as it is.
 std::string encodedAddress(std::string_view address);
 
-/// Whether an encoded address names no more than one mailbox: RFC 5322, section 3.4, and narrower,
-/// since some mail programs take a blank for a comma. Nothing else is asked of it.
-bool namesOneMailbox(std::string_view address);
-
 }  // namespace velto

@@ -25,8 +25,8 @@ struct ProcessEnd {
 };
 
 /// A program that this process has started. Its end has to be taken note of, or it stays as a
-/// zombie: `wait` does so, and so does `kill`. Dropping the object before kills the program. Moves
-/// once, out of the call that makes it; one thread at a time.
+/// zombie: `wait` does so, and so does `kill`. Dropping the object before kills the program. A
+/// value that moves; one thread at a time.
 class ChildProcess {
  public:
   /// Starts the program at a path, as spawnProgram does. Nothing, with an error that names the

@@ -20,8 +20,10 @@ struct SpawnSettings {
 };
 
 /// Starts the program at a path. The child inherits no other descriptor and no ignored or blocked
-/// signal, whatever this process does with them. `arguments` do not include the program's own name.
-/// Returns 0 with the child's id in `process`, or an errno. Any thread.
+/// signal, whatever this process does with them, and may open as many files as this process might
+/// when it began: programs that use select() break where they may open more than 1,024.
+/// `arguments` do not include the program's own name. Returns 0 with the child's id in `process`,
+/// or an errno. Takes no longer however much memory this process uses. Any thread.
 int spawnProgram(const std::string& executable, const std::vector<std::string>& arguments,
                  const SpawnSettings& settings, pid_t& process);
 

@@ -4,7 +4,6 @@
 #include <array>
 #include <cerrno>
 #include <fcntl.h>
-#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -13,10 +12,6 @@ namespace {
 
 constexpr int kUnknownStatus = 255;
 constexpr int kFirstSignalStatus = 128;
-
-[[noreturn]] void fail(int code, const std::string& what) {
-  throw std::system_error(code, std::generic_category(), what);
-}
 
 int statusOf(const ProcessEnd& end) {
   switch (end.kind) {
@@ -32,44 +27,55 @@ int statusOf(const ProcessEnd& end) {
 
 }  // namespace
 
-Task::Task(std::string executable, std::vector<std::string> arguments)
-    : executable_(std::move(executable)), arguments_(std::move(arguments)) {}
+Task::Task(std::string executable, std::vector<std::string> arguments,
+           std::chrono::milliseconds timeLimit)
+    : executable_(std::move(executable)), arguments_(std::move(arguments)), timeLimit_(timeLimit) {}
 
 Task::~Task() {
   waitUntilExit();
 }
 
-void Task::launch() {
-  if (process_) {
-    fail(EALREADY, executable_);
+std::optional<Error> Task::launch() {
+  if (isRunning_) {
+    return makePOSIXError(EALREADY, executable_);
   }
   std::array<int, 2> ends;
   if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
-    fail(errno, "pipe");
+    return makePOSIXError(errno, "pipe");
   }
   const FileDescriptor childsEnd(ends[0]);
   FileDescriptor ourEnd(ends[1]);
+  // Of our end alone: the child's reads wait as it expects them to.
+  ::fcntl(ourEnd.get(), F_SETFL, O_NONBLOCK);
   std::optional<Error> error;
-  auto started = ChildProcess::start(
+  auto started = WatchedProcess::start(
       executable_, arguments_,
-      {.standardInput = childsEnd.get(), .environment = inheritableEnvironment()}, &error);
+      {.standardInput = childsEnd.get(), .environment = inheritableEnvironment()}, timeLimit_,
+      &error);
   if (!started) {
-    fail(static_cast<int>(error->code), "Cannot start " + executable_);
+    return error;
   }
   process_.emplace(std::move(*started));
+  isRunning_ = true;
   input_ = std::move(ourEnd);
   terminationStatus_ = 0;
+  return std::nullopt;
 }
 
-void Task::write(std::string_view bytes) {
+std::optional<Error> Task::write(std::string_view bytes) {
   while (!bytes.empty()) {
     const ssize_t count = ::write(input_.get(), bytes.data(), bytes.size());
     if (count >= 0) {
       bytes.remove_prefix(static_cast<std::size_t>(count));
+    } else if (errno == EAGAIN) {
+      if (!process_->waitUntilWritable(input_.get())) {
+        return makePOSIXError(EPIPE, "Cannot write to " + executable_);
+      }
     } else if (errno != EINTR) {
-      fail(errno, "Cannot write to " + executable_);
+      return makePOSIXError(errno, "Cannot write to " + executable_);
     }
   }
+  return std::nullopt;
 }
 
 void Task::closeInput() {
@@ -78,9 +84,8 @@ void Task::closeInput() {
 
 void Task::waitUntilExit() {
   closeInput();
-  if (process_) {
-    terminationStatus_ = statusOf(process_->wait());
-    process_.reset();
+  if (std::exchange(isRunning_, false)) {
+    terminationStatus_ = statusOf(process_->waitUntilExit());
   }
 }
 

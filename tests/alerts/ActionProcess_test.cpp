@@ -122,10 +122,21 @@ TEST_F(ActionProcessTest, WhatItLeavesRunningHoldsUpNobody) {
 }
 
 TEST_F(ActionProcessTest, EndlessErrorTextIsCutAndEnded) {
-  const auto outcome = run("while :; do echo xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx >&2; done", kShort);
-  EXPECT_EQ(outcome.kind, Kind::kTimedOut);
-  EXPECT_LE(outcome.standardError.size(), 16384U);
-  EXPECT_EQ(run("head -c 1000000 /dev/zero >&2").standardError.size(), 16384U);
+  const auto endless = run("while :; do echo xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx >&2; done", kShort);
+  EXPECT_EQ(endless.kind, Kind::kTimedOut);
+  EXPECT_LE(endless.standardError.size(), 65536U);
+  const auto outcome = run("head -c 1000000 /dev/zero >&2");
+  EXPECT_EQ(outcome.standardError.size(), 65536U);
+  EXPECT_EQ(outcome.droppedBytes, 1000000U - 65536U);
+  EXPECT_EQ(run("head -c 65536 /dev/zero >&2").droppedBytes, 0U);
+}
+
+TEST_F(ActionProcessTest, WhatItLeavesWritingHoldsUpNobody) {
+  const auto file = (directory_.path() / "writer").string();
+  const auto outcome = run("yes >&2 & echo $! > " + file);
+  EXPECT_EQ(outcome.kind, Kind::kExited);
+  // It may have ended by itself, when the pipe closed.
+  kill(std::stoi(written("writer")), SIGKILL);
 }
 
 TEST_F(ActionProcessTest, WhatCannotBeStartedSaysWhy) {

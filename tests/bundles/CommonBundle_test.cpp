@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The bundle as the build puts it together, loaded as the daemon does.
 
+#include <chrono>
 #include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -12,6 +13,7 @@
 #include "alerts/Bundle.h"
 #include "platform/foundation/FileManager.h"
 #include "platform/process/Task.h"
+#include "tests/foundation/ScopedEnvironment.h"
 #include "tests/support/FakeLog.h"
 #include "tests/support/SkipOrFail.h"
 #include "tests/support/TemporaryDirectory.h"
@@ -51,7 +53,8 @@ class CommonBundleTest : public testing::Test {
   /// What a mail program sees of the message.
   std::string read(const std::string& message) const {
     const auto output = directory_.path() / "output";
-    Task task("/bin/sh", {"-c", std::string(kPython) + R"( "$0" > "$1")", VELTO_MAIL_PEER, output});
+    Task task("/bin/sh", {"-c", std::string(kPython) + R"( "$0" > "$1")", VELTO_MAIL_PEER, output},
+              std::chrono::minutes(2));
     task.launch();
     task.write(message);
     task.waitUntilExit();
@@ -111,6 +114,13 @@ TEST_F(CommonBundleTest, SendsFromThisMachine) {
   EXPECT_THAT(*formatter_->fromAddress("en"),
               testing::MatchesRegex("Alerts <alerts@[-.a-zA-Z0-9]+>"));
   EXPECT_THAT(*formatter_->fromAddress("no"), StartsWith("Varsler <alerts@"));
+}
+
+TEST_F(CommonBundleTest, SendsFromTheNameThatMailIsSentTo) {
+  directory_.write("etc/mailname", "mail.example.org\n");
+  ScopedEnvironment environment;
+  environment.set("VELTO_ROOT", directory_.path().string());
+  EXPECT_EQ(formatter_->fromAddress("en"), "Alerts <alerts@mail.example.org>");
 }
 
 TEST_F(CommonBundleTest, MailProgramsReadTheMessage) {

@@ -157,24 +157,67 @@ TEST_F(ADAlertMailerTest, AProgramEndedByASignalGives128AndItsNumber) {
 }
 
 TEST_F(ADAlertMailerTest, TextThatCannotStandInAHeaderIsNeverHandedOver) {
-  system_.setMailProgram("cat > mails/$(ls mails | wc -l); exit 0");
-  for (const auto* address : {"a@x.org\nBcc: b@x.org", "a@x.org\rX: y", "\xC3\xA9@x.org"}) {
-    EXPECT_EQ(system_.mailer.sendMail({"ok@x.org", address}, "s", "m", "f"), -1) << address;
-    EXPECT_EQ(system_.mailer.sendMail({"ok@x.org"}, "s", "m", address), -1) << address;
+  for (const auto* sender : {"a@x.org\nBcc: b@x.org", "a@x.org\rX: y", "\xC3\xA9@x.org"}) {
+    EXPECT_EQ(system_.mailer.sendMail({"ok@x.org"}, "s", "m", sender), -1) << sender;
   }
-  for (const auto& content : system_.mails()) {
-    EXPECT_EQ(content, "");
-  }
-  EXPECT_EQ(system_.log.lines().size(), 6u);
+  EXPECT_EQ(system_.mailer.sendMail({"ok@x.org", "\xC3\xA9@x.org"}, "s", "m", "f"), -1);
+  EXPECT_THAT(system_.mails(), ElementsAre("", "", "", ""));
+  EXPECT_THAT(
+      system_.log.lines(),
+      ElementsAre("Error sending alert email: the From header cannot hold \"a@x.org Bcc: b@x.org\"",
+                  "Error sending alert email: the From header cannot hold \"a@x.org X: y\"",
+                  "Error sending alert email: the From header cannot hold \"\xC3\xA9@x.org\"",
+                  "Error sending alert email: the To header cannot hold \"\xC3\xA9@x.org\""));
+}
+
+TEST_F(ADAlertMailerTest, AnAddressCannotAddAHeaderLine) {
+  EXPECT_EQ(system_.mailer.sendMail(
+                {"ok@x.org", "a@x.org\nBcc: b@x.org", "a@x.org\rX: y", "c@x.org"}, "s", "\n", ""),
+            -1);
+  EXPECT_THAT(system_.mails(), ElementsAre("To: ok@x.org,c@x.org\nSubject: s\n\n"));
+  EXPECT_THAT(system_.log.lines(),
+              ElementsAre("Error sending alert email: \"a@x.org Bcc: b@x.org\" has a control "
+                          "character and is left out",
+                          "Error sending alert email: \"a@x.org X: y\" has a control character and "
+                          "is left out"));
 }
 
 TEST_F(ADAlertMailerTest, AnAddressCannotAddARecipient) {
-  for (const auto* address : {"a@x.org, b@x.org", "<a@x.org>, b@x.org", "\"a@x.org"}) {
-    EXPECT_EQ(system_.mailer.sendMail({"ok@x.org", address}, "s", "m", "f"), -1) << address;
+  for (const auto* address : {"a@x.org, b@x.org", "<a@x.org>, b@x.org", "\"a@x.org",
+                              "<a@x.org>b@x.org", "x <a@x.org>b@x.org", "a@x.org\"x\"@x.org"}) {
+    EXPECT_EQ(system_.mailer.sendMail({"ok@x.org", address}, "", "\n", ""), -1) << address;
+    EXPECT_EQ(system_.mails().back(), "To: ok@x.org\n\n") << "the other gets its mail";
+    EXPECT_THAT(system_.log.lines().back(),
+                AllOf(HasSubstr(address), HasSubstr(" is not one address and is left out")));
   }
   EXPECT_EQ(system_.mailer.sendMail({"b@x.org, \"A\" <a@x.org>"}, "", "\n", ""), 0);
   EXPECT_EQ(system_.mails().back(), "To: =?UTF-8?Q?b=40x=2Eorg=2C_=22A=22_?=<a@x.org>\n\n");
-  EXPECT_EQ(system_.log.lines().size(), 3u);
+  EXPECT_EQ(system_.log.lines().size(), 6u);
+}
+
+TEST_F(ADAlertMailerTest, WhenAllAreLeftOutNothingStarts) {
+  EXPECT_EQ(system_.mailer.sendMail({"a@x.org, b@x.org", "c@x.org\n"}, "s", "m", "f"), -1);
+  EXPECT_THAT(system_.mails(), IsEmpty());
+  EXPECT_EQ(system_.log.lines().size(), 2u);
+}
+
+TEST_F(ADAlertMailerTest, TheStatusOfTheProgramCountsBeforeAnAddressThatIsLeftOut) {
+  system_.setMailProgram("cat > /dev/null; exit 75");
+  EXPECT_EQ(system_.mailer.sendMail({"ok@x.org", "a@x.org, b@x.org"}, "s", "m", "f"), 75);
+}
+
+TEST_F(ADAlertMailerTest, EveryMessageLeavesAnEntryInTheJournal) {
+  addRecipients({{"d@x.org", "de"}, {"e@x.org", "en"}, {"f@x.org", "en"}});
+  system_.setMailProgram("grep -q e@x.org || exit 75");
+  mail();
+  EXPECT_THAT(system_.deliveries.entries(),
+              ElementsAre("mail de: AlmostFull:1 to d@x.org: failed 75",
+                          "mail en: AlmostFull:1 to e@x.org, f@x.org: delivered 0"));
+}
+
+TEST_F(ADAlertMailerTest, WithoutRecipientsTheJournalHasNoEntry) {
+  mail();
+  EXPECT_THAT(system_.deliveries.entries(), IsEmpty());
 }
 
 TEST_F(ADAlertMailerTest, ALocaleCannotAddAnything) {

@@ -65,12 +65,13 @@ class ADAlertPusherTest : public ::testing::Test {
 TEST_F(ADAlertPusherTest, MakesItsProviderForTheIdentityOfTheAlerts) {
   std::vector<std::string> preferences;
   FakePushProvider* made = nullptr;
-  ADAlertPusher pusher(system_.bundles, system_.clock, [&](const std::string& preference) {
-    preferences.push_back(preference);
-    auto provider = std::make_unique<FakePushProvider>();
-    made = provider.get();
-    return provider;
-  });
+  ADAlertPusher pusher(system_.bundles, system_.clock, system_.deliveries,
+                       [&](const std::string& preference) {
+                         preferences.push_back(preference);
+                         auto provider = std::make_unique<FakePushProvider>();
+                         made = provider.get();
+                         return provider;
+                       });
   EXPECT_THAT(preferences, ElementsAre("ovix:com.ulmora.alerts"));
   EXPECT_THAT(made->operations, IsEmpty());
 }
@@ -83,9 +84,9 @@ TEST_F(ADAlertPusherTest, FlushesTheProviderAtItsEnd) {
   };
   int count = 0;
   {
-    const ADAlertPusher pusher(system_.bundles, system_.clock, [&](const std::string&) {
-      return std::make_unique<Flushed>(count);
-    });
+    const ADAlertPusher pusher(
+        system_.bundles, system_.clock, system_.deliveries,
+        [&](const std::string&) { return std::make_unique<Flushed>(count); });
     EXPECT_EQ(count, 0);
   }
   EXPECT_EQ(count, 1);
@@ -207,6 +208,16 @@ TEST_F(ADAlertPusherTest, TheFirstLanguagesErrorCountsAndTheOthersAreTried) {
   provider().refuse("f", 500, "down");
   EXPECT_EQ(push()->code, 410);
   EXPECT_THAT(provider().sent, SizeIs(2));
+}
+
+TEST_F(ADAlertPusherTest, EveryLanguageLeavesAnEntryInTheJournal) {
+  addRecipient("e", "en");
+  addRecipient("f", "fr");
+  addRecipient("g", "fr");
+  provider().refuse("f", 410, "gone");
+  push();
+  EXPECT_THAT(system_.deliveries.entries(), ElementsAre("push en:  to Phone: delivered 0",
+                                                        "push fr:  to Phone, Phone: failed 410"));
 }
 
 TEST_F(ADAlertPusherTest, ALaterLanguagesErrorCountsWhenItIsTheFirst) {

@@ -7,13 +7,13 @@ namespace velto {
 namespace fs = std::filesystem;
 
 ScratchSystem::ScratchSystem()
-    : pusher(bundles, clock,
+    : pusher(bundles, clock, deliveries,
              [this](const std::string&) {
                auto made = std::make_unique<FakePushProvider>();
                provider = made.get();
                return made;
              }),
-      mailer(bundles, path(kMailProgram).string(), log) {
+      mailer(bundles, path(kMailProgram).string(), log, deliveries) {
   fs::create_directories(path(kStoreDirectory).parent_path());
   fs::create_directories(bundlesDirectory());
   setMailProgram("n=$(ls mails | wc -l); cat > mails/$n");

@@ -16,6 +16,7 @@
 #include "store/DefaultLanguages.h"
 #include "store/StoreContainer.h"
 #include "tests/support/FakeClock.h"
+#include "tests/support/FakeDeliveryJournal.h"
 #include "tests/support/FakeLog.h"
 #include "tests/support/FakePushProvider.h"
 #include "tests/support/TemporaryDirectory.h"
@@ -55,6 +56,7 @@ class ScratchSystem {
 
   const TemporaryDirectory root;
   FakeLog log;
+  FakeDeliveryJournal deliveries;
   FakeClock clock;
   const FileManager& fileManager = FileManager::system();
   std::vector<std::string> userLanguages = {"en"};

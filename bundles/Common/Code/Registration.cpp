@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 // The bundle's two exported symbols, and its class EmailFormatter behind the daemon's C interface.
 
-#include <array>
 #include <memory>
 #include <optional>
 #include <string>
-#include <unistd.h>
 
 #include <velto/alert_bundle.h>
 
+#include "bundles/Common/Code/HostName.h"
 #include "bundles/Common/Code/MailText.h"
 
 namespace velto {
@@ -56,11 +55,7 @@ void* create() noexcept {
 void destroy(void*) noexcept {}
 
 int fromAddress(void*, const char* localization, velto_text* sender) noexcept {
-  std::array<char, 256> name{};
-  if (::gethostname(name.data(), name.size() - 1) != 0) {
-    name[0] = '\0';
-  }
-  const std::string text = mailSender(name.data(), localization);
+  const std::string text = mailSender(mailHostName(), localization);
   host->text_append(sender, text.data(), text.size());
   return 0;
 }
