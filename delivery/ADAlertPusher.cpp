@@ -105,6 +105,10 @@ std::optional<Error> ADAlertPusher::sendAlert(const VLAlert& alert, ADAlertStore
   if (error) {
     return error;
   }
+  if (recipients.empty()) {
+    return std::nullopt;
+  }
+  const PushBatch batch(*ulmoraPushProvider_);
   for (const auto& [localization, tokens] : recipients) {
     const auto message = bundleAlert->subject(localization);
     auto result =

@@ -40,6 +40,8 @@ PushTransfer::PushTransfer(const PushTimeLimits& limits, Gate& gate)
   curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, problem_.data());
   curl_easy_setopt(handle, CURLOPT_PREREQFUNCTION, &PushTransfer::beforeRequest);
   curl_easy_setopt(handle, CURLOPT_PREREQDATA, this);
+  curl_easy_setopt(handle, CURLOPT_HEADERFUNCTION, &PushTransfer::receiveHeader);
+  curl_easy_setopt(handle, CURLOPT_HEADERDATA, this);
   curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, &PushTransfer::receive);
   curl_easy_setopt(handle, CURLOPT_WRITEDATA, this);
 }
@@ -130,6 +132,13 @@ int PushTransfer::beforeRequest(void* transfer, char* /*peer*/, char* /*local*/,
     return CURL_PREREQFUNC_ABORT;
   }
   return CURL_PREREQFUNC_OK;
+}
+
+std::size_t PushTransfer::receiveHeader(char* /*bytes*/, std::size_t /*one*/, std::size_t count,
+                                        void* transfer) {
+  const auto& self = *static_cast<PushTransfer*>(transfer);
+  self.gate_.noteAnswer(self);
+  return count;
 }
 
 std::size_t PushTransfer::receive(char* bytes, std::size_t /*one*/, std::size_t count,

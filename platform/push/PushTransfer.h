@@ -14,11 +14,14 @@ namespace velto {
 /// loaded (`load`), and free again (`unload`). One thread.
 class PushTransfer {
  public:
-  /// Asked before a request goes out over the connection that has this port on our side.
+  /// What passes between a transfer and its connection.
   class Gate {
    public:
     virtual ~Gate() = default;
+    /// Asked before a request goes out over the connection that has this port on our side.
     virtual bool admits(const PushTransfer& transfer, int localPort) = 0;
+    /// An answer has begun.
+    virtual void noteAnswer(const PushTransfer& transfer) = 0;
   };
 
   PushTransfer(const PushTimeLimits& limits, Gate& gate);
@@ -56,6 +59,7 @@ class PushTransfer {
   void setMessage(std::shared_ptr<const PushMessage> message);
   void setIdentity(const PushIdentity& identity);
   static int beforeRequest(void* transfer, char*, char*, int, int localPort);
+  static std::size_t receiveHeader(char*, std::size_t, std::size_t count, void* transfer);
   static std::size_t receive(char* bytes, std::size_t, std::size_t count, void* transfer);
 
   Gate& gate_;

@@ -7,7 +7,9 @@
 //
 //     new connection    told by another port on our side: unproven, and nothing admitted
 //     unproven          at most `widest_` requests are admitted; the others are held back
-//     proven            from the first answer to an admitted request on: up to kMaximum, and
+//     proven            from the beginning of the first answer to an admitted request on, or when
+//                       there was none for a while (the gateway's limit has come by then, and an
+//                       answer that does not is to hold up nobody else): up to kMaximum, and
 //                       `widest_` grows to what the connection has carried at once
 //     refused twice     `widest_` is 1 again;  another identity: that, and unproven again
 //
@@ -90,6 +92,7 @@ std::optional<PushTransfers::ConnectionFailure> PushTransfers::perform() {
   int left = 0;
   std::optional<ConnectionFailure> failure;
   curl_multi_perform(multi_.get(), &running);
+  stopWaitingForAnswer();
   while (const CURLMsg* message = curl_multi_info_read(multi_.get(), &left)) {
     void* transfer = nullptr;
     curl_easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &transfer);
@@ -110,12 +113,12 @@ void PushTransfers::finish(PushTransfer& transfer, CURLcode code,
   }
   const PushOutcome outcome = transfer.outcome(code);
   const auto* error = std::get_if<Error>(&outcome);
-  if (error == nullptr && admitted_.count(&transfer) > 0) {
-    isConnectionProven_ = true;
-  } else if (error != nullptr && error->code == kPushRefusedErrorCode) {
+  if (error != nullptr && error->code == kPushRefusedErrorCode) {
     widest_ = 1;
   }
-  if (error != nullptr && transfer.hadNoConnection(code)) {
+  // A request that goes out has a connection, however long its own answer takes.
+  const bool isAlone = code == CURLE_OPERATION_TIMEDOUT && !admitted_.empty();
+  if (error != nullptr && transfer.hadNoConnection(code) && !isAlone) {
     failure = {transfer.notification().message->identity, *error};
   }
   remove(transfer).reports->add(outcome);
@@ -164,8 +167,19 @@ bool PushTransfers::admits(const PushTransfer& transfer, int localPort) {
     return admitted_.count(&transfer) > 0;
   }
   admitted_.insert(&transfer);
+  lastAdmission_ = std::chrono::steady_clock::now();
   widest_ = std::max(widest_, admitted_.size());
   return true;
+}
+
+void PushTransfers::noteAnswer(const PushTransfer& transfer) {
+  isConnectionProven_ = isConnectionProven_ || admitted_.count(&transfer) > 0;
+}
+
+void PushTransfers::stopWaitingForAnswer() {
+  const auto now = std::chrono::steady_clock::now();
+  isConnectionProven_ =
+      isConnectionProven_ || (!admitted_.empty() && now - lastAdmission_ >= limits_.firstAnswer);
 }
 
 void PushTransfers::startHeldBack() {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <curl/curl.h>
 #include <memory>
@@ -17,7 +18,7 @@ namespace velto {
 ///
 /// Over a new connection no more notifications go first than one before it carried at once, and
 /// over the very first one a single one: the gateway says only then how many streams it takes, and
-/// would refuse the others.
+/// would refuse the others. They wait for an answer to begin, not to end, and not for long.
 class PushTransfers : private PushTransfer::Gate {
  public:
   /// How many can be under way: as many streams as libcurl opens on a connection.
@@ -61,6 +62,8 @@ class PushTransfers : private PushTransfer::Gate {
   };
 
   bool admits(const PushTransfer& transfer, int localPort) override;
+  void noteAnswer(const PushTransfer& transfer) override;
+  void stopWaitingForAnswer();
   void forgetOther(const std::shared_ptr<const PushIdentity>& identity);
   /// Takes the transfer out of the active ones. Its notification can then be reported.
   PushNotification remove(PushTransfer& transfer);
@@ -75,8 +78,9 @@ class PushTransfers : private PushTransfer::Gate {
 
   /// The connection in use, told by its port on our side.
   int connection_ = 0;
-  bool isConnectionProven_ = false;                   ///< there was an answer over it
-  std::unordered_set<const PushTransfer*> admitted_;  ///< to it
+  bool isConnectionProven_ = false;  ///< there was an answer over it, or time enough for one
+  std::unordered_set<const PushTransfer*> admitted_;     ///< to it
+  std::chrono::steady_clock::time_point lastAdmission_;  ///< to it
   std::size_t widest_ = 1;  ///< how many a proven connection has carried at once
   std::shared_ptr<const PushIdentity> identity_;  ///< that this is known of
 };
