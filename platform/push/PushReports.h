@@ -22,6 +22,8 @@ struct PushTimeLimits {
   /// For the first answer over a new connection to begin. After that the others no longer wait for
   /// it.
   std::chrono::milliseconds firstAnswer = std::chrono::seconds(1);
+  /// At least, before a notification is sent again that the gateway wants to have later.
+  std::chrono::milliseconds pause = std::chrono::seconds(1);
   /// For all answers together, and for a single one.
   std::chrono::milliseconds total = std::chrono::seconds(30);
 };

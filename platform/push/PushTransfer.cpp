@@ -7,6 +7,7 @@
 
 #include "platform/foundation/Hexadecimal.h"
 #include "platform/push/PushErrors.h"
+#include "platform/push/RetryAfter.h"
 
 namespace velto {
 namespace {
@@ -106,14 +107,30 @@ bool PushTransfer::hadNoConnection(CURLcode code) const {
          std::find(kCodes.begin(), kCodes.end(), code) != kCodes.end();
 }
 
+long PushTransfer::status() const {
+  long status = 0;
+  curl_easy_getinfo(handle(), CURLINFO_RESPONSE_CODE, &status);
+  return status;
+}
+
+std::optional<std::chrono::milliseconds> PushTransfer::delayAskedFor(CURLcode code,
+                                                                     Date now) const {
+  constexpr long kTooManyRequests = 429;
+  constexpr long kServiceUnavailable = 503;
+  curl_header* header = nullptr;
+  if (!isAnswered(code) || (status() != kTooManyRequests && status() != kServiceUnavailable) ||
+      curl_easy_header(handle(), "Retry-After", 0, CURLH_HEADER, -1, &header) != CURLHE_OK) {
+    return std::nullopt;
+  }
+  return retryDelay(header->value, now);
+}
+
 PushOutcome PushTransfer::outcome(CURLcode code) const {
-  if (code == CURLE_OK || isBodyCut_) {
-    long status = 0;
-    curl_easy_getinfo(handle(), CURLINFO_RESPONSE_CODE, &status);
-    if (status >= 200 && status < 300) {
+  if (isAnswered(code)) {
+    if (status() >= 200 && status() < 300) {
       return std::monostate();
     }
-    return PushErrorResponse{static_cast<std::uint64_t>(status), Data(std::string_view(body_))};
+    return PushErrorResponse{static_cast<std::uint64_t>(status()), Data(std::string_view(body_))};
   }
   const std::string endpoint = notification_.message->identity->endpoint + ": ";
   if (notification_.timesSent > kMaximumTimesSent) {

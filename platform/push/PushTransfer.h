@@ -2,8 +2,10 @@
 #pragma once
 
 #include <array>
+#include <chrono>
 #include <curl/curl.h>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "platform/push/PushNotification.h"
@@ -45,6 +47,9 @@ class PushTransfer {
   /// Whether the transfer failed with `code` because there was no connection, or one that is as
   /// good as none.
   bool hadNoConnection(CURLcode code) const;
+  /// How long the gateway wants to be left alone before the notification comes again, when its
+  /// answer with which libcurl ended the transfer says so.
+  std::optional<std::chrono::milliseconds> delayAskedFor(CURLcode code, Date now) const;
   /// What became of it, when libcurl ended the transfer with `code`.
   PushOutcome outcome(CURLcode code) const;
   /// The connection of this transfer is not to be used for another one.
@@ -56,6 +61,8 @@ class PushTransfer {
     void operator()(curl_slist* list) const { curl_slist_free_all(list); }
   };
 
+  bool isAnswered(CURLcode code) const { return code == CURLE_OK || isBodyCut_; }
+  long status() const;
   void setMessage(std::shared_ptr<const PushMessage> message);
   void setIdentity(const PushIdentity& identity);
   static int beforeRequest(void* transfer, char*, char*, int, int localPort);

@@ -13,10 +13,12 @@
 //                       `widest_` grows to what the connection has carried at once
 //     refused twice     `widest_` is 1 again;  another identity: that, and unproven again
 //
-// 1. A notification is active (libcurl has it) or held back (the gate kept it, or the gateway
-//    refused it unread), and in one of the two only. It leaves by a report to its PushReports, at
-//    the latest as cancelled when this object goes, or by its caller's giving up.
-// 2. It goes out twice at most, however often libcurl would try.
+// 1. A notification is active (libcurl has it), held back (the gate kept it, or the gateway
+//    refused it unread) or postponed (the gateway said when to try again), and only one of them. It
+//    leaves by a report to its PushReports, at the latest as cancelled when this object goes, or by
+//    its caller's giving up.
+// 2. It goes out twice at most before it is answered, however often libcurl would try. Once the
+//    gateway has asked for it later, it goes out anew.
 // 3. A connection that cannot be made fails everything for its identity alike, so that a caller
 //    waits for it once, and not once a notification.
 //
@@ -53,14 +55,17 @@ CURLM* makeMulti() {
 
 }  // namespace
 
-PushTransfers::PushTransfers(const PushTimeLimits& limits) : limits_(limits), multi_(makeMulti()) {}
+PushTransfers::PushTransfers(const PushTimeLimits& limits, const Clock& clock)
+    : limits_(limits), clock_(clock), multi_(makeMulti()) {}
 
 PushTransfers::~PushTransfers() {
   while (!active_.empty()) {
     remove(*active_.back()).reports->add(pushCancelled());
   }
-  for (const PushNotification& notification : heldBack_) {
-    notification.reports->add(pushCancelled());
+  for (const auto& waiting : {heldBack_, postponed_.takeAll()}) {
+    for (const PushNotification& notification : waiting) {
+      notification.reports->add(pushCancelled());
+    }
   }
 }
 
@@ -105,10 +110,27 @@ std::optional<PushTransfers::ConnectionFailure> PushTransfers::perform() {
   return failure;
 }
 
+/// Whether the gateway wants to have the notification later, and somebody still waits for it then.
+bool PushTransfers::postpone(PushTransfer& transfer, CURLcode code) {
+  const auto delay = transfer.delayAskedFor(code, clock_.now());
+  const auto due = PostponedNotifications::Clock::now() +
+                   std::max(limits_.pause, delay.value_or(std::chrono::milliseconds()));
+  if (!delay || due >= transfer.notification().deadline) {
+    return false;
+  }
+  PushNotification notification = remove(transfer);
+  notification.timesSent = 0;
+  postponed_.add(std::move(notification), due);
+  return true;
+}
+
 void PushTransfers::finish(PushTransfer& transfer, CURLcode code,
                            std::optional<ConnectionFailure>& failure) {
   if (transfer.canBeSentAgain(code)) {
     heldBack_.push_back(remove(transfer));
+    return;
+  }
+  if (postpone(transfer, code)) {
     return;
   }
   const PushOutcome outcome = transfer.outcome(code);
@@ -183,6 +205,9 @@ void PushTransfers::stopWaitingForAnswer() {
 }
 
 void PushTransfers::startHeldBack() {
+  for (PushNotification& notification : postponed_.takeDue(PostponedNotifications::Clock::now())) {
+    heldBack_.push_back(std::move(notification));
+  }
   while (!heldBack_.empty() && room() > 0) {
     PushNotification notification = std::move(heldBack_.back());
     heldBack_.pop_back();
@@ -191,6 +216,7 @@ void PushTransfers::startHeldBack() {
 }
 
 void PushTransfers::dropGivenUp() {
+  postponed_.dropGivenUp();
   for (std::size_t index = active_.size(); index-- > 0;) {
     PushTransfer& transfer = *active_[index];
     if (transfer.notification().reports->isGivenUp()) {
@@ -203,7 +229,8 @@ void PushTransfers::dropGivenUp() {
 
 void PushTransfers::wait() {
   // wakeUp() fails where there was no descriptor for it, and libcurl 7.88 does not always say that
-  // a transfer can go on when another one has lost its connection.
+  // a transfer can go on when another one has lost its connection. Nor does it know what is
+  // postponed.
   constexpr int kLongestWithoutALook = 100;
   curl_multi_poll(multi_.get(), nullptr, 0, kLongestWithoutALook, nullptr);
 }

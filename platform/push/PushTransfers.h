@@ -9,6 +9,8 @@
 #include <unordered_set>
 #include <vector>
 
+#include "platform/foundation/Clock.h"
+#include "platform/push/PostponedNotifications.h"
 #include "platform/push/PushTransfer.h"
 
 namespace velto {
@@ -30,13 +32,13 @@ class PushTransfers : private PushTransfer::Gate {
     Error error;
   };
 
-  explicit PushTransfers(const PushTimeLimits& limits);
+  PushTransfers(const PushTimeLimits& limits, const Clock& clock);
   /// Reports what is under way as cancelled.
   ~PushTransfers() override;
   PushTransfers(const PushTransfers&) = delete;
   PushTransfers& operator=(const PushTransfers&) = delete;
 
-  bool isEmpty() const { return active_.empty() && heldBack_.empty(); }
+  bool isEmpty() const { return active_.empty() && heldBack_.empty() && postponed_.isEmpty(); }
   /// How many more can be started.
   std::size_t room() const;
 
@@ -44,7 +46,7 @@ class PushTransfers : private PushTransfer::Gate {
   /// Moves on as far as possible. When no connection can be made, everything that would use it
   /// fails alike; the caller is told, so that it need not try with the rest.
   std::optional<ConnectionFailure> perform();
-  /// Starts again what had to wait for a new connection, as far as there is room.
+  /// Starts again what had to wait for a new connection, or for its time, as far as there is room.
   void startHeldBack();
   /// Drops the notifications whose callers have given up.
   void dropGivenUp();
@@ -67,14 +69,17 @@ class PushTransfers : private PushTransfer::Gate {
   void forgetOther(const std::shared_ptr<const PushIdentity>& identity);
   /// Takes the transfer out of the active ones. Its notification can then be reported.
   PushNotification remove(PushTransfer& transfer);
+  bool postpone(PushTransfer& transfer, CURLcode code);
   void finish(PushTransfer& transfer, CURLcode code, std::optional<ConnectionFailure>& failure);
   void failAlike(const ConnectionFailure& failure);
 
   const PushTimeLimits limits_;
+  const Clock& clock_;  ///< by which the gateway names a date
   const std::unique_ptr<CURLM, Free> multi_;
   std::vector<Transfer> active_;
   std::vector<Transfer> free_;
   std::vector<PushNotification> heldBack_;
+  PostponedNotifications postponed_;
 
   /// The connection in use, told by its port on our side.
   int connection_ = 0;

@@ -43,7 +43,7 @@ UlmoraPushServiceProvider::UlmoraPushServiceProvider(
                     ".plist"),
       limits_(limits),
       clock_(clock),
-      sender_(limits) {}
+      sender_(limits, clock) {}
 
 void UlmoraPushServiceProvider::beginBatch() {
   Conversation& own = conversation();
@@ -86,7 +86,7 @@ void UlmoraPushServiceProvider::sendPushNotification(const Data& payload, const 
     if (!own.deadline) {
       own.deadline = PushReports::Clock::now() + limits_.total;
     }
-    sender_.send({message(own, payload, identifier, expiry), device, own.reports});
+    sender_.send({message(own, payload, identifier, expiry), device, own.reports, *own.deadline});
   }
   while (const auto failure = own.reports->takeFailure()) {
     own.report(*failure);
