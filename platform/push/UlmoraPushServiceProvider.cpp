@@ -134,7 +134,7 @@ void UlmoraPushServiceProvider::settle(Conversation& conversation) {
   for (; missing > 0; --missing) {
     conversation.report(
         makeError(kPushServiceErrorDomain, kPushTimedOutErrorCode,
-                  conversation.identity->endpoint + ": the push service does not answer"));
+                  conversation.identity->shownEndpoint() + ": the push service does not answer"));
   }
   conversation.reports = std::make_shared<PushReports>();
   if (!conversation.isBatch) {

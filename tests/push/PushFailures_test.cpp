@@ -293,6 +293,16 @@ TEST_F(PushFailuresTest, AMissingCertificateIsNamed) {
   EXPECT_THAT(error.localizedDescription(), HasSubstr("/nowhere.pem"));
 }
 
+TEST_F(PushFailuresTest, AFileThatHoldsSomethingElseIsNamed) {
+  PushGateway gateway;
+  setIdentity(gateway);
+  setFile("client.pem", "log");
+  EXPECT_THAT(onlyError({"ok"}).localizedDescription(), HasSubstr("/pki/client.pem"));
+  setIdentity(gateway);
+  setFile("ca.pem", "log");
+  EXPECT_THAT(onlyError({"ok"}).localizedDescription(), HasSubstr("/pki/ca.pem"));
+}
+
 TEST_F(PushFailuresTest, ANameThatDoesNotResolveFailsAtOnceForAll) {
   setIdentity("https://gateway.invalid/device");
   const auto error = onlyError(devices("ok", 500));
