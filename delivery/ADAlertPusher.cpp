@@ -110,7 +110,11 @@ std::optional<Error> ADAlertPusher::sendAlert(const VLAlert& alert, ADAlertStore
   if (error) {
     return error;
   }
+  if (recipients.empty()) {
+    return std::nullopt;
+  }
   const DeviceNames names(store, recipients);
+  const PushBatch batch(*ulmoraPushProvider_);
   for (const auto& [localization, tokens] : recipients) {
     const DeliveryStopwatch watch;
     const auto message = bundleAlert->subject(localization);

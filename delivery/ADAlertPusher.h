@@ -41,9 +41,10 @@ class ADAlertPusher {
   ADAlertPusher(const ADAlertPusher&) = delete;
   ADAlertPusher& operator=(const ADAlertPusher&) = delete;
 
-  /// Sends the alert's subject to every enabled push recipient of the store. Nothing when all were
-  /// accepted. An error of the store or of the alert's bundle ends it at once; what fails in one
-  /// language does not keep the others back, and the first error is the result.
+  /// Sends the alert's subject to every enabled push recipient of the store, as one batch of the
+  /// provider. Nothing when all were accepted. An error of the store or of the alert's bundle ends
+  /// it at once; what fails in one language does not keep the others back, and the first error is
+  /// the result.
   std::optional<Error> sendAlert(const VLAlert& alert, ADAlertStore& store);
 
   /// Sends the message to each device. Notifications of the same date replace each other. The first

@@ -2,6 +2,7 @@
 #include "platform/push/PushIdentity.h"
 
 #include <array>
+#include <cerrno>
 #include <curl/curl.h>
 #include <utility>
 
@@ -14,6 +15,7 @@ namespace velto {
 namespace {
 
 constexpr std::size_t kMaximumFileSize = std::size_t{1} << 16;
+constexpr std::size_t kMaximumPEMSize = std::size_t{1} << 22;
 
 /// What is wrong with the endpoint, or nothing.
 std::optional<std::string> objection(const std::string& endpoint) {
@@ -37,59 +39,120 @@ std::optional<std::string> objection(const std::string& endpoint) {
   return std::nullopt;
 }
 
-/// Fills in the identity; what is wrong with the dictionary, or nothing.
-std::optional<std::string> fill(PushIdentity& identity, const PropertyList::Dictionary& entries) {
-  const std::array<std::pair<const char*, std::optional<std::string>*>, 3> paths = {
-      {{"Certificate", &identity.certificate},
-       {"PrivateKey", &identity.privateKey},
-       {"CertificateAuthority", &identity.certificateAuthority}}};
-  const std::string* endpoint = stringForKey(entries, "Endpoint");
-  if (endpoint == nullptr) {
-    return "it has no Endpoint";
+/// Text that may hold a URL, without what stands before the host. Also when it is not a URL: what
+/// was meant as a password is not for others to see.
+std::string withoutPassword(const std::string& text) {
+  const std::size_t end = text.rfind('@');
+  const std::size_t scheme = text.find("://");
+  if (end == std::string::npos) {
+    return text;
   }
-  identity.endpoint = *endpoint;
-  if (const auto wrong = objection(identity.endpoint)) {
-    return "the Endpoint \"" + identity.endpoint + "\" " + *wrong;
-  }
-  for (const auto& [key, path] : paths) {
-    const PropertyList* value = valueForKey(entries, key);
-    if (value == nullptr) {
+  const std::size_t begin = scheme < end ? scheme + 3 : 0;
+  return text.substr(0, begin) + text.substr(end + 1);
+}
+
+Error failure(std::int64_t code, const std::string& description) {
+  return makeError(kPushServiceErrorDomain, code, description);
+}
+
+std::optional<PushIdentity> refuse(ErrorSlot slot, const std::string& reason) {
+  replaceError(slot, failure(kPushIdentityErrorCode, reason));
+  return std::nullopt;
+}
+
+/// A file that the identity may name, and libcurl's code for one that cannot be read.
+struct NamedFile {
+  const char* key;
+  std::optional<PushIdentityFile> PushIdentity::*member;
+  CURLcode code;
+};
+
+constexpr std::array<NamedFile, 3> kNamedFiles = {
+    {{"Certificate", &PushIdentity::certificate, CURLE_SSL_CERTPROBLEM},
+     {"PrivateKey", &PushIdentity::privateKey, CURLE_SSL_CERTPROBLEM},
+     {"CertificateAuthority", &PushIdentity::certificateAuthority, CURLE_SSL_CACERT_BADFILE}}};
+
+/// Whether the file holds what others must not see.
+bool isSecret(const PushIdentity& identity, const NamedFile& file) {
+  return file.member == &PushIdentity::privateKey ||
+         (file.member == &PushIdentity::certificate && !identity.privateKey);
+}
+
+/// Reads the files that the identity names.
+std::optional<Error> readFiles(PushIdentity& identity) {
+  for (const NamedFile& file : kNamedFiles) {
+    std::optional<PushIdentityFile>& named = identity.*file.member;
+    if (!named) {
       continue;
     }
-    if (value->string() == nullptr || !value->string()->starts_with('/')) {
-      return std::string(key) + " is no absolute path";
+    std::optional<Error> problem;
+    auto content = isSecret(identity, file)
+                       ? contentsOfPrivateFile(named->path, kMaximumPEMSize, &problem)
+                       : contentsOfRegularFile(named->path, kMaximumPEMSize, &problem);
+    if (!content) {
+      const bool isRefused = problem->code == EPERM;
+      return failure(isRefused ? kPushIdentityErrorCode : file.code,
+                     problem->localizedDescription());
     }
-    *path = rootedPath(*value->string());
+    named->content = std::move(*content);
   }
   return std::nullopt;
 }
 
-std::shared_ptr<const PushIdentity> refuse(ErrorSlot slot, const std::string& reason) {
-  replaceError(slot, makeError(kPushServiceErrorDomain, kPushIdentityErrorCode, reason));
-  return nullptr;
-}
-
 }  // namespace
 
-std::shared_ptr<const PushIdentity> PushIdentity::read(const std::string& path, ErrorSlot error) {
-  std::optional<Error> failure;
-  const auto content = contentsOfPrivateFile(path, kMaximumFileSize, &failure);
-  if (!content) {
-    return refuse(error, failure->localizedDescription());
-  }
-  const auto value =
-      PropertyListSerialization::propertyList(Data(std::string_view(*content)), &failure);
+std::string PushIdentity::shownEndpoint() const {
+  return withoutPassword(endpoint);
+}
+
+std::optional<PushIdentity> PushIdentity::fromPropertyList(std::string_view bytes,
+                                                           ErrorSlot error) {
+  std::optional<Error> problem;
+  const auto value = PropertyListSerialization::propertyList(Data(bytes), &problem);
   if (!value) {
-    return refuse(error, path + ": " + failure->localizedDescription());
+    return refuse(error, problem->localizedDescription());
   }
   if (value->dictionary() == nullptr) {
-    return refuse(error, path + ": it is no dictionary");
+    return refuse(error, "it is no dictionary");
   }
-  auto identity = std::make_shared<PushIdentity>();
-  if (const auto reason = fill(*identity, *value->dictionary())) {
-    return refuse(error, path + ": " + *reason);
+  const std::string* endpoint = stringForKey(*value->dictionary(), "Endpoint");
+  if (endpoint == nullptr) {
+    return refuse(error, "it has no Endpoint");
+  }
+  if (const auto wrong = objection(*endpoint)) {
+    return refuse(error, "the Endpoint \"" + withoutPassword(*endpoint) + "\" " + *wrong);
+  }
+  PushIdentity identity{*endpoint, {}, {}, {}};
+  for (const NamedFile& file : kNamedFiles) {
+    const PropertyList* path = valueForKey(*value->dictionary(), file.key);
+    if (path == nullptr) {
+      continue;
+    }
+    if (path->string() == nullptr || !path->string()->starts_with('/')) {
+      return refuse(error, std::string(file.key) + " is no absolute path");
+    }
+    identity.*file.member = {rootedPath(*path->string()), {}};
   }
   return identity;
+}
+
+std::shared_ptr<const PushIdentity> PushIdentity::read(const std::string& path, ErrorSlot error) {
+  std::optional<Error> problem;
+  const auto content = contentsOfPrivateFile(path, kMaximumFileSize, &problem);
+  if (!content) {
+    replaceError(error, failure(kPushIdentityErrorCode, problem->localizedDescription()));
+    return nullptr;
+  }
+  auto identity = fromPropertyList(*content, &problem);
+  if (!identity) {
+    replaceError(error, failure(problem->code, path + ": " + problem->localizedDescription()));
+    return nullptr;
+  }
+  if (auto unreadable = readFiles(*identity)) {
+    replaceError(error, std::move(*unreadable));
+    return nullptr;
+  }
+  return std::make_shared<const PushIdentity>(std::move(*identity));
 }
 
 }  // namespace velto

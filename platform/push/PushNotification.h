@@ -23,6 +23,7 @@ struct PushNotification {
   std::shared_ptr<const PushMessage> message;
   Data device;
   std::shared_ptr<PushReports> reports;
+  PushReports::Clock::time_point deadline;  ///< until when somebody waits for the outcome
   int timesSent = 0;
 };
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/push/PushReports.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace velto {
@@ -17,7 +16,6 @@ void PushReports::add(PushOutcome outcome) {
     return;
   }
   --missing_;
-  lastOutcome_ = Clock::now();
   const bool isFailure = !std::holds_alternative<std::monostate>(outcome);
   if (isFailure) {
     failures_.push_back(std::move(outcome));
@@ -33,12 +31,9 @@ std::optional<PushOutcome> PushReports::takeFailure() {
   return take();
 }
 
-std::optional<PushOutcome> PushReports::waitForFailure(const PushTimeLimits& limits,
-                                                       Clock::time_point begin) {
+std::optional<PushOutcome> PushReports::waitForFailure(Clock::time_point deadline) {
   MutexLock lock(mutex_);
   while (failures_.empty() && missing_ > 0 && !isGivenUp_) {
-    const auto deadline =
-        std::min(begin + limits.total, std::max(begin, lastOutcome_) + limits.silence);
     if (Clock::now() >= deadline) {
       return std::nullopt;
     }

@@ -19,10 +19,13 @@ namespace velto {
 struct PushTimeLimits {
   /// For a connection to it: name look-up, TCP and TLS.
   std::chrono::milliseconds connecting = std::chrono::seconds(10);
-  /// Between one answer and the next, as long as some are missing.
-  std::chrono::milliseconds silence = std::chrono::seconds(30);
+  /// For the first answer over a new connection to begin. After that the others no longer wait for
+  /// it.
+  std::chrono::milliseconds firstAnswer = std::chrono::seconds(1);
+  /// At least, before a notification is sent again that the gateway wants to have later.
+  std::chrono::milliseconds pause = std::chrono::seconds(1);
   /// For all answers together, and for a single one.
-  std::chrono::milliseconds total = std::chrono::minutes(5);
+  std::chrono::milliseconds total = std::chrono::seconds(30);
 };
 
 /// The push service's answer to a notification that it did not accept.
@@ -47,8 +50,8 @@ class PushReports {
   /// A failure that has come in, without waiting.
   std::optional<PushOutcome> takeFailure();
   /// Waits for a failure to come in; nothing when there is an outcome for every notification, or
-  /// when time is up for a caller that waits since `begin`.
-  std::optional<PushOutcome> waitForFailure(const PushTimeLimits& limits, Clock::time_point begin);
+  /// at the deadline.
+  std::optional<PushOutcome> waitForFailure(Clock::time_point deadline);
   /// From now on nothing is waited for. Returns how many outcomes were missing.
   std::size_t giveUp();
   bool isGivenUp() const;
@@ -61,7 +64,6 @@ class PushReports {
   std::deque<PushOutcome> failures_ VELTO_GUARDED_BY(mutex_);
   std::size_t missing_ VELTO_GUARDED_BY(mutex_) = 0;
   bool isGivenUp_ VELTO_GUARDED_BY(mutex_) = false;
-  Clock::time_point lastOutcome_ VELTO_GUARDED_BY(mutex_);
 };
 
 }  // namespace velto

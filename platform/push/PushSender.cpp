@@ -8,7 +8,8 @@
 
 namespace velto {
 
-PushSender::PushSender(const PushTimeLimits& limits) : limits_(limits) {}
+PushSender::PushSender(const PushTimeLimits& limits, const Clock& clock)
+    : limits_(limits), clock_(clock) {}
 
 PushSender::~PushSender() {
   std::deque<PushNotification> unsent;
@@ -43,7 +44,7 @@ bool PushSender::add(PushNotification& notification) {
       return false;
     }
     if (transfers_ == nullptr) {
-      transfers_ = std::make_unique<PushTransfers>(limits_);
+      transfers_ = std::make_unique<PushTransfers>(limits_, clock_);
     }
     waiting_.push_back(std::move(notification));
     wasIdle = std::exchange(isIdle_, false);

@@ -17,7 +17,7 @@ namespace velto {
 /// libcurl has them share a connection.
 class PushSender {
  public:
-  explicit PushSender(const PushTimeLimits& limits);
+  PushSender(const PushTimeLimits& limits, const Clock& clock);
   ~PushSender();
   PushSender(const PushSender&) = delete;
   PushSender& operator=(const PushSender&) = delete;
@@ -38,6 +38,7 @@ class PushSender {
   void work();
 
   const PushTimeLimits limits_;
+  const Clock& clock_;
   /// Made once there is a thread, and its own but for wakeUp().
   std::unique_ptr<PushTransfers> transfers_;
 

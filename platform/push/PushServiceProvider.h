@@ -23,6 +23,12 @@ class PushServiceProvider {
 
   virtual ~PushServiceProvider() = default;
 
+  /// Everything that the calling thread sends until endBatch() is waited for together: there is one
+  /// time limit for all of it, and when the push service does not answer in that time, whatever is
+  /// sent later fails at once in the same way. See PushBatch.
+  virtual void beginBatch() = 0;
+  virtual void endBatch() = 0;
+
   /// Installs what is told of notifications that could not be sent, or removes it (an empty
   /// function). Removing waits, within a time limit, until there is a report about every
   /// notification that was sent before.
@@ -37,6 +43,20 @@ class PushServiceProvider {
 
   /// Waits, within a time limit, until nothing is queued any more.
   virtual void flush() = 0;
+};
+
+/// A batch of the calling thread, as long as this object lives.
+class PushBatch {
+ public:
+  explicit PushBatch(PushServiceProvider& provider) : provider_(provider) {
+    provider_.beginBatch();
+  }
+  ~PushBatch() { provider_.endBatch(); }
+  PushBatch(const PushBatch&) = delete;
+  PushBatch& operator=(const PushBatch&) = delete;
+
+ private:
+  PushServiceProvider& provider_;
 };
 
 /// Makes a provider that presents the client identity that the preference names.

@@ -7,6 +7,7 @@
 
 #include "platform/foundation/Hexadecimal.h"
 #include "platform/push/PushErrors.h"
+#include "platform/push/RetryAfter.h"
 
 namespace velto {
 namespace {
@@ -16,8 +17,28 @@ constexpr std::size_t kMaximumBody = std::size_t{1} << 16;
 /// libcurl sends a request once more that the gateway refused unread, and would go on doing so.
 constexpr int kMaximumTimesSent = 2;
 
-const char* pathOrNull(const std::optional<std::string>& path) {
-  return path ? path->c_str() : nullptr;
+std::string urlOf(const PushNotification& notification) {
+  const std::string& endpoint = notification.message->identity->endpoint;
+  return endpoint.substr(0, endpoint.find_last_not_of('/') + 1) + "/" +
+         hexadecimal(notification.device);
+}
+
+/// The files that may be the reason for what libcurl ended with, as " (one, two)". It does not know
+/// their names.
+std::string concerned(const PushIdentity& identity, CURLcode code) {
+  std::string names;
+  const auto add = [&](const std::optional<PushIdentityFile>& file) {
+    if (file) {
+      names += (names.empty() ? " (" : ", ") + file->path;
+    }
+  };
+  if (code == CURLE_SSL_CERTPROBLEM) {
+    add(identity.certificate);
+    add(identity.privateKey);
+  } else if (code == CURLE_SSL_CACERT_BADFILE) {
+    add(identity.certificateAuthority);
+  }
+  return names.empty() ? names : names + ")";
 }
 
 }  // namespace
@@ -33,13 +54,19 @@ PushTransfer::PushTransfer(const PushTimeLimits& limits, Gate& gate)
   // Wait for the one connection to say that it takes many streams.
   curl_easy_setopt(handle, CURLOPT_PIPEWAIT, 1L);
   curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
+  // The machine's authorities, too, are those of now.
+  curl_easy_setopt(handle, CURLOPT_CA_CACHE_TIMEOUT, 0L);
   // A resolver that hangs is not waited for when time is up.
   curl_easy_setopt(handle, CURLOPT_QUICK_EXIT, 1L);
   curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(limits.connecting.count()));
-  curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, static_cast<long>(limits.total.count()));
+  // Whoever waits gives up before; this ends what nobody waits for.
+  const auto longest = limits.total + limits.connecting;
+  curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, static_cast<long>(longest.count()));
   curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, problem_.data());
   curl_easy_setopt(handle, CURLOPT_PREREQFUNCTION, &PushTransfer::beforeRequest);
   curl_easy_setopt(handle, CURLOPT_PREREQDATA, this);
+  curl_easy_setopt(handle, CURLOPT_HEADERFUNCTION, &PushTransfer::receiveHeader);
+  curl_easy_setopt(handle, CURLOPT_HEADERDATA, this);
   curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, &PushTransfer::receive);
   curl_easy_setopt(handle, CURLOPT_WRITEDATA, this);
 }
@@ -49,8 +76,7 @@ void PushTransfer::load(PushNotification notification) {
   if (message_ != notification_.message) {
     setMessage(notification_.message);
   }
-  const std::string url = message_->identity->endpoint + "/" + hexadecimal(notification_.device);
-  curl_easy_setopt(handle(), CURLOPT_URL, url.c_str());
+  curl_easy_setopt(handle(), CURLOPT_URL, urlOf(notification_).c_str());
   curl_easy_setopt(handle(), CURLOPT_FORBID_REUSE, 0L);
   body_.clear();
   isBodyCut_ = false;
@@ -76,13 +102,28 @@ PushNotification PushTransfer::unload() {
 }
 
 void PushTransfer::setIdentity(const PushIdentity& identity) {
-  curl_easy_setopt(handle(), CURLOPT_SSLCERT, pathOrNull(identity.certificate));
-  curl_easy_setopt(handle(), CURLOPT_SSLKEY, pathOrNull(identity.privateKey));
+  // libcurl takes a connection for another one only when what it was told differs, and it is told
+  // of files by their names alone. Of their contents it sees that they were replaced.
+  const auto& key = identity.privateKey ? identity.privateKey : identity.certificate;
+  setContent(CURLOPT_SSLCERT_BLOB, identity.certificate);
+  setContent(CURLOPT_SSLKEY_BLOB, key);
+  setContent(CURLOPT_CAINFO_BLOB, identity.certificateAuthority);
   // An authority that is named counts alone, and not beside those of the machine.
   const curl_version_info_data* machine = curl_version_info(CURLVERSION_NOW);
-  const char* authority = pathOrNull(identity.certificateAuthority);
-  curl_easy_setopt(handle(), CURLOPT_CAINFO, authority != nullptr ? authority : machine->cainfo);
-  curl_easy_setopt(handle(), CURLOPT_CAPATH, authority != nullptr ? nullptr : machine->capath);
+  const bool isNamed = identity.certificateAuthority.has_value();
+  curl_easy_setopt(handle(), CURLOPT_CAINFO, isNamed ? nullptr : machine->cainfo);
+  curl_easy_setopt(handle(), CURLOPT_CAPATH, isNamed ? nullptr : machine->capath);
+}
+
+/// The file belongs to the message that the handle is prepared for.
+void PushTransfer::setContent(CURLoption option, const std::optional<PushIdentityFile>& file) {
+  curl_blob blob{};
+  if (file) {
+    blob.data = const_cast<char*>(file->content.data());
+    blob.len = file->content.size();
+    blob.flags = CURL_BLOB_NOCOPY;
+  }
+  curl_easy_setopt(handle(), option, file ? &blob : nullptr);
 }
 
 void PushTransfer::distrustConnection() {
@@ -104,22 +145,40 @@ bool PushTransfer::hadNoConnection(CURLcode code) const {
          std::find(kCodes.begin(), kCodes.end(), code) != kCodes.end();
 }
 
+long PushTransfer::status() const {
+  long status = 0;
+  curl_easy_getinfo(handle(), CURLINFO_RESPONSE_CODE, &status);
+  return status;
+}
+
+std::optional<std::chrono::milliseconds> PushTransfer::delayAskedFor(CURLcode code,
+                                                                     Date now) const {
+  constexpr long kTooManyRequests = 429;
+  constexpr long kServiceUnavailable = 503;
+  curl_header* header = nullptr;
+  if (!isAnswered(code) || (status() != kTooManyRequests && status() != kServiceUnavailable) ||
+      curl_easy_header(handle(), "Retry-After", 0, CURLH_HEADER, -1, &header) != CURLHE_OK) {
+    return std::nullopt;
+  }
+  return retryDelay(header->value, now);
+}
+
 PushOutcome PushTransfer::outcome(CURLcode code) const {
-  if (code == CURLE_OK || isBodyCut_) {
-    long status = 0;
-    curl_easy_getinfo(handle(), CURLINFO_RESPONSE_CODE, &status);
-    if (status >= 200 && status < 300) {
+  if (isAnswered(code)) {
+    if (status() >= 200 && status() < 300) {
       return std::monostate();
     }
-    return PushErrorResponse{static_cast<std::uint64_t>(status), Data(std::string_view(body_))};
+    return PushErrorResponse{static_cast<std::uint64_t>(status()), Data(std::string_view(body_))};
   }
-  const std::string endpoint = notification_.message->identity->endpoint + ": ";
+  const PushIdentity& identity = *notification_.message->identity;
+  const std::string endpoint = identity.shownEndpoint() + ": ";
   if (notification_.timesSent > kMaximumTimesSent) {
     return makeError(kPushServiceErrorDomain, kPushRefusedErrorCode,
                      endpoint + "the push service turned the notification away twice");
   }
   return makeError(kPushServiceErrorDomain, code,
-                   endpoint + (problem_[0] != '\0' ? problem_.data() : curl_easy_strerror(code)));
+                   endpoint + (problem_[0] != '\0' ? problem_.data() : curl_easy_strerror(code)) +
+                       concerned(identity, code));
 }
 
 int PushTransfer::beforeRequest(void* transfer, char* /*peer*/, char* /*local*/, int /*peerPort*/,
@@ -130,6 +189,13 @@ int PushTransfer::beforeRequest(void* transfer, char* /*peer*/, char* /*local*/,
     return CURL_PREREQFUNC_ABORT;
   }
   return CURL_PREREQFUNC_OK;
+}
+
+std::size_t PushTransfer::receiveHeader(char* /*bytes*/, std::size_t /*one*/, std::size_t count,
+                                        void* transfer) {
+  const auto& self = *static_cast<PushTransfer*>(transfer);
+  self.gate_.noteAnswer(self);
+  return count;
 }
 
 std::size_t PushTransfer::receive(char* bytes, std::size_t /*one*/, std::size_t count,

@@ -2,8 +2,10 @@
 #pragma once
 
 #include <array>
+#include <chrono>
 #include <curl/curl.h>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "platform/push/PushNotification.h"
@@ -14,11 +16,14 @@ namespace velto {
 /// loaded (`load`), and free again (`unload`). One thread.
 class PushTransfer {
  public:
-  /// Asked before a request goes out over the connection that has this port on our side.
+  /// What passes between a transfer and its connection.
   class Gate {
    public:
     virtual ~Gate() = default;
+    /// Asked before a request goes out over the connection that has this port on our side.
     virtual bool admits(const PushTransfer& transfer, int localPort) = 0;
+    /// An answer has begun.
+    virtual void noteAnswer(const PushTransfer& transfer) = 0;
   };
 
   PushTransfer(const PushTimeLimits& limits, Gate& gate);
@@ -42,6 +47,9 @@ class PushTransfer {
   /// Whether the transfer failed with `code` because there was no connection, or one that is as
   /// good as none.
   bool hadNoConnection(CURLcode code) const;
+  /// How long the gateway wants to be left alone before the notification comes again, when its
+  /// answer with which libcurl ended the transfer says so.
+  std::optional<std::chrono::milliseconds> delayAskedFor(CURLcode code, Date now) const;
   /// What became of it, when libcurl ended the transfer with `code`.
   PushOutcome outcome(CURLcode code) const;
   /// The connection of this transfer is not to be used for another one.
@@ -53,9 +61,13 @@ class PushTransfer {
     void operator()(curl_slist* list) const { curl_slist_free_all(list); }
   };
 
+  bool isAnswered(CURLcode code) const { return code == CURLE_OK || isBodyCut_; }
+  long status() const;
   void setMessage(std::shared_ptr<const PushMessage> message);
   void setIdentity(const PushIdentity& identity);
+  void setContent(CURLoption option, const std::optional<PushIdentityFile>& file);
   static int beforeRequest(void* transfer, char*, char*, int, int localPort);
+  static std::size_t receiveHeader(char*, std::size_t, std::size_t count, void* transfer);
   static std::size_t receive(char* bytes, std::size_t, std::size_t count, void* transfer);
 
   Gate& gate_;

@@ -7,15 +7,19 @@
 //
 //     new connection    told by another port on our side: unproven, and nothing admitted
 //     unproven          at most `widest_` requests are admitted; the others are held back
-//     proven            from the first answer to an admitted request on: up to kMaximum, and
+//     proven            from the beginning of the first answer to an admitted request on, or when
+//                       there was none for a while (the gateway's limit has come by then, and an
+//                       answer that does not is to hold up nobody else): up to kMaximum, and
 //                       `widest_` grows to what the connection has carried at once
 //     refused twice     `widest_` is 1 again
 //     another identity  `widest_` is 1 again, and the connection is unproven
 //
-// 1. A notification is active (libcurl has it) or held back (the gate kept it, or the gateway
-//    refused it unread), and in one of the two only. It leaves by a report to its PushReports, at
-//    the latest as cancelled when this object goes, or by its caller's giving up.
-// 2. It goes out twice at most, however often libcurl would try.
+// 1. A notification is active (libcurl has it), held back (the gate kept it, or the gateway
+//    refused it unread) or postponed (the gateway said when to try again), and only one of them. It
+//    leaves by a report to its PushReports, at the latest as cancelled when this object goes, or by
+//    its caller's giving up.
+// 2. It goes out twice at most before it is answered, however often libcurl would try. Once the
+//    gateway has asked for it later, it goes out anew.
 // 3. A connection that cannot be made fails everything for its identity alike, so that a caller
 //    waits for it once, and not once a notification.
 //
@@ -52,14 +56,17 @@ CURLM* makeMulti() {
 
 }  // namespace
 
-PushTransfers::PushTransfers(const PushTimeLimits& limits) : limits_(limits), multi_(makeMulti()) {}
+PushTransfers::PushTransfers(const PushTimeLimits& limits, const Clock& clock)
+    : limits_(limits), clock_(clock), multi_(makeMulti()) {}
 
 PushTransfers::~PushTransfers() {
   while (!active_.empty()) {
     remove(*active_.back()).reports->add(pushCancelled());
   }
-  for (const PushNotification& notification : heldBack_) {
-    notification.reports->add(pushCancelled());
+  for (const auto& waiting : {heldBack_, postponed_.takeAll()}) {
+    for (const PushNotification& notification : waiting) {
+      notification.reports->add(pushCancelled());
+    }
   }
 }
 
@@ -91,6 +98,7 @@ std::optional<PushTransfers::ConnectionFailure> PushTransfers::perform() {
   int left = 0;
   std::optional<ConnectionFailure> failure;
   curl_multi_perform(multi_.get(), &running);
+  stopWaitingForAnswer();
   while (const CURLMsg* message = curl_multi_info_read(multi_.get(), &left)) {
     void* transfer = nullptr;
     curl_easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &transfer);
@@ -103,20 +111,37 @@ std::optional<PushTransfers::ConnectionFailure> PushTransfers::perform() {
   return failure;
 }
 
+/// Whether the gateway wants to have the notification later, and somebody still waits for it then.
+bool PushTransfers::postpone(PushTransfer& transfer, CURLcode code) {
+  const auto delay = transfer.delayAskedFor(code, clock_.now());
+  const auto due = PostponedNotifications::Clock::now() +
+                   std::max(limits_.pause, delay.value_or(std::chrono::milliseconds()));
+  if (!delay || due >= transfer.notification().deadline) {
+    return false;
+  }
+  PushNotification notification = remove(transfer);
+  notification.timesSent = 0;
+  postponed_.add(std::move(notification), due);
+  return true;
+}
+
 void PushTransfers::finish(PushTransfer& transfer, CURLcode code,
                            std::optional<ConnectionFailure>& failure) {
   if (transfer.canBeSentAgain(code)) {
     heldBack_.push_back(remove(transfer));
     return;
   }
+  if (postpone(transfer, code)) {
+    return;
+  }
   const PushOutcome outcome = transfer.outcome(code);
   const auto* error = std::get_if<Error>(&outcome);
-  if (error == nullptr && admitted_.count(&transfer) > 0) {
-    isConnectionProven_ = true;
-  } else if (error != nullptr && error->code == kPushRefusedErrorCode) {
+  if (error != nullptr && error->code == kPushRefusedErrorCode) {
     widest_ = 1;
   }
-  if (error != nullptr && transfer.hadNoConnection(code)) {
+  // A request that goes out has a connection, however long its own answer takes.
+  const bool isAlone = code == CURLE_OPERATION_TIMEDOUT && !admitted_.empty();
+  if (error != nullptr && transfer.hadNoConnection(code) && !isAlone) {
     failure = {transfer.notification().message->identity, *error};
   }
   remove(transfer).reports->add(outcome);
@@ -165,11 +190,25 @@ bool PushTransfers::admits(const PushTransfer& transfer, int localPort) {
     return admitted_.count(&transfer) > 0;
   }
   admitted_.insert(&transfer);
+  lastAdmission_ = std::chrono::steady_clock::now();
   widest_ = std::max(widest_, admitted_.size());
   return true;
 }
 
+void PushTransfers::noteAnswer(const PushTransfer& transfer) {
+  isConnectionProven_ = isConnectionProven_ || admitted_.count(&transfer) > 0;
+}
+
+void PushTransfers::stopWaitingForAnswer() {
+  const auto now = std::chrono::steady_clock::now();
+  isConnectionProven_ =
+      isConnectionProven_ || (!admitted_.empty() && now - lastAdmission_ >= limits_.firstAnswer);
+}
+
 void PushTransfers::startHeldBack() {
+  for (PushNotification& notification : postponed_.takeDue(PostponedNotifications::Clock::now())) {
+    heldBack_.push_back(std::move(notification));
+  }
   while (!heldBack_.empty() && room() > 0) {
     PushNotification notification = std::move(heldBack_.back());
     heldBack_.pop_back();
@@ -178,6 +217,7 @@ void PushTransfers::startHeldBack() {
 }
 
 void PushTransfers::dropGivenUp() {
+  postponed_.dropGivenUp();
   for (std::size_t index = active_.size(); index-- > 0;) {
     PushTransfer& transfer = *active_[index];
     if (transfer.notification().reports->isGivenUp()) {
@@ -190,7 +230,8 @@ void PushTransfers::dropGivenUp() {
 
 void PushTransfers::wait() {
   // wakeUp() fails where there was no descriptor for it, and libcurl 7.88 does not always say that
-  // a transfer can go on when another one has lost its connection.
+  // a transfer can go on when another one has lost its connection. Nor does it know what is
+  // postponed.
   constexpr int kLongestWithoutALook = 100;
   curl_multi_poll(multi_.get(), nullptr, 0, kLongestWithoutALook, nullptr);
 }

@@ -29,6 +29,11 @@ std::string wholeSeconds(double seconds) {
   return std::to_string(std::llround(bounded));
 }
 
+/// Whether the push service was waited for in vain.
+bool isSilence(const Error& error) {
+  return error.code == kPushTimedOutErrorCode || error.code == CURLE_OPERATION_TIMEDOUT;
+}
+
 }  // namespace
 
 UlmoraPushServiceProvider::UlmoraPushServiceProvider(
@@ -38,7 +43,20 @@ UlmoraPushServiceProvider::UlmoraPushServiceProvider(
                     ".plist"),
       limits_(limits),
       clock_(clock),
-      sender_(limits) {}
+      sender_(limits, clock) {}
+
+void UlmoraPushServiceProvider::beginBatch() {
+  Conversation& own = conversation();
+  settle(own);
+  own.isBatch = true;
+}
+
+void UlmoraPushServiceProvider::endBatch() {
+  Conversation& own = conversation();
+  own.isBatch = false;
+  settle(own);
+  endIfUnhandled(own);
+}
 
 void UlmoraPushServiceProvider::setErrorHandler(ErrorHandler handler) {
   Conversation& own = conversation();
@@ -62,8 +80,13 @@ void UlmoraPushServiceProvider::sendPushNotification(const Data& payload, const 
   }
   if (own.identity == nullptr) {
     own.report(*own.identityError);
+  } else if (own.silence) {
+    own.report(*own.silence);
   } else {
-    sender_.send({message(own, payload, identifier, expiry), device, own.reports});
+    if (!own.deadline) {
+      own.deadline = PushReports::Clock::now() + limits_.total;
+    }
+    sender_.send({message(own, payload, identifier, expiry), device, own.reports, *own.deadline});
   }
   while (const auto failure = own.reports->takeFailure()) {
     own.report(*failure);
@@ -78,9 +101,12 @@ void UlmoraPushServiceProvider::flush() {
   sender_.waitUntilIdle();
 }
 
-void UlmoraPushServiceProvider::Conversation::report(const PushOutcome& outcome) const {
+void UlmoraPushServiceProvider::Conversation::report(const PushOutcome& outcome) {
   const auto* error = std::get_if<Error>(&outcome);
   const auto* response = std::get_if<PushErrorResponse>(&outcome);
+  if (error != nullptr && isSilence(*error) && isBatch) {
+    silence = *error;
+  }
   if (error != nullptr && errorHandler) {
     errorHandler(*error);
   } else if (response != nullptr && errorResponseHandler) {
@@ -94,8 +120,8 @@ UlmoraPushServiceProvider::Conversation& UlmoraPushServiceProvider::conversation
 }
 
 void UlmoraPushServiceProvider::settle(Conversation& conversation) {
-  const auto begin = PushReports::Clock::now();
-  while (const auto failure = conversation.reports->waitForFailure(limits_, begin)) {
+  const auto deadline = conversation.deadline.value_or(PushReports::Clock::now());
+  while (const auto failure = conversation.reports->waitForFailure(deadline)) {
     conversation.report(*failure);
   }
   std::size_t missing = conversation.reports->giveUp();
@@ -108,13 +134,17 @@ void UlmoraPushServiceProvider::settle(Conversation& conversation) {
   for (; missing > 0; --missing) {
     conversation.report(
         makeError(kPushServiceErrorDomain, kPushTimedOutErrorCode,
-                  conversation.identity->endpoint + ": the push service does not answer"));
+                  conversation.identity->shownEndpoint() + ": the push service does not answer"));
   }
   conversation.reports = std::make_shared<PushReports>();
+  if (!conversation.isBatch) {
+    conversation.deadline.reset();
+    conversation.silence.reset();
+  }
 }
 
 void UlmoraPushServiceProvider::endIfUnhandled(const Conversation& conversation) {
-  if (!conversation.errorHandler && !conversation.errorResponseHandler) {
+  if (!conversation.isBatch && !conversation.errorHandler && !conversation.errorResponseHandler) {
     const MutexLock lock(mutex_);
     conversations_.erase(std::this_thread::get_id());
   }

@@ -26,14 +26,17 @@ class Clock;
 /// handler, and what gets no answer to the error handler (see PushErrors.h).
 ///
 /// All notifications share one connection, which is kept for two minutes after the last one. The
-/// file is read again by each thread with its first notification after installing handlers.
-/// PushTimeLimits says how long the removal of handlers and flush() wait; what has no answer by
-/// then is reported as timed out. Any thread.
+/// file is read again by each thread with its first notification of a batch, or after installing
+/// handlers outside of one. PushTimeLimits says how long after that notification the removal of
+/// handlers and flush() still wait; what has no answer by then is reported as timed out. Any
+/// thread.
 class UlmoraPushServiceProvider : public PushServiceProvider {
  public:
   UlmoraPushServiceProvider(const std::string& certificateIdentityPreference,
                             const PushTimeLimits& limits, const Clock& clock);
 
+  void beginBatch() override;
+  void endBatch() override;
   void setErrorHandler(ErrorHandler handler) override;
   void setErrorResponseHandler(ErrorResponseHandler handler) override;
   void sendPushNotification(const Data& payload, const Data& device, const Data& identifier,
@@ -46,6 +49,10 @@ class UlmoraPushServiceProvider : public PushServiceProvider {
     ErrorHandler errorHandler;
     ErrorResponseHandler errorResponseHandler;
     std::shared_ptr<PushReports> reports = std::make_shared<PushReports>();
+    bool isBatch = false;
+    /// For what has been sent since the handlers were installed, or in the batch.
+    std::optional<PushReports::Clock::time_point> deadline;
+    std::optional<Error> silence;  ///< the push service did not answer in the batch
     std::shared_ptr<const PushIdentity> identity;
     std::optional<Error> identityError;
     /// The last message sent, with what it was made from.
@@ -53,14 +60,13 @@ class UlmoraPushServiceProvider : public PushServiceProvider {
     Data identifier;
     Date expiry;
 
-    void report(const PushOutcome& outcome) const;
+    void report(const PushOutcome& outcome);
   };
 
   Conversation& conversation() VELTO_EXCLUDES(mutex_);
   /// Waits for all that is missing, and reports it.
   void settle(Conversation& conversation);
   void endIfUnhandled(const Conversation& conversation) VELTO_EXCLUDES(mutex_);
-  void readIdentity(Conversation& conversation) const;
   std::shared_ptr<const PushMessage> message(Conversation& conversation, const Data& payload,
                                              const Data& identifier, Date expiry) const;
 

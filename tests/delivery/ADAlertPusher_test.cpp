@@ -106,6 +106,14 @@ TEST_F(ADAlertPusherTest, EveryDeviceHearsTheSubjectInItsLanguage) {
                           sent("f1", "/home est presque plein")));
 }
 
+TEST_F(ADAlertPusherTest, TheLanguagesOfAnAlertAreABatch) {
+  addRecipient("e1", "en");
+  addRecipient("f1", "fr");
+  EXPECT_EQ(push(), std::nullopt);
+  EXPECT_EQ(push(), std::nullopt);
+  EXPECT_THAT(provider().batches, ElementsAre(testing::Pair(0, 2), testing::Pair(2, 4)));
+}
+
 TEST_F(ADAlertPusherTest, HandlersAreInstalledForTheSpanOfACall) {
   EXPECT_EQ(sendTo({"a", "b"}), std::nullopt);
   EXPECT_THAT(provider().operations,

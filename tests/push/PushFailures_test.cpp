@@ -41,7 +41,8 @@ class PushFailuresTest : public PushTest {
 /// A port of the loopback that takes connections, as far as its queue goes, and never reads.
 class SilentPort {
  public:
-  explicit SilentPort(int queue) : socket_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+  explicit SilentPort(int queue)
+      : socket_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
@@ -60,6 +61,17 @@ class SilentPort {
   }
 
   std::string endpoint() const { return "https://127.0.0.1:" + std::to_string(number_); }
+
+  /// How many connections wait to be taken.
+  int connections() const {
+    int count = 0;
+    for (;; ++count) {
+      const FileDescriptor taken(::accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC));
+      if (!taken.isOpen()) {
+        return count;
+      }
+    }
+  }
 
  private:
   FileDescriptor socket_;
@@ -147,7 +159,7 @@ TEST_F(PushFailuresTest, OfALongAnswerTheBeginningIsEnough) {
 }
 
 TEST_F(PushFailuresTest, WhoNeverAnswersIsNotWaitedForForever) {
-  limits_.silence = std::chrono::milliseconds(200);
+  limits_.total = std::chrono::seconds(1);
   PushGateway gateway;
   setIdentity(gateway);
   auto names = devices("hang", 150);
@@ -160,18 +172,76 @@ TEST_F(PushFailuresTest, WhoNeverAnswersIsNotWaitedForForever) {
   EXPECT_THAT(send({"ok"}).reports, IsEmpty());
 }
 
+TEST_F(PushFailuresTest, AnUnfinishedAnswerHoldsBackOnlyItself) {
+  limits_.total = std::chrono::seconds(3);
+  PushGateway gateway;
+  setIdentity(gateway);
+  auto names = devices("ok", 60);
+  names.insert(names.begin(), {"unfinished 200", "unfinished 500"});
+  EXPECT_THAT(send(names).errors, SizeIs(2));
+  EXPECT_THAT(arrivals(gateway), AllOf(SizeIs(62), Each(Pair(testing::_, 1))));
+}
+
+TEST_F(PushFailuresTest, AnAnswerThatNeverBeginsHoldsBackOnlyItself) {
+  limits_.firstAnswer = std::chrono::milliseconds(10);
+  limits_.total = std::chrono::seconds(3);
+  PushGateway gateway;
+  setIdentity(gateway);
+  auto names = devices("ok", 60);
+  names.insert(names.begin(), "hang");
+  EXPECT_THAT(send(names).errors, SizeIs(1));
+  EXPECT_THAT(arrivals(gateway), AllOf(SizeIs(61), Each(Pair(testing::_, 1))));
+}
+
+TEST_F(PushFailuresTest, WhoDoesNotAnswerIsWaitedForOnceABatch) {
+  limits_.total = std::chrono::seconds(1);
+  PushGateway gateway;
+  setIdentity(gateway);
+  {
+    const PushBatch batch(provider());
+    const auto silence = onlyError(devices("hang", 2));
+    EXPECT_EQ(silence.code, kPushTimedOutErrorCode);
+    EXPECT_EQ(onlyError(devices("later", 2)), silence);
+  }
+  EXPECT_THAT(send({"ok"}).reports, IsEmpty()) << "the next batch asks anew";
+  EXPECT_THAT(arrivals(gateway), testing::Not(testing::Contains(Pair(StartsWith("later"), 1))));
+}
+
+TEST_F(PushFailuresTest, ABlackHoleIsWaitedForOnceABatch) {
+  limits_.connecting = std::chrono::milliseconds(100);
+  const SilentPort hole(16);
+  setIdentity(hole.endpoint());
+  const PushBatch batch(provider());
+  const auto silence = onlyError(devices("ok", 5));
+  EXPECT_EQ(silence.code, CURLE_OPERATION_TIMEDOUT);
+  EXPECT_EQ(onlyError(devices("ok", 5)), silence);
+  EXPECT_EQ(hole.connections(), 1);
+}
+
+TEST_F(PushFailuresTest, TheTimeOfABatchIsThatOfAllItsCalls) {
+  limits_.total = std::chrono::milliseconds(300);
+  PushGateway gateway;
+  setIdentity(gateway);
+  const auto begin = PushReports::Clock::now();
+  const PushBatch batch(provider());
+  while (send({"slow 50"}).errors.empty()) {
+    ASSERT_LT(PushReports::Clock::now() - begin, std::chrono::minutes(1));
+  }
+  EXPECT_GE(PushReports::Clock::now() - begin, limits_.total);
+}
+
 TEST_F(PushFailuresTest, AfterASilenceAnotherConnectionIsTried) {
   PushGateway gateway;
   setIdentity(gateway);
   EXPECT_THAT(send({"ok 1"}).reports, IsEmpty());
-  limits_.silence = std::chrono::milliseconds(200);
+  limits_.total = std::chrono::seconds(1);
   provider_.reset();
   EXPECT_THAT(send({"ok 2"}).reports, IsEmpty());
   gateway.pause();
   EXPECT_EQ(onlyError({"ok 3"}).code, kPushTimedOutErrorCode);
   gateway.resume();
   // The answers are too slow for this limit on a busy machine.
-  limits_.silence = PushTimeLimits().silence;
+  limits_.total = PushTimeLimits().total;
   EXPECT_EQ(gateway.sessions(), 2u);
 }
 
@@ -221,6 +291,16 @@ TEST_F(PushFailuresTest, AMissingCertificateIsNamed) {
   const auto error = onlyError({"ok"});
   EXPECT_EQ(error.code, CURLE_SSL_CERTPROBLEM);
   EXPECT_THAT(error.localizedDescription(), HasSubstr("/nowhere.pem"));
+}
+
+TEST_F(PushFailuresTest, AFileThatHoldsSomethingElseIsNamed) {
+  PushGateway gateway;
+  setIdentity(gateway);
+  setFile("client.pem", "log");
+  EXPECT_THAT(onlyError({"ok"}).localizedDescription(), HasSubstr("/pki/client.pem"));
+  setIdentity(gateway);
+  setFile("ca.pem", "log");
+  EXPECT_THAT(onlyError({"ok"}).localizedDescription(), HasSubstr("/pki/ca.pem"));
 }
 
 TEST_F(PushFailuresTest, ANameThatDoesNotResolveFailsAtOnceForAll) {

@@ -49,12 +49,18 @@ class PushTest : public ::testing::Test {
   }
   /// The same with what it takes to be believed by the test's gateways, and to believe them.
   void setIdentity(const PushGateway& gateway) const {
-    for (const char* name : {"ca.pem", "client.pem", "client.key"}) {
-      root_.write(std::string("pki/") + name, readFile(testCertificates() / name));
-    }
+    setFile("ca.pem", "ca.pem");
+    setFile("client.pem", "client.pem");
+    setFile("client.key", "client.key");
     setIdentity(gateway.endpoint(),
                 "CertificateAuthority = \"/pki/ca.pem\"; Certificate = \"/pki/client.pem\"; "
                 "PrivateKey = \"/pki/client.key\";");
+  }
+
+  /// A file below /pki with the content of one of the test's certificates.
+  void setFile(const std::string& name, const std::string& content) const {
+    const auto path = root_.write("pki/" + name, readFile(testCertificates() / content));
+    std::filesystem::permissions(path, std::filesystem::perms(0600));
   }
 
   UlmoraPushServiceProvider& provider() {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <string>
@@ -31,7 +32,11 @@ class FakePushProvider : public PushServiceProvider {
   /// Every operation that was called, by name; those that remove a handler with "no" before.
   std::vector<std::string> operations;
   std::vector<Sent> sent;
+  /// How many notifications had been sent at the beginning and at the end of each batch.
+  std::vector<std::pair<std::size_t, std::size_t>> batches;
 
+  void beginBatch() override { batches.emplace_back(sent.size(), sent.size()); }
+  void endBatch() override { batches.back().second = sent.size(); }
   void setErrorHandler(ErrorHandler handler) override {
     operations.emplace_back(handler ? "errorHandler" : "no errorHandler");
     errorHandler_ = std::move(handler);

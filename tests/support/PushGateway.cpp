@@ -19,14 +19,14 @@ namespace {
 
 constexpr const char* kMakeCertificates = R"(
 key() { openssl genpkey -algorithm EC -pkeyopt ec_paramgen_curve:P-256 -out "$1.key"; }
-key ca; key server; key client
+key ca; key server; key client; key other
 openssl req -x509 -key ca.key -subj /CN=authority -days 2 -out ca.pem
 sign() {
   openssl req -new -key "$1.key" -subj "/CN=$1" |
     openssl x509 -req -CA ca.pem -CAkey ca.key -CAcreateserial -days 2 -extfile extensions -out "$1.pem"
 }
 echo "subjectAltName=DNS:localhost,IP:127.0.0.1" > extensions
-sign server; sign client
+sign server; sign client; sign other
 )";
 
 std::pair<FileDescriptor, FileDescriptor> makePipe() {

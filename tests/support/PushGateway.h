@@ -16,7 +16,8 @@
 namespace velto {
 
 /// An authority, with certificates of a server (localhost, 127.0.0.1) and of a client signed by it:
-/// ca.pem, server.pem, server.key, client.pem, client.key. Made with openssl(1).
+/// ca.pem, server.pem, server.key, client.pem, client.key, and another client's, other.pem and
+/// other.key. Made with openssl(1).
 const std::filesystem::path& testCertificates();
 
 /// A push gateway in a process of its own; gateway.js says what it does with a notification. Ends

@@ -8,6 +8,9 @@
 //   cut N                answers with the status N and ends in the middle of the body
 //   slow MS              accepts it after so many milliseconds
 //   hang                 never answers
+//   unfinished N ...     answers with the status N, and a body that never ends
+//   retry N TIMES WHEN   answers with the status N and asks to be tried again WHEN (Retry-After), so
+//                        many times, and accepts it then
 //   reset                resets the stream with an error
 //   refuse-once ...      refuses the stream unread, and accepts it when it comes again
 //   refuse ...           refuses the stream unread, always
@@ -34,6 +37,7 @@ const options = JSON.parse(optionsText);
 const { constants } = http2;
 const requests = [];
 const refused = new Set();
+const turnedAway = new Map();
 let sessions = 0;
 
 // What the words above stand for, given a stream and what follows the word.
@@ -46,6 +50,21 @@ const actions = {
   },
   slow: (stream, milliseconds) => setTimeout(() => answer(stream, 200), Number(milliseconds)),
   hang: () => {},
+  unfinished: (stream, status) => {
+    stream.respond({ ':status': Number(status) });
+    stream.write('more is to come');
+  },
+  retry: (stream, status, times, ...when) => {
+    const key = [status, times, ...when].join(' ');
+    const count = turnedAway.get(key) || 0;
+    turnedAway.set(key, count + 1);
+    if (count >= Number(times)) {
+      answer(stream, 200);
+    } else {
+      stream.respond({ ':status': Number(status), 'retry-after': when.join(' ') });
+      stream.end(`try ${count + 1}`);
+    }
+  },
   reset: (stream) => stream.close(constants.NGHTTP2_INTERNAL_ERROR),
   refuse: (stream) => stream.close(constants.NGHTTP2_REFUSED_STREAM),
   'refuse-once': (stream, number) => {
