@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "alerts/DeclaredAction.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <optional>
@@ -14,6 +13,7 @@
 #include "alerts/AlertBundleErrors.h"
 #include "alerts/VLAlertJSON.h"
 #include "platform/foundation/Log.h"
+#include "platform/foundation/SingleLine.h"
 #include "platform/foundation/TrustedFile.h"
 #include "platform/foundation/UTF8.h"
 
@@ -35,11 +35,6 @@ std::string shown(std::string text) {
              : text.substr(first, text.find_last_not_of(" \t\r\n") + 1 - first);
 }
 
-std::string inOneLine(std::string text) {
-  std::replace(text.begin(), text.end(), '\n', ' ');
-  return text;
-}
-
 /// How an outcome reads after the name of the action.
 std::string describe(const ActionOutcome& outcome) {
   switch (outcome.kind) {
@@ -53,10 +48,13 @@ std::string describe(const ActionOutcome& outcome) {
   return "took too long and was ended";
 }
 
-/// The same, followed by what the program wrote.
+/// The same, followed by what the program wrote, in one line.
 std::string describeWithText(const ActionOutcome& outcome) {
-  const std::string text = inOneLine(shown(outcome.standardError));
-  return describe(outcome) + (text.empty() ? "" : ": " + text);
+  const std::string text = singleLine(outcome.standardError);
+  const std::string rest = outcome.droppedBytes == 0
+                               ? ""
+                               : " (and " + std::to_string(outcome.droppedBytes) + " more bytes)";
+  return describe(outcome) + (text.empty() ? "" : ": " + text + rest);
 }
 
 class DeclaredAction : public VLAlertAction {

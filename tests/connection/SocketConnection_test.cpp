@@ -10,34 +10,13 @@
 #include <gtest/gtest.h>
 
 #include "platform/connection/VarlinkMessage.h"
+#include "tests/connection/TestCalls.h"
 #include "tests/connection/TestClient.h"
 #include "tests/connection/TestService.h"
 #include "tests/support/SkipOrFail.h"
 
 namespace velto {
 namespace {
-
-constexpr const char* kEcho1 = R"({"method":"test.service.Echo","parameters":{"value":1}})";
-constexpr const char* kEchoed1 = R"({"parameters":{"value":1}})";
-constexpr const char* kNote = R"({"method":"test.service.Note"})";
-constexpr const char* kWait = R"({"method":"test.service.Wait"})";
-
-std::string callOf(const std::string& method, const std::string& text) {
-  return R"({"method":"test.service.)" + method + R"(","parameters":{"value":")" + text + R"("}})";
-}
-
-std::string echoOf(const std::string& text) {
-  return callOf("Echo", text);
-}
-
-std::string echoedText(const std::string& text) {
-  return R"({"parameters":{"value":")" + text + R"("}})";
-}
-
-std::string countTo(int number, std::size_t size, bool more = true) {
-  return R"({"method":"test.service.Count","parameters":{"to":)" + std::to_string(number) +
-         R"(,"size":)" + std::to_string(size) + "}" + (more ? R"(,"more":true})" : "}");
-}
 
 // --- Calls and their replies ---
 
@@ -475,80 +454,6 @@ TEST(SocketConnection, doesNotReadFromAClientThatDoesNotTakeItsReplies) {
   for (int i = 0; i < sent; ++i) {
     ASSERT_TRUE(lazy.receive()) << i;
   }
-}
-
-// --- Clients that keep it waiting ---
-
-/// A service with short patience.
-class ImpatientService {
- public:
-  explicit ImpatientService(const ConnectionLimits& limits, std::size_t maximumCallSize = 1000)
-      : service_([&](RunLoop& runLoop, GuestTable& guests, ErrorSlot error) {
-          return Listener::listenerWithPath(runLoop, guests, path_, error, limits);
-        }) {
-    service_.setMaximumCallSize(maximumCallSize);
-  }
-
-  const std::string& path() const { return path_; }
-
- private:
-  TemporaryDirectory directory_;
-  const std::string path_ = (directory_.path() / "socket").string();
-  TestService service_;
-};
-
-constexpr ConnectionLimits kShortPatience{.halfCall = std::chrono::milliseconds(50),
-                                          .untakenReply = std::chrono::milliseconds(50)};
-
-TEST(SocketConnection, endsWhenACallDoesNotGoOn) {
-  const ImpatientService service(kShortPatience);
-  TestClient patient(service.path());
-  EXPECT_EQ(patient.ask(kEcho1), kEchoed1);
-  TestClient halfway(service.path());
-  halfway.sendBytes(std::string(kEcho1) + '\0' + R"({"method":)");
-  EXPECT_EQ(halfway.receive(), kEchoed1);
-  EXPECT_EQ(halfway.receive(), std::nullopt);
-  EXPECT_EQ(patient.ask(kEcho1), kEchoed1);
-}
-
-TEST(SocketConnection, endsWhenNobodyTakesTheReply) {
-  const ImpatientService service(kShortPatience);
-  TestClient lazy(service.path());
-  lazy.send(countTo(1000, 100000));
-  // Its end shows when all that was sent before has been taken.
-  waitUntil([&] { return ::send(lazy.descriptor(), "", 0, MSG_NOSIGNAL) < 0; });
-  int taken = 0;
-  while (lazy.receive()) {
-    ++taken;
-  }
-  EXPECT_LT(taken, 1000);
-}
-
-TEST(SocketConnection, endsTheOneThatHoldsMostOfAUserWhoHoldsTooMuch) {
-  const ImpatientService service({.userBytes = 500, .rootBytes = 500});
-  TestClient small(service.path());
-  TestClient large(service.path());
-  TestClient last(service.path());
-  small.sendBytes(R"({"method":)");
-  large.sendBytes(std::string(400, ' '));
-  EXPECT_EQ(last.ask(kEcho1), kEchoed1);
-  last.sendBytes(std::string(200, ' '));
-  EXPECT_EQ(large.receive(), std::nullopt);
-  last.sendBytes(std::string(1, '\0'));
-  EXPECT_EQ(last.receive(), std::nullopt);  // what it sent was not a call
-  small.sendBytes(std::string(R"("test.service.Note"})") + '\0');
-  EXPECT_EQ(small.receive(), R"({"parameters":{}})");
-}
-
-TEST(SocketConnection, endsAtACallThatIsLongerThanTheClientMaySend) {
-  const ImpatientService service({}, 1000);
-  const std::string fitting = echoOf(std::string(1000 - echoOf("").size(), 'x'));
-  TestClient client(service.path());
-  EXPECT_TRUE(client.ask(fitting));
-  EXPECT_EQ(client.ask(echoOf(std::string(1001 - echoOf("").size(), 'x'))), std::nullopt);
-  TestClient halfway(service.path());
-  halfway.sendBytes(std::string(1001, ' '));
-  EXPECT_EQ(halfway.receive(), std::nullopt);
 }
 
 // --- Many connections ---
