@@ -66,7 +66,8 @@ void AlertsDaemon::post(VLAlert& alert, ErrorReply reply) {
     reply(std::nullopt);
     return;
   }
-  alert.sentDate = services_.clock.now();
+  const Date now = services_.clock.now();
+  alert.sentDate = pushEnabled ? services_.pusher.sentDate(now) : now;
   if (!alert.identifier || alert.identifier->empty()) {
     alert.identifier = newIdentifier(alert.type, *alert.sentDate);
   }

@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "delivery/ADAlertPusher.h"
 
-#include <cmath>
 #include <cstdint>
-#include <limits>
 #include <utility>
 
 #include <boost/json.hpp>
@@ -19,20 +17,6 @@ constexpr double kSecondsToExpiry = 2592000;
 
 Data payload(std::string_view message) {
   return Data(boost::json::serialize(boost::json::object{{"zel", {{"alert", message}}}}));
-}
-
-/// Truncated toward zero; a date beyond the range is the range's end.
-std::int64_t wholeMilliseconds(Date date) {
-  constexpr double kEnd = 9223372036854775808.0;
-  const double milliseconds = date.secondsSinceReference() * 1000.0;
-  if (std::isnan(milliseconds)) {
-    return 0;
-  }
-  if (milliseconds >= kEnd || milliseconds < -kEnd) {
-    return milliseconds > 0 ? std::numeric_limits<std::int64_t>::max()
-                            : std::numeric_limits<std::int64_t>::min();
-  }
-  return static_cast<std::int64_t>(milliseconds);
 }
 
 /// The low 32 bits of the date's milliseconds, the lowest byte first.

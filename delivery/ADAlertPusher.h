@@ -10,6 +10,7 @@
 #include "alerts/AlertBundleRegistry.h"
 #include "alerts/VLAlert.h"
 #include "delivery/DeliveryJournal.h"
+#include "delivery/DistinctDates.h"
 #include "platform/foundation/Clock.h"
 #include "platform/foundation/Error.h"
 #include "platform/push/PushServiceProvider.h"
@@ -41,6 +42,10 @@ class ADAlertPusher {
   ADAlertPusher(const ADAlertPusher&) = delete;
   ADAlertPusher& operator=(const ADAlertPusher&) = delete;
 
+  /// The date to send an alert at that is posted now: a notification is told from another alert's
+  /// by the millisecond, so each gets one that no other alert of this process has.
+  Date sentDate(Date now) { return dates_.next(now); }
+
   /// Sends the alert's subject to every enabled push recipient of the store, as one batch of the
   /// provider. Nothing when all were accepted. An error of the store or of the alert's bundle ends
   /// it at once; what fails in one language does not keep the others back, and the first error is
@@ -58,6 +63,7 @@ class ADAlertPusher {
   AlertBundleRegistry& bundles_;
   const Clock& clock_;
   DeliveryJournal& journal_;
+  DistinctDates dates_;
   const std::unique_ptr<PushServiceProvider> ulmoraPushProvider_;
 };
 

@@ -72,6 +72,17 @@ TEST_F(PostingTest, APostedAlertIsStoredAsSentAndMailed) {
   EXPECT_THAT(system_.mails(), SizeIs(1));
 }
 
+TEST_F(PostingTest, AlertsOfABurstDoNotReplaceEachOther) {
+  addPushRecipient();
+  for (int index = 0; index < 3; ++index) {
+    EXPECT_EQ(post(*root_, diskAlert()), std::nullopt);
+  }
+  const auto& sent = system_.provider->sent;
+  ASSERT_THAT(sent, SizeIs(3));
+  EXPECT_NE(sent[0].identifier, sent[1].identifier);
+  EXPECT_NE(sent[1].identifier, sent[2].identifier);
+}
+
 TEST_F(PostingTest, RolesAndMissingInput) {
   const Error noAlert = makeError("AlertsDaemon", 203, "No alert to post.");
   EXPECT_EQ(post(*root_, std::nullopt), noAlert);
