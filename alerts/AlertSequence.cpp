@@ -6,9 +6,13 @@ namespace velto {
 const VLAlert* AlertSequence::current(ErrorSlot error) {
   while (next_ == ready_.size()) {
     if (source_ != nullptr) {
-      ready_ = source_(error);
-      if (ready_.empty()) {
+      std::optional<Error> failure;
+      ready_ = source_(&failure);
+      if (failure || ready_.empty()) {
         source_ = nullptr;
+      }
+      if (failure) {
+        replaceError(error, *std::move(failure));
       }
     } else if (!appended_.empty()) {
       ready_ = std::exchange(appended_, {});

@@ -50,8 +50,11 @@ StoreParts::StoreParts(const BenchDirectory& directory)
       languages_(alertsDirectory_, FileManager::system(), preferredLanguages) {}
 
 StoreServices StoreParts::services() {
-  return {
-      .bundles = bundles_, .languages = languages_, .clock = Clock::system(), .log = Log::system()};
+  return {.bundles = bundles_,
+          .languages = languages_,
+          .entries = DirectoryEntries::system(),
+          .clock = Clock::system(),
+          .log = Log::system()};
 }
 
 void writeFile(const std::string& path, const std::string& content) {

@@ -31,7 +31,7 @@ int main(int argc, char** argv) {
     return 1;
   }
 
-  // After the listener, which makes sure that no other daemon works on the store.
+  // After the listener, which refuses to start beside another daemon.
   AlertsDaemonListener delegate(parts.services(), parts.listenerSeams());
   listener->setDelegate(&delegate);
   listener->resume();

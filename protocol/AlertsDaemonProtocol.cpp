@@ -55,8 +55,8 @@ std::optional<std::string_view> decodeParameters(const Invocation& invocation,
   return wrong;
 }
 
-/// Makes the reply block of one call. It may be copied, and the promise is one; it replies the
-/// first time it is called.
+/// Makes the reply block of one call. It may be copied, and the promise is one: a second call, of
+/// whichever copy, is a mistake of the program.
 void makeReplyBlock(ErrorReply& reply, std::shared_ptr<ReplyPromise> promise,
                     std::string_view /*result*/) {
   reply = [promise = std::move(promise)](const std::optional<Error>& error) {

@@ -60,13 +60,19 @@ std::vector<VLAlert> nextFew(FetchCursor& cursor, ErrorSlot error) {
   std::vector<VLAlert> alerts;
   alerts.reserve(kMany);
   std::size_t size = 0;
+  std::optional<Error> failure;
   cursor.read<ADAlert>(
       [&](const ADAlert& record) {
         size += record.attributes() == nullptr ? 0 : record.attributes()->size();
         alerts.push_back(initWithADAlert(record));
         return alerts.size() < kMany && size < kMuch;
       },
-      error);
+      &failure);
+  if (failure) {
+    // What has been read would come again when the cursor goes on.
+    alerts.clear();
+    replaceError(error, *std::move(failure));
+  }
   return alerts;
 }
 

@@ -22,10 +22,10 @@ class ReplyReceiver {
 /// The reply to one call on its way from the operation, on whichever thread, to the connection that
 /// has made the call. Shared by the two, so that either may end first. Its states:
 ///
-///     awaited ── arrive ──► arrived     the connection is still there and takes it
-///        ├────── leave ───► left        the connection's thread has gone to other work
-///        │                   └─ arrive ──► arrived   the bringing thread goes on for the
-///        connection └───── abandon ──► abandoned   the connection ends; what arrives is dropped
+///     awaited --arrive--> arrived      the connection is still there, and takes the reply
+///     awaited --leave---> left         the connection's thread has gone to other work
+///        left --arrive--> arrived      the bringing thread goes on in that thread's place
+///     awaited --abandon-> abandoned    the connection has ended; what arrives is dropped
 ///
 /// Each side moves the state once, atomically, so exactly one of them goes on with the connection.
 class PendingReply {

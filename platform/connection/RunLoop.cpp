@@ -1,4 +1,28 @@
 // SPDX-License-Identifier: Apache-2.0
+// The leader/followers pattern with an elastic set of threads. All threads wait on one epoll, and
+// an event wakes one of them (EPOLLONESHOT), which serves its source to the end: a call and its
+// reply need no hand-over to another thread. The price is that somebody must always be left to
+// wait.
+//
+//   1. waiting_ counts the threads that wait, or are on their way to. A thread that has an event
+//      counts itself out, and starts a helper before it serves when it was the last.
+//   2. A source is in one place at a time: armed in epoll, in the hands of the thread that serves
+//      it, or suspended (kLater), in the hands of whoever is going to resume it. So it has no lock.
+//   3. Whoever gives a source back, and whoever takes it next, holds mutex_ in between
+//   (turnToEvent,
+//      turnToWaiting), so all that was done to the source is seen. The kernel's own order would do,
+//      but neither the language nor ThreadSanitizer knows of it.
+//   4. resume() may come before the serving thread is back from serve() and has counted the source
+//      as suspended: suspended_ is below zero then for a moment, and right again after it.
+//
+// mutex_ guards the lists and counters. A source is destroyed outside it, since its destructor may
+// close files or wait for others. A helper that ends leaves its thread to be joined by the next one
+// that starts a helper; that one may wait, under mutex_, for the trimming of the heap with which a
+// helper ends.
+//
+// When the run loop is stopped, the event that nobody reads wakes every thread; `run` waits for the
+// helpers and for the suspended sources, and only then destroys what is left.
+
 #include "platform/connection/RunLoop.h"
 
 #include <cerrno>
@@ -9,27 +33,6 @@
 #include <sys/eventfd.h>
 #include <system_error>
 #include <tuple>
-
-// The leader/followers pattern with an elastic set of threads. All threads wait on one epoll, and
-// an event wakes one of them (EPOLLONESHOT), which serves its source to the end: a call and its
-// reply need no hand-over to another thread. The price is that somebody must always be left to
-// wait.
-//
-//   1. waiting_ counts the threads that wait, or are on their way to. A thread that turns to an
-//      event counts itself out, and starts a helper first when it was the last.
-//   2. A source is in one place at a time: armed in epoll, in the hands of the thread that serves
-//      it, or suspended (kLater), in the hands of whoever is going to resume it. So it has no lock.
-//   3. A source changes hands under mutex_, although epoll would do: whoever serves it next has
-//      taken the mutex, too, in turnToEvent, and so sees all that was done to it before.
-//   4. resume() may come before the serving thread is back from serve() and has counted the source
-//      as suspended: suspended_ is below zero then for a moment, and right again after it.
-//
-// mutex_ guards the lists and counters and nothing slow: a source is destroyed outside it, since
-// its destructor may close files or wait for others. A helper that ends leaves its thread to be
-// joined by the next one that starts a helper.
-//
-// When it is stopped, the event that nobody reads wakes every thread; `run` waits for the helpers
-// and for the suspended sources, and only then destroys what is left.
 
 namespace velto {
 namespace {

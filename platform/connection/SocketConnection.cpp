@@ -1,4 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
+// What a connection waits for, and what moves it on. All output goes before any input: a connection
+// reads again only when everything it has to say has been taken.
+//
+//     new        a fresh socket can be written at once: the first event admits the connection
+//     kInput     nothing to say and no whole call: waits for bytes. Of half a call the bytes are
+//                kept; otherwise no buffer but a small one (kKeptOutput).
+//     kOutput    waits until the socket takes more: the client has not taken all that was said, or
+//                the turn is over (kStepsATurn) and others come first, or a late reply has more
+//     kLater     a call is under way on some other thread. The connection is in no thread's hands
+//                until PendingReply::arrive, whose thread sends the reply and lets it wait again.
+//     kNone      the client is gone, sent what is not a call, or memory ran out: the run loop
+//                destroys the connection. What it had earned before has been sent as far as the
+//                client took it; a call under way goes on, and its reply is dropped.
+//
+// There is no lock. The run loop hands the connection to one thread at a time (EPOLLONESHOT), and
+// between the thread that leaves and the thread that brings a reply the state of the PendingReply
+// decides. After leave() has returned true nothing of the connection may be touched: it may be
+// served, or even destroyed, by then.
+
 #include "platform/connection/SocketConnection.h"
 
 #include <array>
@@ -10,25 +29,6 @@
 
 #include "platform/connection/VarlinkMessage.h"
 #include "platform/connection/VarlinkService.h"
-
-// What a connection waits for, and what moves it on. All output goes before any input: a connection
-// reads again only when everything it has to say has been taken.
-//
-//     new ──(kOutput: a fresh socket can be written)──► admitted, or closed
-//     kInput   nothing to say, no whole call: waits for bytes. No buffer is held.
-//     kOutput  the client has not taken all that was said, or its turn is over (kStepsATurn) and
-//     the
-//              others come first: waits until the socket takes more.
-//     kLater   a call is under way on some other thread. The connection is in no thread's hands
-//              until PendingReply::arrive, whose thread sends the reply and lets it wait again.
-//     kNone    the client is gone, sent what is not a call, or there was no memory: the run loop
-//              destroys the connection. What it had earned before has been sent as far as the
-//              client took it; a call under way goes on, and its reply is dropped.
-//
-// No lock: the run loop hands the connection to one thread at a time (EPOLLONESHOT), and between
-// the thread that leaves and the thread that brings a reply the state of the PendingReply decides.
-// After leave() has returned true nothing of the connection may be touched: it may be served, or
-// even destroyed, by then.
 
 namespace velto {
 namespace {

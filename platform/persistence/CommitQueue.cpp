@@ -7,15 +7,15 @@
 //                                        back to, so the queue's own thread leads from now on
 //     either ─────────► free             nothing waits any more
 //
-// The followers' threads do not wait here. Their saves are waiting, then in the leader's batch,
-// then told: by the saving thread that led, or by the teller, while the writer is at the next
-// batch.
+// The followers' threads do not wait here. Their saves are waiting, then in the leader's batch
+// (also one that comes before the leader has taken its batch), then told: by the saving thread that
+// led, or by the teller, while the writer is at the next batch.
 //
 // 1. Whoever has the turn, and nobody else, uses `connection_` and `distrust_`, without a lock. The
 //    turn is taken, kept and given up under `mutex_`, and handed over by the writer's queue, so the
 //    next one sees what the last one left.
-// 2. As long as a save waits, somebody has the turn: whether any waits is looked at under the lock
-//    under which the turn is given up.
+// 2. As long as a save waits, somebody has the turn: it is given up only under the lock that shows
+//    that nothing waits.
 // 3. A save is told once, after its commit or the failure of it, and without a lock, so that a
 //    completion may save again.
 //

@@ -11,13 +11,14 @@
 //
 //     rowIds_[next_] ...        decided on, and still to be read
 //     next_ == rowIds_.size()   the portion is used up: decideNext()
-//     isLastPortion_            the last one brought less than it could: nothing comes after it
+//     isLastPortion_            this portion has fewer ids than it could: nothing comes after it
 //
 // 1. A portion takes only what comes after `last_`, and row ids are never used again: so no record
 //    comes twice, as long as nobody moves it to a later place by changing its key.
 // 2. `next_` counts ids, also those of records that are gone: a deleted record costs its turn and
 //    no other.
-// 3. A step that fails leaves the place where it began, and the next call tries it again.
+// 3. A step that fails leaves the place where it began, and the next call tries it again; records
+//    that the step has passed on before it failed would come again. A list ends with the error.
 
 #include "platform/persistence/FetchCursor.h"
 

@@ -1,15 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
-// All notifications go as streams of one connection. How many streams the gateway takes it says
-// over the connection itself, perhaps after the first requests have gone out; it then refuses those
-// that are too many, unread. libcurl sends a refused request again and would go on doing so. So a
-// connection is started slowly, and a gate (admits(), asked right before a request goes out) keeps
-// back what is too early.
+// All notifications go as streams of one connection. The gateway says how many streams it takes
+// only over the connection itself, perhaps after the first requests have gone out; it then refuses
+// those that are too many, unread. libcurl sends a refused request again and would go on doing so.
+// So a connection is started slowly, and a gate (admits(), asked right before a request goes out)
+// keeps back what is too early.
 //
 //     new connection    told by another port on our side: unproven, and nothing admitted
 //     unproven          at most `widest_` requests are admitted; the others are held back
 //     proven            from the first answer to an admitted request on: up to kMaximum, and
 //                       `widest_` grows to what the connection has carried at once
-//     refused twice     `widest_` is 1 again;  another identity: that, and unproven again
+//     refused twice     `widest_` is 1 again
+//     another identity  `widest_` is 1 again, and the connection is unproven
 //
 // 1. A notification is active (libcurl has it) or held back (the gate kept it, or the gateway
 //    refused it unread), and in one of the two only. It leaves by a report to its PushReports, at

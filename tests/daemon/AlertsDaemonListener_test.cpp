@@ -12,6 +12,7 @@
 #include "platform/connection/RunLoop.h"
 #include "platform/foundation/Paths.h"
 #include "platform/identity/GuestTable.h"
+#include "protocol/ArgumentClasses.h"
 #include "tests/daemon/Callers.h"
 
 namespace velto {

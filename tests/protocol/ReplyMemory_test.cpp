@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/foundation/SerialQueue.h"
+#include "platform/identity/GuestTable.h"
 #include "protocol/VLAlertsDaemon.h"
 #include "tests/connection/TestClient.h"
 #include "tests/connection/TestService.h"
@@ -65,8 +66,10 @@ class Service : public ListenerDelegate {
   TemporaryDirectory directory_;
   const std::string path_ = (directory_.path() / "socket").string();
   SerialQueue other_;
+  GuestTable guests_;
   RunLoop runLoop_;
-  const std::unique_ptr<Listener> listener_ = Listener::listenerWithPath(runLoop_, path_, nullptr);
+  const std::unique_ptr<Listener> listener_ =
+      Listener::listenerWithPath(runLoop_, guests_, path_, nullptr);
   std::thread thread_{[this] { runLoop_.run(); }};
 };
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // What a start may find at the store's path, and what it makes of it:
 //
-//     nothing, an empty file   create(): fill() makes a whole store at `path`-new, moveIntoPlace()
-//                              renames it, and then it is a store
-//     a store of the model     connect(), rewriteLog(), createSchema()
+//     nothing, or 0 bytes      create(): fill() makes a whole store at `path`-new, moveIntoPlace()
+//                              renames it, and it goes on as the next row
+//     a store of the model     connect(), rewriteLog() (WriteAheadLog.cpp), createSchema()
 //     anything else            refused by its header, and left as it is
 //
 // A file's sync is for what it holds, and not for its name: that it was made, renamed or removed is
@@ -17,9 +17,10 @@
 // 4. What an earlier start left in the log is written and synced once more (rewriteLog()) before
 //    anything is added to it.
 //
-// A crash before the rename leaves `path`-new, which the next start removes. A crash between the
-// rename and the sync leaves an empty store: the next start finds it and syncs, or, when its name
-// went with the power, makes another. There is no lock, since nobody else has the writer yet.
+// A crash before the rename leaves `path`-new and what SQLite puts beside it, which the next start
+// removes. A crash between the rename and the sync leaves a store without records: the next start
+// finds it and syncs, or, when its name went with the power, makes another. No mutex is needed,
+// since no other thread has the writer yet.
 
 #include "platform/persistence/sqlite/StoreFile.h"
 
