@@ -45,7 +45,7 @@ struct DaemonParts {
       log};
 
   const std::string alertsDirectory = rootedPath(VLAlertsDirectory);
-  AlertBundleRegistry bundles{alertsDirectory, fileManager, log};
+  AlertBundleRegistry bundles{alertsDirectory, fileManager, clock, log};
   DefaultLanguages languages{alertsDirectory, fileManager, preferredLanguages};
   StoreContainer stores{
       resourceDirectory(),

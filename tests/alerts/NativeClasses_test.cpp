@@ -12,6 +12,7 @@
 #include "alerts/AlertBundleRegistry.h"
 #include "platform/foundation/FileManager.h"
 #include "tests/alerts/AlertBundleDirectory.h"
+#include "tests/support/FakeClock.h"
 #include "tests/support/FakeLog.h"
 
 namespace velto {
@@ -48,7 +49,8 @@ class NativeClassesTest : public testing::Test {
 
   AlertBundleDirectory directory_;
   FakeLog log_;
-  AlertBundleRegistry registry_{directory_.path(), FileManager::system(), log_};
+  FakeClock clock_;
+  AlertBundleRegistry registry_{directory_.path(), FileManager::system(), clock_, log_};
   VLAlert alert_;
 };
 

@@ -8,6 +8,7 @@
 #include "alerts/AlertBundleRegistry.h"
 #include "platform/foundation/FileManager.h"
 #include "tests/alerts/AlertBundleDirectory.h"
+#include "tests/support/FakeClock.h"
 #include "tests/support/FakeLog.h"
 
 namespace velto {
@@ -38,7 +39,8 @@ class NativeEmailFormatterTest : public testing::Test {
 
   AlertBundleDirectory directory_;
   FakeLog log_;
-  AlertBundleRegistry registry_{directory_.path(), FileManager::system(), log_};
+  FakeClock clock_;
+  AlertBundleRegistry registry_{directory_.path(), FileManager::system(), clock_, log_};
   std::unique_ptr<EmailFormatter> formatter_;
   VLAlert alert_;
 };

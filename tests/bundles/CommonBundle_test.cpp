@@ -10,6 +10,7 @@
 
 #include "alerts/AlertBundleRegistry.h"
 #include "alerts/Bundle.h"
+#include "platform/foundation/Clock.h"
 #include "platform/foundation/FileManager.h"
 #include "platform/process/Task.h"
 #include "tests/support/FakeLog.h"
@@ -61,7 +62,7 @@ class CommonBundleTest : public testing::Test {
 
   TemporaryDirectory directory_;
   FakeLog log_;
-  AlertBundleRegistry registry_{VELTO_BUNDLES_DIR, FileManager::system(), log_};
+  AlertBundleRegistry registry_{VELTO_BUNDLES_DIR, FileManager::system(), Clock::system(), log_};
   std::unique_ptr<EmailFormatter> formatter_;
   VLAlert alert_;
 };

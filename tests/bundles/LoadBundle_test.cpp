@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "alerts/AlertBundleRegistry.h"
+#include "platform/foundation/Clock.h"
 #include "platform/foundation/FileManager.h"
 #include "tests/support/FakeLog.h"
 
@@ -21,7 +22,7 @@ class LoadBundleTest : public testing::Test {
   }
 
   FakeLog log_;
-  AlertBundleRegistry registry_{VELTO_BUNDLES_DIR, FileManager::system(), log_};
+  AlertBundleRegistry registry_{VELTO_BUNDLES_DIR, FileManager::system(), Clock::system(), log_};
   VLAlert alert_;
 };
 

@@ -58,7 +58,7 @@ class ScratchSystem {
   FakeClock clock;
   const FileManager& fileManager = FileManager::system();
   std::vector<std::string> userLanguages = {"en"};
-  AlertBundleRegistry bundles{bundlesDirectory().string(), fileManager, log};
+  AlertBundleRegistry bundles{bundlesDirectory().string(), fileManager, clock, log};
   DefaultLanguages languages{bundlesDirectory().string(), fileManager,
                              [this] { return userLanguages; }};
   const StoreServices storeServices = {.bundles = bundles,
