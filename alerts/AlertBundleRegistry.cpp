@@ -114,14 +114,14 @@ std::optional<Bundle> AlertBundleRegistry::Implementation::openBundle(
   if (!isFileName(name)) {
     return std::nullopt;
   }
-  auto bundle = Bundle::bundleWithPath(directory_ + "/" + name + ".bundle");
+  auto bundle = Bundle::bundleWithPath(directory_ + "/" + name + ".bundle", nullptr);
   if (bundle) {
     return bundle;
   }
   const auto entries = fileManager_.contentsOfDirectory(directory_, nullptr);
   for (const std::string& entry : entries.value_or(std::vector<std::string>())) {
     if (entry.find(".bundle") != std::string::npos && std::filesystem::path(entry).stem() == name &&
-        (bundle = Bundle::bundleWithPath(directory_ + "/" + entry))) {
+        (bundle = Bundle::bundleWithPath(directory_ + "/" + entry, nullptr))) {
       return bundle;
     }
   }

@@ -24,11 +24,7 @@ using Kind = ActionOutcome::Kind;
 
 /// What a program wrote, as text to be shown: any bytes may have come.
 std::string shown(std::string text) {
-  std::size_t checked = 0;
-  while (const auto invalid = invalidUTF8Offset(std::string_view(text).substr(checked))) {
-    checked += *invalid;
-    text[checked] = '?';
-  }
+  text = withoutInvalidUTF8(std::move(text));
   const std::size_t first = text.find_first_not_of(" \t\r\n");
   return first == std::string::npos
              ? ""

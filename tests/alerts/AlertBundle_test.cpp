@@ -38,7 +38,7 @@ class AlertBundleTest : public testing::Test {
   }
 
   std::unique_ptr<VLAlertSubclass> makeAlert(const VLAlert& alert) {
-    auto bundle = Bundle::bundleWithPath(directory_.path() + "/" + std::string(kEntry));
+    auto bundle = Bundle::bundleWithPath(directory_.path() + "/" + std::string(kEntry), nullptr);
     EXPECT_TRUE(bundle.has_value());
     auto opened = std::make_shared<const AlertBundle>("Disk", std::move(*bundle),
                                                       FileManager::system(), log_);
@@ -115,7 +115,8 @@ TEST_F(AlertBundleTest, LooksForAMissingTextInTheLanguageOfTheRegion) {
   EXPECT_EQ(alert->subject("fr-CA"), "/home est rempli");
   EXPECT_EQ(alert->message("fr-CA"), "Supprimez des fichiers de /home.");
   EXPECT_EQ(alert->subject("fr"), "/home est plein");
-  const AlertBundle bundle("Disk", *Bundle::bundleWithPath(directory_.path() + "/Disk.bundle"),
+  const AlertBundle bundle("Disk",
+                           *Bundle::bundleWithPath(directory_.path() + "/Disk.bundle", nullptr),
                            FileManager::system(), log_);
   EXPECT_EQ(bundle.text("Free.title", "fr-CA"), "Free space");
 }
