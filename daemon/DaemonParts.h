@@ -42,6 +42,7 @@ struct DaemonParts {
       {rootedPath(kEntitlementDirectories[0]), rootedPath(kEntitlementDirectories[1])},
       guests,
       fileManager,
+      clock,
       log};
 
   const std::string alertsDirectory = rootedPath(VLAlertsDirectory);
