@@ -10,7 +10,6 @@
 #include "platform/foundation/Languages.h"
 #include "platform/foundation/Log.h"
 #include "platform/foundation/RegularFile.h"
-#include "platform/propertylist/PropertyListSerialization.h"
 
 namespace velto {
 namespace {
@@ -26,16 +25,12 @@ std::optional<PropertyList::Dictionary> readStrings(const std::string& path, Log
     return std::nullopt;
   }
   std::optional<Error> error;
-  std::optional<PropertyList> strings;
-  if (const auto bytes = contentsOfRegularFile(path, kMaximumStringsSize, &error)) {
-    strings = PropertyListSerialization::propertyList(Data(std::string_view(*bytes)), &error);
+  const auto bytes = contentsOfRegularFile(path, kMaximumStringsSize, &error);
+  auto texts = bytes ? textsInStringsFile(*bytes, &error) : std::nullopt;
+  if (!texts) {
+    log.warning("Alert texts " + path + " not used: " + error->localizedDescription());
   }
-  if (!strings || strings->dictionary() == nullptr) {
-    log.warning("Alert texts " + path +
-                " not used: " + (error ? error->localizedDescription() : "no dictionary"));
-    return std::nullopt;
-  }
-  return std::move(*strings->dictionary());
+  return texts;
 }
 
 /// An alert whose texts and recovery actions its bundle declares.
@@ -45,21 +40,26 @@ class DeclaredAlert : public VLAlertSubclass {
       : VLAlertSubclass(alert), bundle_(std::move(bundle)) {}
 
   std::optional<std::string> subject(std::string_view localization) const override {
-    std::string line = text(".subject", localization);
+    auto line = text(".subject", localization);
     // An attribute may bring line breaks, and a subject is one line.
-    std::replace_if(
-        line.begin(), line.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
+    if (line) {
+      std::replace_if(
+          line->begin(), line->end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
+    }
     return line;
   }
   std::optional<std::string> message(std::string_view localization) const override {
     return text(".message", localization);
   }
   std::vector<std::string> recoveryOptions() const override {
-    return bundle_->recoveryOptions(*alert().type);
+    return alert().type ? bundle_->recoveryOptions(*alert().type) : std::vector<std::string>();
   }
 
  private:
-  std::string text(std::string_view kind, std::string_view localization) const {
+  std::optional<std::string> text(std::string_view kind, std::string_view localization) const {
+    if (!alert().type) {
+      return std::nullopt;
+    }
     const std::string& type = *alert().type;
     const auto pattern = bundle_->text(type + std::string(kind), localization);
     return pattern ? expandedText(*pattern, alert().attributes.value_or(PropertyList::Dictionary()))

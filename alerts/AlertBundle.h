@@ -31,8 +31,8 @@ class AlertBundle {
 
   bool declares(std::string_view type) const { return alertType(type) != nullptr; }
 
-  /// The alert, which has a type, with what the data says of that type, be it declared or not. The
-  /// object shares `bundle`.
+  /// The alert with what the data says of its type, be it declared or not; nothing of an alert
+  /// without a type. The object shares `bundle`.
   static std::unique_ptr<VLAlertSubclass> makeAlert(std::shared_ptr<const AlertBundle> bundle,
                                                     const VLAlert& alert);
 

@@ -45,6 +45,9 @@ class AlertBundleRegistry::Implementation {
   std::shared_ptr<const AlertBundle> bundleOf(const VLAlert& alert, ErrorSlot error);
   /// Nothing when the code is loaded, or why it is not, in a phrase.
   std::optional<Error> load(std::string_view name) VELTO_EXCLUDES(loadLock_);
+  /// The alert as an object of its class in the bundle, or null.
+  std::unique_ptr<VLAlertSubclass> makeAlert(std::shared_ptr<const AlertBundle> bundle,
+                                             const VLAlert& alert);
   const NativeClasses& classes() const { return classes_; }
   const ActionContext& actions() const { return actions_; }
 
@@ -61,7 +64,7 @@ class AlertBundleRegistry::Implementation {
   Log& log_;
   LimitedLog repeatedLines_;
   const ActionContext actions_;
-  NativeClasses classes_;
+  NativeClasses classes_{repeatedLines_};
 
   Mutex bundlesLock_;
   std::map<std::string, std::shared_ptr<const AlertBundle>, std::less<>> bundles_
@@ -182,6 +185,21 @@ std::shared_ptr<const AlertBundle> AlertBundleRegistry::Implementation::bundleOf
   return bundle;
 }
 
+std::unique_ptr<VLAlertSubclass> AlertBundleRegistry::Implementation::makeAlert(
+    std::shared_ptr<const AlertBundle> bundle, const VLAlert& alert) {
+  const auto* alertClass = alert.type ? classes_.alertClass(bundle->key(), *alert.type) : nullptr;
+  const bool isDeclared = alert.type && bundle->declares(*alert.type);
+  if (alertClass == nullptr && !isDeclared) {
+    alertClass = classes_.defaultAlertClass(bundle->key());
+    if (alertClass == nullptr) {
+      return nullptr;
+    }
+  }
+  auto declared = AlertBundle::makeAlert(std::move(bundle), alert);
+  return alertClass == nullptr ? std::move(declared)
+                               : makeNativeAlert(*alertClass, std::move(declared), repeatedLines_);
+}
+
 AlertBundleRegistry::AlertBundleRegistry(std::string directory, const FileManager& fileManager,
                                          const Clock& clock, Log& log,
                                          std::chrono::milliseconds actionTimeLimit)
@@ -192,25 +210,19 @@ AlertBundleRegistry::~AlertBundleRegistry() = default;
 
 std::unique_ptr<VLAlertSubclass> AlertBundleRegistry::alertSubclass(const VLAlert& alert,
                                                                     ErrorSlot error) {
-  if (alert.bundle && !alert.type) {
+  // What an alert lacks itself is told before what is wrong with its bundle.
+  const bool lacksType = alert.bundle && !alert.type;
+  const auto bundle = implementation_->bundleOf(alert, lacksType ? nullptr : error);
+  auto subclass = bundle == nullptr ? nullptr : implementation_->makeAlert(bundle, alert);
+  if (subclass == nullptr && lacksType) {
     setIfEmpty(error, makeError(kBundleErrorDomain, kAlertWithoutTypeErrorCode,
                                 "The alert of bundle '" + *alert.bundle + "' names no type."));
-    return nullptr;
-  }
-  const auto bundle = implementation_->bundleOf(alert, error);
-  if (bundle == nullptr) {
-    return nullptr;
-  }
-  const auto* const alertClass = implementation_->classes().alertClass(bundle->key(), *alert.type);
-  if (alertClass == nullptr && !bundle->declares(*alert.type)) {
+  } else if (subclass == nullptr && bundle != nullptr) {
     setIfEmpty(error, makeError(kBundleErrorDomain, kNoSuchAlertTypeErrorCode,
                                 "Alert bundle '" + bundle->key() + "' has no alert type '" +
                                     *alert.type + "'."));
-    return nullptr;
   }
-  auto declared = AlertBundle::makeAlert(bundle, alert);
-  return alertClass == nullptr ? std::move(declared)
-                               : makeNativeAlert(*alertClass, std::move(declared));
+  return subclass;
 }
 
 std::unique_ptr<VLAlertAction> AlertBundleRegistry::alertAction(const std::string& className,

@@ -120,6 +120,9 @@ class DeclaredAction : public VLAlertAction {
                                   "was not started: " + refusal->localizedDescription()));
       return std::nullopt;
     }
+    // By its path and not by the descriptor that was checked: the interpreter of a script opens the
+    // script anew, and a script finds what it needs by its own name. Only those who own the folders
+    // on the way can make the path mean another file by now, and they may write the program anyway.
     return runAction(executable(), arguments, alertText_, context_.timeLimit, error);
   }
 

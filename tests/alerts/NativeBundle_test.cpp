@@ -172,6 +172,19 @@ TEST_F(NativeBundleTest, RefusesDirectoriesThatOthersCanWrite) {
   EXPECT_TRUE(registry_.VLLoadAlertBundle("Test"));
 }
 
+TEST_F(NativeBundleTest, RefusesAnAlertsDirectoryThatOthersCanWrite) {
+  write("Probe");
+  fs::permissions(directory_.path(), fs::perms(0777));
+  EXPECT_EQ(refusal(), directory_.path() + " can be written by others than its owner");
+}
+
+TEST_F(NativeBundleTest, RefusesABundleThatIsALink) {
+  const AlertBundleDirectory elsewhere;
+  elsewhere.writeNativeBundle("Test.bundle", module("Probe"));
+  fs::create_symlink(elsewhere.path() + "/Test.bundle", bundlePath());
+  EXPECT_THAT(refusal(), testing::StartsWith(bundlePath() + ": "));
+}
+
 TEST_F(NativeBundleTest, RefusesWhatBelongsToAnotherUser) {
   if (::geteuid() != 0) {
     return skipOrFail("only root can give files away");
