@@ -81,7 +81,8 @@ class SpokenAlert : public VLAlertSubclass {
 };
 
 TEST_F(CommonBundleTest, CarriesItsSixLanguages) {
-  const auto bundle = Bundle::bundleWithPath(std::string(VELTO_BUNDLES_DIR) + "/Common.bundle");
+  const auto bundle =
+      Bundle::bundleWithPath(std::string(VELTO_BUNDLES_DIR) + "/Common.bundle", nullptr);
   ASSERT_TRUE(bundle.has_value());
   EXPECT_THAT(bundle->localizations(FileManager::system()),
               testing::ElementsAre("de", "en", "fr", "ja", "no", "zh"));

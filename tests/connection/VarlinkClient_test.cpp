@@ -185,7 +185,8 @@ TEST_F(VarlinkClientTest, WaitsForAPlaceInAFullQueue) {
   auto outcome = std::async(std::launch::async, [this] {
     std::optional<Error> error;
     const auto client = VarlinkClient::connect(
-        path_, {.replySize = 100, .time = 120s, .cancelSignal = signal_.get()}, &error);
+        path_, {.replySize = 100, .time = std::chrono::minutes(2), .cancelSignal = signal_.get()},
+        &error);
     return client != nullptr && client->send("a.B", {}, ReplyMode::kOne, &error);
   });
   std::string call;
