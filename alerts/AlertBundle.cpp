@@ -10,7 +10,6 @@
 #include "platform/foundation/Languages.h"
 #include "platform/foundation/Log.h"
 #include "platform/foundation/RegularFile.h"
-#include "platform/propertylist/PropertyListSerialization.h"
 
 namespace velto {
 namespace {
@@ -26,16 +25,12 @@ std::optional<PropertyList::Dictionary> readStrings(const std::string& path, Log
     return std::nullopt;
   }
   std::optional<Error> error;
-  std::optional<PropertyList> strings;
-  if (const auto bytes = contentsOfRegularFile(path, kMaximumStringsSize, &error)) {
-    strings = PropertyListSerialization::propertyList(Data(std::string_view(*bytes)), &error);
+  const auto bytes = contentsOfRegularFile(path, kMaximumStringsSize, &error);
+  auto texts = bytes ? textsInStringsFile(*bytes, &error) : std::nullopt;
+  if (!texts) {
+    log.warning("Alert texts " + path + " not used: " + error->localizedDescription());
   }
-  if (!strings || strings->dictionary() == nullptr) {
-    log.warning("Alert texts " + path +
-                " not used: " + (error ? error->localizedDescription() : "no dictionary"));
-    return std::nullopt;
-  }
-  return std::move(*strings->dictionary());
+  return texts;
 }
 
 /// An alert whose texts and recovery actions its bundle declares.
@@ -45,21 +40,26 @@ class DeclaredAlert : public VLAlertSubclass {
       : VLAlertSubclass(alert), bundle_(std::move(bundle)) {}
 
   std::optional<std::string> subject(std::string_view localization) const override {
-    std::string line = text(".subject", localization);
+    auto line = text(".subject", localization);
     // An attribute may bring line breaks, and a subject is one line.
-    std::replace_if(
-        line.begin(), line.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
+    if (line) {
+      std::replace_if(
+          line->begin(), line->end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
+    }
     return line;
   }
   std::optional<std::string> message(std::string_view localization) const override {
     return text(".message", localization);
   }
   std::vector<std::string> recoveryOptions() const override {
-    return bundle_->recoveryOptions(*alert().type);
+    return alert().type ? bundle_->recoveryOptions(*alert().type) : std::vector<std::string>();
   }
 
  private:
-  std::string text(std::string_view kind, std::string_view localization) const {
+  std::optional<std::string> text(std::string_view kind, std::string_view localization) const {
+    if (!alert().type) {
+      return std::nullopt;
+    }
     const std::string& type = *alert().type;
     const auto pattern = bundle_->text(type + std::string(kind), localization);
     return pattern ? expandedText(*pattern, alert().attributes.value_or(PropertyList::Dictionary()))
@@ -72,18 +72,17 @@ class DeclaredAlert : public VLAlertSubclass {
 }  // namespace
 
 AlertBundle::AlertBundle(std::string key, Bundle bundle, const FileManager& fileManager, Log& log)
-    : key_(std::move(key)),
-      bundle_(std::move(bundle)),
-      localizations_(bundle_.localizations(fileManager)) {
-  for (const std::string& language : localizations_) {
+    : key_(std::move(key)), bundle_(std::move(bundle)) {
+  for (const std::string& language : bundle_.localizations(fileManager)) {
     const std::string folder = bundle_.path() + "/Contents/Resources/" + language + ".lproj";
     if (auto strings = readStrings(folder + "/Alerts.strings", log)) {
+      languages_.push_back(language);
       texts_.emplace(language, std::move(*strings));
     }
   }
   const std::string* region = stringForKey(bundle_.infoDictionary(), "CFBundleDevelopmentRegion");
-  const auto languages = matchingLocalizations(localizations_, {region ? *region : "en"});
-  developmentRegion_ = languages.empty() ? "" : languages.front();
+  const auto best = preferredLocalizationsFromArray(languages_, {region ? *region : "en", "en"});
+  fallback_ = best.empty() ? "" : best.front();
 }
 
 std::unique_ptr<VLAlertSubclass> AlertBundle::makeAlert(std::shared_ptr<const AlertBundle> bundle,
@@ -93,29 +92,40 @@ std::unique_ptr<VLAlertSubclass> AlertBundle::makeAlert(std::shared_ptr<const Al
 
 std::optional<std::string> AlertBundle::text(std::string_view key,
                                              std::string_view localization) const {
-  const std::string* found = textInLanguage(key, language(localization));
-  if (found == nullptr) {
-    found = textInLanguage(key, developmentRegion_);
+  for (const PropertyList::Dictionary* texts : textsFor(localization)) {
+    if (const std::string* text = stringForKey(*texts, key)) {
+      return *text;
+    }
   }
-  return found == nullptr ? std::nullopt : std::optional(*found);
+  return std::nullopt;
 }
 
-std::string AlertBundle::language(std::string_view localization) const {
+AlertBundle::TextsInOrder AlertBundle::textsFor(std::string_view localization) const {
   {
-    const MutexLock lock(languagesLock_);
-    const auto found = languages_.find(localization);
-    if (found != languages_.end()) {
+    const MutexLock lock(foundLock_);
+    const auto found = found_.find(localization);
+    if (found != found_.end()) {
       return found->second;
     }
   }
-  const auto matches = matchingLocalizations(localizations_, {std::string(localization)});
-  std::string best = matches.empty() ? "" : matches.front();
-  const MutexLock lock(languagesLock_);
-  if (languages_.size() >= kMaximumLanguages) {
-    languages_.clear();  // whoever sends so many names must not make it grow
+  TextsInOrder texts = findTextsFor(localization);
+  const MutexLock lock(foundLock_);
+  if (found_.size() >= kMaximumLanguages) {
+    found_.clear();  // whoever sends so many names must not make it grow
   }
-  languages_.emplace(localization, best);
-  return best;
+  found_.emplace(localization, texts);
+  return texts;
+}
+
+AlertBundle::TextsInOrder AlertBundle::findTextsFor(std::string_view localization) const {
+  TextsInOrder texts;
+  for (const std::string& language : localizationsForReader(languages_, localization)) {
+    texts.push_back(&texts_.at(language));
+  }
+  if (const auto last = texts_.find(fallback_); last != texts_.end()) {
+    texts.push_back(&last->second);
+  }
+  return texts;
 }
 
 std::vector<std::string> AlertBundle::recoveryOptions(std::string_view type) const {
@@ -141,12 +151,6 @@ const PropertyList::Dictionary* AlertBundle::alertType(std::string_view type) co
   }
   const PropertyList* declaration = valueForKey(*types->dictionary(), type);
   return declaration == nullptr ? nullptr : declaration->dictionary();
-}
-
-const std::string* AlertBundle::textInLanguage(std::string_view key,
-                                               const std::string& language) const {
-  const auto found = texts_.find(language);
-  return found == texts_.end() ? nullptr : stringForKey(found->second, key);
 }
 
 }  // namespace velto

@@ -31,35 +31,40 @@ class AlertBundle {
 
   bool declares(std::string_view type) const { return alertType(type) != nullptr; }
 
-  /// The alert, which has a type, with what the data says of that type, be it declared or not. The
-  /// object shares `bundle`.
+  /// The alert with what the data says of its type, be it declared or not; nothing of an alert
+  /// without a type. The object shares `bundle`.
   static std::unique_ptr<VLAlertSubclass> makeAlert(std::shared_ptr<const AlertBundle> bundle,
                                                     const VLAlert& alert);
 
-  /// The text under `key` in the bundle's language that suits `localization` best, or else in the
-  /// development region's (CFBundleDevelopmentRegion, "en" unless given).
+  /// The text under `key` in the bundle's language that suits `localization` best, or else in that
+  /// language without its region. What is not there, and any text for a reader whom no language
+  /// suits, is in the development region's (CFBundleDevelopmentRegion, "en" unless given), or where
+  /// the bundle does not carry that one, in English or else its first by name.
   std::optional<std::string> text(std::string_view key, std::string_view localization) const;
 
   std::vector<std::string> recoveryOptions(std::string_view type) const;
 
  private:
+  using TextsInOrder = std::vector<const PropertyList::Dictionary*>;
+
   /// The declaration of a type, or null.
   const PropertyList::Dictionary* alertType(std::string_view type) const;
-  const std::string* textInLanguage(std::string_view key, const std::string& language) const;
-  /// The bundle's language that suits a localization best, or "".
-  std::string language(std::string_view localization) const;
+  /// The texts to look in for a reader, in their order.
+  TextsInOrder textsFor(std::string_view localization) const;
+  TextsInOrder findTextsFor(std::string_view localization) const;
 
   const std::string key_;
   const Bundle bundle_;
-  const std::vector<std::string> localizations_;
-  /// By localization; a language without readable texts has no entry.
+  /// The languages with texts that can be read, sorted.
+  std::vector<std::string> languages_;
+  /// By language.
   std::map<std::string, PropertyList::Dictionary> texts_;
-  std::string developmentRegion_;
+  /// Whose texts those get whom no language suits; "" without any.
+  std::string fallback_;
 
-  /// What `language` has found out, which takes a while each time.
-  mutable Mutex languagesLock_;
-  mutable std::map<std::string, std::string, std::less<>> languages_
-      VELTO_GUARDED_BY(languagesLock_);
+  /// What `findTextsFor` has found out by localization, which takes a while each time.
+  mutable Mutex foundLock_;
+  mutable std::map<std::string, TextsInOrder, std::less<>> found_ VELTO_GUARDED_BY(foundLock_);
 };
 
 }  // namespace velto

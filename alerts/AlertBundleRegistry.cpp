@@ -15,19 +15,26 @@
 #include "alerts/native/NativeBundle.h"
 #include "alerts/native/NativeClasses.h"
 #include "platform/foundation/FileManager.h"
-#include "platform/foundation/Log.h"
+#include "platform/foundation/LimitedLog.h"
 #include "platform/foundation/Mutex.h"
 #include "platform/foundation/TrustedFile.h"
 
 namespace velto {
+namespace {
+
+constexpr std::size_t kMaximumMissing = 1000;
+
+}  // namespace
 
 class AlertBundleRegistry::Implementation {
  public:
-  Implementation(std::string directory, const FileManager& fileManager, Log& log,
-                 std::chrono::milliseconds actionTimeLimit)
+  Implementation(std::string directory, const FileManager& fileManager, const Clock& clock,
+                 Log& log, std::chrono::milliseconds actionTimeLimit)
       : directory_(std::move(directory)),
         fileManager_(fileManager),
+        clock_(clock),
         log_(log),
+        repeatedLines_(log, clock),
         actions_{log, actionTimeLimit} {}
 
   /// The bundle of this name, or null.
@@ -38,22 +45,32 @@ class AlertBundleRegistry::Implementation {
   std::shared_ptr<const AlertBundle> bundleOf(const VLAlert& alert, ErrorSlot error);
   /// Nothing when the code is loaded, or why it is not, in a phrase.
   std::optional<Error> load(std::string_view name) VELTO_EXCLUDES(loadLock_);
+  /// The alert as an object of its class in the bundle, or null.
+  std::unique_ptr<VLAlertSubclass> makeAlert(std::shared_ptr<const AlertBundle> bundle,
+                                             const VLAlert& alert);
   const NativeClasses& classes() const { return classes_; }
   const ActionContext& actions() const { return actions_; }
 
  private:
+  bool isKnownMissing(std::string_view name) const VELTO_REQUIRES(bundlesLock_);
+  void rememberMissing(std::string_view name) VELTO_REQUIRES(bundlesLock_);
   std::optional<Bundle> openBundle(const std::string& name) const;
-  std::optional<Error> tryToLoad(const std::string& name) VELTO_REQUIRES(loadLock_);
+  std::optional<Error> tryToLoad(const AlertBundle& bundle) VELTO_REQUIRES(loadLock_);
+  void logNotLoaded(Log& log, std::string_view name, const Error& cause) const;
 
   const std::string directory_;
   const FileManager& fileManager_;
+  const Clock& clock_;
   Log& log_;
+  LimitedLog repeatedLines_;
   const ActionContext actions_;
-  NativeClasses classes_;
+  NativeClasses classes_{repeatedLines_};
 
   Mutex bundlesLock_;
   std::map<std::string, std::shared_ptr<const AlertBundle>, std::less<>> bundles_
       VELTO_GUARDED_BY(bundlesLock_);
+  /// When a bundle was last looked for in vain.
+  std::map<std::string, Date, std::less<>> missing_ VELTO_GUARDED_BY(bundlesLock_);
 
   /// Held while a bundle's code is loaded: who asks for it meanwhile waits for the outcome.
   Mutex loadLock_;
@@ -67,14 +84,31 @@ std::shared_ptr<const AlertBundle> AlertBundleRegistry::Implementation::alertBun
   if (found != bundles_.end()) {
     return found->second;
   }
-  auto bundle = openBundle(std::string(name));
-  if (!bundle) {
+  if (isKnownMissing(name)) {
     return nullptr;
   }
+  auto bundle = openBundle(std::string(name));
+  if (!bundle) {
+    rememberMissing(name);
+    return nullptr;
+  }
+  missing_.erase(std::string(name));
   auto opened = std::make_shared<const AlertBundle>(std::string(name), std::move(*bundle),
                                                     fileManager_, log_);
   bundles_.emplace(name, opened);
   return opened;
+}
+
+bool AlertBundleRegistry::Implementation::isKnownMissing(std::string_view name) const {
+  const auto found = missing_.find(name);
+  return found != missing_.end() && isWithin(found->second, clock_.now(), kMissingSeconds);
+}
+
+void AlertBundleRegistry::Implementation::rememberMissing(std::string_view name) {
+  if (missing_.size() >= kMaximumMissing) {
+    missing_.clear();  // whoever asks for so many names must not make it grow
+  }
+  missing_.insert_or_assign(std::string(name), clock_.now());
 }
 
 /// "X.bundle", or any other entry that discovery knows under the same key.
@@ -83,14 +117,14 @@ std::optional<Bundle> AlertBundleRegistry::Implementation::openBundle(
   if (!isFileName(name)) {
     return std::nullopt;
   }
-  auto bundle = Bundle::bundleWithPath(directory_ + "/" + name + ".bundle");
+  auto bundle = Bundle::bundleWithPath(directory_ + "/" + name + ".bundle", nullptr);
   if (bundle) {
     return bundle;
   }
   const auto entries = fileManager_.contentsOfDirectory(directory_, nullptr);
   for (const std::string& entry : entries.value_or(std::vector<std::string>())) {
     if (entry.find(".bundle") != std::string::npos && std::filesystem::path(entry).stem() == name &&
-        (bundle = Bundle::bundleWithPath(directory_ + "/" + entry))) {
+        (bundle = Bundle::bundleWithPath(directory_ + "/" + entry, nullptr))) {
       return bundle;
     }
   }
@@ -98,23 +132,33 @@ std::optional<Bundle> AlertBundleRegistry::Implementation::openBundle(
 }
 
 std::optional<Error> AlertBundleRegistry::Implementation::load(std::string_view name) {
+  const auto bundle = alertBundle(name);
+  if (bundle == nullptr) {
+    auto error = makeError(kBundleErrorDomain, kBundleNotOpenedErrorCode,
+                           "there is no such bundle in " + directory_);
+    logNotLoaded(repeatedLines_, name, error);
+    return error;
+  }
   MutexLock lock(loadLock_);
   const auto found = outcomes_.find(name);
   if (found != outcomes_.end()) {
     return found->second;
   }
-  return outcomes_.emplace(name, tryToLoad(std::string(name))).first->second;
+  return outcomes_.emplace(name, tryToLoad(*bundle)).first->second;
 }
 
-std::optional<Error> AlertBundleRegistry::Implementation::tryToLoad(const std::string& name) {
-  const auto bundle = alertBundle(name);
-  auto error = bundle != nullptr ? loadNativeBundle(bundle->bundle(), name, classes_)
-                                 : makeError(kBundleErrorDomain, kBundleNotOpenedErrorCode,
-                                             "there is no such bundle in " + directory_);
+std::optional<Error> AlertBundleRegistry::Implementation::tryToLoad(const AlertBundle& bundle) {
+  auto error = loadNativeBundle(bundle.bundle(), bundle.key(), classes_);
   if (error) {
-    log_.warning("Alert bundle '" + name + "' not loaded: " + error->localizedDescription());
+    logNotLoaded(log_, bundle.key(), *error);
   }
   return error;
+}
+
+void AlertBundleRegistry::Implementation::logNotLoaded(Log& log, std::string_view name,
+                                                       const Error& cause) const {
+  log.warning("Alert bundle '" + std::string(name) +
+              "' not loaded: " + cause.localizedDescription());
 }
 
 std::shared_ptr<const AlertBundle> AlertBundleRegistry::Implementation::bundleOf(
@@ -141,34 +185,44 @@ std::shared_ptr<const AlertBundle> AlertBundleRegistry::Implementation::bundleOf
   return bundle;
 }
 
+std::unique_ptr<VLAlertSubclass> AlertBundleRegistry::Implementation::makeAlert(
+    std::shared_ptr<const AlertBundle> bundle, const VLAlert& alert) {
+  const auto* alertClass = alert.type ? classes_.alertClass(bundle->key(), *alert.type) : nullptr;
+  const bool isDeclared = alert.type && bundle->declares(*alert.type);
+  if (alertClass == nullptr && !isDeclared) {
+    alertClass = classes_.defaultAlertClass(bundle->key());
+    if (alertClass == nullptr) {
+      return nullptr;
+    }
+  }
+  auto declared = AlertBundle::makeAlert(std::move(bundle), alert);
+  return alertClass == nullptr ? std::move(declared)
+                               : makeNativeAlert(*alertClass, std::move(declared), repeatedLines_);
+}
+
 AlertBundleRegistry::AlertBundleRegistry(std::string directory, const FileManager& fileManager,
-                                         Log& log, std::chrono::milliseconds actionTimeLimit)
-    : implementation_(std::make_unique<Implementation>(std::move(directory), fileManager, log,
-                                                       actionTimeLimit)) {}
+                                         const Clock& clock, Log& log,
+                                         std::chrono::milliseconds actionTimeLimit)
+    : implementation_(std::make_unique<Implementation>(std::move(directory), fileManager, clock,
+                                                       log, actionTimeLimit)) {}
 
 AlertBundleRegistry::~AlertBundleRegistry() = default;
 
 std::unique_ptr<VLAlertSubclass> AlertBundleRegistry::alertSubclass(const VLAlert& alert,
                                                                     ErrorSlot error) {
-  if (alert.bundle && !alert.type) {
+  // What an alert lacks itself is told before what is wrong with its bundle.
+  const bool lacksType = alert.bundle && !alert.type;
+  const auto bundle = implementation_->bundleOf(alert, lacksType ? nullptr : error);
+  auto subclass = bundle == nullptr ? nullptr : implementation_->makeAlert(bundle, alert);
+  if (subclass == nullptr && lacksType) {
     setIfEmpty(error, makeError(kBundleErrorDomain, kAlertWithoutTypeErrorCode,
                                 "The alert of bundle '" + *alert.bundle + "' names no type."));
-    return nullptr;
-  }
-  const auto bundle = implementation_->bundleOf(alert, error);
-  if (bundle == nullptr) {
-    return nullptr;
-  }
-  const auto* const alertClass = implementation_->classes().alertClass(bundle->key(), *alert.type);
-  if (alertClass == nullptr && !bundle->declares(*alert.type)) {
+  } else if (subclass == nullptr && bundle != nullptr) {
     setIfEmpty(error, makeError(kBundleErrorDomain, kNoSuchAlertTypeErrorCode,
                                 "Alert bundle '" + bundle->key() + "' has no alert type '" +
                                     *alert.type + "'."));
-    return nullptr;
   }
-  auto declared = AlertBundle::makeAlert(bundle, alert);
-  return alertClass == nullptr ? std::move(declared)
-                               : makeNativeAlert(*alertClass, std::move(declared));
+  return subclass;
 }
 
 std::unique_ptr<VLAlertAction> AlertBundleRegistry::alertAction(const std::string& className,

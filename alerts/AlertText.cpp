@@ -6,8 +6,11 @@
 #include <cmath>
 #include <cstdio>
 #include <ctime>
+#include <utility>
 
+#include "alerts/AlertBundleErrors.h"
 #include "platform/foundation/Hexadecimal.h"
+#include "platform/propertylist/PropertyListSerialization.h"
 
 namespace velto {
 namespace {
@@ -67,6 +70,16 @@ struct ReadableText {
 
 std::string readableText(const PropertyList& value) {
   return value.visit(ReadableText{});
+}
+
+std::optional<PropertyList::Dictionary> textsInStringsFile(std::string_view bytes,
+                                                           ErrorSlot error) {
+  auto strings = PropertyListSerialization::propertyList(Data(bytes), error);
+  if (strings && strings->dictionary() == nullptr) {
+    setIfEmpty(error, makeError(kBundleErrorDomain, kBundleNotOpenedErrorCode, "no dictionary"));
+    return std::nullopt;
+  }
+  return strings ? std::optional(std::move(*strings->dictionary())) : std::nullopt;
 }
 
 std::string expandedText(std::string_view pattern, const PropertyList::Dictionary& attributes) {

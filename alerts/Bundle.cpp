@@ -6,6 +6,7 @@
 #include <system_error>
 #include <utility>
 
+#include "alerts/AlertBundleErrors.h"
 #include "platform/foundation/FileManager.h"
 #include "platform/foundation/RegularFile.h"
 #include "platform/propertylist/PropertyListSerialization.h"
@@ -18,14 +19,19 @@ constexpr std::string_view kLocalizationSuffix = ".lproj";
 
 }  // namespace
 
-std::optional<Bundle> Bundle::bundleWithPath(std::string path) {
-  const auto bytes =
-      contentsOfRegularFile(path + "/Contents/Info.plist", kMaximumInfoSize, nullptr);
+std::optional<Bundle> Bundle::bundleWithPath(std::string path, ErrorSlot error) {
+  const std::string file = path + "/Contents/Info.plist";
+  const auto bytes = contentsOfRegularFile(file, kMaximumInfoSize, error);
   if (!bytes) {
     return std::nullopt;
   }
-  auto info = PropertyListSerialization::propertyList(Data(std::string_view(*bytes)), nullptr);
+  std::optional<Error> problem;
+  auto info = PropertyListSerialization::propertyList(Data(std::string_view(*bytes)), &problem);
   if (!info || info->dictionary() == nullptr) {
+    setIfEmpty(error, makeError(kBundleErrorDomain, kBundleNotOpenedErrorCode,
+                                "Cannot use " + file + ": " +
+                                    (problem ? problem->localizedDescription()
+                                             : "it holds no dictionary")));
     return std::nullopt;
   }
   return Bundle(std::move(path), std::move(*info->dictionary()));

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/foundation/Error.h"
 #include "platform/foundation/PropertyList.h"
 
 namespace velto {
@@ -17,8 +18,9 @@ class FileManager;
 /// copy.
 class Bundle {
  public:
-  /// The bundle at `path`, or nothing when it cannot be opened as one.
-  static std::optional<Bundle> bundleWithPath(std::string path);
+  /// The bundle at `path`; nothing, with an error that names the file and says why, when it cannot
+  /// be opened as one.
+  static std::optional<Bundle> bundleWithPath(std::string path, ErrorSlot error);
 
   const std::string& path() const { return path_; }
   const PropertyList::Dictionary& infoDictionary() const { return infoDictionary_; }

@@ -24,11 +24,7 @@ using Kind = ActionOutcome::Kind;
 
 /// What a program wrote, as text to be shown: any bytes may have come.
 std::string shown(std::string text) {
-  std::size_t checked = 0;
-  while (const auto invalid = invalidUTF8Offset(std::string_view(text).substr(checked))) {
-    checked += *invalid;
-    text[checked] = '?';
-  }
+  text = withoutInvalidUTF8(std::move(text));
   const std::size_t first = text.find_first_not_of(" \t\r\n");
   return first == std::string::npos
              ? ""
@@ -122,6 +118,9 @@ class DeclaredAction : public VLAlertAction {
                                   "was not started: " + refusal->localizedDescription()));
       return std::nullopt;
     }
+    // By its path and not by the descriptor that was checked: the interpreter of a script opens the
+    // script anew, and a script finds what it needs by its own name. Only those who own the folders
+    // on the way can make the path mean another file by now, and they may write the program anyway.
     return runAction(executable(), arguments, alertText_, context_.timeLimit, error);
   }
 

@@ -11,6 +11,7 @@
 #include "alerts/AlertBundleRegistry.h"
 #include "bench/Comparisons.h"
 #include "bench/SampleStore.h"
+#include "platform/foundation/Clock.h"
 #include "platform/foundation/FileManager.h"
 #include "platform/foundation/Log.h"
 
@@ -33,7 +34,7 @@ void writeBundle(const std::string& directory) {
 
 /// The registry of the benchmarks, and an alert of its bundle.
 struct Bundles {
-  Bundles() : registry(directory.path(), FileManager::system(), Log::system()) {
+  Bundles() : registry(directory.path(), FileManager::system(), Clock::system(), Log::system()) {
     writeBundle(directory.path());
     alert.bundle = "Disk";
     alert.type = "Full";

@@ -19,6 +19,7 @@
 #include "bench/SampleStore.h"
 #include "delivery/ADAlertMailer.h"
 #include "delivery/ADAlertPusher.h"
+#include "platform/foundation/Clock.h"
 #include "platform/foundation/FileManager.h"
 #include "platform/foundation/Log.h"
 #include "platform/push/UlmoraPushServiceProvider.h"
@@ -48,7 +49,7 @@ class NoJournal : public DeliveryJournal {
 /// Everything the benchmarks use.
 struct Delivery {
   explicit Delivery(std::size_t count)
-      : registry(root.path(), FileManager::system(), Log::system()),
+      : registry(root.path(), FileManager::system(), Clock::system(), Log::system()),
         authority((testCertificates() / "ca.pem").string()),
         mailer(registry, VELTO_MAIL_SINK, Log::system(), journal) {
     std::filesystem::copy(authority, root.path() + "/ca.pem");

@@ -8,6 +8,7 @@
 
 #include <fmt/format.h>
 
+#include "platform/foundation/Clock.h"
 #include "platform/foundation/FileManager.h"
 #include "platform/foundation/Languages.h"
 
@@ -46,7 +47,7 @@ std::string BenchDirectory::make(const std::string& name) const {
 
 StoreParts::StoreParts(const BenchDirectory& directory)
     : alertsDirectory_(directory.make("alert-bundles")),
-      bundles_(alertsDirectory_, FileManager::system(), Log::system()),
+      bundles_(alertsDirectory_, FileManager::system(), Clock::system(), Log::system()),
       languages_(alertsDirectory_, FileManager::system(), preferredLanguages) {}
 
 StoreServices StoreParts::services() {

@@ -8,6 +8,7 @@
 
 #include "alerts/Bundle.h"
 #include "daemon/AlertsDaemonListener.h"
+#include "platform/foundation/UTF8.h"
 #include "store/ADAlertStore.h"
 
 namespace velto {
@@ -37,6 +38,19 @@ void startMonitoring(VLEDaemonClient& events, Log& log, const std::string& path,
   });
 }
 
+/// The bundle at an entry of the directory; nothing, with a log line that says why, when the entry
+/// is to be passed over. A name that is not UTF-8 would make a key that no client could be told.
+std::optional<Bundle> openEntry(const std::string& path, const std::string& name, Log& log) {
+  std::optional<Error> error;
+  const bool isText = !invalidUTF8Offset(name);
+  auto bundle = isText ? Bundle::bundleWithPath(path, &error) : std::nullopt;
+  if (!bundle) {
+    log.warning("Entry '" + withoutInvalidUTF8(name) + "' of the alerts directory passed over: " +
+                (isText ? error->localizedDescription() : "its name is not UTF-8"));
+  }
+  return bundle;
+}
+
 /// Brings the record of one entry of the directory into line, and takes its key off the known ones.
 void reconcile(ADAlertStore& store, std::vector<std::string>& known, const std::string& path,
                VLEDaemonClient& events, Log& log) {
@@ -44,7 +58,7 @@ void reconcile(ADAlertStore& store, std::vector<std::string>& known, const std::
   if (entry.string().find(".bundle") == std::string::npos) {
     return;
   }
-  const auto bundle = Bundle::bundleWithPath(path);
+  const auto bundle = openEntry(path, entry.string(), log);
   if (!bundle) {
     return;
   }
@@ -58,6 +72,14 @@ void reconcile(ADAlertStore& store, std::vector<std::string>& known, const std::
     store.insertAlertBundle(key, name);
     startMonitoring(events, log, path, key);
   }
+}
+
+/// Deletes the record of a bundle that the directory does not hold, or holds broken. Its switches
+/// go too, and should it come back it starts with new ones: people have to be told.
+void forget(ADAlertStore& store, const std::string& key, Log& log) {
+  store.deleteAlertBundle(key, nullptr);
+  log.warning("Alert bundle '" + withoutInvalidUTF8(key) +
+              "' cannot be opened any more: its settings are deleted");
 }
 
 }  // namespace
@@ -78,7 +100,7 @@ std::optional<Error> AlertsDaemonListener::loadAlertBundles() {
               services_.log);
   }
   for (const std::string& key : known) {
-    store.deleteAlertBundle(key, nullptr);
+    forget(store, key, services_.log);
   }
   store.save(nullptr);
   return error;

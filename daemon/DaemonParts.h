@@ -44,10 +44,11 @@ struct DaemonParts {
       {rootedPath(kEntitlementDirectories[0]), rootedPath(kEntitlementDirectories[1])},
       guests,
       fileManager,
+      clock,
       log};
 
   const std::string alertsDirectory = rootedPath(VLAlertsDirectory);
-  AlertBundleRegistry bundles{alertsDirectory, fileManager, log};
+  AlertBundleRegistry bundles{alertsDirectory, fileManager, clock, log};
   DefaultLanguages languages{alertsDirectory, fileManager, preferredLanguages};
   StoreContainer stores{
       resourceDirectory(),

@@ -47,7 +47,7 @@ std::string DefaultLanguages::preferredLocalizationIdentifier() const {
   const auto preferences = preferences_();
   const auto entries = fileManager_.contentsOfDirectory(directory_, nullptr);
   if (entries && !entries->empty()) {
-    if (const auto bundle = Bundle::bundleWithPath(directory_ + "/" + entries->front())) {
+    if (const auto bundle = Bundle::bundleWithPath(directory_ + "/" + entries->front(), nullptr)) {
       const auto best =
           preferredLocalizationsFromArray(bundle->localizations(fileManager_), preferences);
       if (!best.empty()) {

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "alerts/native/NativeHost.h"
+#include "platform/foundation/Log.h"
 #include "platform/foundation/UTF8.h"
 
 namespace velto {
@@ -14,15 +15,19 @@ using TextFunction = int (*)(const velto_alert*, const char*, velto_text*);
 
 class NativeAlert : public VLAlertSubclass {
  public:
-  NativeAlert(const velto_alert_class& alertClass, std::unique_ptr<VLAlertSubclass> declared)
-      : VLAlertSubclass(declared->alert()), class_(alertClass), declared_(std::move(declared)) {}
+  NativeAlert(const velto_alert_class& alertClass, std::unique_ptr<VLAlertSubclass> declared,
+              Log& log)
+      : VLAlertSubclass(declared->alert()),
+        class_(alertClass),
+        declared_(std::move(declared)),
+        log_(log) {}
 
   std::optional<std::string> subject(std::string_view localization) const override {
-    const auto own = text(class_.subject, localization);
+    const auto own = text(class_.subject, "subject", localization);
     return own ? own : declared_->subject(localization);
   }
   std::optional<std::string> message(std::string_view localization) const override {
-    const auto own = text(class_.message, localization);
+    const auto own = text(class_.message, "message", localization);
     return own ? own : declared_->message(localization);
   }
   std::vector<std::string> recoveryOptions() const override {
@@ -37,14 +42,19 @@ class NativeAlert : public VLAlertSubclass {
 
  private:
   /// What the code's function appends; nothing without a function, and for what is not UTF-8.
-  std::optional<std::string> text(TextFunction function, std::string_view localization) const {
+  std::optional<std::string> text(TextFunction function, std::string_view kind,
+                                  std::string_view localization) const {
     if (function == nullptr) {
       return std::nullopt;
     }
     const velto_alert handle{*declared_};
     velto_text text;
-    if (function(&handle, std::string(localization).c_str(), &text) != 0 ||
-        invalidUTF8Offset(text.utf8)) {
+    if (function(&handle, std::string(localization).c_str(), &text) != 0) {
+      return std::nullopt;
+    }
+    if (invalidUTF8Offset(text.utf8)) {
+      log_.warning("The code of alert bundle '" + alert().bundle.value_or("") + "' gave a " +
+                   std::string(kind) + " that is not UTF-8.");
       return std::nullopt;
     }
     return std::move(text.utf8);
@@ -52,13 +62,15 @@ class NativeAlert : public VLAlertSubclass {
 
   const velto_alert_class& class_;
   const std::unique_ptr<VLAlertSubclass> declared_;
+  Log& log_;
 };
 
 }  // namespace
 
 std::unique_ptr<VLAlertSubclass> makeNativeAlert(const velto_alert_class& alertClass,
-                                                 std::unique_ptr<VLAlertSubclass> declared) {
-  return std::make_unique<NativeAlert>(alertClass, std::move(declared));
+                                                 std::unique_ptr<VLAlertSubclass> declared,
+                                                 Log& log) {
+  return std::make_unique<NativeAlert>(alertClass, std::move(declared), log);
 }
 
 }  // namespace velto

@@ -10,9 +10,14 @@
 
 namespace velto {
 
+class Log;
+
 /// An alert whose class a bundle's code registered. What the code leaves out, the data of the
-/// bundle says: `declared` is the same alert as the data knows it. `alertClass` stays for good.
+/// bundle says: `declared` is the same alert as the data knows it. So it is with text that is not
+/// UTF-8, of which `log` is told each time. `alertClass` stays for good, and `log` outlives the
+/// alert.
 std::unique_ptr<VLAlertSubclass> makeNativeAlert(const velto_alert_class& alertClass,
-                                                 std::unique_ptr<VLAlertSubclass> declared);
+                                                 std::unique_ptr<VLAlertSubclass> declared,
+                                                 Log& log);
 
 }  // namespace velto

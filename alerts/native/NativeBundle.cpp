@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <dlfcn.h>
+#include <filesystem>
 #include <utility>
 
 #include "alerts/AlertBundleErrors.h"
@@ -67,8 +68,9 @@ RegisterFunction findEntry(void* library, ErrorSlot error) {
 RegisterFunction loadEntry(const Bundle& bundle, ErrorSlot error) {
   const std::string* executable = executableName(bundle, error);
   if (executable == nullptr) return nullptr;
-  FileDescriptor code =
-      openTrustedFileBelow(bundle.path(), {"Contents", "Linux", *executable}, error);
+  const std::filesystem::path path(bundle.path());
+  FileDescriptor code = openTrustedFileBelow(
+      path.parent_path(), {path.filename(), "Contents", "Linux", *executable}, error);
   if (!code.isOpen()) return nullptr;
   void* library = loadCode(std::move(code), error);
   return library == nullptr ? nullptr : findEntry(library, error);

@@ -14,9 +14,10 @@ namespace velto {
 /// Returns nothing, or why the code cannot be used, in a phrase for a log line; no class is added
 /// then.
 ///
-/// The code runs with all of the daemon's rights: it is taken only from a regular file, below
-/// directories, that root or the daemon's own user owns and nobody else can write. Loads into the
-/// same `classes` must not overlap.
+/// The code runs with all of the daemon's rights: it is taken only from a regular file that root or
+/// the daemon's own user owns and nobody else can write, and so are the folders from the alerts
+/// directory down to it; a link on the way is refused. Loads into the same `classes` must not
+/// overlap.
 std::optional<Error> loadNativeBundle(const Bundle& bundle, std::string_view name,
                                       NativeClasses& classes);
 

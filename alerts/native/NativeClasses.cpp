@@ -34,6 +34,12 @@ const velto_alert_class* NativeClasses::alertClass(std::string_view bundle,
   return found == bundles_.end() ? nullptr : classNamed(found->second.alerts, type);
 }
 
+const velto_alert_class* NativeClasses::defaultAlertClass(std::string_view bundle) const {
+  MutexLock lock(mutex_);
+  const auto found = bundles_.find(bundle);
+  return found == bundles_.end() ? nullptr : found->second.otherAlerts;
+}
+
 const velto_action_class* NativeClasses::actionClass(std::string_view bundle,
                                                      std::string_view name) const {
   MutexLock lock(mutex_);
@@ -56,7 +62,7 @@ std::unique_ptr<EmailFormatter> NativeClasses::makeEmailFormatter(
   void* object = formatterClass.functions->create();
   return object == nullptr ? nullptr
                            : std::make_unique<NativeEmailFormatter>(
-                                 object, std::move(formatterClass), std::string(className));
+                                 object, std::move(formatterClass), std::string(className), log_);
 }
 
 }  // namespace velto

@@ -5,13 +5,17 @@
 
 #include "alerts/AlertBundleRegistry.h"
 #include "alerts/native/NativeHost.h"
+#include "platform/foundation/Log.h"
 #include "platform/foundation/UTF8.h"
 
 namespace velto {
 
 NativeEmailFormatter::NativeEmailFormatter(void* object, NativeFormatterClass formatterClass,
-                                           std::string className)
-    : object_(object), class_(std::move(formatterClass)), className_(std::move(className)) {}
+                                           std::string className, Log& log)
+    : object_(object),
+      class_(std::move(formatterClass)),
+      className_(std::move(className)),
+      log_(log) {}
 
 NativeEmailFormatter::~NativeEmailFormatter() {
   class_.functions->destroy(object_);
@@ -21,7 +25,11 @@ std::optional<std::string> NativeEmailFormatter::fromAddress(std::string_view lo
   velto_text sender;
   const int result =
       class_.functions->from_address(object_, std::string(localization).c_str(), &sender);
-  if (result != 0 || sender.utf8.empty() || invalidUTF8Offset(sender.utf8)) {
+  if (result != 0 || sender.utf8.empty()) {
+    return std::nullopt;
+  }
+  if (invalidUTF8Offset(sender.utf8)) {
+    loggedFailure("gave a sender that is not UTF-8");
     return std::nullopt;
   }
   return std::move(sender.utf8);
@@ -44,7 +52,7 @@ std::optional<std::string> NativeEmailFormatter::formatMessage(const VLAlertSubc
     return std::nullopt;
   }
   if (invalidUTF8Offset(message.utf8)) {
-    setIfEmpty(error, failure("gave a message that is not UTF-8"));
+    setIfEmpty(error, loggedFailure("gave a message that is not UTF-8"));
     return std::nullopt;
   }
   return std::move(message.utf8);
@@ -54,6 +62,12 @@ Error NativeEmailFormatter::failure(std::string_view what) const {
   return makeError(kBundleErrorDomain, kFormatterFailedErrorCode,
                    "The class " + className_ + " of alert bundle '" + class_.bundle + "' " +
                        std::string(what) + ".");
+}
+
+Error NativeEmailFormatter::loggedFailure(std::string_view what) const {
+  Error error = failure(what);
+  log_.warning(error.localizedDescription());
+  return error;
 }
 
 }  // namespace velto

@@ -13,8 +13,10 @@ namespace velto {
 /// An object of a formatter class that a bundle's code registered. One thread at a time.
 class NativeEmailFormatter : public EmailFormatter {
  public:
-  /// Takes over `object`, which the class made.
-  NativeEmailFormatter(void* object, NativeFormatterClass formatterClass, std::string className);
+  /// Takes over `object`, which the class made. `log`, which is told of text that is not UTF-8,
+  /// outlives the formatter.
+  NativeEmailFormatter(void* object, NativeFormatterClass formatterClass, std::string className,
+                       Log& log);
   ~NativeEmailFormatter() override;
   NativeEmailFormatter(const NativeEmailFormatter&) = delete;
   NativeEmailFormatter& operator=(const NativeEmailFormatter&) = delete;
@@ -27,10 +29,13 @@ class NativeEmailFormatter : public EmailFormatter {
 
  private:
   Error failure(std::string_view what) const;
+  /// The same, told in the log too.
+  Error loggedFailure(std::string_view what) const;
 
   void* const object_;
   const NativeFormatterClass class_;
   const std::string className_;
+  Log& log_;
 };
 
 }  // namespace velto

@@ -1,9 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "alerts/native/NativeHost.h"
 
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <limits>
 #include <new>
 #include <optional>
 #include <string_view>
+#include <system_error>
 
 #include "alerts/AlertText.h"
 #include "platform/foundation/UTF8.h"
@@ -12,6 +17,9 @@ namespace velto {
 namespace {
 
 // The caller is foreign code, through which no exception can pass: out of memory ends the process.
+
+/// More of them than a double has digits.
+constexpr int kMaximumDecimals = 17;
 
 bool isName(const char* name) noexcept {
   return name != nullptr && *name != '\0' && !invalidUTF8Offset(name);
@@ -41,6 +49,15 @@ int registerAlertClass(velto_registry* registry, const char* type,
   return registry->classes.alerts.try_emplace(type, alertClass).second ? 0 : -1;
 }
 
+int registerDefaultAlertClass(velto_registry* registry,
+                              const velto_alert_class* alertClass) noexcept {
+  if (registry == nullptr || alertClass == nullptr || registry->classes.otherAlerts != nullptr) {
+    return -1;
+  }
+  registry->classes.otherAlerts = alertClass;
+  return 0;
+}
+
 int registerActionClass(velto_registry* registry, const char* name,
                         const velto_action_class* actionClass) noexcept {
   if (registry == nullptr || !isName(name) || actionClass == nullptr ||
@@ -60,6 +77,19 @@ void namesAppend(velto_names* names, const char* name) noexcept {
 void textAppend(velto_text* text, const char* utf8, std::size_t length) noexcept {
   if (text != nullptr && utf8 != nullptr) {
     text->utf8.append(utf8, length);
+  }
+}
+
+/// In the C locale whatever the process's is, so that what is written can be read again.
+void textAppendNumber(velto_text* text, double number, int decimals) noexcept {
+  // The sign, the digits of the largest number, the point and the digits behind it.
+  std::array<char, 1 + std::numeric_limits<double>::max_exponent10 + 1 + 1 + kMaximumDecimals>
+      digits;
+  const auto [end, problem] =
+      std::to_chars(digits.data(), digits.data() + digits.size(), number, std::chars_format::fixed,
+                    std::clamp(decimals, 0, kMaximumDecimals));
+  if (text != nullptr && problem == std::errc()) {
+    text->utf8.append(digits.data(), end);
   }
 }
 
@@ -172,6 +202,8 @@ constexpr velto_host kHost = {
     .names_append = namesAppend,
     .alert_attribute_text = alertAttributeText,
     .alert_attribute_number = alertAttributeNumber,
+    .text_append_number = textAppendNumber,
+    .register_default_alert_class = registerDefaultAlertClass,
 };
 
 }  // namespace

@@ -75,7 +75,8 @@ typedef enum velto_alert_date {
 } velto_alert_date;
 
 /* What the daemon does for a bundle. Later versions of the interface append functions; `size` is
- * the size of the structure that this daemon has. */
+ * the size of the structure that this daemon has. A bundle whose registration finds it smaller than
+ * its own sizeof(velto_host) was built for a later daemon, and had better return a failure. */
 typedef struct velto_host {
   uint32_t interface_version;
   uint32_t size;
@@ -115,6 +116,14 @@ typedef struct velto_host {
    * there is none of that kind. */
   int (*alert_attribute_text)(const velto_alert* alert, const char* name, velto_text* text);
   int (*alert_attribute_number)(const velto_alert* alert, const char* name, double* number);
+
+  /* Appends a number, however large, with so many digits behind the point (at most 17). */
+  void (*text_append_number)(velto_text* text, double number, int decimals);
+  /* Registers the class of the bundle's alerts that nothing else takes: whose type has no class of
+   * its own and is not declared in VLAlertTypes, or that have no type. Otherwise like
+   * register_alert_class; a bundle has one such class. */
+  int (*register_default_alert_class)(velto_registry* registry,
+                                      const velto_alert_class* alert_class);
 } velto_host;
 
 #ifdef __cplusplus

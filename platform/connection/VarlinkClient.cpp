@@ -3,9 +3,10 @@
 
 #include <array>
 #include <cerrno>
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <sys/un.h>
+#include <sys/time.h>
 #include <system_error>
 
 #include "platform/foundation/JSONText.h"
@@ -24,13 +25,15 @@ void failSystemCall(ErrorSlot error, int errorNumber) {
   fail(error, errorNumber, std::generic_category().message(errorNumber));
 }
 
-/// Connects, also when a signal comes in between.
-int connectTo(int socket, const sockaddr_un& address) {
-  int result = 0;
-  do {
-    result = ::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address));
-  } while (result != 0 && errno == EINTR);
-  return result;
+/// A socket to connect. The kernel waits for a place in the service's queue only as long as the
+/// socket waits, so one whose waiting has limits does so in turns.
+FileDescriptor socketToConnect(bool waitsInTurns) {
+  FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  constexpr timeval kTurn{0, 50'000};
+  if (waitsInTurns && ::setsockopt(socket.get(), SOL_SOCKET, SO_SNDTIMEO, &kTurn, sizeof kTurn)) {
+    return {};
+  }
+  return socket;
 }
 
 std::string callText(std::string_view method, std::string_view parameters, ReplyMode mode) {
@@ -62,14 +65,35 @@ std::unique_ptr<VarlinkClient> VarlinkClient::connect(const std::string& path, c
     return nullptr;
   }
   const bool waitsInPoll = limits.time || limits.cancelSignal >= 0;
-  FileDescriptor socket(
-      ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | (waitsInPoll ? SOCK_NONBLOCK : 0), 0));
-  if (!socket.isOpen() || connectTo(socket.get(), address) != 0) {
+  FileDescriptor socket = socketToConnect(waitsInPoll);
+  if (!socket.isOpen()) {
     failSystemCall(error, errno);
     return nullptr;
   }
-  return std::unique_ptr<VarlinkClient>(
+  std::unique_ptr<VarlinkClient> client(
       new VarlinkClient(std::move(socket), std::move(timer), limits));
+  if (!client->connectTo(address, error)) {
+    return nullptr;
+  }
+  if (waitsInPoll && ::fcntl(client->socket_.get(), F_SETFL, O_NONBLOCK) != 0) {
+    failSystemCall(error, errno);
+    return nullptr;
+  }
+  return client;
+}
+
+/// Connects, also when a signal comes in between, and waits for a place in a full queue.
+bool VarlinkClient::connectTo(const sockaddr_un& address, ErrorSlot error) const {
+  while (::connect(socket_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) !=
+         0) {
+    const int errorNumber = errno;
+    if (errorNumber != EINTR && errorNumber != EAGAIN) {
+      failSystemCall(error, errorNumber);
+      return false;
+    }
+    if (!wait(0, 0, error)) return false;
+  }
+  return true;
 }
 
 bool VarlinkClient::send(std::string_view method, std::string_view parameters, ReplyMode mode,
@@ -124,9 +148,15 @@ bool VarlinkClient::waitAfter(int errorNumber, short events, ErrorSlot error) co
     failSystemCall(error, errorNumber);
     return false;
   }
+  return wait(events, -1, error);
+}
+
+/// Waits for the socket's events, at most `timeout` milliseconds unless it is negative; false when
+/// there is no waiting any more.
+bool VarlinkClient::wait(short events, int timeout, ErrorSlot error) const {
   std::array<pollfd, 3> waits = {
       {{socket_.get(), events, 0}, {timer_.get(), POLLIN, 0}, {limits_.cancelSignal, POLLIN, 0}}};
-  while (::poll(waits.data(), waits.size(), -1) < 0) {
+  while (::poll(waits.data(), waits.size(), timeout) < 0) {
     // Interrupted; with these arguments there is no other failure.
   }
   if (waits[2].revents != 0) {

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <sys/un.h>
 #include <utility>
 
 #include "platform/connection/MessageBuffer.h"
@@ -44,8 +45,8 @@ class VarlinkClient {
     int cancelSignal = -1;
   };
 
-  /// Connects to the socket at `path`. Null with an error when nobody serves it, and, where time is
-  /// limited or there is a signal, also when the service's queue is full.
+  /// Connects to the socket at `path`, and waits when the service's queue is full. Null with an
+  /// error when nobody serves it.
   static std::unique_ptr<VarlinkClient> connect(const std::string& path, const Limits& limits,
                                                 ErrorSlot error);
 
@@ -59,8 +60,10 @@ class VarlinkClient {
   VarlinkClient(FileDescriptor socket, FileDescriptor timer, const Limits& limits)
       : limits_(limits), timer_(std::move(timer)), socket_(std::move(socket)) {}
 
+  bool connectTo(const sockaddr_un& address, ErrorSlot error) const;
   bool receiveMore(ErrorSlot error);
   bool waitAfter(int errorNumber, short events, ErrorSlot error) const;
+  bool wait(short events, int timeout, ErrorSlot error) const;
 
   const Limits limits_;
   const FileDescriptor timer_;  ///< readable when time is up; not open without a limit

@@ -14,11 +14,12 @@ std::optional<Error> errorInEventsReply(std::string_view message) {
   const auto json = readJSON(message);
   const boost::json::object* reply = json ? json->if_object() : nullptr;
   const boost::json::value* error = reply == nullptr ? nullptr : reply->if_contains("error");
-  if (reply == nullptr || (error != nullptr && !error->is_string())) {
+  const bool hasError = error != nullptr && !error->is_null();
+  if (reply == nullptr || (hasError && !error->is_string())) {
     return makeError(kEventsErrorDomain, kEventsNoReplyErrorCode,
                      "The events service sent what is no answer.");
   }
-  if (error == nullptr) {
+  if (!hasError) {
     return std::nullopt;
   }
   std::string description = "The events service answered with " + std::string(error->get_string());

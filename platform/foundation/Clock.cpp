@@ -23,4 +23,9 @@ const Clock& Clock::system() {
   return clock;
 }
 
+bool isWithin(Date start, Date now, double seconds) {
+  const double passed = now.secondsSinceReference() - start.secondsSinceReference();
+  return passed >= 0 && passed < seconds;
+}
+
 }  // namespace velto

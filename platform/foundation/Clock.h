@@ -15,4 +15,8 @@ class Clock {
   static const Clock& system();
 };
 
+/// Whether `now` is less than so many seconds after `start`. A clock that has been set back since
+/// then says no.
+bool isWithin(Date start, Date now, double seconds);
+
 }  // namespace velto

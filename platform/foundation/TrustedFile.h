@@ -10,7 +10,8 @@
 namespace velto {
 
 // Whoever can write a file that the daemon relies on can do with the daemon what they like. So such
-// a file is opened once, and what is judged is the open file: a name may mean another one by then.
+// a file is opened once, and what is judged is the open file: a name may mean another one by then,
+// unless all the folders on the way to it are judged too.
 
 /// Who must own a file.
 enum class FileOwner {

@@ -30,6 +30,15 @@ std::optional<std::size_t> invalidUTF8Offset(std::string_view text) {
   return std::nullopt;
 }
 
+std::string withoutInvalidUTF8(std::string text) {
+  std::size_t checked = 0;
+  while (const auto invalid = invalidUTF8Offset(std::string_view(text).substr(checked))) {
+    checked += *invalid;
+    text[checked] = '?';
+  }
+  return text;
+}
+
 bool appendUTF8(std::string& text, char32_t character) {
   std::array<std::uint8_t, U8_MAX_LENGTH> bytes;
   std::size_t size = 0;

@@ -8,7 +8,6 @@
 #include <utility>
 
 #include "platform/foundation/FileManager.h"
-#include "platform/foundation/Log.h"
 #include "platform/foundation/RegularFile.h"
 #include "platform/foundation/TrustedFile.h"
 #include "platform/identity/Entitlements.h"
@@ -36,10 +35,13 @@ std::optional<EntitlementRule> readRule(const std::string& path, ErrorSlot error
   return value ? EntitlementRule::fromPropertyList(*value, error) : std::nullopt;
 }
 
+void logIgnored(Log& log, const std::string& path, const std::string& why) {
+  log.warning("Entitlements in " + path + " ignored: " + why);
+}
+
 void logIgnored(Log& log, const std::string& path, const Error& error) {
   const bool isTooLarge = error.domain == kPOSIXErrorDomain && error.code == EFBIG;
-  log.warning("Entitlements in " + path +
-              " ignored: " + (isTooLarge ? "it is too large" : error.localizedDescription()));
+  logIgnored(log, path, isTooLarge ? "it is too large" : error.localizedDescription());
 }
 
 /// The rules' files in a directory, by name; none where there is no such directory.
@@ -55,8 +57,11 @@ std::vector<std::string> ruleFiles(const std::string& directory, const FileManag
   auto names = fileManager.contentsOfDirectory(directory, nullptr);
   std::vector<std::string> files;
   for (const std::string& name : names.value_or(std::vector<std::string>())) {
+    std::string path = (std::filesystem::path(directory) / name).string();
     if (name.ends_with(".plist")) {
-      files.push_back((std::filesystem::path(directory) / name).string());
+      files.push_back(std::move(path));
+    } else {
+      logIgnored(log, path, "its name does not end in .plist");
     }
   }
   std::sort(files.begin(), files.end());
@@ -66,8 +71,11 @@ std::vector<std::string> ruleFiles(const std::string& directory, const FileManag
 }  // namespace
 
 EntitledGuests::EntitledGuests(std::vector<std::string> directories, const GuestTable& guests,
-                               const FileManager& fileManager, Log& log)
-    : directories_(std::move(directories)), guests_(guests), fileManager_(fileManager), log_(log) {}
+                               const FileManager& fileManager, const Clock& clock, Log& log)
+    : directories_(std::move(directories)),
+      guests_(guests),
+      fileManager_(fileManager),
+      log_(log, clock) {}
 
 SecStatus EntitledGuests::copyGuestWithAttributes(const std::map<std::string, Data>& attributes,
                                                   std::uint32_t /*flags*/,
@@ -103,13 +111,16 @@ SecStatus EntitledGuests::copySigningInformation(
   return kSecSuccess;
 }
 
-std::optional<PropertyList::Dictionary> EntitledGuests::entitlementsOf(const Guest& guest) const {
+std::optional<PropertyList::Dictionary> EntitledGuests::entitlementsOf(const Guest& guest) {
   for (const std::string& directory : directories_) {
     for (const std::string& path : ruleFiles(directory, fileManager_, log_)) {
       std::optional<Error> error;
       const auto rule = readRule(path, &error);
+      const auto objection = rule ? rule->objectionFor(guest) : std::nullopt;
       if (!rule) {
         logIgnored(log_, path, *error);
+      } else if (objection) {
+        logIgnored(log_, path, *objection);
       } else if (rule->holdsFor(guest)) {
         return rule->entitlements();
       }

@@ -4,18 +4,19 @@
 #include <string>
 #include <vector>
 
+#include "platform/foundation/LimitedLog.h"
 #include "platform/identity/CodeSigning.h"
 #include "platform/identity/GuestTable.h"
 
 namespace velto {
 
 class FileManager;
-class Log;
 
 /// Entitles guests by rules that root has written. Each file "*.plist" in one of the directories
 /// holds one rule (EntitlementRule). Root has to own the directories and the files. Nobody else may
 /// be able to write a directory, or to read or write a file. What fails this is ignored, with a
-/// line in the log. A directory that is missing has no rules.
+/// line in the log that says why (once a minute at most), and so is a file of another name, and a
+/// rule that cannot be checked. A directory that is missing has no rules.
 ///
 /// The files are read at each look-up. They are tried directory by directory in the given order,
 /// and by name within a directory. The first rule that holds gives the guest its entitlements.
@@ -26,7 +27,7 @@ class EntitledGuests : public CodeSigning {
  public:
   /// What is referred to outlives it.
   EntitledGuests(std::vector<std::string> directories, const GuestTable& guests,
-                 const FileManager& fileManager, Log& log);
+                 const FileManager& fileManager, const Clock& clock, Log& log);
 
   SecStatus copyGuestWithAttributes(const std::map<std::string, Data>& attributes,
                                     std::uint32_t flags,
@@ -35,12 +36,12 @@ class EntitledGuests : public CodeSigning {
                                    std::optional<PropertyList::Dictionary>& information) override;
 
  private:
-  std::optional<PropertyList::Dictionary> entitlementsOf(const Guest& guest) const;
+  std::optional<PropertyList::Dictionary> entitlementsOf(const Guest& guest);
 
   const std::vector<std::string> directories_;
   const GuestTable& guests_;
   const FileManager& fileManager_;
-  Log& log_;
+  LimitedLog log_;
 };
 
 }  // namespace velto

@@ -13,10 +13,13 @@
 
 #include <systemd/sd-login.h>
 
+#include "platform/foundation/Paths.h"
+
 namespace velto {
 namespace {
 
 constexpr std::string_view kEntitlements = "Entitlements";
+constexpr std::string_view kUnit = "Unit";
 
 std::optional<uid_t> userNamed(const std::string& name) {
   std::vector<char> buffer(16384);
@@ -41,10 +44,11 @@ bool isUser(const PropertyList& user, const Guest& guest) {
                   : userNamed(*text) == guest.token.effectiveUserIdentifier;
 }
 
-/// The unit is found by the process's id, which is the process's as long as it lives.
+/// The unit is found by the process's id, which is the process's as long as it lives. A process of
+/// which this system sees no id has 0 for one, which would mean ourselves.
 bool isInUnit(const PropertyList& unit, const Guest& guest) {
   char* name = nullptr;
-  if (unit.string() == nullptr || !isAlive(guest.process) ||
+  if (unit.string() == nullptr || guest.token.processIdentifier <= 0 || !isAlive(guest.process) ||
       sd_pid_get_unit(guest.token.processIdentifier, &name) < 0) {
     return false;
   }
@@ -71,8 +75,8 @@ bool runsExecutable(const PropertyList& executable, const Guest& guest) {
   struct stat running {};
   struct stat named {};
   return executable.string() != nullptr && ::stat(link.c_str(), &running) == 0 &&
-         ::stat(executable.string()->c_str(), &named) == 0 && running.st_dev == named.st_dev &&
-         running.st_ino == named.st_ino && isSameProcess(guest);
+         ::stat(rootedPath(*executable.string()).c_str(), &named) == 0 &&
+         running.st_dev == named.st_dev && running.st_ino == named.st_ino && isSameProcess(guest);
 }
 
 struct Condition {
@@ -83,7 +87,7 @@ struct Condition {
 
 constexpr std::array<Condition, 4> kConditions = {{
     {"User", isUser, true},
-    {"Unit", isInUnit, true},
+    {kUnit, isInUnit, true},
     {"Label", hasLabel, true},
     {"Executable", runsExecutable, false},
 }};
@@ -123,6 +127,19 @@ std::optional<EntitlementRule> EntitlementRule::fromPropertyList(const PropertyL
 EntitlementRule::EntitlementRule(PropertyList::Dictionary conditions,
                                  PropertyList::Dictionary entitlements)
     : conditions_(std::move(conditions)), entitlements_(std::move(entitlements)) {}
+
+std::optional<std::string> EntitlementRule::objectionFor(const Guest& guest) const {
+  for (const auto& [name, value] : conditions_) {
+    if (conditionNamed(name) == nullptr) {
+      return "it has a condition that is not known, " + name;
+    }
+  }
+  if (conditions_.contains(std::string(kUnit)) && !guest.process.isOpen()) {
+    return "its Unit cannot be checked without the kernel's reference to the caller "
+           "(SO_PEERPIDFD, since Linux 6.5)";
+  }
+  return std::nullopt;
+}
 
 bool EntitlementRule::holdsFor(const Guest& guest) const {
   return std::all_of(conditions_.begin(), conditions_.end(), [&guest](const auto& entry) {

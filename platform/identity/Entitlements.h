@@ -2,6 +2,7 @@
 #pragma once
 
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include "platform/foundation/Error.h"
@@ -21,9 +22,9 @@ inline constexpr int kEntitlementErrorCode = 1;
 ///
 /// User (a name or a number), Unit (of systemd) and Label (of the security module) are facts that a
 /// process cannot take on after it has connected; a rule needs at least one of them. Executable
-/// only narrows a rule, since a process can start another program. All conditions of a rule must
-/// hold. A condition of another name does not hold, and neither does one that cannot be checked. A
-/// value; any thread may use its own copy.
+/// only narrows a rule, since a process can start another program; it is looked up below
+/// VELTO_ROOT. All conditions of a rule must hold. A condition of another name does not hold, and
+/// neither does one that cannot be checked. A value; any thread may use its own copy.
 class EntitlementRule {
  public:
   /// Nothing, with an error that says why in a phrase, for what is not a rule.
@@ -31,6 +32,9 @@ class EntitlementRule {
                                                          ErrorSlot error);
 
   bool holdsFor(const Guest& guest) const;
+  /// Why the rule can hold for no such guest at all, in a phrase: a condition is not known, or this
+  /// kernel gives nothing to check it by. Nothing when it could hold.
+  std::optional<std::string> objectionFor(const Guest& guest) const;
   const PropertyList::Dictionary& entitlements() const { return entitlements_; }
 
  private:

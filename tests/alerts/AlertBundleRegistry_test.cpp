@@ -10,6 +10,7 @@
 
 #include "platform/foundation/FileManager.h"
 #include "tests/alerts/AlertBundleDirectory.h"
+#include "tests/support/FakeClock.h"
 #include "tests/support/FakeLog.h"
 
 namespace velto {
@@ -19,6 +20,18 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 
 constexpr std::string_view kInfo = "{ VLAlertTypes = { Test = {}; }; }";
+
+/// The machine's file system, which counts how often a directory is listed.
+class CountingFileManager : public FileManager {
+ public:
+  std::optional<std::vector<std::string>> contentsOfDirectory(const std::string& path,
+                                                              ErrorSlot error) const override {
+    ++listings;
+    return FileManager::system().contentsOfDirectory(path, error);
+  }
+
+  mutable int listings = 0;
+};
 
 class AlertBundleRegistryTest : public testing::Test {
  protected:
@@ -39,7 +52,8 @@ class AlertBundleRegistryTest : public testing::Test {
 
   AlertBundleDirectory directory_;
   FakeLog log_;
-  AlertBundleRegistry registry_{directory_.path(), FileManager::system(), log_};
+  FakeClock clock_;
+  AlertBundleRegistry registry_{directory_.path(), FileManager::system(), clock_, log_};
 };
 
 TEST_F(AlertBundleRegistryTest, FindsTheAlertsOwnClass) {
@@ -69,7 +83,32 @@ TEST_F(AlertBundleRegistryTest, PrefersTheUsualNameOfABundle) {
 TEST_F(AlertBundleRegistryTest, FindsABundleThatComesLater) {
   EXPECT_EQ(open("Disk"), nullptr);
   directory_.writeInfo("Disk.bundle", kInfo);
+  clock_.set(1);
   EXPECT_NE(open("Disk"), nullptr);
+}
+
+TEST_F(AlertBundleRegistryTest, LooksForAMissingBundleOnceASecond) {
+  EXPECT_EQ(open("Disk"), nullptr);
+  directory_.writeInfo("Disk.bundle", kInfo);
+  clock_.set(0.9);
+  EXPECT_EQ(open("Disk"), nullptr);
+  clock_.set(-5);
+  EXPECT_NE(open("Disk"), nullptr) << "a clock that is set back hides nothing";
+}
+
+TEST_F(AlertBundleRegistryTest, ManyAlertsOfAMissingBundleReadTheDirectoryOnce) {
+  CountingFileManager files;
+  AlertBundleRegistry registry(directory_.path(), files, clock_, log_);
+  VLAlert alert;
+  alert.bundle = "Missing";
+  alert.type = "Test";
+  for (int count = 0; count < 20000; ++count) {
+    EXPECT_EQ(registry.alertSubclass(alert, nullptr), nullptr);
+  }
+  EXPECT_EQ(files.listings, 1);
+  clock_.set(1);
+  EXPECT_EQ(registry.alertSubclass(alert, nullptr), nullptr);
+  EXPECT_EQ(files.listings, 2);
 }
 
 TEST_F(AlertBundleRegistryTest, KeepsABundleThatItHasRead) {
@@ -91,6 +130,7 @@ TEST_F(AlertBundleRegistryTest, SaysWhichBundleOrTypeIsMissing) {
                                        "Alert bundle 'Disk' cannot be opened: no such bundle in " +
                                            directory_.path() + "."));
   directory_.writeInfo("Disk.bundle", kInfo);
+  clock_.set(1);
   EXPECT_EQ(errorOf("Disk", "Foo"), makeError(kBundleErrorDomain, kNoSuchAlertTypeErrorCode,
                                               "Alert bundle 'Disk' has no alert type 'Foo'."));
 }

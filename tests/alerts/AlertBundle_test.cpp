@@ -38,7 +38,7 @@ class AlertBundleTest : public testing::Test {
   }
 
   std::unique_ptr<VLAlertSubclass> makeAlert(const VLAlert& alert) {
-    auto bundle = Bundle::bundleWithPath(directory_.path() + "/" + std::string(kEntry));
+    auto bundle = Bundle::bundleWithPath(directory_.path() + "/" + std::string(kEntry), nullptr);
     EXPECT_TRUE(bundle.has_value());
     auto opened = std::make_shared<const AlertBundle>("Disk", std::move(*bundle),
                                                       FileManager::system(), log_);
@@ -79,8 +79,52 @@ TEST_F(AlertBundleTest, SpeaksTheDevelopmentRegionsLanguageToStrangers) {
 TEST_F(AlertBundleTest, TakesEnglishForTheDevelopmentRegionUnlessOneIsGiven) {
   writeInfo("");
   EXPECT_EQ(makeAlert("Full")->subject("ja"), "/home is full");
+}
+
+TEST_F(AlertBundleTest, SpeaksEnglishWhereItLacksTheDevelopmentRegion) {
+  writeStrings("de", "\"Full.subject\" = \"%{volume} ist voll\";");
+  for (const std::string region :
+       {"CFBundleDevelopmentRegion = ja;", "", "CFBundleDevelopmentRegion = (fr);"}) {
+    writeInfo(region);
+    EXPECT_EQ(makeAlert("Full")->subject("es"), "/home is full") << region;
+  }
+}
+
+TEST_F(AlertBundleTest, SpeaksItsFirstLanguageWhereItLacksEnglishToo) {
+  std::filesystem::remove_all(directory_.path() + "/Disk.bundle/Contents/Resources");
   writeInfo("CFBundleDevelopmentRegion = ja;");
-  EXPECT_EQ(makeAlert("Full")->subject("ja"), "Full");
+  EXPECT_EQ(makeAlert("Full")->subject("es"), "Full");
+  writeStrings("it", "\"Full.subject\" = \"%{volume} è pieno\";");
+  writeStrings("de", "\"Full.subject\" = \"%{volume} ist voll\";");
+  EXPECT_EQ(makeAlert("Full")->subject("es"), "/home ist voll");
+}
+
+TEST_F(AlertBundleTest, PassesOverALanguageWithoutReadableTexts) {
+  writeStrings("fr", "( an, array )");
+  EXPECT_EQ(makeAlert("Full")->subject("fr"), "/home is full");
+  EXPECT_EQ(makeAlert("Full")->subject("es"), "/home is full");
+}
+
+TEST_F(AlertBundleTest, LooksForAMissingTextInTheLanguageOfTheRegion) {
+  writeInfo("CFBundleDevelopmentRegion = en;");
+  writeStrings("en",
+               "\"Full.subject\" = \"%{volume} is full\"; \"Full.message\" = \"Delete files.\";"
+               "\"Free.title\" = \"Free space\";");
+  writeStrings("fr-CA", "\"Full.subject\" = \"%{volume} est rempli\";");
+  const auto alert = makeAlert("Full");
+  EXPECT_EQ(alert->subject("fr-CA"), "/home est rempli");
+  EXPECT_EQ(alert->message("fr-CA"), "Supprimez des fichiers de /home.");
+  EXPECT_EQ(alert->subject("fr"), "/home est plein");
+  const AlertBundle bundle("Disk",
+                           *Bundle::bundleWithPath(directory_.path() + "/Disk.bundle", nullptr),
+                           FileManager::system(), log_);
+  EXPECT_EQ(bundle.text("Free.title", "fr-CA"), "Free space");
+}
+
+TEST_F(AlertBundleTest, DoesNotTakeARelatedLanguageForTheReaders) {
+  writeStrings("ru", "\"Full.subject\" = \"%{volume} переполнен\";");
+  EXPECT_EQ(makeAlert("Full")->subject("uk"), "/home est plein");
+  EXPECT_EQ(makeAlert("Full")->subject("ru_RU.UTF-8"), "/home переполнен");
 }
 
 TEST_F(AlertBundleTest, SaysTheTypeWhereThereIsNoText) {

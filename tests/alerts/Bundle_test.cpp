@@ -22,7 +22,7 @@ class BundleTest : public testing::Test {
   std::string path() const { return (directory_.path() / "X.bundle").string(); }
   std::optional<Bundle> openWithInfo(std::string_view text) const {
     directory_.write("X.bundle/Contents/Info.plist", text);
-    return Bundle::bundleWithPath(path());
+    return Bundle::bundleWithPath(path(), nullptr);
   }
 
   TemporaryDirectory directory_;
@@ -52,9 +52,24 @@ TEST_F(BundleTest, KeepsWhatItReadWhenItWasOpened) {
 TEST_F(BundleTest, DoesNotOpenWithoutADictionary) {
   EXPECT_FALSE(openWithInfo("( a, b )").has_value());
   EXPECT_FALSE(openWithInfo("{ unfinished = ").has_value());
-  EXPECT_FALSE(Bundle::bundleWithPath((directory_.path() / "Missing.bundle").string()).has_value());
+  EXPECT_FALSE(
+      Bundle::bundleWithPath((directory_.path() / "Missing.bundle").string(), nullptr).has_value());
   const auto file = directory_.write("File.bundle", "{ }");
-  EXPECT_FALSE(Bundle::bundleWithPath(file.string()).has_value());
+  EXPECT_FALSE(Bundle::bundleWithPath(file.string(), nullptr).has_value());
+}
+
+TEST_F(BundleTest, SaysWhyItDoesNotOpen) {
+  const std::string file = path() + "/Contents/Info.plist";
+  const auto reason = [this] {
+    std::optional<Error> error;
+    EXPECT_FALSE(Bundle::bundleWithPath(path(), &error).has_value());
+    return error ? error->localizedDescription() : "";
+  };
+  EXPECT_EQ(reason(), "Cannot read " + file + ": No such file or directory");
+  openWithInfo("( a, b )");
+  EXPECT_EQ(reason(), "Cannot use " + file + ": it holds no dictionary");
+  openWithInfo("{ unfinished = ");
+  EXPECT_THAT(reason(), testing::StartsWith("Cannot use " + file + ": "));
 }
 
 TEST_F(BundleTest, DoesNotOpenWithAnInfoFileBeyondAllMeasure) {
@@ -65,7 +80,7 @@ TEST_F(BundleTest, DoesNotOpenWithAnInfoFileBeyondAllMeasure) {
 TEST_F(BundleTest, DoesNotWaitForAnInfoFileThatIsAFifo) {
   std::filesystem::create_directories(path() + "/Contents");
   ASSERT_EQ(::mkfifo((path() + "/Contents/Info.plist").c_str(), 0600), 0);
-  EXPECT_FALSE(Bundle::bundleWithPath(path()).has_value());
+  EXPECT_FALSE(Bundle::bundleWithPath(path(), nullptr).has_value());
 }
 
 TEST_F(BundleTest, ItsLocalizationsAreItsLanguageFolders) {

@@ -14,6 +14,7 @@
 #include "alerts/AlertBundleRegistry.h"
 #include "platform/foundation/FileManager.h"
 #include "tests/alerts/AlertBundleDirectory.h"
+#include "tests/support/FakeClock.h"
 #include "tests/support/FakeLog.h"
 #include "tests/support/SkipOrFail.h"
 
@@ -46,7 +47,7 @@ class NativeBundleTest : public testing::Test {
   /// The reason why the bundle "Test" was not loaded, as the log has it.
   std::string refusal() {
     FakeLog log;
-    AlertBundleRegistry registry(directory_.path(), FileManager::system(), log);
+    AlertBundleRegistry registry(directory_.path(), FileManager::system(), clock_, log);
     EXPECT_FALSE(registry.VLLoadAlertBundle("Test"));
     EXPECT_FALSE(registry.VLLoadAlertBundle("Test"));
     const auto lines = log.lines();
@@ -59,7 +60,8 @@ class NativeBundleTest : public testing::Test {
 
   AlertBundleDirectory directory_;
   FakeLog log_;
-  AlertBundleRegistry registry_{directory_.path(), FileManager::system(), log_};
+  FakeClock clock_;
+  AlertBundleRegistry registry_{directory_.path(), FileManager::system(), clock_, log_};
 };
 
 TEST_F(NativeBundleTest, LoadsCodeOnceAndKnowsItsClasses) {
@@ -73,6 +75,17 @@ TEST_F(NativeBundleTest, LoadsCodeOnceAndKnowsItsClasses) {
     EXPECT_EQ(registry_.makeEmailFormatter(name), nullptr) << name;
   }
   EXPECT_THAT(log_.lines(), IsEmpty());
+}
+
+TEST_F(NativeBundleTest, LoadsTheCodeOfABundleThatComesLater) {
+  EXPECT_FALSE(registry_.VLLoadAlertBundle("Test"));
+  EXPECT_EQ(registry_.makeEmailFormatter("Probe"), nullptr);
+  write("Probe");
+  EXPECT_FALSE(registry_.VLLoadAlertBundle("Test")) << "looked for a moment ago";
+  clock_.set(1);
+  EXPECT_TRUE(registry_.VLLoadAlertBundle("Test"));
+  EXPECT_NE(registry_.makeEmailFormatter("Probe"), nullptr);
+  EXPECT_THAT(log_.lines(), ElementsAre(HasSubstr("'Test' not loaded: there is no such bundle")));
 }
 
 TEST_F(NativeBundleTest, ThreadsThatAskTogetherAllGetTheClass) {
@@ -159,6 +172,19 @@ TEST_F(NativeBundleTest, RefusesDirectoriesThatOthersCanWrite) {
   EXPECT_TRUE(registry_.VLLoadAlertBundle("Test"));
 }
 
+TEST_F(NativeBundleTest, RefusesAnAlertsDirectoryThatOthersCanWrite) {
+  write("Probe");
+  fs::permissions(directory_.path(), fs::perms(0777));
+  EXPECT_EQ(refusal(), directory_.path() + " can be written by others than its owner");
+}
+
+TEST_F(NativeBundleTest, RefusesABundleThatIsALink) {
+  const AlertBundleDirectory elsewhere;
+  elsewhere.writeNativeBundle("Test.bundle", module("Probe"));
+  fs::create_symlink(elsewhere.path() + "/Test.bundle", bundlePath());
+  EXPECT_THAT(refusal(), testing::StartsWith(bundlePath() + ": "));
+}
+
 TEST_F(NativeBundleTest, RefusesWhatBelongsToAnotherUser) {
   if (::geteuid() != 0) {
     return skipOrFail("only root can give files away");
@@ -200,7 +226,7 @@ TEST_F(NativeBundleTest, TriesRefusedCodeAgainOnlyInTheNextRegistry) {
   EXPECT_FALSE(registry_.VLLoadAlertBundle("Test"));
   fs::permissions(code, fs::perms(0644));
   EXPECT_FALSE(registry_.VLLoadAlertBundle("Test"));
-  AlertBundleRegistry next(directory_.path(), FileManager::system(), log_);
+  AlertBundleRegistry next(directory_.path(), FileManager::system(), clock_, log_);
   EXPECT_TRUE(next.VLLoadAlertBundle("Test"));
 }
 

@@ -12,6 +12,7 @@
 #include "alerts/AlertBundleRegistry.h"
 #include "platform/foundation/FileManager.h"
 #include "tests/alerts/AlertBundleDirectory.h"
+#include "tests/support/FakeClock.h"
 #include "tests/support/FakeLog.h"
 
 namespace velto {
@@ -48,7 +49,8 @@ class NativeClassesTest : public testing::Test {
 
   AlertBundleDirectory directory_;
   FakeLog log_;
-  AlertBundleRegistry registry_{directory_.path(), FileManager::system(), log_};
+  FakeClock clock_;
+  AlertBundleRegistry registry_{directory_.path(), FileManager::system(), clock_, log_};
   VLAlert alert_;
 };
 
@@ -64,7 +66,44 @@ TEST_F(NativeClassesTest, TheCodeSpeaksForItsAlerts) {
 TEST_F(NativeClassesTest, WhereTheCodeFailsTheDataSpeaks) {
   const auto made = alert();
   EXPECT_EQ(made->subject("none"), "data's");
-  EXPECT_EQ(made->subject("binary"), "data's") << "text that is not UTF-8 is none";
+  EXPECT_THAT(log_.lines(), IsEmpty());
+}
+
+TEST_F(NativeClassesTest, TextThatIsNotUTF8IsNoneAndToldOnce) {
+  for (int count = 0; count < 3; ++count) {
+    EXPECT_EQ(alert()->subject("binary"), "data's");
+  }
+  EXPECT_THAT(log_.lines(), ElementsAre("The code of alert bundle 'Test' gave a subject that is "
+                                        "not UTF-8."));
+}
+
+TEST_F(NativeClassesTest, OneClassMayTakeWhatNothingElseTakes) {
+  directory_.writeNativeBundle("Default.bundle",
+                               std::string(VELTO_TEST_MODULES) + "/libDefault.so");
+  alert_.bundle = "Default";
+  alert_.type = std::nullopt;
+  std::optional<Error> error;
+  const auto untyped = alert(&error);
+  ASSERT_NE(untyped, nullptr) << error->localizedDescription();
+  EXPECT_EQ(untyped->subject("en"), "Something of nothing");
+  EXPECT_EQ(untyped->message("en"), std::nullopt);
+  EXPECT_THAT(untyped->recoveryOptions(), IsEmpty());
+  alert_.type = "Unknown";
+  EXPECT_EQ(alert()->subject("en"), "Something of Unknown");
+  alert_.type = "Test";
+  EXPECT_EQ(alert()->subject("en"), "A test") << "the data takes it";
+  alert_.type = "Own";
+  EXPECT_EQ(alert()->subject("en"), "Own") << "a class of its own takes it";
+}
+
+TEST_F(NativeClassesTest, AnActionForAnAlertWithoutATypeFindsNoTextOfIt) {
+  alert_.type = std::nullopt;
+  alert_.identifier = "gone";
+  ASSERT_NE(action("Fix"), nullptr);
+  EXPECT_TRUE(action("Fix")->hasBeenResolved());
+  std::optional<Error> error;
+  EXPECT_EQ(alert(&error), nullptr);
+  EXPECT_EQ(error->code, kAlertWithoutTypeErrorCode);
 }
 
 TEST_F(NativeClassesTest, ATypeMayBeKnownToTheCodeOrToTheDataAlone) {

@@ -8,6 +8,7 @@
 #include "alerts/AlertBundleRegistry.h"
 #include "platform/foundation/FileManager.h"
 #include "tests/alerts/AlertBundleDirectory.h"
+#include "tests/support/FakeClock.h"
 #include "tests/support/FakeLog.h"
 
 namespace velto {
@@ -38,7 +39,8 @@ class NativeEmailFormatterTest : public testing::Test {
 
   AlertBundleDirectory directory_;
   FakeLog log_;
-  AlertBundleRegistry registry_{directory_.path(), FileManager::system(), log_};
+  FakeClock clock_;
+  AlertBundleRegistry registry_{directory_.path(), FileManager::system(), clock_, log_};
   std::unique_ptr<EmailFormatter> formatter_;
   VLAlert alert_;
 };
@@ -50,7 +52,25 @@ TEST_F(NativeEmailFormatterTest, GivesTheBundlesSender) {
 TEST_F(NativeEmailFormatterTest, HasNoSenderWhenTheBundleHasNone) {
   EXPECT_EQ(formatter_->fromAddress(""), std::nullopt);
   EXPECT_EQ(formatter_->fromAddress("fail"), std::nullopt);
-  EXPECT_EQ(formatter_->fromAddress("binary"), std::nullopt);
+  EXPECT_THAT(log_.lines(), testing::IsEmpty());
+}
+
+TEST_F(NativeEmailFormatterTest, TellsTheLogOnceOfTextThatIsNotUTF8) {
+  for (int count = 0; count < 3; ++count) {
+    EXPECT_EQ(formatter_->fromAddress("binary"), std::nullopt);
+    EXPECT_EQ(format("binary"), std::nullopt);
+  }
+  EXPECT_THAT(log_.lines(), testing::ElementsAre("The class Probe of alert bundle 'Test' gave a "
+                                                 "sender that is not UTF-8.",
+                                                 "The class Probe of alert bundle 'Test' gave a "
+                                                 "message that is not UTF-8."));
+}
+
+TEST_F(NativeEmailFormatterTest, NumbersOfEverySizeAreText) {
+  std::string largest = std::to_string(1e308);
+  largest.resize(largest.find('.'));
+  EXPECT_EQ(format("numbers"), "0.0 -1.2 9999999999999999583119736832.0 " + largest + ".0 0.0 0" +
+                                   largest + "." + std::string(17, '0'));
 }
 
 TEST_F(NativeEmailFormatterTest, TheBundleSeesTheAlert) {

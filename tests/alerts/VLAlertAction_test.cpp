@@ -14,6 +14,7 @@
 #include "platform/foundation/FileManager.h"
 #include "platform/foundation/Shared.h"
 #include "tests/alerts/AlertBundleDirectory.h"
+#include "tests/support/FakeClock.h"
 #include "tests/support/FakeLog.h"
 #include "tests/support/SkipOrFail.h"
 
@@ -70,8 +71,9 @@ class VLAlertActionTest : public testing::Test {
   const TemporaryDirectory files_;
   AlertBundleDirectory directory_;
   FakeLog log_;
-  AlertBundleRegistry registry_{directory_.path(), FileManager::system(), log_};
-  AlertBundleRegistry hasty_{directory_.path(), FileManager::system(), log_,
+  FakeClock clock_;
+  AlertBundleRegistry registry_{directory_.path(), FileManager::system(), clock_, log_};
+  AlertBundleRegistry hasty_{directory_.path(), FileManager::system(), clock_, log_,
                              std::chrono::milliseconds(100)};
   VLAlert alert_;
 };

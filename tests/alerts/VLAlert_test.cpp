@@ -7,6 +7,7 @@
 #include "platform/foundation/FileManager.h"
 #include "platform/foundation/Shared.h"
 #include "tests/alerts/AlertBundleDirectory.h"
+#include "tests/support/FakeClock.h"
 #include "tests/support/FakeLog.h"
 
 namespace velto {
@@ -29,7 +30,8 @@ class VLAlertTest : public testing::Test {
 
   AlertBundleDirectory directory_;
   FakeLog log_;
-  AlertBundleRegistry registry_{directory_.path(), FileManager::system(), log_};
+  FakeClock clock_;
+  AlertBundleRegistry registry_{directory_.path(), FileManager::system(), clock_, log_};
   const Shared<AlertBundleRegistry> shared_{registry_};
 };
 

@@ -11,6 +11,7 @@
 
 #include "alerts/AlertBundleRegistry.h"
 #include "alerts/Bundle.h"
+#include "platform/foundation/Clock.h"
 #include "platform/foundation/FileManager.h"
 #include "platform/process/Task.h"
 #include "tests/foundation/ScopedEnvironment.h"
@@ -64,7 +65,7 @@ class CommonBundleTest : public testing::Test {
 
   TemporaryDirectory directory_;
   FakeLog log_;
-  AlertBundleRegistry registry_{VELTO_BUNDLES_DIR, FileManager::system(), log_};
+  AlertBundleRegistry registry_{VELTO_BUNDLES_DIR, FileManager::system(), Clock::system(), log_};
   std::unique_ptr<EmailFormatter> formatter_;
   VLAlert alert_;
 };
@@ -83,7 +84,8 @@ class SpokenAlert : public VLAlertSubclass {
 };
 
 TEST_F(CommonBundleTest, CarriesItsSixLanguages) {
-  const auto bundle = Bundle::bundleWithPath(std::string(VELTO_BUNDLES_DIR) + "/Common.bundle");
+  const auto bundle =
+      Bundle::bundleWithPath(std::string(VELTO_BUNDLES_DIR) + "/Common.bundle", nullptr);
   ASSERT_TRUE(bundle.has_value());
   EXPECT_THAT(bundle->localizations(FileManager::system()),
               testing::ElementsAre("de", "en", "fr", "ja", "no", "zh"));

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "alerts/AlertBundleRegistry.h"
+#include "platform/foundation/Clock.h"
 #include "platform/foundation/FileManager.h"
 #include "tests/support/FakeLog.h"
 
@@ -25,7 +26,7 @@ class DiskBundleTest : public testing::Test {
   }
 
   FakeLog log_;
-  AlertBundleRegistry registry_{VELTO_BUNDLES_DIR, FileManager::system(), log_};
+  AlertBundleRegistry registry_{VELTO_BUNDLES_DIR, FileManager::system(), Clock::system(), log_};
   std::unique_ptr<VLAlertSubclass> alert_;
 };
 

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cstdlib>
+#include <limits>
 #include <unistd.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "alerts/AlertBundleRegistry.h"
+#include "platform/foundation/Clock.h"
 #include "platform/foundation/FileManager.h"
 #include "tests/support/FakeLog.h"
 
@@ -21,7 +23,7 @@ class LoadBundleTest : public testing::Test {
   }
 
   FakeLog log_;
-  AlertBundleRegistry registry_{VELTO_BUNDLES_DIR, FileManager::system(), log_};
+  AlertBundleRegistry registry_{VELTO_BUNDLES_DIR, FileManager::system(), Clock::system(), log_};
   VLAlert alert_;
 };
 
@@ -36,6 +38,31 @@ TEST_F(LoadBundleTest, TheCodeTellsItsAlert) {
   alert_.attributes = std::nullopt;
   EXPECT_EQ(registry_.alertSubclass(alert_, nullptr)->subject("en"),
             "The processors are overloaded");
+}
+
+TEST_F(LoadBundleTest, WhateverTheAttributeIsTheSubjectIsText) {
+  const std::string text = "The processors are overloaded";
+  const std::string largest = std::to_string(std::numeric_limits<double>::max());
+  const std::vector<std::pair<PropertyList, std::string>> cases = {
+      {1e28, "9999999999999999583119736832.0: " + text},
+      {std::numeric_limits<double>::max(), largest.substr(0, largest.find('.')) + ".0: " + text},
+      {-1e300, std::to_string(-1e300).substr(0, 302) + ".0: " + text},
+      {5e-324, "0.0: " + text},
+      {std::int64_t{-7}, "-7.0: " + text},
+      {std::numeric_limits<std::uint64_t>::max(), "18446744073709551616.0: " + text},
+      {true, "1.0: " + text},
+      {std::numeric_limits<double>::infinity(), "inf: " + text},
+      {std::string(100000, 'x'), text},
+      {Date(1e300), text},
+      {Data(std::string_view("bytes")), text},
+      {PropertyList::Array{1e28}, text},
+      {PropertyList::Dictionary{{"load", 1e28}}, text},
+      {PropertyList(), text},
+  };
+  for (const auto& [value, subject] : cases) {
+    alert_.attributes = PropertyList::Dictionary{{"load", value}};
+    EXPECT_EQ(registry_.alertSubclass(alert_, nullptr)->subject("en"), subject);
+  }
 }
 
 TEST_F(LoadBundleTest, TheActionLooksAgain) {

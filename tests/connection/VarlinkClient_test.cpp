@@ -7,6 +7,8 @@
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -35,6 +37,21 @@ class VarlinkClientTest : public testing::Test {
     EXPECT_EQ(::listen(listener_.get(), 1), 0);
   }
 
+  /// Connects until the service's queue takes no more; returns the connections.
+  std::vector<FileDescriptor> fillQueue() const {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path_.copy(address.sun_path, sizeof(address.sun_path) - 1);
+    std::vector<FileDescriptor> connections;
+    for (;;) {
+      FileDescriptor next(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+      if (::connect(next.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0) {
+        EXPECT_EQ(errno, EAGAIN);
+        return connections;
+      }
+      connections.push_back(std::move(next));
+    }
+  }
   void connect(const VarlinkClient::Limits& limits = kNoLimits) {
     std::optional<Error> error;
     client_ = VarlinkClient::connect(path_, limits, &error);
@@ -72,6 +89,7 @@ class VarlinkClientTest : public testing::Test {
   const FileDescriptor signal_{::eventfd(0, EFD_CLOEXEC)};
   std::unique_ptr<VarlinkClient> client_;
   FileDescriptor service_;
+  std::size_t accepted_ = 0;
 };
 
 TEST_F(VarlinkClientTest, SendsCalls) {
@@ -160,6 +178,40 @@ TEST_F(VarlinkClientTest, TakesWhatIsThereHoweverLate) {
   EXPECT_TRUE(client_->send("a.B", {}, ReplyMode::kOne, nullptr));
   answer("{}\0"s);
   EXPECT_EQ(client_->receive(nullptr), "{}");
+}
+
+TEST_F(VarlinkClientTest, WaitsForAPlaceInAFullQueue) {
+  const auto waiting = fillQueue();
+  auto outcome = std::async(std::launch::async, [this] {
+    std::optional<Error> error;
+    const auto client = VarlinkClient::connect(
+        path_, {.replySize = 100, .time = std::chrono::minutes(2), .cancelSignal = signal_.get()},
+        &error);
+    return client != nullptr && client->send("a.B", {}, ReplyMode::kOne, &error);
+  });
+  std::string call;
+  while (call.empty()) {
+    service_ = FileDescriptor(::accept(listener_.get(), nullptr, nullptr));
+    std::array<char, 100> bytes{};
+    const bool isFull = waiting.size() > accepted_++;
+    const ssize_t size = isFull ? 0 : ::recv(service_.get(), bytes.data(), bytes.size(), 0);
+    call.assign(bytes.data(), size < 0 ? 0 : static_cast<std::size_t>(size));
+  }
+  EXPECT_EQ(call, "{\"method\":\"a.B\"}\0"s);
+  EXPECT_TRUE(outcome.get());
+}
+
+TEST_F(VarlinkClientTest, GivesUpOnAFullQueueWhenTimeIsUpOrItIsTold) {
+  const auto waiting = fillQueue();
+  std::optional<Error> error;
+  EXPECT_EQ(VarlinkClient::connect(path_, {.replySize = 100, .time = 1ms}, &error), nullptr);
+  EXPECT_EQ(error, failure(kVarlinkTimedOutErrorCode, "the service does not answer"));
+  error.reset();
+  ::eventfd_write(signal_.get(), 1);
+  EXPECT_EQ(
+      VarlinkClient::connect(path_, {.replySize = 100, .cancelSignal = signal_.get()}, &error),
+      nullptr);
+  EXPECT_EQ(error, failure(kVarlinkCancelledErrorCode, "the request was given up"));
 }
 
 }  // namespace

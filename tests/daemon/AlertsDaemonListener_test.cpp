@@ -314,6 +314,32 @@ TEST_F(ListenerTest, WhatIsNoBundleIsSkippedAndLosesItsRecord) {
   EXPECT_THAT(system_.store().getAllAlertBundleNames(nullptr), IsEmpty());
 }
 
+TEST_F(ListenerTest, ABrokenEntryIsNamedInTheLogAndSoAreSettingsThatAreGone) {
+  system_.addBundle("X.bundle", "{ }");
+  system_.addBundle("Y.bundle", "{ }");
+  start();
+  EXPECT_THAT(system_.log.lines(), IsEmpty());
+  system_.addBundle("X.bundle", "( a, list )");
+  start();
+  const std::string file = (system_.bundlesDirectory() / "X.bundle/Contents/Info.plist").string();
+  EXPECT_THAT(system_.log.lines(),
+              ElementsAre("Entry 'X.bundle' of the alerts directory passed over: Cannot use " +
+                              file + ": it holds no dictionary",
+                          "Alert bundle 'X' cannot be opened any more: its settings are deleted"));
+  start();
+  EXPECT_EQ(system_.log.lines().size(), 3U) << "the settings are gone only once";
+}
+
+TEST_F(ListenerTest, AnEntryWhoseNameIsNotUTF8IsSkippedWithALine) {
+  system_.addBundle("caf\xE9.bundle", "{ }");
+  system_.addBundle("caf\xC3\xA9.bundle", "{ }");
+  start();
+  EXPECT_THAT(system_.store().getAllAlertBundleNames(nullptr), ElementsAre("caf\xC3\xA9"));
+  EXPECT_THAT(system_.log.lines(),
+              ElementsAre("Entry 'caf?.bundle' of the alerts directory passed over: "
+                          "its name is not UTF-8"));
+}
+
 TEST_F(ListenerTest, AnEmptyDirectoryDeletesEveryRecord) {
   system_.addBundle("X.bundle", "{ }");
   system_.addBundle("Y.bundle", "{ }");

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <filesystem>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -236,6 +238,17 @@ TEST_F(PostingTest, SavingNoneAndSavingAnEmptyListDiffer) {
   root_->saveAlerts(std::vector<VLAlert>{}, empty.block());
   EXPECT_EQ(empty.calls, 1);
   EXPECT_EQ(empty.error, std::nullopt);
+}
+
+TEST_F(PostingTest, AnAlertWithoutATypeHasAnAbsentOnesTextInItsIdentifier) {
+  system_.addBundle("Disk.bundle", "{ CFBundleExecutable = \"libDefault.so\"; }");
+  system_.addCode("Disk.bundle", std::filesystem::path(VELTO_TEST_MODULES) / "libDefault.so");
+  VLAlert alert;
+  alert.bundle = "Disk";
+  EXPECT_EQ(post(*root_, alert), std::nullopt);
+  ASSERT_THAT(stored(), SizeIs(1));
+  EXPECT_EQ(stored().front().identifier, "(null):141dd76000");
+  EXPECT_EQ(stored().front().type, std::nullopt);
 }
 
 }  // namespace

@@ -69,6 +69,15 @@ def test_what_does_not_open_as_a_bundle_is_no_bundle(system):
     assert records(system) == {"Good": "Good"}
 
 
+def test_a_name_that_is_not_utf8_hides_no_other(system):
+    system.make_bundle("Good.bundle")
+    bad = bytes(system.bundles) + b"/caf\xe9.bundle"
+    shutil.copytree(bytes(system.bundles / "Good.bundle"), bad)
+    system.start()
+    assert names(system) == ["Good"]
+    assert "Entry 'caf?.bundle' of the alerts directory passed over" in system.daemon.log()
+
+
 def test_a_bundle_may_be_a_link(system):
     shutil.move(system.make_bundle("Real.bundle"), system.root / "elsewhere")
     (system.bundles / "Link.bundle").symlink_to(system.root / "elsewhere")

@@ -102,7 +102,11 @@ def test_the_first_rule_that_holds_decides(ruled):
 def test_the_executable_narrows_further(ruled):
     ruled.rule(User=ENTITLED, Executable="/bin/true")
     assert not may_post(ruled.client_as(ENTITLED, GROUP))
-    ruled.rule(User=ENTITLED, Executable=os.path.realpath(sys.executable))
+    running = os.path.realpath(sys.executable)
+    ruled.rule(User=ENTITLED, Executable=running)
+    assert not may_post(ruled.client_as(ENTITLED, GROUP)), "there is none in the daemon's root"
+    (ruled.root / "python").symlink_to(running)
+    ruled.rule(User=ENTITLED, Executable="/python")
     assert may_post(ruled.client_as(ENTITLED, GROUP))
 
 

@@ -7,7 +7,7 @@ import subprocess
 import textwrap
 
 import pytest
-from velto.system import ALERTSCTL
+from velto.system import ALERTSCTL, BUILD
 
 pytestmark = pytest.mark.needs_root
 
@@ -43,12 +43,13 @@ def test_the_bundle_in_ten_lines(system):
 
 def test_the_code_in_c(system, tmp_path):
     source = tmp_path / "load.c"
-    source.write_text(example("#include <stdio.h>"))
+    source.write_text(example("#include <velto/alert_bundle.h>"))
     contents = system.make_bundle(
         "Load.bundle", {"CFBundleExecutable": "libLoad.so"},
         texts={"en": {"HighLoad.subject": "The processors are overloaded"}}) / "Contents"
     (contents / "Linux").mkdir(mode=0o755)
-    subprocess.run(["cc", "-shared", "-fPIC", "-Wall", "-Werror", "-o",
+    sanitizer = ["-fsanitize=address,undefined"] if BUILD.name == "asan" else []
+    subprocess.run(["cc", *sanitizer, "-shared", "-fPIC", "-Wall", "-Werror", "-o",
                     contents / "Linux/libLoad.so", source, f"-I{ROOT}/alerts"],
                    check=True)
     (contents / "Linux/libLoad.so").chmod(0o755)
@@ -60,3 +61,8 @@ def test_the_code_in_c(system, tmp_path):
                                            "attributes": {"load": 12.5}}) == {}
     (mail,) = system.mail.mails()
     assert mail.message["Subject"] == "12.5: The processors are overloaded"
+    for load in (1e28, -1.7976931348623157e308, 5e-324, 2 ** 64 - 1, True, "x" * 1000, [1], {"a": 1}, None):
+        assert client.call("PostAlert", alert={"bundle": "Load", "type": "HighLoad",
+                                               "attributes": {"load": load}}) == {}
+    subjects = [mail.message["Subject"] for mail in system.mail.mails()]
+    assert f"{1e28:.1f}: The processors are overloaded" in "".join(subjects).replace("\n ", " ")

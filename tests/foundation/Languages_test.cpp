@@ -56,6 +56,11 @@ TEST_F(PreferredLanguagesTest, LeaveOutWhatIsNoLocaleName) {
   EXPECT_THAT(preferredLanguages(), ElementsAre("de"));
 }
 
+TEST_F(PreferredLanguagesTest, SayTheScriptThatAModifierMeans) {
+  environment_.set("LANG", "sr_RS.UTF-8@latin");
+  EXPECT_THAT(preferredLanguages(), ElementsAre("sr-Latn-RS"));
+}
+
 TEST(CanonicalLocaleIdentifier, HasTheUsualSpelling) {
   EXPECT_EQ(canonicalLocaleIdentifier("EN-us"), "en_US");
   EXPECT_EQ(canonicalLocaleIdentifier("zh_hans_cn"), "zh_Hans_CN");
@@ -113,6 +118,60 @@ TEST(MatchingLocalizations, AreNoneWhenNothingSuits) {
   EXPECT_THAT(matchingLocalizations({"fr", "en"}, {"ja", "", "und"}), IsEmpty());
   EXPECT_THAT(matchingLocalizations({"..", "Base"}, {"en"}), IsEmpty());
   EXPECT_THAT(matchingLocalizations({"..", "en"}, {"en"}), ElementsAre("en"));
+}
+
+TEST(MatchingLocalizations, AreOfTheSameLanguage) {
+  const std::vector<std::pair<std::string, std::string>> relatives = {
+      {"uk", "ru"},       {"da", "no"}, {"da", "nb"}, {"nn", "nb"},  {"ca", "es"},
+      {"br", "fr"},       {"eu", "es"}, {"be", "ru"}, {"gsw", "de"}, {"hr", "sr-Latn"},
+      {"yue", "zh-Hant"}, {"af", "nl"}, {"ta", "en"}, {"und", "en"},
+  };
+  for (const auto& [reader, language] : relatives) {
+    EXPECT_THAT(matchingLocalizations({language}, {reader}), IsEmpty()) << reader;
+  }
+  EXPECT_THAT(matchingLocalizations({"ru", "uk"}, {"uk-UA"}), ElementsAre("uk"));
+}
+
+TEST(MatchingLocalizations, AreTheSameLanguageUnderAnotherCode) {
+  for (const auto& [reader, language] : std::vector<std::pair<std::string, std::string>>{
+           {"no", "nb"}, {"nb", "no"}, {"iw", "he"}, {"tl", "fil"}, {"sh", "sr-Latn"}}) {
+    EXPECT_THAT(matchingLocalizations({"en", language}, {reader}), ElementsAre(language));
+  }
+}
+
+TEST(MatchingLocalizations, KeepChinesesScriptsApartWhereBothAreThere) {
+  const Names all = {"en", "zh", "zh-Hant"};
+  for (const std::string reader : {"zh-TW", "zh-Hant", "zh_HK", "zh_TW.UTF-8", "zh-Hant-MO"}) {
+    EXPECT_THAT(matchingLocalizations(all, {reader}), ElementsAre("zh-Hant")) << reader;
+    EXPECT_THAT(matchingLocalizations({"en", "zh"}, {reader}), ElementsAre("zh")) << reader;
+  }
+  for (const std::string reader : {"zh", "zh-CN", "zh-Hans", "zh_SG.UTF-8"}) {
+    EXPECT_THAT(matchingLocalizations(all, {reader}), ElementsAre("zh")) << reader;
+  }
+  EXPECT_THAT(matchingLocalizations({"zh-Hant", "zh-TW"}, {"zh-TW"}), ElementsAre("zh-TW"));
+}
+
+TEST(MatchingLocalizations, ReadPosixNames) {
+  const Names all = {"de", "en", "sr", "sr-Latn"};
+  for (const std::string reader : {"de_DE.UTF-8", "de_DE@euro", "de_AT.ISO-8859-1@euro"}) {
+    EXPECT_THAT(matchingLocalizations(all, {reader}), ElementsAre("de")) << reader;
+  }
+  EXPECT_THAT(matchingLocalizations(all, {"sr_RS.UTF-8@latin"}), ElementsAre("sr-Latn"));
+  EXPECT_THAT(matchingLocalizations(all, {"sr_RS@other"}), ElementsAre("sr"));
+  EXPECT_THAT(matchingLocalizations(all, {"C.UTF-8", "C", "POSIX", ".UTF-8", "@euro"}), IsEmpty());
+}
+
+TEST(LocalizationsForReader, GoFromTheRegionToTheLanguage) {
+  EXPECT_THAT(localizationsForReader({"en", "fr", "fr-BE", "fr-CA"}, "fr_CA.UTF-8"),
+              ElementsAre("fr-CA", "fr"));
+  EXPECT_THAT(localizationsForReader({"en", "en-AU", "en-GB"}, "en-GB"),
+              ElementsAre("en-GB", "en"));
+  EXPECT_THAT(localizationsForReader({"zh", "zh-Hant", "zh-TW"}, "zh-TW"),
+              ElementsAre("zh-TW", "zh-Hant", "zh"));
+  EXPECT_THAT(localizationsForReader({"en", "no"}, "nb-NO"), ElementsAre("no"));
+  EXPECT_THAT(localizationsForReader({"en", "fr"}, "de"), IsEmpty());
+  EXPECT_THAT(localizationsForReader({"en", "fr"}, ""), IsEmpty());
+  EXPECT_THAT(localizationsForReader({"en", "fr"}, "und"), IsEmpty());
 }
 
 }  // namespace

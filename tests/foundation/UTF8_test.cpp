@@ -27,6 +27,13 @@ TEST(UTF8, HasTheBytesThatTheStandardNames) {
   EXPECT_EQ(utf8(0x10FFFF), "\xF4\x8F\xBF\xBF");
 }
 
+TEST(UTF8, PutsAQuestionMarkForEachWrongByte) {
+  EXPECT_EQ(withoutInvalidUTF8("caf\xC3\xA9"), "caf\xC3\xA9");
+  EXPECT_EQ(withoutInvalidUTF8("caf\xE9.\xFF\xFE"), "caf?.??");
+  EXPECT_EQ(withoutInvalidUTF8("\xE2\x82"), "??");
+  EXPECT_EQ(withoutInvalidUTF8(""), "");
+}
+
 TEST(UTF8, ReadsEveryCharacterThatItWrites) {
   for (char32_t character = 0; character <= 0x10FFFF; ++character) {
     std::string text = "x";

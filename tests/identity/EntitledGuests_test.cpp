@@ -11,6 +11,7 @@
 
 #include "platform/foundation/FileManager.h"
 #include "tests/identity/Peer.h"
+#include "tests/support/FakeClock.h"
 #include "tests/support/FakeLog.h"
 #include "tests/support/SkipOrFail.h"
 
@@ -20,6 +21,7 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::SizeIs;
 using Dictionary = PropertyList::Dictionary;
 
 class EntitledGuestsTest : public testing::Test {
@@ -66,9 +68,10 @@ class EntitledGuestsTest : public testing::Test {
 
   const TemporaryDirectory directory_;
   FakeLog log_;
+  FakeClock clock_;
   GuestTable table_;
   EntitledGuests guests_{
-      {path("etc"), path("usr"), path("missing")}, table_, FileManager::system(), log_};
+      {path("etc"), path("usr"), path("missing")}, table_, FileManager::system(), clock_, log_};
   std::unique_ptr<CodeReference> code_;
 };
 
@@ -85,7 +88,8 @@ TEST_F(EntitledGuestsTest, TheFirstRuleThatHoldsIsTheGuests) {
   EXPECT_EQ(rightOf(peer), "first");
   EXPECT_EQ(rightOf(Peer(54321)), "other");
   EXPECT_EQ(rightOf(Peer(11111)), "none");
-  EXPECT_THAT(log_.lines(), IsEmpty());
+  EXPECT_THAT(log_.lines(), ElementsAre("Entitlements in " + path("etc/0.text") +
+                                        " ignored: its name does not end in .plist"));
 }
 
 TEST_F(EntitledGuestsTest, RulesOfAnyFormatAreRead) {
@@ -100,11 +104,13 @@ TEST_F(EntitledGuestsTest, WhatOthersCanReadOrWriteCountsForNothing) {
   const Peer peer(12345);
   for (const mode_t mode : {0640U, 0604U, 0620U, 0602U, 0666U}) {
     write("etc/1.plist", rule("12345", "x"), mode);
+    clock_.set(mode * 60);
     EXPECT_EQ(rightOf(peer), "none") << std::oct << mode;
+    EXPECT_EQ(rightOf(peer), "none") << "told once a minute";
   }
   EXPECT_THAT(log_.lines().front(), HasSubstr("Entitlements in " + path("etc/1.plist") +
                                               " ignored: others than root can read or write it"));
-  EXPECT_EQ(log_.lines().size(), 5U);
+  EXPECT_THAT(log_.lines(), SizeIs(5));
   write("etc/1.plist", rule("12345", "x"), 0600);
   ASSERT_EQ(chown(path("etc/1.plist").c_str(), 12345, 0), 0);
   EXPECT_EQ(rightOf(peer), "none");
@@ -132,6 +138,14 @@ TEST_F(EntitledGuestsTest, WhatIsNoRuleIsLoggedAndPassedOver) {
   EXPECT_EQ(log_.lines().size(), 5U);
   EXPECT_THAT(log_.lines()[1], HasSubstr("it has none of User, Unit and Label"));
   EXPECT_THAT(log_.lines()[3], HasSubstr("Is a directory"));
+}
+
+TEST_F(EntitledGuestsTest, ARuleThatCannotBeCheckedIsToldInTheLog) {
+  const Peer peer(12345);
+  write("etc/1.plist", "{ User = 12345; Usr = 1; Entitlements = { right = x; }; }");
+  EXPECT_EQ(rightOf(peer), "none");
+  EXPECT_THAT(log_.lines(), ElementsAre("Entitlements in " + path("etc/1.plist") +
+                                        " ignored: it has a condition that is not known, Usr"));
 }
 
 TEST_F(EntitledGuestsTest, OnlyTheAddressOfALiveTokenNamesAGuest) {

@@ -1,11 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/identity/Entitlements.h"
 
+#include <cstdlib>
+#include <cstring>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <systemd/sd-login.h>
 
+#include "tests/foundation/ScopedEnvironment.h"
 #include "tests/identity/Peer.h"
 
 namespace velto {
@@ -29,6 +34,10 @@ std::string refusal(const PropertyList& value) {
   EXPECT_FALSE(EntitlementRule::fromPropertyList(value, &error));
   EXPECT_TRUE(error && error->domain == kEntitlementErrorDomain);
   return error ? error->localizedDescription() : "";
+}
+
+FileDescriptor processDescriptor(pid_t process) {
+  return FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, process, 0)));
 }
 
 std::string ownExecutable() {
@@ -110,6 +119,44 @@ TEST(EntitlementRule, ALabelIsComparedAsItIs) {
   EXPECT_TRUE(holds(conditions, guest));
   guest.label = "system_u:postfix2";
   EXPECT_FALSE(holds(conditions, guest));
+}
+
+TEST(EntitlementRule, AnExecutableIsLookedUpInThePrivateSystem) {
+  const TemporaryDirectory root;
+  std::filesystem::create_symlink(ownExecutable(), root.path() / "app");
+  const Peer peer;
+  const Dictionary conditions = {{"User", static_cast<std::int64_t>(geteuid())},
+                                 {"Executable", "/app"}};
+  EXPECT_FALSE(holds(conditions, peer.guest()));
+  ScopedEnvironment environment;
+  environment.set("VELTO_ROOT", root.path().string());
+  EXPECT_TRUE(holds(conditions, peer.guest()));
+}
+
+TEST(EntitlementRule, SaysWhatCannotBeChecked) {
+  const auto objection = [](Dictionary conditions, const Guest& guest) {
+    conditions.emplace("Entitlements", kGranted);
+    return EntitlementRule::fromPropertyList(conditions, nullptr)->objectionFor(guest);
+  };
+  Guest guest;
+  EXPECT_EQ(objection({{"User", 5}}, guest), std::nullopt);
+  EXPECT_EQ(objection({{"User", 5}, {"Group", 5}}, guest),
+            "it has a condition that is not known, Group");
+  EXPECT_THAT(objection({{"Unit", "x.service"}}, guest),
+              testing::Optional(testing::HasSubstr("its Unit cannot be checked")));
+  guest.process = processDescriptor(getpid());
+  EXPECT_EQ(objection({{"Unit", "x.service"}}, guest), std::nullopt);
+}
+
+TEST(EntitlementRule, AProcessOfWhichNoIdIsSeenIsInNoUnit) {
+  Guest guest;
+  guest.process = processDescriptor(getpid());
+  char* own = nullptr;
+  if (sd_pid_get_unit(0, &own) < 0) {
+    own = strdup("init.scope");
+  }
+  EXPECT_FALSE(holds({{"Unit", own}}, guest)) << "not in that of the daemon";
+  free(own);
 }
 
 TEST(EntitlementRule, AUnitNeedsTheKernelsReferenceToTheProcess) {

@@ -70,7 +70,7 @@ class StoreContainerTest : public ::testing::Test {
   fs::path directory_ = root_.path() / "Alerts";
   FakeLog log_;
   FakeClock clock_;
-  AlertBundleRegistry bundles_{root_.path().string(), FileManager::system(), log_};
+  AlertBundleRegistry bundles_{root_.path().string(), FileManager::system(), clock_, log_};
   DefaultLanguages languages_{root_.path().string(), FileManager::system(), preferredLanguages};
 };
 

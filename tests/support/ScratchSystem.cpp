@@ -38,8 +38,18 @@ void ScratchSystem::addTexts(const std::string& entry, const std::string& langua
 void ScratchSystem::addAction(const std::string& entry, const std::string& name,
                               std::string_view script) const {
   const fs::path actions = bundlesDirectory() / entry / "Contents/Actions";
-  const fs::path path = root.write(actions / name, "#!/bin/sh\n" + std::string(script) + "\n");
-  for (fs::path each = path; each != bundlesDirectory().parent_path(); each = each.parent_path()) {
+  trust(root.write(actions / name, "#!/bin/sh\n" + std::string(script) + "\n"));
+}
+
+void ScratchSystem::addCode(const std::string& entry, const fs::path& module) const {
+  const fs::path code = bundlesDirectory() / entry / "Contents/Linux" / module.filename();
+  fs::create_directories(code.parent_path());
+  fs::copy_file(module, code);
+  trust(code);
+}
+
+void ScratchSystem::trust(const fs::path& file) const {
+  for (fs::path each = file; each != bundlesDirectory().parent_path(); each = each.parent_path()) {
     fs::permissions(each, fs::perms(0755));
   }
 }
@@ -60,6 +70,7 @@ void ScratchSystem::addCommonBundle() const {
   const fs::path built = fs::read_symlink("/proc/self/exe").parent_path().parent_path() / "bundles";
   fs::copy(built / "Common.bundle", bundlesDirectory() / "Common.bundle",
            fs::copy_options::recursive);
+  trust(bundlesDirectory());
 }
 
 void ScratchSystem::setMailProgram(std::string_view script) const {

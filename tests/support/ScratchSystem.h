@@ -41,6 +41,8 @@ class ScratchSystem {
                 std::string_view strings) const;
   /// A shell script as a recovery action of the bundle, with the modes that the daemon accepts.
   void addAction(const std::string& entry, const std::string& name, std::string_view script) const;
+  /// A shared object as the bundle's code, which its Info.plist names, with such modes too.
+  void addCode(const std::string& entry, const std::filesystem::path& module) const;
   /// The bundle Disk, with the type AlmostFull in English and French.
   void addDiskBundle() const;
   /// Puts the bundle with the mail formatter, as it was built, into the alerts directory.
@@ -60,7 +62,7 @@ class ScratchSystem {
   FakeClock clock;
   const FileManager& fileManager = FileManager::system();
   std::vector<std::string> userLanguages = {"en"};
-  AlertBundleRegistry bundles{bundlesDirectory().string(), fileManager, log};
+  AlertBundleRegistry bundles{bundlesDirectory().string(), fileManager, clock, log};
   DefaultLanguages languages{bundlesDirectory().string(), fileManager,
                              [this] { return userLanguages; }};
   const StoreServices storeServices = {.bundles = bundles,
@@ -74,6 +76,9 @@ class ScratchSystem {
   ADAlertMailer mailer;
 
  private:
+  /// Takes from others the right to write the file and the folders down to it.
+  void trust(const std::filesystem::path& file) const;
+
   const Shared<AlertBundleRegistry> sharedBundles_{bundles};
   const Shared<DefaultLanguages> sharedLanguages_{languages};
   const Shared<ADAlertPusher> sharedPusher_{pusher};

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 /* The code of Load.bundle: an alert class, and a recovery action that looks again. */
 
-#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <unistd.h>
@@ -19,9 +18,8 @@ static const velto_host* host;
 static int subject(const velto_alert* alert, const char* localization, velto_text* text) {
   double load = 0;
   if (host->alert_attribute_number(alert, "load", &load) == 0) {
-    char number[32];
-    const int length = snprintf(number, sizeof number, "%.1f: ", load);
-    host->text_append(text, number, (size_t)length);
+    host->text_append_number(text, load, 1);
+    host->text_append(text, ": ", 2);
   }
   return host->alert_subject(alert, localization, text);
 }
@@ -68,6 +66,7 @@ static const velto_action_class recheck = {create, destroy, has_been_resolved, r
 const uint32_t velto_alert_bundle_interface = VELTO_ALERT_BUNDLE_INTERFACE;
 
 int velto_alert_bundle_register(const velto_host* daemon, velto_registry* registry) {
+  if (daemon->size < sizeof *daemon) return 1; /* it lacks text_append_number */
   host = daemon;
   return host->register_alert_class(registry, "HighLoad", &high_load) != 0 ||
          host->register_action_class(registry, "Recheck", &recheck) != 0;

@@ -85,6 +85,8 @@ int velto_alert_bundle_register(const velto_host* daemon, velto_registry* regist
   return host->register_alert_class(registry, "Full", &alert_class) != 0 ||
          host->register_alert_class(registry, "Plain", &plain_class) != 0 ||
          host->register_alert_class(registry, "Full", &alert_class) == 0 ||
+         host->register_default_alert_class(registry, NULL) == 0 ||
+         host->register_default_alert_class(NULL, &alert_class) == 0 ||
          host->register_alert_class(registry, "", &alert_class) == 0 ||
          host->register_alert_class(registry, "Other", NULL) == 0 ||
          host->register_action_class(registry, "Fix", &action_class) != 0 ||

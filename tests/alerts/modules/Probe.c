@@ -83,6 +83,17 @@ static void append_answers_to_nothing(const velto_alert* alert, velto_text* mess
   host->text_destroy(own);
 }
 
+static void append_numbers(velto_text* message) {
+  const double numbers[] = {0, -1.25, 1e28, 1e308, 1e-300};
+  for (size_t index = 0; index < sizeof numbers / sizeof *numbers; ++index) {
+    host->text_append_number(message, numbers[index], 1);
+    append(message, " ");
+  }
+  host->text_append_number(message, 0.5, -2147483647);
+  host->text_append_number(message, 1e308, 2147483647);
+  host->text_append_number(NULL, 1, 1);
+}
+
 static int format_message(void* self, const velto_alert* alert, const char* localization,
                           velto_text* message, velto_error* error) {
   (void)self;
@@ -97,6 +108,7 @@ static int format_message(void* self, const velto_alert* alert, const char* loca
   if (strcmp(localization, "objects") == 0) append(message, objects == 1 ? "one" : "many");
   if (strcmp(localization, "registration") == 0) append(message, registration);
   if (strcmp(localization, "facts") == 0) append_facts(alert, message);
+  if (strcmp(localization, "numbers") == 0) append_numbers(message);
   if (strcmp(localization, "nothing") == 0) append_answers_to_nothing(alert, message);
   return 0;
 }
