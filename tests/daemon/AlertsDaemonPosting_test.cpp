@@ -146,6 +146,7 @@ TEST_F(PostingTest, ABundleThatIsDisabledStillPosts) {
 }
 
 TEST_F(PostingTest, IdentifiersAreMadeOnlyWhenThereIsNone) {
+  setSwitches(false, true);  // a push would have a millisecond of its own
   const std::tuple<std::optional<std::string>, double, std::string> rows[] = {
       {"mine", 1, "mine"},
       {"mine", 2, "mine"},
