@@ -18,7 +18,7 @@ find_program(CCACHE ccache)
 if(CCACHE)
   # The settings without which it does not look at what includes a precompiled header.
   set(CMAKE_C_COMPILER_LAUNCHER
-      env CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime ${CCACHE})
+      env CCACHE_SLOPPINESS=pch_defines,time_macros ${CCACHE})
   set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_C_COMPILER_LAUNCHER})
   add_compile_options($<$<AND:$<COMPILE_LANGUAGE:CXX>,$<CXX_COMPILER_ID:GNU>>:-fpch-preprocess>)
 endif()
