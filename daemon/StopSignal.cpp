@@ -2,7 +2,7 @@
 #include "daemon/StopSignal.h"
 
 #include <csignal>
-#include <sys/signalfd.h>
+#include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <systemd/sd-daemon.h>
@@ -13,30 +13,27 @@ namespace {
 /// The service manager kills what has not ended ten seconds later.
 constexpr unsigned kLongestStop = 80;
 
-sigset_t stopSignals() {
-  sigset_t signals;
-  ::sigemptyset(&signals);
-  ::sigaddset(&signals, SIGTERM);
-  return signals;
-}
+/// Of the one object; the handler can be given nothing.
+int stopEvent = -1;
 
-FileDescriptor blockedSignals() {
-  const sigset_t signals = stopSignals();
-  ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-  return FileDescriptor(::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
+void noteStop(int /*signal*/) {
+  ::eventfd_write(stopEvent, 1);
 }
 
 }  // namespace
 
-StopSignal::StopSignal(RunLoop& runLoop) : EventSource(blockedSignals()), runLoop_(runLoop) {}
+StopSignal::StopSignal(RunLoop& runLoop)
+    : EventSource(FileDescriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))), runLoop_(runLoop) {
+  stopEvent = descriptor();
+  struct sigaction action {};
+  action.sa_handler = noteStop;
+  // After the first one the signal does what it does by default.
+  action.sa_flags = static_cast<int>(SA_RESETHAND) | SA_RESTART;
+  ::sigaction(SIGTERM, &action, nullptr);
+}
 
 Event StopSignal::serve() noexcept {
-  signalfd_siginfo signal{};
-  if (::read(descriptor(), &signal, sizeof signal) != sizeof signal) return Event::kInput;
   ::sd_notify(0, "STOPPING=1");
-  // One thread that takes the next one is enough for it to end the process.
-  const sigset_t signals = stopSignals();
-  ::pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
   ::alarm(kLongestStop);
   runLoop_.stop();
   return Event::kNone;

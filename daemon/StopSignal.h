@@ -10,7 +10,7 @@ namespace velto {
 /// loop returns. A second SIGTERM ends the process at once, as every other signal does.
 class StopSignal : public EventSource {
  public:
-  /// Made before there are threads, which inherit that the signal is blocked; children do not.
+  /// Takes the signal for itself. Once in a process.
   explicit StopSignal(RunLoop& runLoop);
 
   Event serve() noexcept override;
