@@ -12,7 +12,7 @@ DeviceNames::DeviceNames(ADAlertStore& store,
   for (const PushRecipient& device : store.getPushRecipients(nullptr)) {
     if (device.token) {
       const std::string name = device.name.value_or("");
-      names_.emplace(*device.token, name.empty() ? device.guid.value_or("") : name);
+      names_.emplace(device.token->view(), name.empty() ? device.guid.value_or("") : name);
     }
   }
 }
@@ -20,7 +20,7 @@ DeviceNames::DeviceNames(ADAlertStore& store,
 std::string DeviceNames::of(const std::vector<Data>& tokens) const {
   std::string list;
   for (const Data& token : tokens) {
-    const auto found = names_.find(token);
+    const auto found = names_.find(token.view());
     list.append(list.empty() ? "" : ", ").append(found == names_.end() ? "unknown" : found->second);
   }
   return list;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -21,7 +22,7 @@ class DeviceNames {
   std::string of(const std::vector<Data>& tokens) const;
 
  private:
-  std::map<Data, std::string> names_;
+  std::map<std::string, std::string, std::less<>> names_;  ///< by the bytes of the token
 };
 
 }  // namespace velto
