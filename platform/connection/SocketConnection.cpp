@@ -41,7 +41,7 @@ constexpr std::size_t kMuchOutput = std::size_t{16} * 1024;
 /// Calls of usual size are decoded without asking for memory.
 constexpr std::size_t kCallMemory = 8192;
 /// An idle connection keeps a buffer no larger than this.
-constexpr std::size_t kKeptOutput = 512;
+constexpr std::size_t kKeptOutput = 128;
 
 bool meansToWait(int error) {
   return error == EAGAIN || error == EWOULDBLOCK || error == EINTR;
