@@ -26,6 +26,8 @@
 #include "platform/persistence/CommitQueue.h"
 
 #include <algorithm>
+#include <memory>
+#include <new>
 #include <system_error>
 #include <utility>
 
@@ -62,18 +64,30 @@ void CommitQueue::save(std::vector<RowChange>& changes, ErrorReply completion) {
 }
 
 void CommitQueue::takeTurn() noexcept {
-  // Told before the checkpoint, which takes long and is nothing to them.
-  tell(serveWaiting());
+  {
+    // Told, and let go, before the checkpoint, which takes long and is nothing to them.
+    Batch batch = serveWaiting();
+    tell(batch);
+  }
   checkpointLongLog();
   if (keepTurn()) {
-    writer_.perform([this] { goOn(); });
+    leaveToWriter();
   }
+}
+
+/// Without memory for the hand-over, this thread goes on itself.
+void CommitQueue::leaveToWriter() {
+  try {
+    if (writer_.perform([this] { goOn(); })) return;
+  } catch (const std::bad_alloc&) {
+  }
+  goOn();
 }
 
 /// The writer's: goes on until nothing waits.
 void CommitQueue::goOn() {
   do {
-    teller_.perform([batch = serveWaiting()] { tell(batch); });
+    leaveToTeller(serveWaiting());
     checkpointLongLog();
   } while (keepTurn());
 }
@@ -84,9 +98,20 @@ CommitQueue::Batch CommitQueue::serveWaiting() {
   return batch;
 }
 
-void CommitQueue::tell(const Batch& batch) {
-  for (const Save& save : batch) {
-    save.completion(save.error);
+/// Without memory for the hand-over, this thread tells of the batch itself.
+void CommitQueue::leaveToTeller(Batch batch) {
+  std::shared_ptr<Batch> handed;
+  try {
+    handed = std::make_shared<Batch>(std::move(batch));
+    if (teller_.perform([handed] { tell(*handed); })) return;
+  } catch (const std::bad_alloc&) {
+  }
+  tell(handed != nullptr ? *handed : batch);
+}
+
+void CommitQueue::tell(Batch& batch) {
+  for (Save& save : batch) {
+    save.completion(std::move(save.error));
   }
 }
 

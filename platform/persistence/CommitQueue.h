@@ -68,7 +68,9 @@ class CommitQueue {
   void takeTurn() noexcept;
   void goOn();
   Batch serveWaiting();
-  static void tell(const Batch& batch);
+  void leaveToWriter();
+  void leaveToTeller(Batch batch);
+  static void tell(Batch& batch);
   bool keepTurn();
   Batch takeWaiting();
   void serve(Batch& batch);
