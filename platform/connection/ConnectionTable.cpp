@@ -88,9 +88,11 @@ std::optional<std::chrono::milliseconds> ConnectionTable::endOverdue(
   }
   isAlarmSet_ = next != Moment::max();
   if (!isAlarmSet_) return std::nullopt;
-  // Not for each connection anew, when many wait one shortly after the other.
-  const auto soonest = std::min(limits_.halfCall, limits_.untakenReply) / 10;
-  return std::max(std::chrono::ceil<std::chrono::milliseconds>(next - now), soonest);
+  // Not for each connection anew, when many wait one shortly after the other, and soon enough for
+  // those that begin to wait meanwhile, who find the alarm set.
+  const auto shortest = std::min(limits_.halfCall, limits_.untakenReply);
+  return std::clamp(std::chrono::ceil<std::chrono::milliseconds>(next - now), shortest / 10,
+                    shortest);
 }
 
 std::chrono::steady_clock::time_point ConnectionTable::endOverdueOf(

@@ -66,8 +66,8 @@ class ConnectionTable {
 
   /// Is called, on any thread and under the table's lock, when the first connection begins to wait.
   void setAlarm(std::function<void(std::chrono::milliseconds)> alarm);
-  /// Gives up the connections that have waited too long. Returns how long the next one may still
-  /// wait; nothing when none does.
+  /// Gives up the connections that have waited too long. Returns when to look again, at the latest;
+  /// nothing when none waits.
   std::optional<std::chrono::milliseconds> endOverdue(std::chrono::steady_clock::time_point now);
 
  private:

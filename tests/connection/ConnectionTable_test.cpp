@@ -165,6 +165,15 @@ TEST(ConnectionTable, givesUpWhoeverWaitsTooLong) {
   EXPECT_EQ(open(connections), (std::vector{true, false, false, true}));
 }
 
+TEST(ConnectionTable, looksAgainInTimeForThoseWhoBeginToWaitMeanwhile) {
+  ConnectionTable table(10, kLimits);
+  Connections connections = connect(table, {kAnna, kBert});
+  connections.front().charge(1, Waits::kForTaking);
+  const auto next = table.endOverdue(std::chrono::steady_clock::now());
+  ASSERT_TRUE(next);
+  EXPECT_LE(*next, kLimits.halfCall);
+}
+
 TEST(ConnectionTable, setsTheAlarmOnceUntilNobodyWaits) {
   ConnectionTable table(10, kLimits);
   int alarms = 0;
