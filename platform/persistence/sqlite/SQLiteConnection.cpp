@@ -24,11 +24,13 @@ std::unique_ptr<SQLiteConnection> SQLiteConnection::open(const std::string& path
   // Nobody asks SQLite how much memory it uses, and counting takes a lock at every allocation. Only
   // the first call of a process counts.
   sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
+  auto logWrites = role == Role::kWriter ? std::make_unique<GatheredLogWrites>() : nullptr;
   sqlite3* database = nullptr;
-  const int result =
-      sqlite3_open_v2(path.c_str(), &database,
-                      SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE, nullptr);
-  std::unique_ptr<SQLiteConnection> connection(new SQLiteConnection(path, database));
+  const int result = sqlite3_open_v2(
+      path.c_str(), &database, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE,
+      logWrites == nullptr ? nullptr : logWrites->name().c_str());
+  std::unique_ptr<SQLiteConnection> connection(
+      new SQLiteConnection(path, std::move(logWrites), database));
   if (result != SQLITE_OK || !connection->configure(role)) {
     replaceError(error, connection->lastError());
     return nullptr;
@@ -36,8 +38,9 @@ std::unique_ptr<SQLiteConnection> SQLiteConnection::open(const std::string& path
   return connection;
 }
 
-SQLiteConnection::SQLiteConnection(std::string path, sqlite3* database)
-    : path_(std::move(path)), database_(database) {}
+SQLiteConnection::SQLiteConnection(std::string path, std::unique_ptr<GatheredLogWrites> logWrites,
+                                   sqlite3* database)
+    : path_(std::move(path)), logWrites_(std::move(logWrites)), database_(database) {}
 
 SQLiteConnection::~SQLiteConnection() {
   for (const auto& [sql, statement] : statements_) {

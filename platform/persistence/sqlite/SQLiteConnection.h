@@ -12,6 +12,7 @@
 
 #include "platform/foundation/Error.h"
 #include "platform/persistence/AttributeValue.h"
+#include "platform/persistence/sqlite/GatheredLogWrites.h"
 
 struct sqlite3;
 struct sqlite3_stmt;
@@ -101,10 +102,12 @@ class SQLiteConnection {
   sqlite3* handle() const { return database_; }
 
  private:
-  SQLiteConnection(std::string path, sqlite3* database);
+  SQLiteConnection(std::string path, std::unique_ptr<GatheredLogWrites> logWrites,
+                   sqlite3* database);
   bool configure(Role role);
 
   const std::string path_;
+  const std::unique_ptr<GatheredLogWrites> logWrites_;  ///< the writer's; stays until it is closed
   sqlite3* const database_;
   std::map<std::string, sqlite3_stmt*, std::less<>> statements_;
   int logPages_ = 0;

@@ -1,0 +1,167 @@
+// SPDX-License-Identifier: Apache-2.0
+// SQLite's own files with a buffer before the log's writes. Only a file that SQLite opens as a log
+// is wrapped; of all others it gets the real one.
+
+#include "platform/persistence/sqlite/GatheredLogWrites.h"
+
+#include <cstdint>
+#include <cstring>
+#include <new>
+#include <vector>
+
+#include <sqlite3.h>
+
+namespace velto {
+
+namespace {
+
+/// SQLite's files take less than 128 KiB in one write.
+constexpr std::size_t kMostGathered = (std::size_t{1} << 17) - 1;
+
+/// SQLite gives the memory: this, and the real file right after it.
+struct Log : sqlite3_file {
+  Log() : sqlite3_file{nullptr} {}
+
+  sqlite3_file* real() { return reinterpret_cast<sqlite3_file*>(this + 1); }
+  sqlite3_int64 end() const { return start + static_cast<sqlite3_int64>(gathered.size()); }
+
+  sqlite3_int64 start = 0;  ///< where in the file the gathered bytes belong
+  std::vector<char> gathered;
+};
+
+Log& logOf(sqlite3_file* base) {
+  return *static_cast<Log*>(base);
+}
+
+/// Writes what has been gathered. When it fails, that is kept for the next try: SQLite may go on
+/// with the transaction, whose earlier pages are among it.
+int write(Log& log) {
+  if (log.gathered.empty()) return SQLITE_OK;
+  sqlite3_file* const real = log.real();
+  const int result = real->pMethods->xWrite(real, log.gathered.data(),
+                                            static_cast<int>(log.gathered.size()), log.start);
+  if (result == SQLITE_OK) log.gathered.clear();
+  return result;
+}
+
+/// The sync of a commit. When its write fails, SQLite goes back to before the transaction, so
+/// nothing of it must reach the file later.
+int sync(sqlite3_file* base, int flags) {
+  Log& log = logOf(base);
+  const int result = write(log);
+  log.gathered.clear();
+  return result != SQLITE_OK ? result : log.real()->pMethods->xSync(log.real(), flags);
+}
+
+/// Calls the method of the real file, which has all that was written.
+template <auto kMethod, typename... Arguments>
+int afterWriting(sqlite3_file* base, Arguments... arguments) {
+  Log& log = logOf(base);
+  const int result = write(log);
+  return result != SQLITE_OK ? result : (log.real()->pMethods->*kMethod)(log.real(), arguments...);
+}
+
+/// Calls the method of the real file, which does not depend on what it holds.
+template <auto kMethod, typename... Arguments>
+int forward(sqlite3_file* base, Arguments... arguments) {
+  sqlite3_file* const real = logOf(base).real();
+  return (real->pMethods->*kMethod)(real, arguments...);
+}
+
+int gather(Log& log, const void* bytes, std::size_t length, sqlite3_int64 offset) {
+  if (log.gathered.empty()) log.start = offset;
+  const char* const first = static_cast<const char*>(bytes);
+  try {
+    log.gathered.insert(log.gathered.end(), first, first + length);
+  } catch (const std::bad_alloc&) {
+    return SQLITE_IOERR_NOMEM;
+  }
+  return SQLITE_OK;
+}
+
+int writeLater(sqlite3_file* base, const void* bytes, int length, sqlite3_int64 offset) {
+  Log& log = logOf(base);
+  const auto size = static_cast<std::size_t>(length);
+  if (offset != log.end() || log.gathered.size() + size > kMostGathered) {
+    if (const int result = write(log); result != SQLITE_OK) return result;
+  }
+  return gather(log, bytes, size, offset);
+}
+
+int closeLog(sqlite3_file* base) {
+  Log& log = logOf(base);
+  const int written = write(log);
+  const int result = log.real()->pMethods->xClose(log.real());
+  log.~Log();
+  return written != SQLITE_OK ? written : result;
+}
+
+/// A log needs no more: shared memory and mapping are of the database file.
+const sqlite3_io_methods kMethods = {
+    .iVersion = 1,
+    .xClose = closeLog,
+    .xRead = afterWriting<&sqlite3_io_methods::xRead, void*, int, sqlite3_int64>,
+    .xWrite = writeLater,
+    .xTruncate = afterWriting<&sqlite3_io_methods::xTruncate, sqlite3_int64>,
+    .xSync = sync,
+    .xFileSize = afterWriting<&sqlite3_io_methods::xFileSize, sqlite3_int64*>,
+    .xLock = forward<&sqlite3_io_methods::xLock, int>,
+    .xUnlock = forward<&sqlite3_io_methods::xUnlock, int>,
+    .xCheckReservedLock = forward<&sqlite3_io_methods::xCheckReservedLock, int*>,
+    .xFileControl = forward<&sqlite3_io_methods::xFileControl, int, void*>,
+    .xSectorSize = forward<&sqlite3_io_methods::xSectorSize>,
+    .xDeviceCharacteristics = forward<&sqlite3_io_methods::xDeviceCharacteristics>,
+    .xShmMap = nullptr,
+    .xShmLock = nullptr,
+    .xShmBarrier = nullptr,
+    .xShmUnmap = nullptr,
+    .xFetch = nullptr,
+    .xUnfetch = nullptr,
+};
+
+sqlite3_vfs& realOf(sqlite3_vfs* base) {
+  return *static_cast<sqlite3_vfs*>(base->pAppData);
+}
+
+int openFile(sqlite3_vfs* base, const char* name, sqlite3_file* memory, int flags, int* outFlags) {
+  sqlite3_vfs& real = realOf(base);
+  if ((flags & SQLITE_OPEN_WAL) == 0) return real.xOpen(&real, name, memory, flags, outFlags);
+  auto* const log = new (memory) Log;
+  const int result = real.xOpen(&real, name, log->real(), flags, outFlags);
+  if (result == SQLITE_OK) {
+    log->pMethods = &kMethods;
+  } else {
+    log->~Log();
+    memory->pMethods = nullptr;  // there is nothing to close
+  }
+  return result;
+}
+
+/// Calls the method of the real files with those.
+template <auto kMethod, typename... Arguments>
+int pass(sqlite3_vfs* base, Arguments... arguments) {
+  sqlite3_vfs& real = realOf(base);
+  return (real.*kMethod)(&real, arguments...);
+}
+
+}  // namespace
+
+GatheredLogWrites::GatheredLogWrites()
+    : name_("velto-" + std::to_string(reinterpret_cast<std::uintptr_t>(this))),
+      files_(std::make_unique<sqlite3_vfs>(*sqlite3_vfs_find(nullptr))) {
+  files_->pAppData = sqlite3_vfs_find(nullptr);
+  files_->pNext = nullptr;
+  files_->zName = name_.c_str();
+  files_->szOsFile += static_cast<int>(sizeof(Log));
+  files_->xOpen = openFile;
+  files_->xDelete = pass<&sqlite3_vfs::xDelete, const char*, int>;
+  files_->xAccess = pass<&sqlite3_vfs::xAccess, const char*, int, int*>;
+  files_->xFullPathname = pass<&sqlite3_vfs::xFullPathname, const char*, int, char*>;
+  sqlite3_vfs_register(files_.get(), 0);
+}
+
+GatheredLogWrites::~GatheredLogWrites() {
+  sqlite3_vfs_unregister(files_.get());
+}
+
+}  // namespace velto
