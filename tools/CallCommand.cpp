@@ -1,19 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/CallCommand.h"
 
-#include <algorithm>
+#include <cstddef>
 #include <istream>
 #include <iterator>
 #include <optional>
 #include <ostream>
 #include <string_view>
 
-#include <boost/json/serialize.hpp>
 #include <boost/json/value.hpp>
 #include <fmt/ostream.h>
 
-#include "client/ClientConnection.h"
+#include <velto/Client.h>
+
 #include "platform/connection/JSONReader.h"
+#include "platform/foundation/Error.h"
 #include "platform/foundation/Paths.h"
 #include "tools/PrettyJSON.h"
 
@@ -22,9 +23,8 @@ namespace {
 
 namespace json = boost::json;
 
-std::string socketPath() {
-  return rootedPath(fmt::format("{}/{}", kServiceSocketDirectory, VLAlertsXPCServiceName));
-}
+/// What the client library reads.
+constexpr std::size_t kMaximumReplyDepth = 256;
 
 std::string fullName(const std::string& method) {
   if (method.find('.') != std::string::npos) return method;
@@ -36,37 +36,40 @@ bool isObject(std::string_view text) {
   return value && value->is_object();
 }
 
-/// The string at `key`, empty when there is none.
-std::string_view stringAt(const json::object& object, std::string_view key) {
-  const json::value* value = object.if_contains(key);
-  return value != nullptr && value->is_string() ? std::string_view(value->get_string())
-                                                : std::string_view();
+/// Calls, and prints each reply's parameters.
+std::optional<alerts::Error> call(alerts::Client& client, const CallCommand& command,
+                                  const std::string& parameters, std::ostream& output) {
+  const auto print = [&output](const std::string& text) {
+    if (const auto reply = readJSON(text, {}, kMaximumReplyDepth)) {
+      fmt::print(output, "{}\n", prettyJSON(*reply));
+    }
+    return true;
+  };
+  if (command.more) return client.call(fullName(command.method), parameters, print).error;
+  const auto outcome = client.call(fullName(command.method), parameters);
+  if (outcome.value) print(*outcome.value);
+  return outcome.error;
 }
 
-/// The daemon's words on an error that came in a reply's `error`.
-std::string describe(const json::object& error) {
-  const json::value* code = error.if_contains("code");
-  const std::string name = fmt::format("{} {}", stringAt(error, "domain"),
-                                       code == nullptr ? "" : json::serialize(*code));
-  const json::value* information = error.if_contains("userInfo");
-  const std::string_view description =
-      information != nullptr && information->is_object()
-          ? stringAt(information->get_object(), "NSLocalizedDescription")
-          : std::string_view();
-  return description.empty() ? name : fmt::format("{} ({})", description, name);
+bool isAnswer(const alerts::Error& error) {
+  return error.domain != alerts::kClientDomain;
 }
 
-/// Prints one reply, and its error if it has one.
-ExitStatus print(const ClientReply& reply, std::ostream& output, std::ostream& errors) {
-  if (!reply.error.empty()) {
-    fmt::print(errors, "alertsctl: {} {}\n", reply.error, json::serialize(reply.parameters));
-    return kExitRefused;
+/// Why the call failed, in one line.
+std::string describe(const alerts::Error& error) {
+  switch (error.kind) {
+    case alerts::ErrorKind::kService: {
+      const std::string name = fmt::format("{} {}", error.domain, error.code);
+      return error.information.contains(NSLocalizedDescriptionKey)
+                 ? fmt::format("{} ({})", error.description, name)
+                 : name;
+    }
+    case alerts::ErrorKind::kNoDaemon:
+      return error.description + "; is alertsd running?";
+    default:
+      return isAnswer(error) ? fmt::format("{} ({})", error.description, error.domain)
+                             : error.description;
   }
-  fmt::print(output, "{}\n", prettyJSON(reply.parameters));
-  const json::value* error = reply.parameters.if_contains("error");
-  if (error == nullptr || !error->is_object()) return kExitSuccess;
-  fmt::print(errors, "alertsctl: {}\n", describe(error->get_object()));
-  return kExitRefused;
 }
 
 ExitStatus fail(std::ostream& errors, std::string_view why) {
@@ -82,21 +85,13 @@ ExitStatus CallCommand::run(std::istream& input, std::ostream& output, std::ostr
   if (!text.empty() && !isObject(text)) {
     return fail(errors, "the parameters are no JSON object");
   }
-
-  std::optional<Error> error;
-  const auto connection = ClientConnection::connect(socketPath(), &error);
-  if (connection == nullptr) {
-    return fail(errors, error->localizedDescription() + "; is alertsd running?");
-  }
-  ExitStatus status = kExitSuccess;
-  const auto receiver = [&](const ClientReply& reply) {
-    status = std::max(status, print(reply, output, errors));
-  };
-  const ReplyMode mode = more ? ReplyMode::kPieces : ReplyMode::kOne;
-  if (!connection->call(fullName(method), text, mode, receiver, &error)) {
-    return fail(errors, error->localizedDescription());
-  }
-  return output.flush() ? status : fail(errors, "cannot write the reply");
+  // As long as it takes: whoever waits can see, and interrupt it.
+  alerts::Client client({.timeLimit = std::nullopt});
+  const auto error = call(client, *this, text, output);
+  if (error) fail(errors, describe(*error));
+  if (error && !isAnswer(*error)) return kExitFailure;
+  if (!output.flush()) return fail(errors, "cannot write the reply");
+  return error ? kExitRefused : kExitSuccess;
 }
 
 }  // namespace velto

@@ -1,16 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/connection/VarlinkClient.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <fcntl.h>
+#include <limits>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <system_error>
 
 #include "platform/foundation/JSONText.h"
-#include "platform/foundation/TimerDescriptor.h"
 
 namespace velto {
 namespace {
@@ -23,6 +25,10 @@ void fail(ErrorSlot error, int code, std::string_view why) {
 
 void failSystemCall(ErrorSlot error, int errorNumber) {
   fail(error, errorNumber, std::generic_category().message(errorNumber));
+}
+
+void failTimedOut(ErrorSlot error) {
+  fail(error, kVarlinkTimedOutErrorCode, "the service does not answer");
 }
 
 /// A socket to connect. The kernel waits for a place in the service's queue only as long as the
@@ -59,19 +65,14 @@ std::unique_ptr<VarlinkClient> VarlinkClient::connect(const std::string& path, c
   }
   path.copy(address.sun_path, path.size());
 
-  FileDescriptor timer = limits.time ? timerExpiringAfter(*limits.time) : FileDescriptor();
-  if (limits.time && !timer.isOpen()) {
-    failSystemCall(error, errno);
-    return nullptr;
-  }
   const bool waitsInPoll = limits.time || limits.cancelSignal >= 0;
   FileDescriptor socket = socketToConnect(waitsInPoll);
   if (!socket.isOpen()) {
     failSystemCall(error, errno);
     return nullptr;
   }
-  std::unique_ptr<VarlinkClient> client(
-      new VarlinkClient(std::move(socket), std::move(timer), limits));
+  std::unique_ptr<VarlinkClient> client(new VarlinkClient(std::move(socket), limits));
+  if (limits.time) client->setDeadline(std::chrono::steady_clock::now() + *limits.time);
   if (!client->connectTo(address, error)) {
     return nullptr;
   }
@@ -116,6 +117,11 @@ std::optional<std::string_view> VarlinkClient::receive(ErrorSlot error) {
   while (!reply) {
     if (!receiveMore(error)) return std::nullopt;
     reply = input_.next();
+    // Here as well: a service that goes on and on is never waited for.
+    if (!reply && hasExpired()) {
+      failTimedOut(error);
+      return std::nullopt;
+    }
   }
   return reply;
 }
@@ -151,23 +157,40 @@ bool VarlinkClient::waitAfter(int errorNumber, short events, ErrorSlot error) co
   return wait(events, -1, error);
 }
 
+bool VarlinkClient::hasExpired() const {
+  return deadline_ && std::chrono::steady_clock::now() >= *deadline_;
+}
+
+/// How long poll may wait, `atMost` so long unless that is negative.
+int VarlinkClient::millisecondsLeft(int atMost) const {
+  if (!deadline_) return atMost;
+  const auto left =
+      std::chrono::ceil<std::chrono::milliseconds>(*deadline_ - std::chrono::steady_clock::now());
+  const auto most = atMost < 0 ? std::numeric_limits<int>::max() : atMost;
+  return static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, most));
+}
+
 /// Waits for the socket's events, at most `timeout` milliseconds unless it is negative; false when
 /// there is no waiting any more.
 bool VarlinkClient::wait(short events, int timeout, ErrorSlot error) const {
-  std::array<pollfd, 3> waits = {
-      {{socket_.get(), events, 0}, {timer_.get(), POLLIN, 0}, {limits_.cancelSignal, POLLIN, 0}}};
-  while (::poll(waits.data(), waits.size(), timeout) < 0) {
+  std::array<pollfd, 2> waits = {{{socket_.get(), events, 0}, {limits_.cancelSignal, POLLIN, 0}}};
+  while (::poll(waits.data(), waits.size(), millisecondsLeft(timeout)) < 0) {
     // Interrupted; with these arguments there is no other failure.
   }
-  if (waits[2].revents != 0) {
+  if (waits[1].revents != 0) {
     fail(error, kVarlinkCancelledErrorCode, "the request was given up");
     return false;
   }
-  if (waits[1].revents != 0) {
-    fail(error, kVarlinkTimedOutErrorCode, "the service does not answer");
+  if (hasExpired()) {
+    failTimedOut(error);
     return false;
   }
   return true;
+}
+
+bool VarlinkClient::isStale() const {
+  pollfd wait{socket_.get(), POLLIN, 0};
+  return input_.size() != 0 || ::poll(&wait, 1, 0) != 0;
 }
 
 }  // namespace velto

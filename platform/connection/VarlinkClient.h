@@ -36,6 +36,8 @@ enum class ReplyMode {
 /// connection is of no further use. One thread at a time.
 class VarlinkClient {
  public:
+  using Deadline = std::chrono::steady_clock::time_point;
+
   struct Limits {
     /// The most bytes that a reply may have.
     std::size_t replySize;
@@ -56,18 +58,30 @@ class VarlinkClient {
   /// the next operation.
   std::optional<std::string_view> receive(ErrorSlot error);
 
+  /// By when what follows has to be done, in place of the limit before; without, it may take as
+  /// long as it likes. For a client with a time limit or a cancel signal alone: any other waits in
+  /// its system calls. Receiving that ran out of time may be tried again.
+  void setDeadline(std::optional<Deadline> deadline) { deadline_ = deadline; }
+  /// Whether there is something to receive between calls: the service has hung up, or speaks
+  /// unasked. Such a connection is of no use for another call.
+  bool isStale() const;
+  /// The socket, to be polled.
+  int descriptor() const { return socket_.get(); }
+
  private:
-  VarlinkClient(FileDescriptor socket, FileDescriptor timer, const Limits& limits)
-      : limits_(limits), timer_(std::move(timer)), socket_(std::move(socket)) {}
+  VarlinkClient(FileDescriptor socket, const Limits& limits)
+      : limits_(limits), socket_(std::move(socket)) {}
 
   bool connectTo(const sockaddr_un& address, ErrorSlot error) const;
   bool receiveMore(ErrorSlot error);
+  bool hasExpired() const;
+  int millisecondsLeft(int atMost) const;
   bool waitAfter(int errorNumber, short events, ErrorSlot error) const;
   bool wait(short events, int timeout, ErrorSlot error) const;
 
   const Limits limits_;
-  const FileDescriptor timer_;  ///< readable when time is up; not open without a limit
   const FileDescriptor socket_;
+  std::optional<Deadline> deadline_;
   MessageBuffer input_;
 };
 

@@ -26,12 +26,15 @@ MAY_INCLUDE = {
     "daemon": {"platform/foundation", "platform/persistence", "platform/identity",
                "platform/connection", "platform/events", "platform/push", "alerts", "protocol",
                "store", "delivery"},
-    "client": {"platform/foundation", "platform/connection"},
-    "tools": {"platform/foundation", "platform/connection", "client"},
+    "client/velto": set(),
+    "client/examples": {"client/velto"},
+    "client": {"platform/foundation", "platform/propertylist", "platform/connection",
+               "client/velto"},
+    "tools": {"platform/foundation", "platform/connection", "client/velto"},
     "bundles": {"platform/foundation", "alerts/velto"},
 }
 # Where the compiler looks for an include, besides the folder of the file itself.
-_INCLUDE_FOLDERS = ("", "alerts")
+_INCLUDE_FOLDERS = ("", "alerts", "client")
 
 
 def _row(path):

@@ -6,6 +6,14 @@ import collections
 from .tree import problem
 
 
+# The interface of the client library has types of its own for what the system has others for.
+_NAMESPACES_OF_THEIR_OWN = ("velto::alerts",)
+
+
+def _namespace(tag):
+    return tag.scope if tag.scope in _NAMESPACES_OF_THEIR_OWN else "velto"
+
+
 def _is_type_of_header(tag):
     """Whether the tag is a type that others can use by its name alone."""
     return (tag.path.suffix == ".h" and tag.kind != "function" and tag.scope_kind == "namespace"
@@ -15,7 +23,7 @@ def _is_type_of_header(tag):
 def problems(tags):
     homes = collections.defaultdict(list)
     for tag in filter(_is_type_of_header, tags):
-        homes[tag.name].append(tag)
+        homes[_namespace(tag), tag.name].append(tag)
     for first, *others in homes.values():
         for tag in others:
             yield problem(tag.path, tag.line,

@@ -180,6 +180,46 @@ TEST_F(VarlinkClientTest, TakesWhatIsThereHoweverLate) {
   EXPECT_EQ(client_->receive(nullptr), "{}");
 }
 
+TEST_F(VarlinkClientTest, ADeadlineHoldsFromNowOnAndReceivingMayBeTriedAgain) {
+  connect({.replySize = 10, .cancelSignal = signal_.get()});
+  client_->setDeadline(std::chrono::steady_clock::now());
+  answer("on");
+  EXPECT_EQ(errorOfReceiving()->code, kVarlinkTimedOutErrorCode);
+  client_->setDeadline(std::nullopt);
+  auto reply = std::async(std::launch::async, [&] {
+    const auto text = client_->receive(nullptr);
+    return std::string(text.value_or("nothing"));
+  });
+  answer("e\0"s);
+  EXPECT_EQ(reply.get(), "one");
+}
+
+TEST_F(VarlinkClientTest, TimeIsUpAlsoForAServiceThatGoesOnAndOn) {
+  connect({.replySize = std::size_t{1} << 40, .cancelSignal = signal_.get()});
+  auto flood = std::async(std::launch::async, [this] {
+    const std::string bytes(100000, 'x');
+    while (::send(service_.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL) > 0) {
+    }
+  });
+  client_->setDeadline(std::chrono::steady_clock::now() + 20ms);
+  EXPECT_EQ(errorOfReceiving()->code, kVarlinkTimedOutErrorCode);
+  client_.reset();
+  flood.get();
+}
+
+TEST_F(VarlinkClientTest, AConnectionIsStaleWhenThereIsSomethingUnasked) {
+  connect();
+  EXPECT_FALSE(client_->isStale());
+  answer("one\0two\0"s);
+  EXPECT_TRUE(client_->isStale());
+  EXPECT_EQ(client_->receive(nullptr), "one");
+  EXPECT_TRUE(client_->isStale());
+  EXPECT_EQ(client_->receive(nullptr), "two");
+  EXPECT_FALSE(client_->isStale());
+  hangUp();
+  EXPECT_TRUE(client_->isStale());
+}
+
 TEST_F(VarlinkClientTest, WaitsForAPlaceInAFullQueue) {
   const auto waiting = fillQueue();
   auto outcome = std::async(std::launch::async, [this] {

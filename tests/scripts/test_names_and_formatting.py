@@ -15,7 +15,8 @@ def test_a_type_whose_name_is_taken_is_refused(tree, definition):
 
 
 @pytest.mark.parametrize("definition", [
-    "struct Date;", "class Clock {\n  struct Date {};\n};", "template <>\nstruct Date<int> {};"])
+    "struct Date;", "namespace velto::alerts {\nstruct Date {};\n}  // namespace velto::alerts",
+    "class Clock {\n  struct Date {};\n};", "template <>\nstruct Date<int> {};"])
 def test_what_is_not_another_type_of_the_name_is_allowed(tree, definition):
     tree.write("tests/support/FakeDate.h", definition + "\n")
     assert not tree.problems()

@@ -109,7 +109,9 @@ TEST_F(ServedCallCommandTest, takesAnAbsentErrorForSuccess) {
 TEST_F(ServedCallCommandTest, tellsTheErrorOfACallThatWasNotCarriedOut) {
   EXPECT_EQ(run({.method = "Nothing", .parameters = "{}"}), kExitRefused);
   EXPECT_EQ(output_.str(), "");
-  EXPECT_THAT(errors_.str(), HasSubstr("alertsctl: org.varlink.service.MethodNotFound "));
+  EXPECT_EQ(errors_.str(),
+            "alertsctl: The service has no method com.ulmora.velto.AlertsDaemon.Nothing. "
+            "(org.varlink.service.MethodNotFound)\n");
 }
 
 TEST_F(ServedCallCommandTest, printsEveryPiece) {

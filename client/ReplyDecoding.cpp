@@ -1,0 +1,112 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "client/ReplyDecoding.h"
+
+#include <utility>
+#include <variant>
+
+#include "platform/foundation/Base64.h"
+#include "platform/propertylist/PropertyListJSON.h"
+
+namespace velto::alerts {
+namespace {
+
+namespace json = boost::json;
+
+/// The service's own value as the library's.
+Value valueOf(const PropertyList& list) {
+  return list.visit([](const auto& held) -> Value {
+    using Held = std::decay_t<decltype(held)>;
+    if constexpr (std::is_same_v<Held, std::monostate>) {
+      return {};
+    } else if constexpr (std::is_same_v<Held, velto::Date>) {
+      return Date(held.secondsSinceReference());
+    } else if constexpr (std::is_same_v<Held, velto::Data>) {
+      return held.bytes();
+    } else if constexpr (std::is_same_v<Held, PropertyList::Array>) {
+      Value::Array array;
+      array.reserve(held.size());
+      for (const PropertyList& element : held) {
+        array.push_back(valueOf(element));
+      }
+      return array;
+    } else if constexpr (std::is_same_v<Held, PropertyList::Dictionary>) {
+      Value::Dictionary dictionary;
+      for (const auto& [key, value] : held) {
+        dictionary.emplace(key, valueOf(value));
+      }
+      return dictionary;
+    } else {
+      return held;
+    }
+  });
+}
+
+}  // namespace
+
+bool decode(const json::value& json, bool& value) {
+  if (json.is_bool()) value = json.get_bool();
+  return json.is_bool();
+}
+
+bool decode(const json::value& json, std::int64_t& value) {
+  if (json.is_int64()) value = json.get_int64();
+  return json.is_int64();
+}
+
+bool decode(const json::value& json, std::string& value) {
+  if (json.is_string()) value = json.get_string();
+  return json.is_string();
+}
+
+bool decode(const json::value& json, Date& value) {
+  if (json.is_number()) value = Date(json.to_number<double>());
+  return json.is_number();
+}
+
+bool decode(const json::value& json, Data& value) {
+  auto data = json.is_string() ? base64Decoded(json.get_string()) : std::nullopt;
+  if (data) value = data->bytes();
+  return data.has_value();
+}
+
+bool decode(const json::value& json, Value::Dictionary& value) {
+  const auto list = propertyListFromJSON(json);
+  if (!list || list->dictionary() == nullptr) return false;
+  value = std::move(*valueOf(*list).get<Value::Dictionary>());
+  return true;
+}
+
+bool decode(const json::value& json, Alert& value) {
+  const json::object* object = json.if_object();
+  return object != nullptr && decodeMember(*object, "identifier", value.identifier) &&
+         decodeMember(*object, "type", value.type) &&
+         decodeMember(*object, "bundle", value.bundle) &&
+         decodeMember(*object, "creationDate", value.creationDate) &&
+         decodeMember(*object, "sentDate", value.sentDate) &&
+         decodeMember(*object, "readDate", value.readDate) &&
+         decodeMember(*object, "resolvedDate", value.resolvedDate) &&
+         decodeMember(*object, "attributes", value.attributes);
+}
+
+bool decode(const json::value& json, BundleSettings& value) {
+  const json::object* object = json.if_object();
+  return object != nullptr && decodeMember(*object, "name", value.name) &&
+         decodeMember(*object, "pushEnabled", value.pushEnabled) &&
+         decodeMember(*object, "mailEnabled", value.mailEnabled);
+}
+
+bool decode(const json::value& json, MailRecipient& value) {
+  const json::object* object = json.if_object();
+  return object != nullptr && decodeMember(*object, "address", value.address) &&
+         decodeMember(*object, "locale", value.locale);
+}
+
+bool decode(const json::value& json, PushRecipient& value) {
+  const json::object* object = json.if_object();
+  return object != nullptr && decodeMember(*object, "guid", value.guid) &&
+         decodeMember(*object, "token", value.token) && decodeMember(*object, "name", value.name) &&
+         decodeMember(*object, "locale", value.locale) &&
+         decodeMember(*object, "enabled", value.enabled);
+}
+
+}  // namespace velto::alerts
