@@ -53,6 +53,8 @@ add_custom_command(
   COMMAND_EXPAND_LISTS VERBATIM)
 add_custom_target(vlalerts_static ALL DEPENDS ${VLALERTS_STATIC})
 
+# The package can be moved, and installed elsewhere than it was configured for.
+file(RELATIVE_PATH VLALERTS_PREFIX ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 configure_file(vlalerts.pc.in vlalerts.pc @ONLY)
 configure_package_config_file(
   vlalertsConfig.cmake.in vlalertsConfig.cmake
