@@ -65,8 +65,7 @@ Outcome<Changes> Follower::next(std::optional<std::chrono::milliseconds> timeLim
     return {.error = localError(ErrorKind::kClosed, "this was closed by the program")};
   }
   if (parts_->end) return {.error = parts_->end};
-  parts_->connection->setDeadline(
-      timeLimit ? std::optional(std::chrono::steady_clock::now() + *timeLimit) : std::nullopt);
+  parts_->connection->setDeadline(deadlineAfter(timeLimit));
   std::optional<velto::Error> failure;
   const auto message = parts_->connection->receive(&failure);
   Outcome<Changes> outcome;

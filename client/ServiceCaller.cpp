@@ -76,9 +76,7 @@ ServiceCaller::ServiceCaller(ClientOptions options)
                                               : std::move(options.socketPath)) {}
 
 std::optional<VarlinkClient::Deadline> ServiceCaller::deadline(const CallOptions& options) const {
-  const auto limit = options.timeLimit ? options.timeLimit : timeLimit_;
-  if (!limit) return std::nullopt;
-  return std::chrono::steady_clock::now() + *limit;
+  return deadlineAfter(options.timeLimit ? options.timeLimit : timeLimit_);
 }
 
 /// Makes the call over the connection, and keeps that when it is of further use.

@@ -27,6 +27,14 @@ std::optional<std::chrono::milliseconds> timeUntil(
 
 }  // namespace
 
+std::optional<VarlinkClient::Deadline> deadlineAfter(
+    std::optional<std::chrono::milliseconds> timeLimit) {
+  // The clock counts nanoseconds, of which a number of milliseconds may be too many.
+  constexpr auto kForever = std::chrono::hours(24 * 365 * 100);
+  if (!timeLimit || *timeLimit > kForever) return std::nullopt;
+  return std::chrono::steady_clock::now() + std::max(*timeLimit, std::chrono::milliseconds(0));
+}
+
 std::unique_ptr<VarlinkClient> connectToService(const std::string& path, int cancelSignal,
                                                 std::optional<VarlinkClient::Deadline> deadline,
                                                 std::optional<Error>& error) {

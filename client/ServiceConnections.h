@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
@@ -44,6 +45,10 @@ class ServiceConnections {
   Mutex mutex_;
   std::vector<std::unique_ptr<VarlinkClient>> idle_ VELTO_GUARDED_BY(mutex_);
 };
+
+/// The moment when so much time is up; none without a limit, or for one that nobody lives to see.
+std::optional<VarlinkClient::Deadline> deadlineAfter(
+    std::optional<std::chrono::milliseconds> timeLimit);
 
 /// Connects to the service at `path`; what then waits is ended by `cancelSignal`.
 std::unique_ptr<VarlinkClient> connectToService(const std::string& path, int cancelSignal,

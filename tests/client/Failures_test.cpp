@@ -147,6 +147,15 @@ TEST_F(Failures, AReplyWithoutEndOrAfterTheTimeIsATimeOut) {
   EXPECT_TRUE(none.error->mayHaveBeenCarriedOut);
 }
 
+TEST_F(Failures, AnyLimitIsATimeThatCanBeWaitedFor) {
+  serve({{Answer{{reply("{}")}}, Answer{}}});
+  Client client({.socketPath = service_->path(), .timeLimit = std::chrono::milliseconds::max()});
+  EXPECT_TRUE(client.postAlert({}));
+  for (const auto limit : {0ms, std::chrono::milliseconds::min()}) {
+    EXPECT_EQ(client.postAlert({}, {.timeLimit = limit}).error->kind, ErrorKind::kTimedOut);
+  }
+}
+
 TEST_F(Failures, ALateReplyIsNotTakenForThatOfAnotherCall) {
   serve({{Answer{}, Answer{{reply(R"({"names":["late"]})")}}},
          {Answer{{reply(R"({"names":["mine"]})")}}}});

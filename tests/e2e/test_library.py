@@ -6,6 +6,7 @@ import pathlib
 import re
 import shlex
 import subprocess
+import textwrap
 
 import pytest
 from velto.system import BUILD
@@ -171,3 +172,15 @@ def test_without_a_daemon_the_examples_say_so(system, examples):
         result = system.run(examples / program, *arguments)
         assert result.returncode == 1
         assert f"cannot connect to {system.socket_path}: No such file" in result.stderr
+
+
+def test_the_code_in_the_documentation_is_that_of_the_examples():
+    text = (ROOT / "docs/client.md").read_text()
+    blocks = [textwrap.dedent(block).strip("\n")
+              for block in re.findall(r"(?:^(?: {4}.*|)\n)+", text, re.M) if block.strip()]
+    assert len(blocks) == 3
+    # Within the main function of an example, two columns in.
+    examples = [textwrap.dedent(path.read_text()) for path in EXAMPLES.glob("*.c*")]
+    for block in blocks:
+        indented = textwrap.indent(block, "  ")
+        assert any(indented in example for example in examples), block
