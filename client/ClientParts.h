@@ -15,9 +15,6 @@
 
 namespace velto::alerts {
 
-inline constexpr std::string_view kDaemonInterface = "com.ulmora.velto.AlertsDaemon.";
-inline constexpr std::string_view kMonitorInterface = "com.ulmora.velto.AlertsMonitor.";
-
 /// Whether a call changes anything.
 enum class Effect { kReads, kChanges };
 

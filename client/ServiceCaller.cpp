@@ -48,8 +48,11 @@ bool ServiceCaller::Exchange::takeReply(ReplyMessage reply) {
     isOver = !reply.continues;
     return false;
   }
-  bool isUnderstood = false;
-  error = serviceError(reply.parameters, isUnderstood);
+  bool isUnderstood = true;
+  error.reset();
+  if (call.method.starts_with(kDaemonInterface)) {
+    error = serviceError(reply.parameters, isUnderstood);
+  }
   const Taken taken = isUnderstood ? take(reply.parameters) : Taken::kNotUnderstood;
   if (taken == Taken::kNotUnderstood) {
     return fail(localError(ErrorKind::kBadReply,
@@ -104,12 +107,12 @@ std::optional<Error> ServiceCaller::call(const ServiceCall& call, const ReplyTak
 
   const bool mayBeCarriedOut = error->mayHaveBeenCarriedOut;
   connection = connections_.connect(until, error);
-  if (connection == nullptr) {
-    error->mayHaveBeenCarriedOut = mayBeCarriedOut;
-    return error;
+  if (connection != nullptr) {
+    Exchange second{.call = call, .take = take};
+    error = attempt(second, std::move(connection));
   }
-  Exchange second{.call = call, .take = take};
-  error = attempt(second, std::move(connection));
+  // Where the second attempt has no answer either, the first may still have been carried out.
+  if (error && error->domain == kClientDomain) error->mayHaveBeenCarriedOut |= mayBeCarriedOut;
   return error;
 }
 

@@ -17,6 +17,9 @@
 
 namespace velto::alerts {
 
+inline constexpr std::string_view kDaemonInterface = "com.ulmora.velto.AlertsDaemon.";
+inline constexpr std::string_view kMonitorInterface = "com.ulmora.velto.AlertsMonitor.";
+
 /// A call as it is made.
 struct ServiceCall {
   std::string method;           ///< the full name

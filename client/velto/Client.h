@@ -148,7 +148,8 @@ class VELTO_API Client {
   // Any other method.
 
   /// Calls a method by its full name with the text of a JSON object, or none. The value is the text
-  /// of the reply's parameters; an `error` in them that is the service's is the outcome's as well.
+  /// of the reply's parameters. What they tell as `error`, for one of the 26, is the outcome's
+  /// error.
   Outcome<std::string> call(const std::string& method, const std::string& parameters,
                             const CallOptions& options = {});
   /// The same with `more`: every reply as it comes.

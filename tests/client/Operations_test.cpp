@@ -245,6 +245,7 @@ TEST_F(Replies, HoldSettingsAndRecipients) {
 TEST_F(Replies, OfAnyMethodAreText) {
   const auto outcome = clientOf({reply(R"({"a":[1,"é"],"b":1.5})")}).call("x.y.Z", "{}");
   EXPECT_EQ(outcome.value, "{\"a\":[1,\"é\"],\"b\":1.5E0}");
+  EXPECT_TRUE(clientOf({reply(R"({"error":"what it means elsewhere"})")}).call("x.y.Z", "{}"));
   std::vector<std::string> texts;
   const auto collect = [&texts](const std::string& text) {
     texts.push_back(text);

@@ -85,6 +85,15 @@ TEST_F(Reconnecting, ARepeatedCallThatFindsNobodyMayStillHaveBeenCarriedOut) {
   EXPECT_TRUE(outcome.error->mayHaveBeenCarriedOut);
 }
 
+TEST_F(Reconnecting, TheSecondAttemptDoesNotMakeTheFirstUndone) {
+  serve({{kLost}, {}});  // the second is not even sent whole
+  const std::string large(4000000, 'x');
+  const auto outcome = client_.postAlert({.type = large}, {.mayBeRepeated = true});
+  ASSERT_TRUE(outcome.error);
+  EXPECT_THAT(outcome.error->description, HasSubstr("cannot send"));
+  EXPECT_TRUE(outcome.error->mayHaveBeenCarriedOut);
+}
+
 TEST_F(Reconnecting, HalfACallIsRepeatedSinceItWasNeverCarriedOut) {
   // The first connection is hung up on before anything of the call is read.
   const std::string large(4000000, 'x');
