@@ -88,7 +88,7 @@ template <typename... Arguments>
 ProtocolMethod row(std::string_view selector, std::string_view wireName,
                    Names<sizeof...(Arguments) - 1> names,
                    void (VLAlertsDaemon::*operation)(Arguments...), std::string_view result = {},
-                   bool isQuick = false) {
+                   Pace pace = Pace::kUsual) {
   return {selector, wireName,
           [names, operation, result](const Invocation& invocation, ReplyPromise promise) {
             auto wrong = unknownParameter(invocation.parameters, names);
@@ -103,33 +103,32 @@ ProtocolMethod row(std::string_view selector, std::string_view wireName,
               perform(invocation, std::move(promise), result, operation, arguments);
             }
           },
-          isQuick};
+          pace};
 }
 
 std::vector<ProtocolMethod> methodTable() {
   using D = VLAlertsDaemon;
-  constexpr bool kQuick = true;
   return {
       row("getAttributesWithCallback:", "GetAttributes", {}, &D::getAttributes, "attributes",
-          kQuick),
+          Pace::kQuick),
       row("setAttributes:callback:", "SetAttributes", {"attributes"}, &D::setAttributes),
-      row("postAlert:callback:", "PostAlert", {"alert"}, &D::postAlert),
+      row("postAlert:callback:", "PostAlert", {"alert"}, &D::postAlert, {}, Pace::kWaits),
       row("saveAlerts:callback:", "SaveAlerts", {"alerts"}, &D::saveAlerts),
       row("markAlertAsReadWithAlertId:callback:", "MarkAlertAsReadWithAlertId", {"alertId"},
           &D::markAlertAsReadWithAlertId),
       row("markAlertAsResolvedWithAlertId:callback:", "MarkAlertAsResolvedWithAlertId", {"alertId"},
           &D::markAlertAsResolvedWithAlertId),
       row("performRecoveryAction:forAlertId:callback:", "PerformRecoveryAction",
-          {"action", "alertId"}, &D::performRecoveryAction),
+          {"action", "alertId"}, &D::performRecoveryAction, {}, Pace::kWaits),
       row("getAlertsFromDate:toDate:callback:", "GetAlertsFromDate", {"fromDate", "toDate"},
-          &D::getAlertsFromDate, "alerts"),
+          &D::getAlertsFromDate, "alerts", Pace::kWaits),
       row("getAlertsOfType:callback:", "GetAlertsOfType", {"type"}, &D::getAlertsOfType, "alerts"),
       row("getAlertsOfBundle:callback:", "GetAlertsOfBundle", {"bundle"}, &D::getAlertsOfBundle,
           "alerts"),
       row("getLastAlertOfType:callback:", "GetLastAlertOfType", {"type"}, &D::getLastAlertOfType,
-          "alert", kQuick),
+          "alert", Pace::kQuick),
       row("getLastAlertOfBundle:callback:", "GetLastAlertOfBundle", {"bundle"},
-          &D::getLastAlertOfBundle, "alert", kQuick),
+          &D::getLastAlertOfBundle, "alert", Pace::kQuick),
       row("deleteAlertsBeforeDate:callback:", "DeleteAlertsBeforeDate", {"date"},
           &D::deleteAlertsBeforeDate, "count"),
       row("deleteAlertsWithIds:callback:", "DeleteAlertsWithIds", {"alertIds"},
@@ -139,19 +138,19 @@ std::vector<ProtocolMethod> methodTable() {
       row("enableAlertBundle:callback:", "EnableAlertBundle", {"bundle"}, &D::enableAlertBundle),
       row("disableAlertBundle:callback:", "DisableAlertBundle", {"bundle"}, &D::disableAlertBundle),
       row("getAlertBundleNamesWithCallback:", "GetAlertBundleNames", {}, &D::getAlertBundleNames,
-          "names", kQuick),
+          "names", Pace::kQuick),
       row("getAlertBundleSettingsWithCallback:", "GetAlertBundleSettings", {},
-          &D::getAlertBundleSettings, "settings", kQuick),
+          &D::getAlertBundleSettings, "settings", Pace::kQuick),
       row("setAlertBundleSettings:callback:", "SetAlertBundleSettings", {"settings"},
           &D::setAlertBundleSettings),
       row("getMailRecipientsWithCallback:", "GetMailRecipients", {}, &D::getMailRecipients,
-          "recipients", kQuick),
+          "recipients", Pace::kQuick),
       row("setMailRecipients:callback:", "SetMailRecipients", {"recipients"},
           &D::setMailRecipients),
       row("addMailRecipients:callback:", "AddMailRecipients", {"recipients"},
           &D::addMailRecipients),
       row("getPushRecipientsWithCallback:", "GetPushRecipients", {}, &D::getPushRecipients,
-          "recipients", kQuick),
+          "recipients", Pace::kQuick),
       row("setPushRecipients:callback:", "SetPushRecipients", {"recipients"},
           &D::setPushRecipients),
       row("addPushRecipients:callback:", "AddPushRecipients", {"recipients"},

@@ -16,8 +16,8 @@ constexpr rlim_t kReserve = 128;
 
 }  // namespace
 
-ConnectionTable::Entry::Entry(ConnectionTable& table, uid_t user, int socket)
-    : table_(table), user_(user), socket_(socket) {
+ConnectionTable::Entry::Entry(ConnectionTable& table, uid_t user, int socket, Owner* owner)
+    : table_(table), user_(user), socket_(socket), owner_(owner) {
   const MutexLock lock(table_.mutex_);
   User& own = table_.users_[user_];
   place_ = own.connections.insert(own.connections.end(), this);
@@ -124,6 +124,7 @@ void ConnectionTable::giveUpOneFor(User& newcomer) {
 /// Whoever serves it finds the client gone, and closes the socket.
 void ConnectionTable::giveUp(Entry& entry) {
   ::shutdown(entry.socket_, SHUT_RDWR);
+  if (entry.owner_ != nullptr) entry.owner_->giveUp();
   remove(entry);
 }
 

@@ -34,11 +34,19 @@ class ConnectionTable {
   /// What a connection waits for.
   enum class Waits { kForNothing, kForRestOfCall, kForTaking };
 
+  /// Who has a connection, and is to close it when it is given up.
+  class Owner {
+   public:
+    virtual ~Owner() = default;
+    /// The socket has been shut down. Called on any thread, under the table's lock.
+    virtual void giveUp() noexcept = 0;
+  };
+
   /// One connection's place, for as long as its socket is open.
   class Entry {
    public:
-    /// Another connection may be shut down for this one, or this one at once.
-    Entry(ConnectionTable& table, uid_t user, int socket);
+    /// Another connection may be shut down for this one, or this one at once. `owner` may be null.
+    Entry(ConnectionTable& table, uid_t user, int socket, Owner* owner = nullptr);
     ~Entry();
     Entry(const Entry&) = delete;
     Entry& operator=(const Entry&) = delete;
@@ -53,6 +61,7 @@ class ConnectionTable {
     ConnectionTable& table_;
     const uid_t user_;
     const int socket_;
+    Owner* const owner_;
     bool isListed_ = true;
     std::list<Entry*>::iterator place_;  ///< as long as it is listed
     std::size_t bytes_ = 0;

@@ -3,11 +3,17 @@
 
 #include <cstdint>
 #include <sys/epoll.h>
+#include <sys/types.h>
 #include <utility>
+
+#include <boost/intrusive/list_hook.hpp>
 
 #include "platform/foundation/FileDescriptor.h"
 
 namespace velto {
+
+struct Turn;
+struct TurnsOfUser;
 
 /// What a source waits for.
 enum class Event : std::uint32_t {
@@ -15,14 +21,21 @@ enum class Event : std::uint32_t {
   kInput = EPOLLIN,
   kOutput = EPOLLOUT,
   kLater = EPOLLHUP,  ///< nothing, until the source is resumed
+  kTurn = EPOLLERR,   ///< nothing: it has more to do, once the others of its user had their turns
+  kPlace = EPOLLMSG,  ///< a place among the waiting calls of its user (WaitingPlace)
 };
 
 /// Something that a run loop waits for and serves: a descriptor, and what to do when it is ready.
 /// Once added to a run loop it belongs to it. It waits for one event at a time and is served by one
 /// thread at a time, so it needs no lock of its own.
-class EventSource {
+class EventSource : public boost::intrusive::list_base_hook<> {
  public:
-  explicit EventSource(FileDescriptor descriptor) : descriptor_(std::move(descriptor)) {}
+  /// The user to whom the daemon's own sources belong; nobody else has this number.
+  static constexpr uid_t kDaemonItself = static_cast<uid_t>(-1);
+
+  /// What serving it costs is `user`'s.
+  explicit EventSource(FileDescriptor descriptor, uid_t user = kDaemonItself)
+      : descriptor_(std::move(descriptor)), user_(user) {}
   virtual ~EventSource() = default;
   EventSource(const EventSource&) = delete;
   EventSource& operator=(const EventSource&) = delete;
@@ -35,7 +48,17 @@ class EventSource {
   virtual Event serve() noexcept = 0;
 
  private:
+  friend class UserTurns;
+
   const FileDescriptor descriptor_;
+  const uid_t user_;
+
+  // Where it stands among the turns; guarded by the run loop's lock.
+  bool isParked_ = false;
+  bool isRoused_ = false;
+  bool hasPlace_ = false;  ///< kept for it, until it takes it
+  TurnsOfUser* turns_ = nullptr;
+  Turn* turn_ = nullptr;  ///< while it is served; its thread's alone
 };
 
 }  // namespace velto

@@ -54,6 +54,14 @@ struct Invocation {
   const ArgumentClasses* classes;
 };
 
+/// How long a method takes.
+enum class Pace : std::uint8_t {
+  kQuick,  ///< only ever a moment. Replies to the calls before it may wait for its own, to be sent
+           ///< together
+  kUsual,
+  kWaits,  ///< as long as a child process or a gateway does: it needs a WaitingPlace
+};
+
 /// One method of a protocol: a row of its table.
 struct ProtocolMethod {
   std::string_view selector;  ///< full, with argument labels: "postAlert:callback:"
@@ -62,9 +70,7 @@ struct ProtocolMethod {
   /// the thread that delivers the call; only the object may be used after it has returned. What it
   /// throws ends the connection.
   std::function<void(const Invocation&, ReplyPromise)> invoke;
-  /// Whether it only ever takes a moment. Replies to the calls before it may wait for its own then,
-  /// to be sent together.
-  bool isQuick = false;
+  Pace pace = Pace::kUsual;
 };
 
 /// A protocol as clients see it. Immutable, made once by the protocol's own folder.

@@ -25,6 +25,8 @@ namespace {
 /// How long to wait when there are no descriptors, or no memory, for another client. It occupies
 /// one thread, which is not needed for anything else then.
 constexpr std::chrono::milliseconds kRetryTime{100};
+/// So many clients are let in before others have their turn.
+constexpr int kAcceptedATurn = 16;
 
 }  // namespace
 
@@ -35,16 +37,25 @@ class Listener::Door : public EventSource {
       : EventSource(std::move(socket)), runLoop_(runLoop), table_(table), admission_(admission) {}
 
   Event serve() noexcept override {
-    FileDescriptor client(::accept4(descriptor(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
-    if (client.isOpen()) {
-      letIn(std::move(client));
-    } else if (errno != EAGAIN && errno != EINTR && errno != ECONNABORTED) {
-      std::this_thread::sleep_for(kRetryTime);
+    for (int accepted = 0; accepted < kAcceptedATurn; ++accepted) {
+      if (!acceptOne()) return Event::kInput;
     }
-    return Event::kInput;
+    return Event::kTurn;
   }
 
  private:
+  /// False when there is nobody at the door, or no means to let anybody in.
+  bool acceptOne() noexcept {
+    FileDescriptor client(::accept4(descriptor(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+    if (client.isOpen()) {
+      letIn(std::move(client));
+      return true;
+    }
+    if (errno == EINTR || errno == ECONNABORTED) return true;
+    if (errno != EAGAIN) std::this_thread::sleep_for(kRetryTime);
+    return false;
+  }
+
   void letIn(FileDescriptor client) noexcept {
     try {
       const std::optional<AuditToken> token = auditTokenOfPeer(client.get());

@@ -25,6 +25,11 @@ std::optional<std::string_view> MessageBuffer::next() {
   return message;
 }
 
+void MessageBuffer::putBack(std::string_view message) {
+  // It stands before the rest, with its NUL in between.
+  pending_ = {message.data(), message.size() + 1 + pending_.size()};
+}
+
 void MessageBuffer::keep() {
   const bool isKept = pending_.data() == kept_.data() && pending_.size() == kept_.size();
   if (!isKept) {

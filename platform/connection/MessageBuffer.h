@@ -20,6 +20,9 @@ class MessageBuffer {
   /// no complete one.
   std::optional<std::string_view> next();
 
+  /// The message that was given last comes again; before anything else is asked of the buffer.
+  void putBack(std::string_view message);
+
   /// Makes what has been added and not yet been given out the buffer's own.
   void keep();
 

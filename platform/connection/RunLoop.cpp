@@ -4,42 +4,52 @@
 // reply need no hand-over to another thread. The price is that somebody must always be left to
 // wait.
 //
-//   1. waiting_ counts the threads that wait, or are on their way to. A thread that has an event
+//   1. waiting_ counts the threads that wait, or are on their way to. A thread that has a turn
 //      counts itself out, and starts a helper before it serves when it was the last.
-//   2. A source is in one place at a time: armed in epoll, in the hands of the thread that serves
-//      it, or suspended (kLater), in the hands of whoever is going to resume it. So it has no lock.
-//   3. Whoever gives a source back, and whoever takes it next, holds mutex_ in between
-//   (turnToEvent,
-//      turnToWaiting), so all that was done to the source is seen. The kernel's own order would do,
-//      but neither the language nor ThreadSanitizer knows of it.
+//   2. A source is in one place at a time: armed in epoll, in a queue of UserTurns, in the hands of
+//      the thread that serves it, or suspended (kLater), in the hands of whoever is going to resume
+//      it. So it has no lock.
+//   3. Whoever gives a source back, and whoever takes it next, holds mutex_ in between (serveTurn,
+//      resume, collect), so all that was done to the source is seen. The kernel's own order would
+//      do, but neither the language nor ThreadSanitizer knows of it.
 //   4. resume() may come before the serving thread is back from serve() and has counted the source
-//      as suspended: suspended_ is below zero then for a moment, and right again after it.
+//      as suspended: suspended_ is below zero then for a moment, and right again after it. Nothing
+//      of a source that has been served with kLater is touched.
+//   5. A source that may not be served now, since its user has all the turns that it may have,
+//      lines up without a thread. Each thread that ends a turn takes the next one. So the last
+//      thread that waits wakes up for whatever comes, and mostly has nothing to do but to put it in
+//      its queue: it takes all that has come at once then, and finds the one whose user is free.
+//   6. When more turns could be taken than the thread takes that has found them, it wakes another
+//      one (wakeEvent_, edge-triggered: a write wakes one thread), which does the same in turn.
 //
-// mutex_ guards the lists and counters and nothing slow. A source is destroyed outside it, since
-// its destructor may close files or wait for others. A helper that ends trims the heap, which takes
-// a while, and leaves its thread to be joined by the next helper that ends, or by `run`: by threads
-// that have nothing else to do.
+// On a daemon that has nothing else to do a call costs one event and two locks: none of 5 and 6.
+//
+// mutex_ guards the lists and counters and nothing slow: a thread that loses its processor within
+// it stops all others. A source is destroyed outside it, since its destructor may close files or
+// wait for others. A helper that ends trims the heap, which takes a while, and leaves its thread to
+// be joined by the next helper that ends, or by `run`: by threads that have nothing else to do.
 //
 // When the run loop is stopped, the event that nobody reads wakes every thread; `run` waits for the
-// helpers and for the suspended sources, and only then destroys what is left.
+// helpers and for the suspended sources, and only then destroys what is left, in the queues, too.
 
 #include "platform/connection/RunLoop.h"
 
 #include <cerrno>
 #include <cstdint>
-#include <exception>
-#include <malloc.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <system_error>
 #include <tuple>
+#include <unistd.h>
+
+#include "platform/foundation/TimerDescriptor.h"
 
 namespace velto {
 namespace {
 
-/// How long a helper waits for something to do before it ends, in milliseconds.
-constexpr int kIdleTime = 5000;
 constexpr int kForEver = -1;
+/// A turn that has not ended for longer than this, or twice as much, takes long.
+constexpr std::chrono::milliseconds kLongTurn{30};
 
 [[noreturn]] void throwSystemError(const char* what) {
   throw std::system_error(errno, std::generic_category(), what);
@@ -55,40 +65,48 @@ epoll_event eventOf(EventSource& source, Event event) {
   return {.events = static_cast<std::uint32_t>(event) | EPOLLONESHOT, .data = {.ptr = &source}};
 }
 
-/// Gives what the heap has to spare back to the system. One thread at a time, since glibc sets its
-/// heap up without a lock when trimming is the first use of it, as it is where another allocator
-/// serves the program.
-void trimHeap() {
-  static Mutex trimming;
-  MutexLock lock(trimming);
-  ::malloc_trim(0);
-}
-
-void joinAll(std::list<std::thread>& threads) {
-  for (std::thread& thread : threads) {
-    thread.join();
-  }
-  threads.clear();
-}
-
 }  // namespace
 
-RunLoop::RunLoop() noexcept
+/// Looks for long turns when its time has come.
+class RunLoop::LongTurnWatch : public EventSource {
+ public:
+  explicit LongTurnWatch(RunLoop& runLoop) : EventSource(idleTimer()), runLoop_(runLoop) {}
+
+  Event serve() noexcept override {
+    std::uint64_t expirations = 0;
+    std::ignore = ::read(descriptor(), &expirations, sizeof expirations);
+    runLoop_.lookForLongTurns();
+    return Event::kInput;
+  }
+
+ private:
+  RunLoop& runLoop_;
+};
+
+RunLoop::RunLoop(const TurnLimits& limits) noexcept
     : epoll_(opened(::epoll_create1(EPOLL_CLOEXEC), "epoll_create1")),
-      stopEvent_(opened(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd")) {
-  // Never read, so that it wakes every thread.
-  epoll_event event{.events = EPOLLIN, .data = {.ptr = nullptr}};
-  if (::epoll_ctl(epoll_.get(), EPOLL_CTL_ADD, stopEvent_.get(), &event) != 0) {
+      stopEvent_(opened(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd")),
+      wakeEvent_(opened(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd")),
+      turns_(limits) {
+  // Neither is ever read. The one goes on to wake every thread; each write to the other wakes one.
+  watchEvent(stopEvent_, EPOLLIN);
+  watchEvent(wakeEvent_, EPOLLIN | EPOLLET);
+  auto watch = std::make_unique<LongTurnWatch>(*this);
+  watchTimer_ = watch->descriptor();
+  add(std::move(watch), Event::kInput);
+}
+
+/// Its events are told from those of sources by the address of its descriptor.
+void RunLoop::watchEvent(const FileDescriptor& own, std::uint32_t events) const {
+  epoll_event event{.events = events, .data = {.ptr = const_cast<FileDescriptor*>(&own)}};
+  if (::epoll_ctl(epoll_.get(), EPOLL_CTL_ADD, own.get(), &event) != 0) {
     throwSystemError("epoll_ctl");
   }
 }
 
 void RunLoop::add(std::unique_ptr<EventSource> source, Event first) {
   EventSource& added = *source;
-  {
-    MutexLock lock(mutex_);
-    sources_.emplace(&added, std::move(source));
-  }
+  takeOver(std::move(source));
   epoll_event event = eventOf(added, first);
   if (::epoll_ctl(epoll_.get(), EPOLL_CTL_ADD, added.descriptor(), &event) != 0) {
     const int error = errno;
@@ -97,13 +115,24 @@ void RunLoop::add(std::unique_ptr<EventSource> source, Event first) {
   }
 }
 
+void RunLoop::takeOver(std::unique_ptr<EventSource> source) {
+  MutexLock lock(mutex_);
+  const auto place = sources_.emplace(source.get(), nullptr).first;
+  try {
+    turns_.join(*source);
+  } catch (...) {
+    sources_.erase(place);
+    throw;
+  }
+  place->second = std::move(source);
+}
+
 void RunLoop::run() {
   {
     MutexLock lock(mutex_);
     ++waiting_;
   }
-  for (bool isStopped = false; !isStopped;) {
-    if (EventSource* source = waitForEvent(kForEver, isStopped)) serve(*source);
+  while (serveNext(kForEver) != Came::kStop) {
   }
   Sources sources;
   MutexLock lock(mutex_);
@@ -115,113 +144,99 @@ void RunLoop::run() {
     lock.wait(isResumed_);
   }
   joinAll(endedHelpers_);
+  turns_.dismissAll();
   sources.swap(sources_);
 }
 
 void RunLoop::stop() {
   isStopping_ = true;
-  const std::uint64_t one = 1;
   // It can only fail for being full, and then it has been told long ago.
-  std::ignore = ::write(stopEvent_.get(), &one, sizeof(one));
+  ::eventfd_write(stopEvent_.get(), 1);
 }
 
-/// The source that an event is for; null when there is none, because the time is up, a signal came,
-/// or the run loop is stopped.
-EventSource* RunLoop::waitForEvent(int milliseconds, bool& isStopped) const {
-  epoll_event event{};
-  if (::epoll_wait(epoll_.get(), &event, 1, milliseconds) != 1) return nullptr;
-  isStopped = event.data.ptr == nullptr;
-  return static_cast<EventSource*>(event.data.ptr);
-}
-
-void RunLoop::serve(EventSource& source) {
-  turnToEvent();
-  const Event next = source.serve();
-  if (!turnToWaiting(source, next)) {
-    destroy(source);
-    MutexLock lock(mutex_);
-    ++waiting_;
+/// Lets the source wait for what comes next. False when it waits for nothing, or the system has no
+/// means for it: it is to be destroyed.
+bool RunLoop::keep(EventSource& source, Event next) {
+  switch (next) {
+    case Event::kNone:
+      return false;
+    case Event::kLater:
+      ++suspended_;
+      return true;
+    case Event::kTurn:
+      turns_.lineUp(source);
+      return true;
+    case Event::kPlace:
+      turns_.park(source);
+      return true;
+    default:
+      epoll_event event = eventOf(source, next);
+      return ::epoll_ctl(epoll_.get(), EPOLL_CTL_MOD, source.descriptor(), &event) == 0;
   }
+}
+
+/// Whether another thread is to be woken, once the lock has been left.
+bool RunLoop::needsAnother() {
+  if (turns_.isAnyoneHeldUp() && !isWatchSet_) {
+    isWatchSet_ = true;
+    setTimer(watchTimer_, kLongTurn);
+  }
+  if (!turns_.hasNext() || isWakeSent_) return false;
+  isWakeSent_ = true;
+  return true;
 }
 
 void RunLoop::resume(EventSource& source, Event next) noexcept {
-  bool waits = false;
+  bool isKept = false;
   {
+    Wake wake(*this);
     MutexLock lock(mutex_);
-    waits = letWait(source, next);
+    isKept = keep(source, next);
+    wake.isDue = needsAnother();
   }
-  if (!waits) destroy(source);
+  if (!isKept) destroy(source);
   MutexLock lock(mutex_);
   --suspended_;
   isResumed_.notify_one();
 }
 
+void RunLoop::rouse(EventSource& source) noexcept {
+  Wake wake(*this);
+  MutexLock lock(mutex_);
+  turns_.rouse(source);
+  wake.isDue = needsAnother();
+}
+
+bool RunLoop::takePlace(EventSource& source) {
+  Wake wake(*this);
+  MutexLock lock(mutex_);
+  const bool isTaken = turns_.takePlace(source);
+  wake.isDue = needsAnother();
+  return isTaken;
+}
+
+void RunLoop::giveBackPlace(EventSource& source) {
+  Wake wake(*this);
+  MutexLock lock(mutex_);
+  turns_.giveBackPlace(source);
+  wake.isDue = needsAnother();
+}
+
+void RunLoop::lookForLongTurns() {
+  Wake wake(*this);
+  MutexLock lock(mutex_);
+  isWatchSet_ = false;
+  turns_.lookForLongTurns();
+  wake.isDue = needsAnother();
+}
+
 void RunLoop::destroy(EventSource& source) {
   Sources::node_type destroyed;  // outside the lock, since a source may take its time
+  Wake wake(*this);
   MutexLock lock(mutex_);
+  turns_.leave(source);
   destroyed = sources_.extract(&source);
-}
-
-void RunLoop::turnToEvent() {
-  MutexLock lock(mutex_);
-  if (--waiting_ == 0) startHelper();
-}
-
-/// Lets the source wait for its next event, and counts the thread among those that wait. False when
-/// the source is to be destroyed.
-bool RunLoop::turnToWaiting(EventSource& source, Event next) {
-  // The thread that has the source next takes the lock, too, and so sees all that was done to it.
-  MutexLock lock(mutex_);
-  if (next == Event::kLater) {
-    ++suspended_;
-  } else if (!letWait(source, next)) {
-    return false;
-  }
-  ++waiting_;
-  return true;
-}
-
-/// False when there is no event to wait for, or the system does not take it.
-bool RunLoop::letWait(EventSource& source, Event next) const {
-  epoll_event event = eventOf(source, next);
-  return next != Event::kNone &&
-         ::epoll_ctl(epoll_.get(), EPOLL_CTL_MOD, source.descriptor(), &event) == 0;
-}
-
-void RunLoop::startHelper() {
-  try {
-    Threads started(1);
-    const auto self = started.begin();
-    *self = std::thread([this, self] { help(self); });
-    helpers_.splice(helpers_.end(), started);
-    ++waiting_;
-  } catch (const std::exception&) {
-    // No thread or no memory to be had: the others wait until one of ours is free again.
-  }
-}
-
-void RunLoop::help(Threads::iterator self) {
-  bool isStopped = false;
-  Threads endedBefore;
-  do {
-    while (EventSource* source = waitForEvent(kIdleTime, isStopped)) {
-      serve(*source);
-    }
-  } while (!endHelper(self, isStopped, endedBefore));
-  joinAll(endedBefore);
-  // The burst of work that it was started for is over, and what that needed is to spare.
-  trimHeap();
-}
-
-/// Ends a helper that has found nothing to do, unless it is the last one that waits.
-bool RunLoop::endHelper(Threads::iterator self, bool isStopped, Threads& endedBefore) {
-  MutexLock lock(mutex_);
-  if (waiting_ == 1 && !isStopped) return false;
-  --waiting_;
-  endedBefore.swap(endedHelpers_);
-  endedHelpers_.splice(endedHelpers_.end(), helpers_, self);
-  helperHasEnded_.notify_one();
-  return true;
+  wake.isDue = needsAnother();
 }
 
 }  // namespace velto

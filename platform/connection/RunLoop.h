@@ -4,12 +4,17 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstddef>
+#include <cstdint>
 #include <list>
 #include <memory>
+#include <span>
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
 #include <thread>
 #include <unordered_map>
 
 #include "platform/connection/EventSource.h"
+#include "platform/connection/UserTurns.h"
 #include "platform/foundation/FileDescriptor.h"
 #include "platform/foundation/Mutex.h"
 
@@ -17,12 +22,12 @@ namespace velto {
 
 /// Waits for events and serves them, for ever. A call is served on the thread that found it ready;
 /// as long as all threads are inside calls, another thread takes over the waiting, so a call that
-/// takes minutes holds up nobody. Threads that find nothing to do for a while end again. Any
-/// thread.
+/// takes minutes holds up nobody. Who comes next, and how many of one user at a time, is decided by
+/// UserTurns. Threads that find nothing to do for a while end again. Any thread.
 class RunLoop {
  public:
   /// Ends the process when the system has no means to wait for events.
-  RunLoop() noexcept;
+  explicit RunLoop(const TurnLimits& limits = {}) noexcept;
   RunLoop(const RunLoop&) = delete;
   RunLoop& operator=(const RunLoop&) = delete;
 
@@ -33,6 +38,9 @@ class RunLoop {
   /// Waits for the next event of a source that was served with kLater; with kNone it is destroyed.
   void resume(EventSource& source, Event next) noexcept VELTO_EXCLUDES(mutex_);
 
+  /// Serves a source that waits for a place all the same, or would wait for one. It is alive.
+  void rouse(EventSource& source) noexcept VELTO_EXCLUDES(mutex_);
+
   /// Serves until `stop`. Called by one thread.
   void run() VELTO_EXCLUDES(mutex_);
   /// Makes `run` return once the calls under way have ended. Any thread, also within a call.
@@ -41,15 +49,44 @@ class RunLoop {
   bool isStopping() const { return isStopping_; }
 
  private:
+  friend class WaitingPlace;
+  class LongTurnWatch;
+  /// Wakes another thread at its end, when that is due. Stands before the lock, so as to be left
+  /// after it.
+  class Wake {
+   public:
+    explicit Wake(const RunLoop& runLoop) : runLoop_(runLoop) {}
+    ~Wake() {
+      if (isDue) ::eventfd_write(runLoop_.wakeEvent_.get(), 1);
+    }
+    Wake(const Wake&) = delete;
+    Wake& operator=(const Wake&) = delete;
+
+    bool isDue = false;
+
+   private:
+    const RunLoop& runLoop_;
+  };
   using Sources = std::unordered_map<EventSource*, std::unique_ptr<EventSource>>;
   using Threads = std::list<std::thread>;
 
-  EventSource* waitForEvent(int milliseconds, bool& isStopped) const;
-  void serve(EventSource& source) VELTO_EXCLUDES(mutex_);
+  /// What comes of waiting.
+  enum class Came { kNothing, kSomething, kStop };
+
+  void watchEvent(const FileDescriptor& own, std::uint32_t events) const;
+  void takeOver(std::unique_ptr<EventSource> source) VELTO_EXCLUDES(mutex_);
+  Came serveNext(int milliseconds) VELTO_EXCLUDES(mutex_);
+  bool collect(std::span<const epoll_event> events, Turn& turn) VELTO_EXCLUDES(mutex_);
+  void serve(Turn turn) VELTO_EXCLUDES(mutex_);
+  Turn serveTurn(Turn turn) VELTO_EXCLUDES(mutex_);
+  Turn takeTurn() VELTO_REQUIRES(mutex_);
+  bool keep(EventSource& source, Event next) VELTO_REQUIRES(mutex_);
   void destroy(EventSource& source) VELTO_EXCLUDES(mutex_);
-  void turnToEvent() VELTO_EXCLUDES(mutex_);
-  bool turnToWaiting(EventSource& source, Event next) VELTO_EXCLUDES(mutex_);
-  bool letWait(EventSource& source, Event next) const VELTO_REQUIRES(mutex_);
+  bool needsAnother() VELTO_REQUIRES(mutex_);
+  bool takePlace(EventSource& source) VELTO_EXCLUDES(mutex_);
+  void giveBackPlace(EventSource& source) VELTO_EXCLUDES(mutex_);
+  void lookForLongTurns() VELTO_EXCLUDES(mutex_);
+  static void joinAll(Threads& threads);
   void startHelper() VELTO_REQUIRES(mutex_);
   void help(Threads::iterator self) VELTO_EXCLUDES(mutex_);
   bool endHelper(Threads::iterator self, bool isStopped, Threads& endedBefore)
@@ -57,12 +94,19 @@ class RunLoop {
 
   const FileDescriptor epoll_;
   const FileDescriptor stopEvent_;
+  /// Written to when a turn waits for a thread.
+  const FileDescriptor wakeEvent_;
+  /// Of the watch for long turns, which is a source.
+  int watchTimer_ = -1;
   std::atomic<bool> isStopping_ = false;
 
   Mutex mutex_;
   std::condition_variable helperHasEnded_;
   std::condition_variable isResumed_;
   Sources sources_ VELTO_GUARDED_BY(mutex_);
+  UserTurns turns_ VELTO_GUARDED_BY(mutex_);
+  bool isWakeSent_ VELTO_GUARDED_BY(mutex_) = false;
+  bool isWatchSet_ VELTO_GUARDED_BY(mutex_) = false;
   /// How many sources are to be resumed; less than none while one has been before its thread is
   /// back from serving it.
   int suspended_ VELTO_GUARDED_BY(mutex_) = 0;

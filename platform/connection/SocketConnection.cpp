@@ -6,7 +6,10 @@
 //     kInput     nothing to say and no whole call: waits for bytes. Of half a call the bytes are
 //                kept; otherwise no buffer but a small one (kKeptOutput).
 //     kOutput    waits until the socket takes more: the client has not taken all that was said, or
-//                the turn is over (kStepsATurn) and others come first, or a late reply has more
+//                a late reply has more
+//     kTurn      the turn is over (kStepsATurn, kTurnTime), and others of its user come first
+//     kPlace     the next call is one that waits, and its user has no place for it: the call stays
+//                in the buffer, and is looked at again when there is one
 //     kLater     a call is under way on some other thread. The connection is in no thread's hands
 //                until PendingReply::arrive, whose thread sends the reply and lets it wait again.
 //     kNone      the client is gone, sent what is not a call, or memory ran out: the run loop
@@ -22,6 +25,7 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <sys/socket.h>
 #include <utility>
 
@@ -29,6 +33,7 @@
 
 #include "platform/connection/VarlinkMessage.h"
 #include "platform/connection/VarlinkService.h"
+#include "platform/connection/WaitingPlace.h"
 
 namespace velto {
 namespace {
@@ -36,6 +41,9 @@ namespace {
 constexpr std::size_t kInputChunk = std::size_t{64} * 1024;
 /// So much is done for a client that sends calls without a break before the others have their turn.
 constexpr int kStepsATurn = 128;
+/// The same when they take longer, looked at now and then.
+constexpr std::chrono::milliseconds kTurnTime{2};
+constexpr int kStepsALook = 8;
 /// So much output is not held back any longer.
 constexpr std::size_t kMuchOutput = std::size_t{16} * 1024;
 /// Calls of usual size are decoded without asking for memory.
@@ -51,10 +59,10 @@ bool meansToWait(int error) {
 
 SocketConnection::SocketConnection(FileDescriptor socket, const AuditToken& auditToken,
                                    RunLoop& runLoop, ConnectionTable& table, Admission& admission)
-    : EventSource(std::move(socket)),
+    : EventSource(std::move(socket), auditToken.effectiveUserIdentifier),
       auditToken_(auditToken),
       runLoop_(runLoop),
-      entry_(table, auditToken.effectiveUserIdentifier, descriptor()),
+      entry_(table, auditToken.effectiveUserIdentifier, descriptor(), this),
       admission_(admission) {}
 
 Event SocketConnection::serve() noexcept {
@@ -81,6 +89,7 @@ Event SocketConnection::serveAwaited() {
     return isAdmitted_ ? Event::kInput : Event::kNone;
   }
   if (awaited_ == Event::kInput && !takeInput()) return Event::kNone;
+  if (awaited_ == Event::kPlace && isGivenUp_) return Event::kNone;
   const Event next = proceed();
   input_.keep();
   return next;
@@ -99,16 +108,19 @@ bool SocketConnection::takeInput() {
 /// Does all that can be done without waiting, and tells what to wait for then.
 Event SocketConnection::proceed() {
   Step last = flush();
+  const auto end = std::chrono::steady_clock::now() + kTurnTime;
   for (int steps = 0; last == Step::kGoOn && steps < kStepsATurn; ++steps) {
+    if (steps % kStepsALook == kStepsALook - 1 && std::chrono::steady_clock::now() > end) break;
     last = doNext();
   }
-  if (last == Step::kGoOn) {
-    // There may be room for more output: the next turn comes after the others'.
-    return flush() == Step::kEnd ? Event::kNone : Event::kOutput;
-  }
-  if (last == Step::kEnd) return Event::kNone;
-  if (last == Step::kLater) return Event::kLater;
-  return output_.empty() ? Event::kInput : Event::kOutput;
+  // What is said goes out before the connection waits for anything else.
+  const bool isMoreToCome = last == Step::kGoOn || last == Step::kPark;
+  const Step flushed = isMoreToCome ? flush() : last;
+  if (flushed == Step::kEnd) return Event::kNone;
+  if (flushed == Step::kLater) return Event::kLater;
+  if (!output_.empty()) return Event::kOutput;
+  if (last == Step::kPark) return Event::kPlace;
+  return last == Step::kGoOn ? Event::kTurn : Event::kInput;
 }
 
 /// Goes on with the reply under way, then with the next call, and sends what has come together.
@@ -122,35 +134,45 @@ SocketConnection::Step SocketConnection::doNext() {
   if (runLoop_.isStopping()) isEnding_ = true;
   const auto message = isEnding_ ? std::nullopt : input_.next();
   if (message) {
-    runCall(*message);
-    return Step::kGoOn;
+    if (runCall(*message)) return Step::kGoOn;
+    input_.putBack(*message);
+    return Step::kPark;
   }
   if (!output_.empty()) return flush();
   return isEnding_ || input_.size() > maximumCallSize_ ? Step::kEnd : Step::kWait;
 }
 
 /// Runs a call, which replies then or later. A message that is not a call ends the connection.
-void SocketConnection::runCall(std::string_view message) {
+/// False when the call cannot be begun for want of a place.
+bool SocketConnection::runCall(std::string_view message) {
   std::array<unsigned char, kCallMemory> memory;
   boost::json::monotonic_resource storage(memory.data(), memory.size());
   const auto call =
       message.size() <= maximumCallSize_ ? VarlinkCall::parse(message, &storage) : std::nullopt;
   if (!call) {
     isEnding_ = true;
-    return;
+    return true;
   }
   isOneway_ = call->oneway();
   takesMore_ = call->more();
   row_ = call->upgrade() ? nullptr : exported_->row(call->method());
   if (row_ == nullptr) {
     setReply(serviceReply(*call, *exported_));
-  } else {
-    callMethod(*call, *row_);
+    return true;
   }
+  if (row_->method->pace == Pace::kWaits) return callWithPlace(*call, *row_);
+  callMethod(*call, *row_);
+  return true;
+}
+
+bool SocketConnection::callWithPlace(const VarlinkCall& call, const Interface::Row& row) {
+  const WaitingPlace place(runLoop_, *this);
+  if (place.isTaken()) callMethod(call, row);
+  return place.isTaken();
 }
 
 void SocketConnection::callMethod(const VarlinkCall& call, const Interface::Row& row) {
-  if (!row.method->isQuick) flush();
+  if (row.method->pace != Pace::kQuick) flush();
   pending_ = std::make_shared<PendingReply>(static_cast<ReplyReceiver&>(*this));
   row.method->invoke({.object = *object_,
                       .parameters = call.parameters(),
@@ -188,6 +210,12 @@ void SocketConnection::goOnWithReply() noexcept {
   }
   charge();
   runLoop_.resume(*this, awaited_);
+}
+
+/// The connection has been shut down, which one that waits for a place does not see.
+void SocketConnection::giveUp() noexcept {
+  isGivenUp_ = true;
+  runLoop_.rouse(*this);
 }
 
 /// Tells what the connection holds and waits for. Whenever it is served, it has moved on.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <memory>
 #include <optional>
@@ -34,8 +35,12 @@ class Admission {
 /// Replies are sent together as long as there is a next call that is quick. Input is read only when
 /// all output has been taken, so a client that does not read its replies holds up nobody but
 /// itself. A connection that waits for a new call holds no buffer, and one whose call replies
-/// later holds no thread: the thread that brings the reply sends it. One thread at a time.
-class SocketConnection : public EventSource, public Connection, private ReplyReceiver {
+/// later holds no thread: the thread that brings the reply sends it; nor does one whose next call
+/// has no place yet among those of its user that wait. One thread at a time.
+class SocketConnection : public EventSource,
+                         public Connection,
+                         private ReplyReceiver,
+                         private ConnectionTable::Owner {
  public:
   /// `socket` is connected and does not block; the first event to wait for is kOutput. `runLoop`,
   /// which the connection is added to, `table` and `admission` must outlive the connection.
@@ -61,22 +66,25 @@ class SocketConnection : public EventSource, public Connection, private ReplyRec
 
  private:
   /// What is left to do after a step.
-  enum class Step { kGoOn, kWait, kLater, kEnd };
+  enum class Step { kGoOn, kWait, kLater, kPark, kEnd };
 
   Event serveAwaited();
   bool takeInput();
   Event proceed();
   Step doNext();
-  void runCall(std::string_view message);
+  bool runCall(std::string_view message);
+  bool callWithPlace(const VarlinkCall& call, const Interface::Row& row);
   void callMethod(const VarlinkCall& call, const Interface::Row& row);
   bool takeReply();
   void setReply(CallReply reply);
   void goOnWithReply() noexcept override;
+  void giveUp() noexcept override;
   Step flush();
   void charge();
 
   const AuditToken auditToken_;
   RunLoop& runLoop_;
+  std::atomic<bool> isGivenUp_ = false;
   ConnectionTable::Entry entry_;
   Admission& admission_;
   std::shared_ptr<const Interface> exported_;

@@ -57,6 +57,23 @@ TEST(MessageBuffer, keepsABorrowedMessageThatWasNotTaken) {
   EXPECT_EQ(buffer.next(), "second");
 }
 
+TEST(MessageBuffer, givesAMessageAgainThatIsPutBack) {
+  MessageBuffer buffer;
+  {
+    std::string borrowed = "first\0second\0th"s;
+    buffer.add(borrowed);
+    EXPECT_EQ(buffer.next(), "first");
+    buffer.putBack(*buffer.next());
+    buffer.keep();
+    borrowed.assign(borrowed.size(), '!');
+  }
+  const auto second = buffer.next();
+  EXPECT_EQ(second, "second");
+  buffer.putBack(*second);
+  buffer.add("ird\0"s);
+  EXPECT_THAT(takeAll(buffer), ElementsAre("second", "third"));
+}
+
 TEST(MessageBuffer, givesTheSameMessagesHoweverTheBytesArePortioned) {
   std::mt19937 random(3);
   std::string bytes;

@@ -148,28 +148,36 @@ const Protocol& testProtocol() {
       .description = "# A \"quoted\" description.\ninterface test.service\n",
       .product = "Test Service",
       .version = "1.2.3",
-      .methods = {
-          {.selector = "echo:", .wireName = "Echo", .invoke = echo, .isQuick = true},
-          {.selector = "note", .wireName = "Note", .invoke = note},
-          {.selector = "wait", .wireName = "Wait", .invoke = wait},
-          {.selector = "later:", .wireName = "Later", .invoke = later},
-          {.selector = "elsewhere:", .wireName = "Elsewhere", .invoke = elsewhere},
-          {.selector = "count:", .wireName = "Count", .invoke = count},
-          {.selector = "missing", .wireName = "Missing", .invoke = missing},
-          {.selector = "throw", .wireName = "Throw", .invoke = runOutOfMemory, .isQuick = true},
-          {.selector = "laterThrow:", .wireName = "LaterThrow", .invoke = laterThrow},
-          {.selector = "lose", .wireName = "Lose", .invoke = runOutOfMemoryForReply},
-          {.selector = "classes:", .wireName = "Classes", .invoke = classes}}};
+      .methods = {{.selector = "echo:", .wireName = "Echo", .invoke = echo, .pace = Pace::kQuick},
+                  {.selector = "note", .wireName = "Note", .invoke = note},
+                  {.selector = "wait", .wireName = "Wait", .invoke = wait, .pace = Pace::kWaits},
+                  {.selector = "later:", .wireName = "Later", .invoke = later},
+                  {.selector = "elsewhere:", .wireName = "Elsewhere", .invoke = elsewhere},
+                  {.selector = "count:", .wireName = "Count", .invoke = count},
+                  {.selector = "missing", .wireName = "Missing", .invoke = missing},
+                  {.selector = "throw",
+                   .wireName = "Throw",
+                   .invoke = runOutOfMemory,
+                   .pace = Pace::kQuick},
+                  {.selector = "waitThrow",
+                   .wireName = "WaitThrow",
+                   .invoke = runOutOfMemory,
+                   .pace = Pace::kWaits},
+                  {.selector = "laterThrow:", .wireName = "LaterThrow", .invoke = laterThrow},
+                  {.selector = "lose", .wireName = "Lose", .invoke = runOutOfMemoryForReply},
+                  {.selector = "classes:", .wireName = "Classes", .invoke = classes}}};
   return protocol;
 }
 
-TestService::TestService() : exported_(exportedInterface(testProtocol())) {
+TestService::TestService(const TurnLimits& turns)
+    : exported_(exportedInterface(testProtocol())), runLoop_(turns) {
   std::optional<Error> error;
   start(Listener::listenerWithPath(runLoop_, guests_, path_, &error));
 }
 
-TestService::TestService(const ListenerFactory& makeListener, const Protocol& protocol)
-    : exported_(exportedInterface(protocol)) {
+TestService::TestService(const ListenerFactory& makeListener, const Protocol& protocol,
+                         const TurnLimits& turns)
+    : exported_(exportedInterface(protocol)), runLoop_(turns) {
   std::optional<Error> error;
   start(makeListener(runLoop_, guests_, &error));
 }

@@ -59,7 +59,7 @@ class TestObject : public ExportedObject {
 ///  - Elsewhere(value): the same without a gate, on another thread
 ///  - Count(to, size): the numbers from 1 on, one a piece, filled up to `size` bytes
 ///  - Missing(): not implemented
-///  - Throw(): runs out of memory
+///  - Throw(), WaitThrow(): run out of memory; the latter is a call that waits, as Wait is
 ///  - LaterThrow(value): as Later, and runs out of memory
 ///  - Lose(): has no memory for its reply
 ///  - Classes(value): replies whether a class is admitted
@@ -71,14 +71,16 @@ class TestService : public ListenerDelegate {
   using ListenerFactory =
       std::function<std::unique_ptr<Listener>(RunLoop&, GuestTable&, ErrorSlot)>;
 
-  TestService();
+  explicit TestService(const TurnLimits& turns = {});
   /// Serves `protocol` through a listener that `makeListener` makes.
   explicit TestService(const ListenerFactory& makeListener,
-                       const Protocol& protocol = testProtocol());
+                       const Protocol& protocol = testProtocol(), const TurnLimits& turns = {});
   ~TestService() override;
 
   const std::string& path() const { return path_; }
   TestObject::Shared& shared() { return shared_; }
+  /// No call is begun any more.
+  void beginStop() { runLoop_.stop(); }
   /// Lets the calls of Wait end, and replies to those of Later.
   void open();
   /// The tokens of the connections admitted so far, in order.
