@@ -8,7 +8,6 @@
 #include <filesystem>
 #include <memory>
 #include <string>
-#include <sys/resource.h>
 #include <unistd.h>
 #include <vector>
 
@@ -26,32 +25,23 @@ namespace velto::bench {
 
 namespace {
 
-constexpr std::size_t kBundles = 20;
 constexpr std::size_t kInFlight = 64;
 constexpr std::size_t kFirstNew = std::size_t{1} << 24;  ///< later than all in the store
 /// Nearly as long as the log gets before it is checkpointed, in bytes.
 constexpr std::uintmax_t kLongLog = 7'500'000;
-constexpr std::string_view kNul("\0", 1);
 
 /// The next alert to save.
 std::atomic<std::size_t> nextNew = kFirstNew;
 
-std::string call(std::string_view method, std::string_view parameters,
-                 std::string_view flags = {}) {
-  return fmt::format(R"({{"method":"com.ulmora.velto.AlertsDaemon.{}","parameters":{}{}}})", method,
-                     parameters, flags)
-      .append(kNul);
-}
-
 std::string saveOfAlert(std::size_t number) {
   const VLAlert alert = newAlert(number);
-  return call("SaveAlerts",
-              fmt::format(R"({{"alerts":[{{"identifier":"{}","type":"{}","bundle":"{}",)"
-                          R"("creationDate":{},"sentDate":{},"attributes":{{"volume":"/home",)"
-                          R"("percent":93,"device":"/dev/disk/by-uuid/{}"}}}}]}})",
-                          *alert.identifier, *alert.type, *alert.bundle,
-                          alert.creationDate->secondsSinceReference(),
-                          alert.sentDate->secondsSinceReference(), number));
+  return callOf("SaveAlerts",
+                fmt::format(R"({{"alerts":[{{"identifier":"{}","type":"{}","bundle":"{}",)"
+                            R"("creationDate":{},"sentDate":{},"attributes":{{"volume":"/home",)"
+                            R"("percent":93,"device":"/dev/disk/by-uuid/{}"}}}}]}})",
+                            *alert.identifier, *alert.type, *alert.bundle,
+                            alert.creationDate->secondsSinceReference(),
+                            alert.sentDate->secondsSinceReference(), number));
 }
 
 /// The whole reply to a call, however many pieces it has.
@@ -65,6 +55,13 @@ std::string ask(MessageSocket& socket, std::string_view message) {
   return reply;
 }
 
+/// Where a copy of the system's store has been made.
+std::string copyOfStore(const BenchDirectory& directory, const std::string& root) {
+  const std::string copy = directory.path() + "/bare.db";
+  std::filesystem::copy(root + std::string(kStoreDirectory) + "/alertData.db", copy);
+  return copy;
+}
+
 /// A whole system with its daemon, and what it is compared with.
 class Service {
  public:
@@ -72,12 +69,12 @@ class Service {
       : alerts(isQuick ? 2000 : 100000),
         listed(isQuick ? 100 : 10000),
         connections(isQuick ? 50 : 10000),
-        root(prepared()),
+        root(preparedSystem(directory, alerts, listed)),
         daemon(std::make_unique<DaemonProcess>(root)),
         client(daemon->connect()),
         names(ask(client, namesCall)),
         echo(names),
-        bareStore(directory.path() + "/bare.db"),
+        bareStore(copyOfStore(directory, root)),
         bareListed(root + std::string(kStoreDirectory) + "/alertData.db") {}
 
   const BenchDirectory directory;
@@ -85,38 +82,13 @@ class Service {
   const std::size_t listed;
   const std::size_t connections;
   const std::string root;
-  const std::string namesCall = call("GetAlertBundleNames", "{}");
+  const std::string namesCall = callOf("GetAlertBundleNames", "{}");
   std::unique_ptr<DaemonProcess> daemon;
   MessageSocket client;
   const std::string names;  ///< the reply that lists the bundles
   EchoProcess echo;
   BareStore bareStore;   ///< a copy of the daemon's
   BareStore bareListed;  ///< the daemon's
-
- private:
-  /// A system that a daemon has been started in before.
-  std::string prepared() const {
-    std::string made = directory.make("root");
-    std::filesystem::permissions(made, std::filesystem::perms(0755));
-    for (std::size_t number = 0; number < kBundles; ++number) {
-      writeFile(
-          fmt::format("{}{}/Bundle{}.bundle/Contents/Info.plist", made, VLAlertsDirectory, number),
-          fmt::format("{{ CFBundleIdentifier = \"com.example.bundle{0}\"; "
-                      "CFBundleName = \"Bundle {0}\"; VLAlertTypes = {{ Type = {{}}; }}; }}",
-                      number));
-    }
-    std::filesystem::create_directories(made + "/Library/Velto");
-    { const DaemonProcess first(made); }
-    {
-      StoreParts parts(directory);
-      StoreContainer container(resourceDirectory(), made + std::string(kStoreDirectory),
-                               parts.services());
-      fill(container, alerts, listed);
-    }
-    std::filesystem::copy(made + std::string(kStoreDirectory) + "/alertData.db",
-                          directory.path() + "/bare.db");
-    return made;
-  }
 };
 
 std::unique_ptr<Service> service;
@@ -183,7 +155,7 @@ void insertBare(benchmark::State& state) {
 
 void saveAlerts(benchmark::State& state) {
   constexpr std::size_t kCalls = 1000;
-  const std::string saved = std::string(R"({"parameters":{}})").append(kNul);
+  const std::string saved = std::string(R"({"parameters":{}})").append(1, '\0');
   MessageSocket client = service->daemon->connect();
   // Made before, since it is the daemon that is measured.
   std::vector<std::string> calls;
@@ -218,7 +190,7 @@ void listBare(benchmark::State& state) {
 void receiveList(benchmark::State& state, std::string_view flags) {
   constexpr std::string_view kContinues("\"continues\":true}\0", 18);
   const std::string list =
-      call("GetAlertsOfType", fmt::format(R"({{"type":"{}"}})", kListedType), flags);
+      callOf("GetAlertsOfType", fmt::format(R"({{"type":"{}"}})", kListedType), flags);
   for (auto _ : state) {
     service->client.send(list);
     std::string end;
@@ -288,13 +260,6 @@ std::vector<Reading> readings() {
   all.push_back({"Resident memory of an idle connection", bytesOfAConnection(daemon)});
   all.push_back({"Start to ready with a long log", startWithLongLog()});
   return all;
-}
-
-void raiseDescriptorLimit() {
-  rlimit limit{};
-  ::getrlimit(RLIMIT_NOFILE, &limit);
-  limit.rlim_cur = limit.rlim_max;
-  ::setrlimit(RLIMIT_NOFILE, &limit);
 }
 
 BENCHMARK(echoRoundTrip)->UseRealTime();

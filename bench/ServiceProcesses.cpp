@@ -5,8 +5,11 @@
 #include <array>
 #include <csignal>
 #include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
 #include <fstream>
 #include <poll.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <sys/wait.h>
@@ -15,12 +18,15 @@
 
 #include <fmt/format.h>
 
+#include "bench/SampleStore.h"
+#include "platform/foundation/Paths.h"
 #include "platform/process/Spawn.h"
 
 namespace velto::bench {
 
 namespace {
 
+constexpr std::size_t kBundles = 20;
 constexpr const char* kSocket = "/run/velto/com.ulmora.velto.AlertsDaemon";
 
 [[noreturn]] void giveUp(std::string_view what) {
@@ -62,13 +68,48 @@ void end(pid_t process) {
 
 }  // namespace
 
-MessageSocket MessageSocket::connectedTo(const std::string& path) {
+FileDescriptor connectedSocket(const std::string& path) {
   FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
   const sockaddr_un address = addressOf(path);
   if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
     giveUp("cannot connect to " + path);
   }
-  return MessageSocket(std::move(socket));
+  return socket;
+}
+
+std::string callOf(std::string_view method, std::string_view parameters, std::string_view flags) {
+  return fmt::format(R"({{"method":"com.ulmora.velto.AlertsDaemon.{}","parameters":{}{}}})", method,
+                     parameters, flags)
+      .append(1, '\0');
+}
+
+void raiseDescriptorLimit() {
+  rlimit limit{};
+  ::getrlimit(RLIMIT_NOFILE, &limit);
+  limit.rlim_cur = limit.rlim_max;
+  ::setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+std::string preparedSystem(const BenchDirectory& directory, std::size_t alerts,
+                           std::size_t listed) {
+  std::string made = directory.make("root");
+  // For clients that are other users.
+  std::filesystem::permissions(directory.path(), std::filesystem::perms(0755));
+  std::filesystem::permissions(made, std::filesystem::perms(0755));
+  for (std::size_t number = 0; number < kBundles; ++number) {
+    writeFile(
+        fmt::format("{}{}/Bundle{}.bundle/Contents/Info.plist", made, VLAlertsDirectory, number),
+        fmt::format("{{ CFBundleIdentifier = \"com.example.bundle{0}\"; "
+                    "CFBundleName = \"Bundle {0}\"; VLAlertTypes = {{ Type = {{}}; }}; }}",
+                    number));
+  }
+  std::filesystem::create_directories(made + "/Library/Velto");
+  { const DaemonProcess first(made); }
+  StoreParts parts(directory);
+  StoreContainer container(resourceDirectory(), made + std::string(kStoreDirectory),
+                           parts.services());
+  fill(container, alerts, listed);
+  return made;
 }
 
 void MessageSocket::send(std::string_view messages) const {
@@ -123,6 +164,10 @@ DaemonProcess::DaemonProcess(const std::string& root) : root_(root) {
   }
   const auto start = std::chrono::steady_clock::now();
   SpawnSettings settings;
+  const std::string logFile = root + "/log";
+  const FileDescriptor log(
+      ::open(logFile.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644));
+  settings.standardError = log.get();
   settings.environment = {"VELTO_ROOT=" + root, "NOTIFY_SOCKET=" + ready, "LANG=C.UTF-8"};
   char told = 0;
   if (spawnProgram(VELTO_ALERTSD, {}, settings, process_) != 0 ||
@@ -136,8 +181,12 @@ DaemonProcess::~DaemonProcess() {
   end(process_);
 }
 
+std::string DaemonProcess::socketPath() const {
+  return root_ + kSocket;
+}
+
 MessageSocket DaemonProcess::connect() const {
-  return MessageSocket::connectedTo(root_ + kSocket);
+  return MessageSocket(connectedSocket(socketPath()));
 }
 
 DaemonProcess::Memory DaemonProcess::memory() const {

@@ -11,14 +11,27 @@
 
 namespace velto::bench {
 
+class BenchDirectory;
+
+/// A whole system below a directory of its own, in which a daemon has been started before: with 20
+/// bundles, and this many alerts, of which the first `listed` are of the listed type.
+std::string preparedSystem(const BenchDirectory& directory, std::size_t alerts, std::size_t listed);
+
+/// A call with its NUL; the parameters are JSON, the flags its further members.
+std::string callOf(std::string_view method, std::string_view parameters,
+                   std::string_view flags = {});
+
+/// A socket connected to the one at `path`. Ends the program when there is none.
+FileDescriptor connectedSocket(const std::string& path);
+
+/// Lets this process open as many files as it may.
+void raiseDescriptorLimit();
+
 /// One end of a connection that carries messages, each ended by a NUL. Ends the program when the
 /// other end is gone.
 class MessageSocket {
  public:
   explicit MessageSocket(FileDescriptor socket) : socket_(std::move(socket)) {}
-  /// Connects to the socket at `path`.
-  static MessageSocket connectedTo(const std::string& path);
-
   /// Sends messages, whose NULs stand in the text.
   void send(std::string_view messages) const;
   /// Waits for bytes; gives how many messages they end.
@@ -47,7 +60,7 @@ class EchoProcess {
   pid_t process_ = -1;
 };
 
-/// The daemon, with everything below `root`. Ends with this object.
+/// The daemon, with everything below `root`, its log in the file `log`. Ends with this object.
 class DaemonProcess {
  public:
   /// Returns when it has told that it is ready.
@@ -56,6 +69,7 @@ class DaemonProcess {
   DaemonProcess(const DaemonProcess&) = delete;
   DaemonProcess& operator=(const DaemonProcess&) = delete;
 
+  std::string socketPath() const;
   MessageSocket connect() const;
   /// From its start until it was ready.
   std::chrono::duration<double> startTime() const { return startTime_; }

@@ -24,7 +24,10 @@ namespace {
 
 /// How long to wait when there are no descriptors, or no memory, for another client. It occupies
 /// one thread, which is not needed for anything else then.
-constexpr std::chrono::milliseconds kRetryTime{100};
+constexpr std::chrono::milliseconds kRetryTime{5};
+/// So many clients may wait at the door. The others wait in connect(), in their order, one for each
+/// thread that connects: so one user's thread cannot put thousands before the next user.
+constexpr int kQueue = 256;
 /// So many clients are let in before others have their turn.
 constexpr int kAcceptedATurn = 16;
 
@@ -34,7 +37,9 @@ constexpr int kAcceptedATurn = 16;
 class Listener::Door : public EventSource {
  public:
   Door(RunLoop& runLoop, FileDescriptor socket, ConnectionTable& table, Admission& admission)
-      : EventSource(std::move(socket)), runLoop_(runLoop), table_(table), admission_(admission) {}
+      : EventSource(std::move(socket)), runLoop_(runLoop), table_(table), admission_(admission) {
+    ::listen(descriptor(), kQueue);
+  }
 
   Event serve() noexcept override {
     for (int accepted = 0; accepted < kAcceptedATurn; ++accepted) {

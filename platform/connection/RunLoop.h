@@ -38,7 +38,7 @@ class RunLoop {
   /// Waits for the next event of a source that was served with kLater; with kNone it is destroyed.
   void resume(EventSource& source, Event next) noexcept VELTO_EXCLUDES(mutex_);
 
-  /// Serves a source that waits for a place all the same, or would wait for one. It is alive.
+  /// Serves a source soon that is to end, also when it waits for a place. It is alive.
   void rouse(EventSource& source) noexcept VELTO_EXCLUDES(mutex_);
 
   /// Serves until `stop`. Called by one thread.

@@ -84,12 +84,12 @@ Event SocketConnection::serve() noexcept {
 }
 
 Event SocketConnection::serveAwaited() {
+  if (isGivenUp_) return Event::kNone;
   if (!isAdmitted_) {
     isAdmitted_ = admission_.admit(*this);
     return isAdmitted_ ? Event::kInput : Event::kNone;
   }
   if (awaited_ == Event::kInput && !takeInput()) return Event::kNone;
-  if (awaited_ == Event::kPlace && isGivenUp_) return Event::kNone;
   const Event next = proceed();
   input_.keep();
   return next;
@@ -212,7 +212,8 @@ void SocketConnection::goOnWithReply() noexcept {
   runLoop_.resume(*this, awaited_);
 }
 
-/// The connection has been shut down, which one that waits for a place does not see.
+/// The connection has been shut down. Its descriptor is wanted, and many others of its user may
+/// stand before it; one that waits for a place would not even see its end.
 void SocketConnection::giveUp() noexcept {
   isGivenUp_ = true;
   runLoop_.rouse(*this);

@@ -54,7 +54,8 @@ void UserTurns::forgetIfGone(const TurnsOfUser& user) {
 }
 
 void UserTurns::lineUp(EventSource& source) {
-  source.turns_->ready.push_back(source);
+  TurnsOfUser::Queue& ready = source.turns_->ready;
+  ready.insert(source.isRoused_ ? ready.begin() : ready.end(), source);
   lineUp(*source.turns_);
 }
 
@@ -69,10 +70,7 @@ void UserTurns::lineUp(TurnsOfUser& user) {
 
 void UserTurns::park(EventSource& source) {
   TurnsOfUser& user = *source.turns_;
-  if (source.isRoused_) {
-    lineUp(source);
-    return;
-  }
+  if (source.isRoused_) return lineUp(source);
   source.isParked_ = true;
   user.parked.push_back(source);
   grantPlace(user);  // when one has become free since it was asked for
@@ -80,10 +78,11 @@ void UserTurns::park(EventSource& source) {
 
 void UserTurns::rouse(EventSource& source) {
   source.isRoused_ = true;
-  if (!source.isParked_) return;
+  // The list's own hook: it stands in one queue at most.
+  if (!source.is_linked()) return;
+  TurnsOfUser::Queue& queue = source.isParked_ ? source.turns_->parked : source.turns_->ready;
+  queue.erase(queue.iterator_to(source));
   source.isParked_ = false;
-  TurnsOfUser::Queue& parked = source.turns_->parked;
-  parked.erase(parked.iterator_to(source));
   lineUp(source);
 }
 

@@ -75,7 +75,8 @@ class UserTurns {
   void lineUp(EventSource& source);
   /// It waits for a place.
   void park(EventSource& source);
-  /// It is not to wait for a place any more: it has a turn now, or after the one it has.
+  /// It is to end: as soon as it has something to do it comes before the others of its user, and it
+  /// does not wait for a place any more.
   void rouse(EventSource& source);
 
   bool hasNext() const { return !around_.empty(); }

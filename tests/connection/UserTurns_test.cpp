@@ -70,6 +70,16 @@ TEST_F(UserTurnsTest, comeFirstToWhoeverOfAUserCameFirst) {
   }
 }
 
+TEST_F(UserTurnsTest, comeBeforeAllOthersOfTheUserToWhoIsToEnd) {
+  const auto ready = readySources(kAnn, 3);
+  turns_.rouse(*ready[1]);
+  EXPECT_EQ(begin().source, ready[1]);
+  Source& waiting = source(kAnn);
+  turns_.rouse(waiting);
+  turns_.lineUp(waiting);
+  EXPECT_EQ(begin().source, &waiting);
+}
+
 TEST_F(UserTurnsTest, leaveOutWhoHasAllThatOneUserMayHave) {
   readySources(kAnn, 3);
   begin();
