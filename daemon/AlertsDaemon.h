@@ -70,7 +70,7 @@ class AlertsDaemon : public VLAlertsDaemon {
   void getAttributes(Reply<Attributes> reply) override;
   void setAttributes(std::optional<PropertyList::Dictionary> attributes, ErrorReply reply) override;
   void postAlert(std::optional<VLAlert> alert, ErrorReply reply) override;
-  void saveAlerts(std::optional<std::vector<VLAlert>> alerts, ErrorReply reply) override;
+  void saveAlerts(std::optional<AlertSequence> alerts, ErrorReply reply) override;
   void markAlertAsReadWithAlertId(std::optional<std::string> alertId, ErrorReply reply) override;
   void markAlertAsResolvedWithAlertId(std::optional<std::string> alertId,
                                       ErrorReply reply) override;

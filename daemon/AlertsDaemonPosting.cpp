@@ -83,7 +83,7 @@ void AlertsDaemon::post(VLAlert& alert, ErrorReply reply) {
   saveAndReply(std::move(store), std::move(reply), std::move(deliveryError));
 }
 
-void AlertsDaemon::saveAlerts(std::optional<std::vector<VLAlert>> alerts, ErrorReply reply) {
+void AlertsDaemon::saveAlerts(std::optional<AlertSequence> alerts, ErrorReply reply) {
   if (!isRoot()) {
     reply(privilegeError());
     return;
@@ -93,8 +93,14 @@ void AlertsDaemon::saveAlerts(std::optional<std::vector<VLAlert>> alerts, ErrorR
     return;
   }
   auto store = std::make_shared<ADAlertStore>(services_.stores);
-  for (const VLAlert& alert : *alerts) {
-    store->insertAlert(alert);
+  // One after the other, since most of them would not fit into memory beside their records.
+  std::optional<Error> failure;
+  for (; const VLAlert* alert = alerts->current(&failure); alerts->advance()) {
+    store->insertAlert(*alert);
+  }
+  if (failure) {
+    reply(std::move(failure));
+    return;
   }
   saveAndReply(std::move(store), std::move(reply), std::nullopt);
 }

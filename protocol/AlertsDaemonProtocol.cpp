@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The table of the protocol's methods, and what turns a call into an operation and back.
 
-#include <algorithm>
 #include <array>
 #include <memory>
 #include <tuple>
@@ -9,50 +8,34 @@
 
 #include "protocol/InterfaceDescription.h"
 #include "protocol/JSONCoding.h"
+#include "protocol/JSONStructure.h"
 #include "protocol/ReplyText.h"
 #include "protocol/VLAlertsDaemon.h"
 
 namespace velto {
 namespace {
 
-namespace json = boost::json;
-
 template <std::size_t N>
 using Names = std::array<std::string_view, N>;
 
-/// A parameter that the method does not have, if there is one.
-template <std::size_t N>
-std::optional<std::string_view> unknownParameter(const json::object& parameters,
-                                                 const Names<N>& names) {
-  for (const auto& member : parameters) {
-    if (std::find(names.begin(), names.end(), std::string_view(member.key())) == names.end()) {
-      return member.key();
-    }
-  }
-  return std::nullopt;
+/// Reads one argument. The white-list is that of the first. A call that would cost too much is
+/// wrong with the parameter as a whole.
+template <std::size_t Index, typename Arguments>
+WrongPath decodeArgument(JSONSource& source, const ArgumentClasses* classes, Arguments& arguments) {
+  WrongPath wrong =
+      decodeOptional(source, Index == 0 ? classes : nullptr, std::get<Index>(arguments));
+  return source.budget.isExceeded() ? WrongPath("") : wrong;
 }
 
-/// Absent when it is left out or null; false when it is of another type.
-template <typename T>
-bool decodeParameter(const json::object& parameters, std::string_view name,
-                     const ArgumentClasses* classes, std::optional<T>& argument) {
-  const json::value* found = parameters.if_contains(name);
-  return found == nullptr || found->is_null() || decode(*found, classes, argument.emplace());
-}
-
-/// Fills the arguments in their order; the name of the first that does not fit, if there is one.
-/// The white-list is that of the first argument.
+/// Fills the arguments; the path of what does not fit, if there is something.
 template <typename Arguments, std::size_t... Index>
-std::optional<std::string_view> decodeParameters(const Invocation& invocation,
-                                                 const Names<sizeof...(Index)>& names,
-                                                 Arguments& arguments,
-                                                 std::index_sequence<Index...>) {
-  std::optional<std::string_view> wrong;
-  static_cast<void>((... && (decodeParameter(invocation.parameters, names[Index],
-                                             Index == 0 ? invocation.classes : nullptr,
-                                             std::get<Index>(arguments)) ||
-                             (wrong = names[Index], false))));
-  return wrong;
+WrongPath decodeArguments(const Invocation& invocation, const Names<sizeof...(Index)>& names,
+                          Arguments& arguments, std::index_sequence<Index...>) {
+  const std::array<JSONMember<Arguments>, sizeof...(Index)> members{
+      {{names[Index], decodeArgument<Index, Arguments>}...}};
+  JSONSource source{JSONCursor(invocation.parameters), MemoryBudget(kCallBudget)};
+  WrongPath wrong = decodeStructure(source, invocation.classes, arguments, members);
+  return wrong ? wrong->substr(1) : wrong;  // the parameters have no name of their own
 }
 
 /// Makes the reply block of one call. It may be copied, and the promise is one: a second call, of
@@ -91,12 +74,9 @@ ProtocolMethod row(std::string_view selector, std::string_view wireName,
                    Pace pace = Pace::kUsual) {
   return {selector, wireName,
           [names, operation, result](const Invocation& invocation, ReplyPromise promise) {
-            auto wrong = unknownParameter(invocation.parameters, names);
             std::tuple<Arguments...> arguments;
-            if (!wrong) {
-              wrong = decodeParameters(invocation, names, arguments,
-                                       std::make_index_sequence<sizeof...(Arguments) - 1>());
-            }
+            const auto wrong = decodeArguments(
+                invocation, names, arguments, std::make_index_sequence<sizeof...(Arguments) - 1>());
             if (wrong) {
               promise.keep(CallReply::invalidParameter(*wrong));
             } else {

@@ -1,18 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-// The coding between values and the JSON that travels on the wire. A decoder returns false (or
-// nothing) for JSON of another shape; members that a structure does not know are passed over, and a
-// member that is null is absent.
+// The coding between values and the JSON that travels on the wire. A decoder reads from the call's
+// text, without a tree of it in between, and tells where in the value something is wrong: of
+// another type, or a member that its structure does not have. A member that is null is absent. Of
+// several members of one name the last counts.
 
 #include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include <boost/json.hpp>
-
 #include "alerts/AlertBundleSettings.h"
+#include "alerts/AlertSequence.h"
 #include "alerts/Recipients.h"
 #include "alerts/VLAlert.h"
 #include "alerts/VLAlertJSON.h"
@@ -21,52 +21,46 @@
 #include "platform/foundation/Error.h"
 #include "platform/foundation/JSONText.h"
 #include "platform/foundation/PropertyList.h"
+#include "platform/json/JSONSource.h"
 #include "platform/propertylist/PropertyListJSON.h"
 #include "protocol/ArgumentClasses.h"
 
 namespace velto {
 
-// `classes` is the white-list of a collection argument, or null when the method has none. An array
-// that it admits as an element is passed over.
-bool decode(const boost::json::value& json, const ArgumentClasses* classes, bool& value);
-bool decode(const boost::json::value& json, const ArgumentClasses* classes, std::string& value);
-bool decode(const boost::json::value& json, const ArgumentClasses* classes, Date& value);
-bool decode(const boost::json::value& json, const ArgumentClasses* classes, Data& value);
-bool decode(const boost::json::value& json, const ArgumentClasses* classes, VLAlert& value);
-bool decode(const boost::json::value& json, const ArgumentClasses* classes,
-            AlertBundleSettings& value);
-bool decode(const boost::json::value& json, const ArgumentClasses* classes, MailRecipient& value);
-bool decode(const boost::json::value& json, const ArgumentClasses* classes,
-            MailRecipientOrAddress& value);
-bool decode(const boost::json::value& json, const ArgumentClasses* classes, PushRecipient& value);
-/// Anything but a dictionary is not a recipient, which is not a mistake.
-bool decode(const boost::json::value& json, const ArgumentClasses* classes,
-            std::optional<PushRecipient>& value);
-bool decode(const boost::json::value& json, const ArgumentClasses* classes,
-            std::map<std::string, AlertBundleSettings>& value);
-bool decode(const boost::json::value& json, const ArgumentClasses* classes,
-            PropertyList::Dictionary& value);
+/// What the values of a call may cost until the operation has done with them, beside its text.
+/// Counted with what becomes of them: a record for each alert and recipient, for instance. With the
+/// longest call it stays below 100 MiB.
+inline constexpr std::size_t kCallBudget = std::size_t{64} * 1024 * 1024;
 
-template <typename T>
-bool decode(const boost::json::value& json, const ArgumentClasses* classes,
-            std::vector<T>& values) {
-  const boost::json::array* array = json.if_array();
-  if (array == nullptr) {
-    return false;
-  }
-  values.reserve(array->size());
-  for (const boost::json::value& element : *array) {
-    if (element.is_array() && classes != nullptr && classes->contains(kArrayClass)) {
-      std::vector<T> passedOver;
-      if (!decode(element, classes, passedOver)) {
-        return false;
-      }
-    } else if (!decode(element, classes, values.emplace_back())) {
-      return false;
-    }
-  }
-  return true;
-}
+// `classes` is the white-list of a collection argument, or null when the method has none. An array
+// that it admits as an element is checked and not kept.
+WrongPath decode(JSONSource& source, const ArgumentClasses* classes, bool& value);
+WrongPath decode(JSONSource& source, const ArgumentClasses* classes, std::string& value);
+WrongPath decode(JSONSource& source, const ArgumentClasses* classes, Date& value);
+WrongPath decode(JSONSource& source, const ArgumentClasses* classes, Data& value);
+WrongPath decode(JSONSource& source, const ArgumentClasses* classes, VLAlert& value);
+/// Checks all alerts, and keeps none: the sequence reads them from the call's text once more, which
+/// has to stay as long as the sequence is used.
+WrongPath decode(JSONSource& source, const ArgumentClasses* classes, AlertSequence& value);
+WrongPath decode(JSONSource& source, const ArgumentClasses* classes, AlertBundleSettings& value);
+WrongPath decode(JSONSource& source, const ArgumentClasses* classes, MailRecipient& value);
+WrongPath decode(JSONSource& source, const ArgumentClasses* classes, MailRecipientOrAddress& value);
+WrongPath decode(JSONSource& source, const ArgumentClasses* classes, PushRecipient& value);
+WrongPath decode(JSONSource& source, const ArgumentClasses* classes,
+                 std::map<std::string, AlertBundleSettings>& value);
+WrongPath decode(JSONSource& source, const ArgumentClasses* classes,
+                 PropertyList::Dictionary& value);
+WrongPath decode(JSONSource& source, const ArgumentClasses* classes,
+                 std::vector<std::string>& values);
+WrongPath decode(JSONSource& source, const ArgumentClasses* classes,
+                 std::vector<MailRecipient>& values);
+WrongPath decode(JSONSource& source, const ArgumentClasses* classes,
+                 std::vector<MailRecipientOrAddress>& values);
+WrongPath decode(JSONSource& source, const ArgumentClasses* classes,
+                 std::vector<PushRecipient>& values);
+/// Of elements that are no dictionaries, and so no recipients, none is kept; they are no mistake.
+WrongPath decode(JSONSource& source, const ArgumentClasses* classes,
+                 std::vector<std::optional<PushRecipient>>& values);
 
 void appendJSON(std::string& text, const Error& error);
 void appendJSON(std::string& text, const AlertBundleSettings& settings);

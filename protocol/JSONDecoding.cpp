@@ -1,144 +1,138 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <algorithm>
+#include <memory>
 #include <utility>
 
 #include "platform/foundation/Base64.h"
 #include "protocol/JSONCoding.h"
+#include "protocol/JSONStructure.h"
 
 namespace velto {
 namespace {
 
-namespace json = boost::json;
+using Kind = JSONCursor::Kind;
 
 bool admits(const ArgumentClasses* classes, ArgumentClass wanted) {
   return classes == nullptr || classes->contains(wanted);
 }
 
-/// A member of a structure; absent when it is left out or null. What a white-list says of the
-/// structure's own class does not hold for its members.
-template <typename T>
-bool decodeMember(const json::object& object, std::string_view name, std::optional<T>& value) {
-  const json::value* found = object.if_contains(name);
-  return found == nullptr || found->is_null() || decode(*found, nullptr, value.emplace());
+/// What a white-list says of the structure's own class does not hold for its members.
+template <auto Member, typename Structure>
+WrongPath decodeMember(JSONSource& source, const ArgumentClasses* /*classes*/,
+                       Structure& structure) {
+  return decodeOptional(source, nullptr, structure.*Member);
 }
 
-/// Whether a white-list admits the value and all that it holds, as plain property-list values.
-bool admitsWhole(const ArgumentClasses* classes, const json::value& value) {
-  if (value.is_object()) {
-    const auto& object = value.get_object();
-    return admits(classes, kDictionaryClass) &&
-           std::all_of(object.begin(), object.end(), [classes](const auto& member) {
-             return member.value().is_null() || admitsWhole(classes, member.value());
-           });
-  }
-  if (value.is_array()) {
-    const auto& array = value.get_array();
-    return admits(classes, kArrayClass) &&
-           std::all_of(array.begin(), array.end(), [classes](const json::value& element) {
-             return admitsWhole(classes, element);
-           });
-  }
-  return classes == nullptr || (value.is_string() && classes->contains(kStringClass));
+/// But it does for those of a plain dictionary.
+template <auto Member, typename Structure>
+WrongPath decodePlainMember(JSONSource& source, const ArgumentClasses* classes,
+                            Structure& structure) {
+  return decodeOptional(source, classes, structure.*Member);
 }
+
+constexpr std::array<JSONMember<VLAlert>, 8> kAlert{{
+    {"identifier", decodeMember<&VLAlert::identifier>},
+    {"type", decodeMember<&VLAlert::type>},
+    {"bundle", decodeMember<&VLAlert::bundle>},
+    {"creationDate", decodeMember<&VLAlert::creationDate>},
+    {"sentDate", decodeMember<&VLAlert::sentDate>},
+    {"readDate", decodeMember<&VLAlert::readDate>},
+    {"resolvedDate", decodeMember<&VLAlert::resolvedDate>},
+    {"attributes", decodeMember<&VLAlert::attributes>},
+}};
+
+constexpr std::array<JSONMember<AlertBundleSettings>, 3> kSettings{{
+    {"name", decodeMember<&AlertBundleSettings::name>},
+    {"pushEnabled", decodeMember<&AlertBundleSettings::pushEnabled>},
+    {"mailEnabled", decodeMember<&AlertBundleSettings::mailEnabled>},
+}};
+
+constexpr std::array<JSONMember<MailRecipient>, 2> kMailRecipient{{
+    {"address", decodePlainMember<&MailRecipient::address>},
+    {"locale", decodePlainMember<&MailRecipient::locale>},
+}};
+
+constexpr std::array<JSONMember<PushRecipient>, 5> kPushRecipient{{
+    {"guid", decodeMember<&PushRecipient::guid>},
+    {"token", decodeMember<&PushRecipient::token>},
+    {"name", decodeMember<&PushRecipient::name>},
+    {"locale", decodeMember<&PushRecipient::locale>},
+    {"enabled", decodeMember<&PushRecipient::enabled>},
+}};
 
 }  // namespace
 
-bool decode(const json::value& json, const ArgumentClasses* /*classes*/, bool& value) {
-  if (!json.is_bool()) {
-    return false;
-  }
-  value = json.get_bool();
-  return true;
+WrongPath decode(JSONSource& source, const ArgumentClasses* /*classes*/, bool& value) {
+  if (source.cursor.kind() != Kind::kBool) return wrongValue(source);
+  value = source.cursor.readBool();
+  return std::nullopt;
 }
 
-bool decode(const json::value& json, const ArgumentClasses* classes, std::string& value) {
-  if (!json.is_string() || !admits(classes, kStringClass)) {
-    return false;
+WrongPath decode(JSONSource& source, const ArgumentClasses* classes, std::string& value) {
+  if (source.cursor.kind() != Kind::kString || !admits(classes, kStringClass)) {
+    return wrongValue(source);
   }
-  value = std::string(json.get_string());
-  return true;
+  value = source.cursor.takeString();
+  return source.budget.take(heapSize(value)) ? std::nullopt : WrongPath("");
 }
 
-bool decode(const json::value& json, const ArgumentClasses* /*classes*/, Date& value) {
-  if (!json.is_number()) {
-    return false;
-  }
-  value = Date(json.to_number<double>());
-  return true;
+WrongPath decode(JSONSource& source, const ArgumentClasses* /*classes*/, Date& value) {
+  if (source.cursor.kind() != Kind::kNumber) return wrongValue(source);
+  value = Date(source.cursor.readDouble());
+  return std::nullopt;
 }
 
-bool decode(const json::value& json, const ArgumentClasses* /*classes*/, Data& value) {
-  auto data = json.is_string() ? base64Decoded(json.get_string()) : std::nullopt;
-  if (!data) {
-    return false;
-  }
+WrongPath decode(JSONSource& source, const ArgumentClasses* /*classes*/, Data& value) {
+  if (source.cursor.kind() != Kind::kString) return wrongValue(source);
+  auto data = base64Decoded(source.cursor.readString());
+  if (!data || !source.budget.take(data->size())) return std::string();
   value = std::move(*data);
-  return true;
+  return std::nullopt;
 }
 
-bool decode(const json::value& json, const ArgumentClasses* classes, VLAlert& value) {
-  const json::object* object = json.if_object();
-  return object != nullptr && admits(classes, kVLAlertClass) &&
-         decodeMember(*object, "identifier", value.identifier) &&
-         decodeMember(*object, "type", value.type) &&
-         decodeMember(*object, "bundle", value.bundle) &&
-         decodeMember(*object, "creationDate", value.creationDate) &&
-         decodeMember(*object, "sentDate", value.sentDate) &&
-         decodeMember(*object, "readDate", value.readDate) &&
-         decodeMember(*object, "resolvedDate", value.resolvedDate) &&
-         decodeMember(*object, "attributes", value.attributes);
+WrongPath decode(JSONSource& source, const ArgumentClasses* classes, VLAlert& value) {
+  if (!admits(classes, kVLAlertClass)) return wrongValue(source);
+  return decodeStructure(source, classes, value, kAlert);
 }
 
-bool decode(const json::value& json, const ArgumentClasses* /*classes*/,
-            AlertBundleSettings& value) {
-  const json::object* object = json.if_object();
-  return object != nullptr && decodeMember(*object, "name", value.name) &&
-         decodeMember(*object, "pushEnabled", value.pushEnabled) &&
-         decodeMember(*object, "mailEnabled", value.mailEnabled);
+WrongPath decode(JSONSource& source, const ArgumentClasses* classes, AlertBundleSettings& value) {
+  return decodeStructure(source, classes, value, kSettings);
 }
 
-bool decode(const json::value& json, const ArgumentClasses* classes, MailRecipient& value) {
-  const json::object* object = json.if_object();
-  return object != nullptr && admitsWhole(classes, json) &&
-         decodeMember(*object, "address", value.address) &&
-         decodeMember(*object, "locale", value.locale);
+WrongPath decode(JSONSource& source, const ArgumentClasses* classes, MailRecipient& value) {
+  if (!admits(classes, kDictionaryClass)) return wrongValue(source);
+  return decodeStructure(source, classes, value, kMailRecipient);
 }
 
-bool decode(const json::value& json, const ArgumentClasses* classes,
-            MailRecipientOrAddress& value) {
-  return json.is_object() ? decode(json, classes, value.emplace<MailRecipient>())
-                          : decode(json, classes, value.emplace<std::string>());
+WrongPath decode(JSONSource& source, const ArgumentClasses* classes,
+                 MailRecipientOrAddress& value) {
+  return source.cursor.kind() == Kind::kObject
+             ? decode(source, classes, value.emplace<MailRecipient>())
+             : decode(source, classes, value.emplace<std::string>());
 }
 
-bool decode(const json::value& json, const ArgumentClasses* /*classes*/, PushRecipient& value) {
-  const json::object* object = json.if_object();
-  return object != nullptr && decodeMember(*object, "guid", value.guid) &&
-         decodeMember(*object, "token", value.token) && decodeMember(*object, "name", value.name) &&
-         decodeMember(*object, "locale", value.locale) &&
-         decodeMember(*object, "enabled", value.enabled);
+WrongPath decode(JSONSource& source, const ArgumentClasses* classes, PushRecipient& value) {
+  return decodeStructure(source, classes, value, kPushRecipient);
 }
 
-bool decode(const json::value& json, const ArgumentClasses* classes,
-            std::optional<PushRecipient>& value) {
-  return !json.is_object() || decode(json, classes, value.emplace());
+WrongPath decode(JSONSource& source, const ArgumentClasses* classes,
+                 std::map<std::string, AlertBundleSettings>& value) {
+  constexpr std::size_t kCost = 256;  // an entry, and what the store remembers of its record
+  if (source.cursor.kind() != Kind::kObject) return wrongValue(source);
+  source.cursor.enter();
+  return decodeMembers(
+      source, source.cursor.nextMember(), value, kCost, [](auto) { return true; },
+      [classes](JSONSource& from, AlertBundleSettings& settings) {
+        return decode(from, classes, settings);
+      });
 }
 
-bool decode(const json::value& json, const ArgumentClasses* classes,
-            std::map<std::string, AlertBundleSettings>& value) {
-  const json::object* object = json.if_object();
-  return object != nullptr && std::all_of(object->begin(), object->end(), [&](const auto& member) {
-           return decode(member.value(), classes, value[std::string(member.key())]);
-         });
-}
-
-bool decode(const json::value& json, const ArgumentClasses* /*classes*/,
-            PropertyList::Dictionary& value) {
-  auto list = propertyListFromJSON(json);
-  if (!list || list->dictionary() == nullptr) {
-    return false;
-  }
-  value = std::move(*list->dictionary());
-  return true;
+WrongPath decode(JSONSource& source, const ArgumentClasses* /*classes*/,
+                 PropertyList::Dictionary& value) {
+  PropertyList list;
+  if (WrongPath wrong = decodePropertyList(source, list)) return wrong;
+  if (list.dictionary() == nullptr) return std::string();
+  value = std::move(*list.dictionary());
+  return std::nullopt;
 }
 
 }  // namespace velto

@@ -41,7 +41,8 @@ class VLAlertsDaemon : public ExportedObject {
   /// A value may be absent.
   virtual void setAttributes(std::optional<PropertyList::Dictionary> /*attributes*/, ErrorReply) {}
   virtual void postAlert(std::optional<VLAlert> /*alert*/, ErrorReply) {}
-  virtual void saveAlerts(std::optional<std::vector<VLAlert>> /*alerts*/, ErrorReply) {}
+  /// The alerts are read as they are gone through, and can be until the operation returns.
+  virtual void saveAlerts(std::optional<AlertSequence> /*alerts*/, ErrorReply) {}
   virtual void markAlertAsReadWithAlertId(std::optional<std::string> /*alertId*/, ErrorReply) {}
   virtual void markAlertAsResolvedWithAlertId(std::optional<std::string> /*alertId*/, ErrorReply) {}
   virtual void performRecoveryAction(std::optional<std::string> /*action*/,

@@ -112,7 +112,7 @@ class ADAlertStore {
   /// Those that were sent before the date.
   std::uint64_t deleteAlertsBeforeDate(const std::optional<Date>& date, ErrorSlot error);
   /// All records of each identifier.
-  std::uint64_t deleteAlertsWithIds(const std::vector<std::string>& identifiers, ErrorSlot error);
+  std::uint64_t deleteAlertsWithIds(std::vector<std::string> identifiers, ErrorSlot error);
   /// The alerts of the bundles, by their identifiers; those without one stay. Nothing is deleted
   /// with an error in the slot, be it from before.
   std::uint64_t deleteAlertsWithBundleIDs(const std::vector<std::string>& bundles, ErrorSlot error);

@@ -210,9 +210,9 @@ std::uint64_t ADAlertStore::deleteAlertsBeforeDate(const std::optional<Date>& da
   return deleteAlerts(Predicate::withFormat("sentDate < %@", {predicateValue(date)}), error);
 }
 
-std::uint64_t ADAlertStore::deleteAlertsWithIds(const std::vector<std::string>& identifiers,
+std::uint64_t ADAlertStore::deleteAlertsWithIds(std::vector<std::string> identifiers,
                                                 ErrorSlot error) {
-  return deleteAlerts(Predicate::withFormat("identifier IN %@", {identifiers}), error);
+  return deleteAlerts(Predicate::isIn("identifier", std::move(identifiers)), error);
 }
 
 std::uint64_t ADAlertStore::deleteAlertsWithBundleIDs(const std::vector<std::string>& bundles,
@@ -231,7 +231,7 @@ std::uint64_t ADAlertStore::deleteAlertsWithBundleIDs(const std::vector<std::str
       }
     }
   }
-  return deleteAlertsWithIds(identifiers, slot);
+  return deleteAlertsWithIds(std::move(identifiers), slot);
 }
 
 std::uint64_t ADAlertStore::deleteAlerts(Predicate predicate, ErrorSlot error) {

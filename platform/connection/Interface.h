@@ -11,8 +11,6 @@
 #include <string_view>
 #include <vector>
 
-#include <boost/json/fwd.hpp>
-
 #include "platform/connection/PendingReply.h"
 
 namespace velto {
@@ -49,7 +47,7 @@ class ArgumentClasses {
 /// One call, decoded no further than its parameters.
 struct Invocation {
   ExportedObject& object;
-  const boost::json::object& parameters;
+  std::string_view parameters;  ///< the JSON text of an object, valid until the invocation returns
   /// The white-list of the method's first argument, or null when none is set.
   const ArgumentClasses* classes;
 };

@@ -8,10 +8,9 @@
 #include <boost/json/storage_ptr.hpp>
 #include <boost/json/value.hpp>
 
-namespace velto {
+#include "platform/json/JSONSyntax.h"
 
-/// How many arrays and objects may lie within each other in a call, the outermost included.
-inline constexpr std::size_t kMaximumJSONDepth = 64;
+namespace velto {
 
 /// Reads the text of one JSON value. Strict: nothing for text that is not JSON to its end, not
 /// UTF-8, nested more deeply than `maximumDepth`, or holding a number beyond a double's range.

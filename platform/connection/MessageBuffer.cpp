@@ -1,6 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/connection/MessageBuffer.h"
 
+#include <algorithm>
+#include <cstring>
+#include <new>
+#include <utility>
+
 namespace velto {
 
 void MessageBuffer::add(std::string_view bytes) {
@@ -9,8 +14,10 @@ void MessageBuffer::add(std::string_view bytes) {
     return;
   }
   keep();
-  kept_.append(bytes);
-  pending_ = kept_;
+  const std::size_t size = pending_.size();
+  if (size + bytes.size() > capacity_) setCapacity(std::max(2 * size, size + bytes.size()));
+  std::memcpy(kept_.get() + size, bytes.data(), bytes.size());
+  pending_ = {kept_.get(), size + bytes.size()};
 }
 
 std::optional<std::string_view> MessageBuffer::next() {
@@ -31,12 +38,26 @@ void MessageBuffer::putBack(std::string_view message) {
 }
 
 void MessageBuffer::keep() {
-  const bool isKept = pending_.data() == kept_.data() && pending_.size() == kept_.size();
-  if (!isKept) {
-    // Swapped, since an assignment would keep the memory of a long message.
-    std::string(pending_).swap(kept_);
+  if (pending_.empty()) {
+    kept_.reset();
+    capacity_ = 0;
+    pending_ = {};
+  } else if (pending_.data() != kept_.get()) {
+    // New memory, since what is left of a long message would keep all of it.
+    Bytes bytes = std::exchange(kept_, nullptr);
+    setCapacity(pending_.size());
+    std::memcpy(kept_.get(), pending_.data(), pending_.size());
+    pending_ = {kept_.get(), pending_.size()};
   }
-  pending_ = kept_;
+}
+
+/// Keeps what is there, as far as it fits.
+void MessageBuffer::setCapacity(std::size_t capacity) {
+  auto* const bytes = static_cast<char*>(std::realloc(kept_.get(), capacity));
+  if (bytes == nullptr) throw std::bad_alloc();
+  static_cast<void>(kept_.release());
+  kept_.reset(bytes);
+  capacity_ = capacity;
 }
 
 }  // namespace velto

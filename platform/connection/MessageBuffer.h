@@ -2,8 +2,9 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdlib>
+#include <memory>
 #include <optional>
-#include <string>
 #include <string_view>
 
 namespace velto {
@@ -14,6 +15,7 @@ namespace velto {
 class MessageBuffer {
  public:
   /// Takes the bytes that follow. They are only borrowed: `keep` has to be called before they go.
+  /// This one and `keep` throw std::bad_alloc, after which only the size may be asked for.
   void add(std::string_view bytes);
 
   /// The next complete message, without its NUL; valid until `keep` or `add`. Nothing when there is
@@ -30,7 +32,17 @@ class MessageBuffer {
   std::size_t size() const { return pending_.size(); }
 
  private:
-  std::string kept_;
+  struct Free {
+    void operator()(char* bytes) const { std::free(bytes); }
+  };
+  /// Grown by realloc, which moves the pages of a long message instead of copying it: twice its
+  /// length would be in memory otherwise.
+  using Bytes = std::unique_ptr<char[], Free>;
+
+  void setCapacity(std::size_t capacity);
+
+  Bytes kept_;
+  std::size_t capacity_ = 0;
   std::string_view pending_;  ///< within `kept_` or the bytes borrowed
   std::size_t scanned_ = 0;   ///< how much of `pending_` is known to hold no NUL
 };

@@ -29,8 +29,6 @@
 #include <sys/socket.h>
 #include <utility>
 
-#include <boost/json/monotonic_resource.hpp>
-
 #include "platform/connection/VarlinkMessage.h"
 #include "platform/connection/VarlinkService.h"
 #include "platform/connection/WaitingPlace.h"
@@ -46,8 +44,6 @@ constexpr std::chrono::milliseconds kTurnTime{2};
 constexpr int kStepsALook = 8;
 /// So much output is not held back any longer.
 constexpr std::size_t kMuchOutput = std::size_t{16} * 1024;
-/// Calls of usual size are decoded without asking for memory.
-constexpr std::size_t kCallMemory = 8192;
 /// An idle connection keeps a buffer no larger than this.
 constexpr std::size_t kKeptOutput = 128;
 
@@ -145,10 +141,7 @@ SocketConnection::Step SocketConnection::doNext() {
 /// Runs a call, which replies then or later. A message that is not a call ends the connection.
 /// False when the call cannot be begun for want of a place.
 bool SocketConnection::runCall(std::string_view message) {
-  std::array<unsigned char, kCallMemory> memory;
-  boost::json::monotonic_resource storage(memory.data(), memory.size());
-  const auto call =
-      message.size() <= maximumCallSize_ ? VarlinkCall::parse(message, &storage) : std::nullopt;
+  const auto call = message.size() <= maximumCallSize_ ? VarlinkCall::parse(message) : std::nullopt;
   if (!call) {
     isEnding_ = true;
     return true;

@@ -1,53 +1,81 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/connection/VarlinkMessage.h"
 
+#include <algorithm>
+#include <array>
 #include <utility>
 
-#include <boost/json/value.hpp>
-
-#include "platform/connection/JSONReader.h"
+#include "platform/json/JSONCursor.h"
+#include "platform/json/JSONSyntax.h"
 
 namespace velto {
 namespace {
 
-namespace json = boost::json;
+using Kind = JSONCursor::Kind;
 
-/// Sets `flag` from a member that must be a boolean or null.
-bool takeFlag(const json::value& value, bool& flag) {
-  if (!value.is_bool() && !value.is_null()) return false;
-  flag = value.is_bool() && value.get_bool();
-  return true;
+constexpr std::array<std::string_view, 5> kNames{"method", "parameters", "oneway", "more",
+                                                 "upgrade"};
+
+/// Where the values of the envelope's members are, in the order of their names.
+using Envelope = std::array<std::optional<std::size_t>, kNames.size()>;
+
+/// Finds the members, of several of one name the last. Nothing for what no call can have.
+std::optional<Envelope> readEnvelope(std::string_view message) {
+  JSONCursor cursor(message);
+  if (cursor.kind() != Kind::kObject) return std::nullopt;
+  Envelope envelope;
+  cursor.enter();
+  while (const auto name = cursor.nextMember()) {
+    const auto known = std::find(kNames.begin(), kNames.end(), *name);
+    if (known != kNames.end()) {
+      envelope[static_cast<std::size_t>(known - kNames.begin())] = cursor.position();
+    } else if (name->find('.') == std::string_view::npos) {
+      // Names with a dot are other people's extensions.
+      return std::nullopt;
+    }
+    cursor.skip();
+  }
+  return envelope;
+}
+
+/// Takes over a member with `take`. False when it is neither of this kind nor null.
+template <typename Take>
+bool takeMember(std::string_view message, std::optional<std::size_t> position, Kind kind,
+                const Take& take) {
+  if (!position) return true;
+  JSONCursor cursor(message, *position);
+  if (cursor.kind() == kind) {
+    take(cursor);
+    return true;
+  }
+  return cursor.kind() == Kind::kNull;
 }
 
 }  // namespace
 
-std::optional<VarlinkCall> VarlinkCall::parse(std::string_view message, json::storage_ptr storage) {
-  std::optional<json::value> document = readJSON(message, storage);
-  if (!document || !document->is_object()) return std::nullopt;
-
-  VarlinkCall call(storage);
-  for (auto& [name, value] : document->get_object()) {
-    if (!call.take(name, value)) return std::nullopt;
-  }
-  return call.hasMethod_ ? std::optional(std::move(call)) : std::nullopt;
-}
-
-/// Takes over one member of the envelope; false when a call cannot have it.
-bool VarlinkCall::take(std::string_view name, json::value& value) {
-  if (name == "method") {
-    hasMethod_ = value.is_string();
-    if (hasMethod_) method_ = std::move(value.get_string());
-    return hasMethod_;
-  }
-  if (name == "parameters") {
-    if (value.is_object()) parameters_ = std::move(value.get_object());
-    return value.is_object() || value.is_null();
-  }
-  if (name == "oneway") return takeFlag(value, oneway_);
-  if (name == "more") return takeFlag(value, more_);
-  if (name == "upgrade") return takeFlag(value, upgrade_);
-  // Names with a dot are other people's extensions.
-  return name.find('.') != std::string_view::npos;
+std::optional<VarlinkCall> VarlinkCall::parse(std::string_view message) {
+  const auto envelope = isJSON(message) ? readEnvelope(message) : std::nullopt;
+  if (!envelope) return std::nullopt;
+  const auto& [method, parameters, oneway, more, upgrade] = *envelope;
+  VarlinkCall call;
+  bool hasMethod = false;
+  const auto takeMethod = [&](JSONCursor& cursor) {
+    hasMethod = true;
+    call.method_ = cursor.takeString();
+  };
+  const auto takeParameters = [&](JSONCursor& cursor) {
+    cursor.skip();
+    call.parameters_ = message.substr(*parameters, cursor.position() - *parameters);
+  };
+  const auto takeFlag = [](bool& flag) {
+    return [&flag](JSONCursor& cursor) { flag = cursor.readBool(); };
+  };
+  const bool isCall = takeMember(message, method, Kind::kString, takeMethod) && hasMethod &&
+                      takeMember(message, parameters, Kind::kObject, takeParameters) &&
+                      takeMember(message, oneway, Kind::kBool, takeFlag(call.oneway_)) &&
+                      takeMember(message, more, Kind::kBool, takeFlag(call.more_)) &&
+                      takeMember(message, upgrade, Kind::kBool, takeFlag(call.upgrade_));
+  return isCall ? std::optional(std::move(call)) : std::nullopt;
 }
 
 }  // namespace velto

@@ -1,17 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/connection/VarlinkService.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
-#include <boost/json/object.hpp>
-
 #include "platform/foundation/JSONText.h"
+#include "platform/json/JSONSource.h"
 
 namespace velto {
 namespace {
-
-namespace json = boost::json;
 
 constexpr std::string_view kServiceInterface = "org.varlink.service";
 
@@ -60,10 +58,15 @@ CallReply methodNotFound(std::string_view method) {
   return failure("MethodNotFound", "method", method);
 }
 
+/// A parameter that the method does not have.
+CallReply unknownParameter(std::string_view name) {
+  return CallReply::invalidParameter(pathWithin(name, "").substr(1));
+}
+
 CallReply info(const VarlinkCall& call, const Protocol& protocol) {
-  if (!call.parameters().empty()) {
-    return CallReply::invalidParameter(call.parameters().begin()->key());
-  }
+  JSONCursor cursor(call.parameters());
+  cursor.enter();
+  if (const auto name = cursor.nextMember()) return unknownParameter(*name);
   std::string text;
   JSONObjectText parameters(text);
   parameters.add("vendor", std::string_view("Velto"));
@@ -75,14 +78,7 @@ CallReply info(const VarlinkCall& call, const Protocol& protocol) {
   return CallReply::parameters(text);
 }
 
-CallReply interfaceDescription(const VarlinkCall& call, const Protocol& protocol) {
-  for (const auto& member : call.parameters()) {
-    if (member.key() != "interface") return CallReply::invalidParameter(member.key());
-  }
-  const json::value* name = call.parameters().if_contains("interface");
-  if (name == nullptr || !name->is_string()) return CallReply::invalidParameter("interface");
-
-  const std::string_view interface = name->get_string();
+CallReply descriptionOf(std::string_view interface, const Protocol& protocol) {
   if (interface != kServiceInterface && interface != protocol.name) {
     return failure("InterfaceNotFound", "interface", interface);
   }
@@ -94,13 +90,29 @@ CallReply interfaceDescription(const VarlinkCall& call, const Protocol& protocol
   return CallReply::parameters(text);
 }
 
+CallReply interfaceDescription(const VarlinkCall& call, const Protocol& protocol) {
+  std::optional<std::string> interface;
+  JSONCursor cursor(call.parameters());
+  cursor.enter();
+  while (const auto name = cursor.nextMember()) {
+    if (name != "interface") return unknownParameter(*name);
+    interface.reset();  // of several the last counts
+    if (cursor.kind() == JSONCursor::Kind::kString) {
+      interface = cursor.takeString();
+    } else {
+      cursor.skip();
+    }
+  }
+  return interface ? descriptionOf(*interface, protocol) : CallReply::invalidParameter("interface");
+}
+
 }  // namespace
 
 CallReply serviceReply(const VarlinkCall& call, const Interface& exported) {
   const std::size_t dot = call.method().rfind('.');
-  if (dot == std::string_view::npos) return methodNotFound(call.method());
-  const std::string_view interface = call.method().substr(0, dot);
-  const std::string_view method = call.method().substr(dot + 1);
+  if (dot == std::string::npos) return methodNotFound(call.method());
+  const std::string_view interface = std::string_view(call.method()).substr(0, dot);
+  const std::string_view method = std::string_view(call.method()).substr(dot + 1);
 
   if (call.upgrade()) return CallReply::invalidParameter("upgrade");
   if (interface != kServiceInterface && interface != exported.protocol().name) {

@@ -93,6 +93,12 @@ bool fits(const std::vector<std::string>&, AttributeType type) {
 Predicate::Predicate(Condition condition)
     : condition_(std::make_shared<const Condition>(std::move(condition))) {}
 
+Predicate Predicate::isIn(std::string key, std::vector<std::string> list) {
+  std::sort(list.begin(), list.end());
+  list.erase(std::unique(list.begin(), list.end()), list.end());
+  return Predicate(Comparison{std::move(key), Operator::kIn, std::move(list)});
+}
+
 bool Predicate::matches(const EntityDescription& entity,
                         const std::vector<AttributeValue>& values) const {
   return evaluate(*condition_, entity, values);

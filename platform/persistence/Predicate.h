@@ -55,6 +55,8 @@ class Predicate {
   /// and end the process with a line that says where.
   static Predicate withFormat(std::string_view format,
                               std::initializer_list<PredicateArgument> arguments = {});
+  /// `key IN` this list, which may be so long that a second one in memory is too much.
+  static Predicate isIn(std::string key, std::vector<std::string> list);
 
   const Condition& condition() const { return *condition_; }
 

@@ -95,6 +95,8 @@ std::optional<std::string> encodeString(const std::string& value) {
   }
   const std::optional<std::u16string> units = utf16FromUTF8(value);
   if (!units) return std::nullopt;
+  constexpr std::size_t kMarker = 10;
+  output.reserve(kMarker + 2 * units->size());
   appendMarker(output, kUTF16String, units->size());
   for (const char16_t unit : *units) {
     appendBigEndian(output, unit, 2);

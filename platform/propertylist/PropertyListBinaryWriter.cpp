@@ -111,15 +111,32 @@ bool PropertyListBinaryWriter::mayShare(std::size_t size) {
   return true;
 }
 
-Data PropertyListBinaryWriter::encode() const {
+/// At most.
+std::size_t PropertyListBinaryWriter::encodedSize() const {
+  constexpr std::size_t kForAnObject = 2 * sizeof(std::uint64_t) + 1;  // marker, count and offset
+  constexpr std::size_t kAround = 64;
+  std::size_t size = kAround + references_.size() * sizeof(std::uint64_t);
+  for (const Object& object : objects_) {
+    size += object.encoding.size() + kForAnObject;
+  }
+  return size;
+}
+
+/// A long scalar is not in memory once more than it must: room is made once, and what has been
+/// written goes.
+Data PropertyListBinaryWriter::encode() {
   const std::size_t referenceWidth = widthOf(objects_.size() - 1);
   std::vector<std::uint64_t> offsets;
   offsets.reserve(objects_.size());
-  std::string output(kWrittenSignature);
+  std::string output;
+  output.reserve(encodedSize());
+  output.append(kWrittenSignature);
+  scalars_.clear();
   std::size_t nextReference = 0;
-  for (const Object& object : objects_) {
+  for (Object& object : objects_) {
     offsets.push_back(output.size());
     output.append(object.encoding);
+    std::string().swap(object.encoding);
     if (object.container != nullptr) {
       std::size_t count = appendContainerMarker(output, *object.container);
       for (; count > 0; --count) {

@@ -39,7 +39,8 @@ class PropertyListBinaryWriter {
   bool addReference(const PropertyList& value, int depth, const std::string* key);
   bool addScalar(std::optional<std::string> encoding, const std::string* key);
   bool mayShare(std::size_t size);
-  Data encode() const;
+  std::size_t encodedSize() const;
+  Data encode();
   bool fail(std::string_view what, const std::string* key);
 
   const ErrorSlot error_;

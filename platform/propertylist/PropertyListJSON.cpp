@@ -5,8 +5,7 @@
 #include <string_view>
 #include <type_traits>
 #include <utility>
-
-#include <boost/json.hpp>
+#include <variant>
 
 #include "platform/foundation/Base64.h"
 #include "platform/foundation/JSONText.h"
@@ -14,63 +13,94 @@
 namespace velto {
 namespace {
 
-namespace json = boost::json;
+using Kind = JSONCursor::Kind;
+
+/// What an element, a key or a value may cost beside its text, from the call to the store: its
+/// place in its container, in the copy that a bundle's code gets, and in the binary form.
+constexpr std::size_t kCost = 448;
+/// How often its text may be in memory on that way.
+constexpr std::size_t kCopies = 3;
 
 bool isReserved(std::string_view key) {
   return key.starts_with('$');
 }
 
-std::optional<PropertyList> dictionaryFromJSON(const json::object& object) {
-  PropertyList::Dictionary dictionary;
-  for (const auto& [key, value] : object) {
-    auto element = propertyListFromJSON(value);
-    if (!element) {
-      return std::nullopt;
-    }
-    dictionary.insert_or_assign(std::string(key), std::move(*element));
-  }
-  return dictionary;
+bool isNotReserved(std::string_view key) {
+  return !isReserved(key);
 }
 
-std::optional<PropertyList> arrayFromJSON(const json::array& array) {
+WrongPath decodeArray(JSONSource& source, PropertyList& value) {
   PropertyList::Array values;
-  values.reserve(array.size());
-  for (const json::value& element : array) {
-    auto value = propertyListFromJSON(element);
-    if (!value || value->isAbsent()) {
-      return std::nullopt;
+  source.cursor.enter();
+  while (source.cursor.nextElement()) {
+    PropertyList& element = values.emplace_back();
+    WrongPath wrong = decodePropertyList(source, element);
+    if (wrong || element.isAbsent()) {
+      source.cursor.leave();
+      return pathWithin(values.size() - 1, wrong.value_or(""));
     }
-    values.push_back(std::move(*value));
   }
-  return values;
+  values.shrink_to_fit();
+  value = std::move(values);
+  return std::nullopt;
 }
 
-/// An object with one reserved key, which stands for a value that JSON has no form for.
-std::optional<PropertyList> reservedFromJSON(std::string_view key, const json::value& value) {
-  if (key == "$date" && value.is_number()) {
-    return Date(value.to_number<double>());
+template <typename MayBeName>
+WrongPath decodeDictionary(JSONSource& source, std::optional<std::string_view> firstName,
+                           const MayBeName& mayBeName, PropertyList& value) {
+  PropertyList::Dictionary dictionary;
+  WrongPath wrong =
+      decodeMembers(source, firstName, dictionary, kCost, mayBeName, decodePropertyList);
+  if (!wrong) value = std::move(dictionary);
+  return wrong;
+}
+
+WrongPath decodeData(JSONSource& source, PropertyList& value) {
+  auto data = base64Decoded(source.cursor.readString());
+  if (!data || !source.budget.take(kCopies * data->size())) return std::string();
+  value = std::move(*data);
+  return std::nullopt;
+}
+
+/// The value under a reserved key.
+WrongPath decodeReserved(JSONSource& source, std::string_view key, PropertyList& value) {
+  JSONCursor& cursor = source.cursor;
+  const Kind kind = cursor.kind();
+  if (key == "$data" && kind == Kind::kString) return decodeData(source, value);
+  if (key == "$dict" && kind == Kind::kObject) {
+    cursor.enter();
+    return decodeDictionary(
+        source, cursor.nextMember(), [](auto) { return true; }, value);
   }
-  if (key == "$data" && value.is_string()) {
-    if (auto data = base64Decoded(value.get_string())) {
-      return std::move(*data);
-    }
-  }
-  if (key == "$dict" && value.is_object()) {
-    return dictionaryFromJSON(value.get_object());
-  }
-  if (key == "$absent" && value == json::value(true)) {
-    return PropertyList();
+  if (key == "$date" && kind == Kind::kNumber) {
+    value = Date(cursor.readDouble());
+  } else if (key == "$absent" && kind == Kind::kBool) {
+    value = PropertyList();
+    if (!cursor.readBool()) return std::string();
+  } else {
+    return wrongValue(source);
   }
   return std::nullopt;
 }
 
-std::optional<PropertyList> objectFromJSON(const json::object& object) {
-  for (const auto& member : object) {
-    if (isReserved(member.key())) {
-      return object.size() == 1 ? reservedFromJSON(member.key(), member.value()) : std::nullopt;
-    }
-  }
-  return dictionaryFromJSON(object);
+/// An object with one reserved key, which stands for a value that JSON has no form for.
+WrongPath decodeReservedObject(JSONSource& source, const std::string& key, PropertyList& value) {
+  WrongPath wrong;
+  std::optional<std::string_view> name;
+  do {
+    wrong = decodeReserved(source, key, value);
+    name = source.cursor.nextMember();
+  } while (name == key);
+  if (!name) return wrong;
+  source.cursor.leave();
+  return std::string();
+}
+
+WrongPath decodeObject(JSONSource& source, PropertyList& value) {
+  source.cursor.enter();
+  const auto name = source.cursor.nextMember();
+  return name && isReserved(*name) ? decodeReservedObject(source, std::string(*name), value)
+                                   : decodeDictionary(source, name, isNotReserved, value);
 }
 
 void appendMembers(std::string& text, const PropertyList::Dictionary& dictionary) {
@@ -94,24 +124,28 @@ void appendReserved(std::string& text, std::string_view key, Append append) {
 
 }  // namespace
 
-std::optional<PropertyList> propertyListFromJSON(const json::value& value) {
-  switch (value.kind()) {
-    case json::kind::null:
-      return PropertyList();
-    case json::kind::bool_:
-      return PropertyList(value.get_bool());
-    case json::kind::int64:
-      return PropertyList(value.get_int64());
-    case json::kind::uint64:
-      return PropertyList(value.get_uint64());
-    case json::kind::double_:
-      return PropertyList(value.get_double());
-    case json::kind::string:
-      return PropertyList(std::string(value.get_string()));
-    case json::kind::array:
-      return arrayFromJSON(value.get_array());
-    case json::kind::object:
-      return objectFromJSON(value.get_object());
+WrongPath decodePropertyList(JSONSource& source, PropertyList& value) {
+  JSONCursor& cursor = source.cursor;
+  if (!source.budget.take(kCost)) return wrongValue(source);
+  switch (cursor.kind()) {
+    case Kind::kNull:
+      cursor.skip();
+      value = PropertyList();
+      break;
+    case Kind::kBool:
+      value = cursor.readBool();
+      break;
+    case Kind::kNumber:
+      std::visit([&value](auto number) { value = number; }, cursor.readNumber());
+      break;
+    case Kind::kString:
+      value = cursor.takeString();
+      if (!source.budget.take(kCopies * heapSize(*value.string()))) return std::string();
+      break;
+    case Kind::kArray:
+      return decodeArray(source, value);
+    case Kind::kObject:
+      return decodeObject(source, value);
   }
   return std::nullopt;
 }

@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <optional>
 #include <string>
 
-#include <boost/json/value.hpp>
-
 #include "platform/foundation/PropertyList.h"
+#include "platform/json/JSONSource.h"
 
 namespace velto {
 
@@ -16,7 +14,7 @@ namespace velto {
 /// and {"$data": base64} for the two kinds that JSON lacks; {"$dict": {...}} for a dictionary that
 /// itself has a key beginning with "$". A number beyond the finite ones is null. An absent value is
 /// read, in a dictionary only, from null or {"$absent": true}, and left out of what is written.
-std::optional<PropertyList> propertyListFromJSON(const boost::json::value& json);
+WrongPath decodePropertyList(JSONSource& source, PropertyList& value);
 void appendJSON(std::string& text, const PropertyList& value);
 void appendJSON(std::string& text, const PropertyList::Dictionary& value);
 

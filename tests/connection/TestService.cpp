@@ -10,6 +10,8 @@
 #include <boost/json/value.hpp>
 #include <gtest/gtest.h>
 
+#include "platform/connection/JSONReader.h"
+
 namespace velto {
 namespace {
 
@@ -25,12 +27,17 @@ std::shared_ptr<const Interface> exportedInterface(const Protocol& protocol) {
   return std::make_shared<const Interface>(std::move(exported));
 }
 
+json::value parametersOf(const Invocation& call) {
+  return *readJSON(call.parameters);
+}
+
 TestObject::Shared& sharedOf(const Invocation& call) {
   return static_cast<TestObject&>(call.object).shared();
 }
 
 CallReply echoed(const Invocation& call) {
-  const json::value* value = call.parameters.if_contains("value");
+  const json::value parameters = parametersOf(call);
+  const json::value* value = parameters.get_object().if_contains("value");
   return value == nullptr ? CallReply::invalidParameter("value")
                           : CallReply::parameters(json::serialize(json::object{{"value", *value}}));
 }
@@ -97,8 +104,9 @@ class Numbers : public ReplyBody {
 };
 
 void count(const Invocation& call, ReplyPromise promise) {
-  const auto to = call.parameters.at("to").to_number<int>();
-  const auto size = call.parameters.at("size").to_number<std::size_t>();
+  const json::value parameters = parametersOf(call);
+  const auto to = parameters.at("to").to_number<int>();
+  const auto size = parameters.at("size").to_number<std::size_t>();
   promise.keep(CallReply::parameters(std::make_unique<Numbers>(sharedOf(call), to, size)));
 }
 

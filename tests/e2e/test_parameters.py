@@ -2,7 +2,7 @@
 """The shape of parameters."""
 
 import pytest
-from velto.values import METHODS, NO_ALERT_TO_POST, SERVICE
+from velto.values import INTERFACE, METHODS, NO_ALERT_TO_POST, SERVICE
 from velto.varlink import message
 
 pytestmark = pytest.mark.needs_root
@@ -50,14 +50,21 @@ WRONG_ALERTS = [
 ]
 
 
-def invalid(parameter):
-    return {"error": f"{SERVICE}.InvalidParameter", "parameters": {"parameter": parameter}}
+def invalid(path):
+    return {"error": f"{SERVICE}.InvalidParameter", "parameters": {"parameter": path}}
+
+
+def wrong_path(reply):
+    """The path of what is wrong."""
+    assert reply["error"] == f"{SERVICE}.InvalidParameter"
+    return reply["parameters"]["parameter"]
 
 
 @pytest.mark.parametrize("method, name, value", [
     (method, name, value) for (method, name), values in WRONG_TYPES.items() for value in values])
 def test_a_parameter_of_another_type_is_invalid(client, method, name, value):
-    assert client.exchange(method, {name: value}) == invalid(name)
+    path = wrong_path(client.exchange(method, {name: value}))
+    assert path == name or path.startswith((f"{name}.", f"{name}["))
 
 
 @pytest.mark.parametrize("method", METHODS)
@@ -66,16 +73,44 @@ def test_a_parameter_that_the_method_does_not_have_is_invalid(client, method):
     assert client.exchange(method, {"Alert": {}}) == invalid("Alert")
 
 
+@pytest.mark.parametrize("method, parameters, path", [
+    ("PostAlert", {"alert": {"type": 5}}, "alert.type"),
+    ("SaveAlerts", {"alerts": [{}, {}, [{"sentDate": "now"}]]}, "alerts[2][0].sentDate"),
+    ("SetAttributes", {"attributes": {"a": [0, {"b": {"$date": "x"}}]}}, "attributes.a[1].b"),
+    ("AddPushRecipients", {"recipients": [5, {"token": "?"}]}, "recipients[1].token"),
+    ("SetAlertBundleSettings", {"settings": {"Printer": {"mailEnabled": 1}}},
+     "settings.Printer.mailEnabled"),
+    ("DeleteAlertsWithIds", {"alertIds": ["a", ["b", 5]]}, "alertIds[1][1]")])
+def test_what_is_wrong_is_named_by_its_path(client, method, parameters, path):
+    assert client.exchange(method, parameters) == invalid(path)
+
+
+@pytest.mark.parametrize("method, parameters, path", [
+    ("PostAlert", {"alert": {"bundle": "Printer", "typ": "Jam"}}, "alert.typ"),
+    ("SaveAlerts", {"alerts": [{"sentdate": None}]}, "alerts[0].sentdate"),
+    ("SetAlertBundleSettings", {"settings": {"Printer": {"mailEnabeld": True}}},
+     "settings.Printer.mailEnabeld"),
+    ("SetMailRecipients", {"recipients": [{"adress": "a@example.org"}]}, "recipients[0].adress"),
+    ("AddMailRecipients", {"recipients": ["a@example.org", {"age": "5"}]}, "recipients[1].age"),
+    ("SetPushRecipients", {"recipients": [{"uuid": "5"}]}, "recipients[0].uuid"),
+    ("AddPushRecipients", {"recipients": [{"uuid": "5"}]}, "recipients[0].uuid")])
+def test_a_member_that_a_structure_does_not_have_is_invalid(client, method, parameters, path):
+    assert client.exchange(method, parameters) == invalid(path)
+    assert client.call("GetMailRecipients") == {"recipients": []}
+
+
 @pytest.mark.parametrize("alert", WRONG_ALERTS, ids=str)
 def test_a_wrong_member_makes_the_alert_invalid(client, alert):
-    assert client.exchange("PostAlert", {"alert": alert}) == invalid("alert")
-    assert client.exchange("SaveAlerts", {"alerts": [{}, alert]}) == invalid("alerts")
+    path = wrong_path(client.exchange("PostAlert", {"alert": alert}))
+    assert path.startswith(f"alert.{next(iter(alert))}")
+    assert client.exchange("SaveAlerts", {"alerts": [{}, alert]}) == \
+        invalid(path.replace("alert", "alerts[1]", 1))
 
 
 @pytest.mark.parametrize("elements", [
     ["text"], [5], [True], [None], [{}, "text"], [["text"]], [[[5]]], [[None]]], ids=str)
 def test_a_list_of_alerts_holds_alerts_and_arrays_only(client, elements):
-    assert client.exchange("SaveAlerts", {"alerts": elements}) == invalid("alerts")
+    assert wrong_path(client.exchange("SaveAlerts", {"alerts": elements})).startswith("alerts[")
 
 
 @pytest.mark.parametrize("elements", [
@@ -83,7 +118,8 @@ def test_a_list_of_alerts_holds_alerts_and_arrays_only(client, elements):
     [{"address": 5}], [{"address": "a", "locale": True}], [{"address": "a", "age": 5}],
     [{"address": ["a"]}], [{"address": "a", "more": {"deep": 1}}], [[{"address": 5}]]], ids=str)
 def test_a_list_of_recipients_holds_texts_dictionaries_and_arrays_only(client, elements):
-    assert client.exchange("AddMailRecipients", {"recipients": elements}) == invalid("recipients")
+    path = wrong_path(client.exchange("AddMailRecipients", {"recipients": elements}))
+    assert path.startswith("recipients[")
 
 
 def test_what_is_invalid_changes_nothing(client):
@@ -92,6 +128,12 @@ def test_what_is_invalid_changes_nothing(client):
     client.exchange("AddMailRecipients", {"recipients": ["invalid@example.org", 5]})
     assert client.call("GetAlertsOfBundle", bundle="invalid") == {"alerts": []}
     assert client.call("GetMailRecipients") == {"recipients": []}
+
+
+def test_of_members_of_one_name_the_last_counts_also_when_one_before_is_wrong(client):
+    client.send(b'{"method": "%s.PostAlert", "parameters": {"alert": 5, "alert": null}}\0' %
+                INTERFACE.encode())
+    assert client.receive() == {"parameters": {"error": NO_ALERT_TO_POST}}
 
 
 def test_a_callers_role_does_not_matter_to_the_shape(shared):

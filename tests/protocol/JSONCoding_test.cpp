@@ -3,9 +3,12 @@
 
 #include <cmath>
 #include <limits>
+#include <type_traits>
 
+#include <boost/json.hpp>
 #include <gtest/gtest.h>
 
+#include "platform/json/JSONSyntax.h"
 #include "tests/foundation/JSONTesting.h"
 
 namespace velto {
@@ -28,10 +31,36 @@ PropertyList::Array everyKind() {
           PropertyList::Dictionary{{"k", "v"}}};
 }
 
+/// What a decoder makes of a text. Nothing when something is wrong; `path` is where.
+template <typename T>
+std::optional<T> decoded(std::string_view text, const ArgumentClasses* classes = nullptr,
+                         std::string* path = nullptr) {
+  EXPECT_TRUE(isJSON(text)) << text;
+  JSONSource source{JSONCursor(text), MemoryBudget(kCallBudget)};
+  T value{};
+  WrongPath wrong;
+  if constexpr (std::is_same_v<T, PropertyList>) {
+    wrong = decodePropertyList(source, value);
+  } else {
+    wrong = decode(source, classes, value);
+  }
+  EXPECT_EQ(source.cursor.position(), text.size()) << text;
+  if (!wrong) return value;
+  if (path != nullptr) *path = *wrong;
+  return std::nullopt;
+}
+
+template <typename T>
+std::string wrongPath(std::string_view text, const ArgumentClasses* classes = nullptr) {
+  std::string path;
+  EXPECT_FALSE(decoded<T>(text, classes, &path)) << text;
+  return path;
+}
+
 TEST(PropertyListJSON, EveryKindComesBackThroughText) {
   const PropertyList value = everyKind();
   const std::string text = asText(value);
-  EXPECT_EQ(propertyListFromJSON(json::parse(text)), value) << text;
+  EXPECT_EQ(decoded<PropertyList>(text), value) << text;
 }
 
 TEST(PropertyListJSON, WritesTheReservedForms) {
@@ -57,7 +86,7 @@ TEST(PropertyListJSON, ReadsTheReservedForms) {
       {R"({"a": {"$absent": true}})", PropertyList::Dictionary{{"a", PropertyList()}}},
   };
   for (const auto& [text, value] : rows) {
-    EXPECT_EQ(propertyListFromJSON(json::parse(text)), value) << text;
+    EXPECT_EQ(decoded<PropertyList>(text), value) << text;
   }
 }
 
@@ -66,89 +95,162 @@ TEST(PropertyListJSON, RefusesWhatIsNoPropertyList) {
                            R"({"$data": "aGkh\n"})", R"({"$data": "a=Gk"})", R"({"$dict": []})",
                            R"({"$absent": false})", R"({"$unknown": 1})", R"([null])",
                            R"([{"$absent": true}])", R"({"a": [1, {"$date": null}]})"}) {
-    EXPECT_EQ(propertyListFromJSON(json::parse(text)), std::nullopt) << text;
+    EXPECT_EQ(decoded<PropertyList>(text), std::nullopt) << text;
   }
 }
 
-template <typename T>
-bool decodes(std::string_view text, const ArgumentClasses* classes = nullptr) {
-  T value;
-  return decode(json::parse(text), classes, value);
+TEST(PropertyListJSON, OfSeveralMembersOfOneNameTheLastCounts) {
+  const std::pair<std::string_view, std::optional<PropertyList>> rows[] = {
+      {R"({"a": {"$what": 1}, "a": 2})", PropertyList::Dictionary{{"a", 2}}},
+      {R"({"a": 2, "a": {"$what": 1}})", std::nullopt},
+      {R"({"$date": "x", "$date": 2})", Date(2)},
+      {R"({"$date": 2, "$date": "x"})", std::nullopt},
+      {R"({"$date": 2, "$data": ""})", std::nullopt},
+  };
+  for (const auto& [text, value] : rows) {
+    EXPECT_EQ(decoded<PropertyList>(text), value) << text;
+  }
+}
+
+TEST(PropertyListJSON, TellsWhereSomethingIsWrong) {
+  EXPECT_EQ(wrongPath<PropertyList>(R"({"a": [1, {"b": {"$date": null}}]})"), ".a[1].b");
+  EXPECT_EQ(wrongPath<PropertyList>(R"({"a": 1, "$b": 2})"), "");
+  EXPECT_EQ(wrongPath<PropertyList>("[[null]]"), "[0][0]");
+  const std::string longName(300, 'n');
+  EXPECT_EQ(wrongPath<PropertyList>("{\"" + longName + "\": [null]}"),
+            "." + longName.substr(0, 256) + "…[0]");
 }
 
 TEST(JSONDecoding, TakesAlertsWhole) {
-  VLAlert alert;
-  ASSERT_TRUE(decode(json::parse(R"({"identifier": "i", "type": null, "sentDate": 3,
-                                     "readDate": 2.5, "attributes": {"a": 1}, "later": true})"),
-                     nullptr, alert));
   VLAlert expected;
   expected.identifier = "i";
   expected.sentDate = Date(3);
   expected.readDate = Date(2.5);
   expected.attributes = PropertyList::Dictionary{{"a", 1}};
-  EXPECT_EQ(alert, expected);
+  EXPECT_EQ(decoded<VLAlert>(R"({"identifier": "i", "type": null, "sentDate": 3,
+                                 "readDate": 2.5, "attributes": {"a": 1}})"),
+            expected);
 }
 
-TEST(JSONDecoding, RefusesMembersOfAnotherType) {
-  for (const auto* text :
-       {R"({"identifier": 1})", R"({"type": ["a"]})", R"({"bundle": false})",
-        R"({"sentDate": "now"})", R"({"sentDate": true})", R"({"attributes": []})",
-        R"({"attributes": {"$date": 1}})", R"({"attributes": "a"})", R"("alert")", "[]", "1"}) {
-    EXPECT_FALSE(decodes<VLAlert>(text)) << text;
+TEST(JSONDecoding, TellsWhichMemberDoesNotFit) {
+  const std::pair<std::string_view, std::string_view> rows[] = {
+      {R"({"identifier": 1})", ".identifier"},
+      {R"({"type": ["a"]})", ".type"},
+      {R"({"bundle": false})", ".bundle"},
+      {R"({"sentDate": "now"})", ".sentDate"},
+      {R"({"sentDate": true})", ".sentDate"},
+      {R"({"attributes": []})", ".attributes"},
+      {R"({"attributes": {"$date": 1}})", ".attributes"},
+      {R"({"attributes": "a"})", ".attributes"},
+      {R"({"type": 1, "later": null})", ".later"},
+      {R"("alert")", ""},
+      {"[]", ""},
+      {"1", ""},
+  };
+  for (const auto& [text, path] : rows) {
+    EXPECT_EQ(wrongPath<VLAlert>(text), path) << text;
   }
+}
+
+TEST(JSONDecoding, OfSeveralMembersOfOneNameTheLastCounts) {
+  EXPECT_EQ(decoded<VLAlert>(R"({"type": 5, "type": "a"})")->type, "a");
+  EXPECT_EQ(decoded<VLAlert>(R"({"type": "a", "type": null})")->type, std::nullopt);
+  EXPECT_EQ(wrongPath<VLAlert>(R"({"type": "a", "type": 5})"), ".type");
+}
+
+std::vector<VLAlert> all(AlertSequence alerts) {
+  std::vector<VLAlert> list;
+  for (; const VLAlert* alert = alerts.current(nullptr); alerts.advance()) {
+    list.push_back(*alert);
+  }
+  return list;
 }
 
 TEST(JSONDecoding, TheWhiteListSaysWhatAListOfAlertsHolds) {
   const ArgumentClasses classes{kVLAlertClass, kArrayClass};
-  std::vector<VLAlert> alerts;
-  ASSERT_TRUE(decode(json::parse(R"([{"type": "a"}, [{"type": "b"}, []], {"type": "c"}])"),
-                     &classes, alerts));
-  ASSERT_EQ(alerts.size(), 2u) << "an array in the list is passed over";
+  const auto sequence =
+      decoded<AlertSequence>(R"([{"type": "a"}, [{"type": "b"}, []], {"type": "c"}])", &classes);
+  ASSERT_TRUE(sequence);
+  const std::vector<VLAlert> alerts = all(*sequence);
+  ASSERT_EQ(alerts.size(), 2u) << "an array in the list is not kept";
   EXPECT_EQ(alerts[0].type, "a");
   EXPECT_EQ(alerts[1].type, "c");
-  for (const auto* text : {R"(["a"])", "[1]", "[null]", "[[1]]", R"([[["a"]]])", "{}"}) {
-    EXPECT_FALSE(decodes<std::vector<VLAlert>>(text, &classes)) << text;
+  const std::pair<std::string_view, std::string_view> rows[] = {
+      {R"(["a"])", "[0]"},           {"[{}, 1]", "[1]"}, {"[null]", "[0]"}, {"[[{}, 1]]", "[0][1]"},
+      {R"([[["a"]]])", "[0][0][0]"}, {"{}", ""},
+  };
+  for (const auto& [text, path] : rows) {
+    EXPECT_EQ(wrongPath<AlertSequence>(text, &classes), path) << text;
   }
-  EXPECT_FALSE(decodes<std::vector<VLAlert>>("[[]]")) << "without a white-list";
+  EXPECT_EQ(wrongPath<AlertSequence>("[[]]"), "[0]") << "without a white-list";
+}
+
+VLAlert numbered(int number) {
+  VLAlert alert;
+  alert.identifier = std::to_string(number);
+  return alert;
+}
+
+TEST(JSONDecoding, ASequenceOfAlertsHasThemAllInOrder) {
+  std::string text("[");
+  for (int number = 0; number < 100; ++number) {
+    text += (number == 0 ? "" : " , ") + asText(numbered(number));
+  }
+  const auto sequence = decoded<AlertSequence>(text += "]");
+  ASSERT_TRUE(sequence);
+  const std::vector<VLAlert> alerts = all(*sequence);
+  ASSERT_EQ(alerts.size(), 100u);
+  for (std::size_t number = 0; number < alerts.size(); ++number) {
+    EXPECT_EQ(alerts[number].identifier, std::to_string(number));
+  }
 }
 
 TEST(JSONDecoding, TheWhiteListSaysWhatAListOfNewRecipientsHolds) {
   const ArgumentClasses classes{kStringClass, kDictionaryClass, kArrayClass};
   using List = std::vector<MailRecipientOrAddress>;
-  List list;
-  ASSERT_TRUE(decode(json::parse(R"(["a@b.c", {"address": "d", "locale": null, "note": "x"},
-                                     ["e", {"address": "f"}]])"),
-                     &classes, list));
-  EXPECT_EQ(list, (List{std::string("a@b.c"), MailRecipient{"d", std::nullopt}}));
-  for (const auto* text : {"[1]", "[true]", "[null]", "[[1]]", R"([{"address": 1}])",
-                           R"([{"note": 1}])", R"([{"note": ["a", 1]}])", R"([{"locale": []}])"}) {
-    EXPECT_FALSE(decodes<List>(text, &classes)) << text;
+  EXPECT_EQ(decoded<List>(R"(["a@b.c", {"address": "d", "locale": null}, ["e", {"address": "f"}]])",
+                          &classes),
+            (List{std::string("a@b.c"), MailRecipient{"d", std::nullopt}}));
+  const std::pair<std::string_view, std::string_view> rows[] = {
+      {"[1]", "[0]"},
+      {"[true]", "[0]"},
+      {"[null]", "[0]"},
+      {"[[1]]", "[0][0]"},
+      {R"([{"address": 1}])", "[0].address"},
+      {R"([{"note": "x"}])", "[0].note"},
+      {R"([{"note": ["a", 1]}])", "[0].note"},
+      {R"([{"locale": []}])", "[0].locale"},
+  };
+  for (const auto& [text, path] : rows) {
+    EXPECT_EQ(wrongPath<List>(text, &classes), path) << text;
   }
+  const ArgumentClasses addresses{kStringClass};
+  EXPECT_EQ(wrongPath<List>(R"(["a", {"address": "b"}])", &addresses), "[1]");
 }
 
 TEST(JSONDecoding, APushRecipientsTokenIsBase64) {
-  PushRecipient recipient;
-  ASSERT_TRUE(decode(json::parse(R"({"guid": "g", "token": "AQI=", "enabled": true})"), nullptr,
-                     recipient));
-  EXPECT_EQ(recipient, (PushRecipient{"g", Data("\x01\x02"), std::nullopt, std::nullopt, true}));
-  EXPECT_FALSE(decodes<PushRecipient>(R"({"token": "AQI"})"));
-  EXPECT_FALSE(decodes<PushRecipient>(R"({"enabled": 1})"));
+  EXPECT_EQ(decoded<PushRecipient>(R"({"guid": "g", "token": "AQI=", "enabled": true})"),
+            (PushRecipient{"g", Data("\x01\x02"), std::nullopt, std::nullopt, true}));
+  EXPECT_EQ(wrongPath<PushRecipient>(R"({"token": "AQI"})"), ".token");
+  EXPECT_EQ(wrongPath<PushRecipient>(R"({"enabled": 1})"), ".enabled");
 }
 
-TEST(JSONDecoding, NewPushRecipientsThatAreNoneAreAbsent) {
-  std::vector<std::optional<PushRecipient>> list;
-  ASSERT_TRUE(decode(json::parse(R"(["g", {"guid": "g"}, 5, []])"), nullptr, list));
-  ASSERT_EQ(list.size(), 4u);
-  EXPECT_EQ(list[0], std::nullopt);
-  EXPECT_EQ(list[1]->guid, "g");
+TEST(JSONDecoding, NewPushRecipientsThatAreNoneAreNotKept) {
+  using List = std::vector<std::optional<PushRecipient>>;
+  const auto list = decoded<List>(R"(["g", {"guid": "g"}, 5, [], null])");
+  ASSERT_TRUE(list);
+  ASSERT_EQ(list->size(), 1u);
+  EXPECT_EQ(list->capacity(), 1u);
+  EXPECT_EQ(list->front()->guid, "g");
 }
 
 TEST(JSONDecoding, SettingsAreByBundle) {
-  std::map<std::string, AlertBundleSettings> settings;
-  ASSERT_TRUE(
-      decode(json::parse(R"({"Disk": {"mailEnabled": true, "enabled": 1}})"), nullptr, settings));
-  EXPECT_EQ(settings["Disk"], (AlertBundleSettings{std::nullopt, std::nullopt, true}));
-  EXPECT_FALSE((decodes<std::map<std::string, AlertBundleSettings>>(R"({"Disk": null})")));
+  using Settings = std::map<std::string, AlertBundleSettings>;
+  const auto settings = decoded<Settings>(R"({"Disk": {"mailEnabled": true}})");
+  ASSERT_TRUE(settings);
+  EXPECT_EQ(settings->at("Disk"), (AlertBundleSettings{std::nullopt, std::nullopt, true}));
+  EXPECT_EQ(wrongPath<Settings>(R"({"Disk": null})"), ".Disk");
+  EXPECT_EQ(wrongPath<Settings>(R"({"Disk": {"enabled": true}})"), ".Disk.enabled");
 }
 
 TEST(JSONEncoding, LeavesOutWhatIsAbsent) {
@@ -160,15 +262,11 @@ TEST(JSONEncoding, LeavesOutWhatIsAbsent) {
 
 TEST(JSONEncoding, EveryValueReadsBack) {
   const PushRecipient recipient{"g", Data("\x01\x02"), "n", "fr", false};
-  PushRecipient back;
-  ASSERT_TRUE(decode(json::parse(asText(recipient)), nullptr, back));
-  EXPECT_EQ(back, recipient);
+  EXPECT_EQ(decoded<PushRecipient>(asText(recipient)), recipient);
   VLAlert alert;
   alert.sentDate = Date(817344000.123456);
   alert.attributes = PropertyList::Dictionary{{"all", everyKind()}};
-  VLAlert alertBack;
-  ASSERT_TRUE(decode(json::parse(asText(alert)), nullptr, alertBack));
-  EXPECT_EQ(alertBack, alert);
+  EXPECT_EQ(decoded<VLAlert>(asText(alert)), alert);
 }
 
 }  // namespace

@@ -25,7 +25,7 @@ class SomeDaemon : public VLAlertsDaemon {
   void setAttributes(std::optional<PropertyList::Dictionary>, ErrorReply reply) override {
     reply(makeError("Some", 5, "an error with a description of some length"));
   }
-  void saveAlerts(std::optional<std::vector<VLAlert>>, ErrorReply reply) override {
+  void saveAlerts(std::optional<AlertSequence>, ErrorReply reply) override {
     other_.perform([reply = std::move(reply), error = makeError("Some", 6, "later")]() mutable {
       reply(std::move(error));
     });

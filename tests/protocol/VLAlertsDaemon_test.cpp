@@ -20,7 +20,7 @@ class SomeDaemon : public VLAlertsDaemon {
     posted = std::move(alert);
     reply(postError);
   }
-  void saveAlerts(std::optional<std::vector<VLAlert>>, ErrorReply reply) override {
+  void saveAlerts(std::optional<AlertSequence>, ErrorReply reply) override {
     kept = std::move(reply);
   }
   void performRecoveryAction(std::optional<std::string> action, std::optional<std::string> alertId,
@@ -50,7 +50,7 @@ class VLAlertsDaemonTest : public ::testing::Test {
     const auto row = std::find_if(methods.begin(), methods.end(),
                                   [&](const ProtocolMethod& m) { return m.wireName == wireName; });
     auto pending = std::make_shared<PendingReply>(receiver_);
-    row->invoke({object_, json::parse(parameters).as_object(), nullptr}, ReplyPromise(pending));
+    row->invoke({object_, parameters, nullptr}, ReplyPromise(pending));
     return pending;
   }
 
@@ -133,7 +133,20 @@ TEST_F(VLAlertsDaemonTest, SeveralParametersGoByName) {
 TEST_F(VLAlertsDaemonTest, AParameterThatDoesNotFitIsNamedAndNothingIsCalled) {
   const std::tuple<std::string_view, std::string_view, std::string_view> rows[] = {
       {"PostAlert", R"({"alert": 5})", "alert"},
-      {"PostAlert", R"({"alert": {"type": 5}})", "alert"},
+      {"PostAlert", R"({"alert": {"type": 5}})", "alert.type"},
+      {"PostAlert", R"({"alert": {"typ": "a"}})", "alert.typ"},
+      {"PostAlert", R"({"alert": 5, "alarm": 1})", "alarm"},
+      {"PostAlert", R"({"alert": {"attributes": {"a": [1, {"$what": 1}]}}})",
+       "alert.attributes.a[1]"},
+      {"SaveAlerts", R"({"alerts": [{}, {"sentDate": "now"}]})", "alerts[1].sentDate"},
+      {"SetAlertBundleSettings", R"({"settings": {"Disk": {"mailEnabeld": true}}})",
+       "settings.Disk.mailEnabeld"},
+      {"SetPushRecipients", R"({"recipients": [{"guid": "g", "token": "?"}]})",
+       "recipients[0].token"},
+      {"AddPushRecipients", R"({"recipients": [5, {"guid": 5}]})", "recipients[1].guid"},
+      {"AddMailRecipients", R"({"recipients": ["a", 5]})", "recipients[1]"},
+      {"DeleteAlertsWithIds", R"({"alertIds": 5})", "alertIds"},
+      {"SetAttributes", R"({"attributes": {"a": {"$date": null}}})", "attributes.a"},
       {"PostAlert", R"({"alarm": {}})", "alarm"},
       {"PostAlert", R"({"": 1})", ""},
       {"PerformRecoveryAction", R"({"action": "a", "alertId": 1})", "alertId"},
