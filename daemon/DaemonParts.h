@@ -39,7 +39,7 @@ struct DaemonParts {
   DeliveryJournal& deliveries = DeliveryJournal::system();
 
   /// The listener writes it, and the rules of entitlement read it.
-  GuestTable guests;
+  GuestTable guests{};
   EntitledGuests codeSigning{
       {rootedPath(kEntitlementDirectories[0]), rootedPath(kEntitlementDirectories[1])},
       guests,

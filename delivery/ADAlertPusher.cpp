@@ -2,6 +2,7 @@
 #include "delivery/ADAlertPusher.h"
 
 #include <cstdint>
+#include <new>
 #include <utility>
 
 #include <boost/json.hpp>
@@ -34,14 +35,18 @@ class FirstReport {
  public:
   explicit FirstReport(PushServiceProvider& provider) : provider_(provider) {
     provider_.setErrorHandler([this](const Error& reported) {
-      Error error{std::string(kPusherErrorDomain), reported.code, reported.userInfo};
-      error.userInfo.insert_or_assign(std::string(kParentDomainKey), reported.domain);
-      keep(std::move(error));
+      keep([&] {
+        Error error{std::string(kPusherErrorDomain), reported.code, reported.userInfo};
+        error.userInfo.insert_or_assign(std::string(kParentDomainKey), reported.domain);
+        return error;
+      });
     });
     provider_.setErrorResponseHandler([this](std::uint64_t status, const Data& response) {
-      keep({std::string(kPusherErrorDomain),
-            static_cast<std::int64_t>(status),
-            {{std::string(NSLocalizedDescriptionKey), response}}});
+      keep([&] {
+        return Error{std::string(kPusherErrorDomain),
+                     static_cast<std::int64_t>(status),
+                     {{std::string(NSLocalizedDescriptionKey), response}}};
+      });
     });
   }
   ~FirstReport() { stopHearing(); }
@@ -55,7 +60,14 @@ class FirstReport {
   }
 
  private:
-  void keep(Error error) { setIfEmpty(&error_, std::move(error)); }
+  template <typename Make>
+  void keep(const Make& make) noexcept {
+    try {
+      setIfEmpty(&error_, make());
+    } catch (const std::bad_alloc&) {
+      setIfEmpty(&error_, outOfMemory());
+    }
+  }
 
   void stopHearing() {
     if (std::exchange(isHearing_, false)) {

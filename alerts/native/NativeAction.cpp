@@ -40,7 +40,7 @@ class NativeAction : public VLAlertAction {
   }
 
   bool hasBeenResolved() override {
-    const int answer = class_.has_been_resolved(object_, &handle_);
+    const int answer = callNative([&] { return class_.has_been_resolved(object_, &handle_); });
     if (answer != 0 && answer != 1) {
       log_.warning(name() + ", asked whether it has been resolved, answered " +
                    std::to_string(answer));
@@ -50,7 +50,9 @@ class NativeAction : public VLAlertAction {
 
   bool runWithLocalization(std::string_view localization, ErrorSlot error) override {
     velto_error failure;
-    const int result = class_.run(object_, &handle_, std::string(localization).c_str(), &failure);
+    const std::string language(localization);
+    const int result =
+        callNative([&] { return class_.run(object_, &handle_, language.c_str(), &failure); });
     if (result == 0) {
       return true;
     }

@@ -36,7 +36,7 @@ class NativeAlert : public VLAlertSubclass {
     }
     const velto_alert handle{*declared_};
     velto_names names;
-    class_.recovery_options(&handle, &names);
+    callNative([&] { return class_.recovery_options(&handle, &names), 0; });
     return std::move(names.names);
   }
 
@@ -49,7 +49,8 @@ class NativeAlert : public VLAlertSubclass {
     }
     const velto_alert handle{*declared_};
     velto_text text;
-    if (function(&handle, std::string(localization).c_str(), &text) != 0) {
+    const std::string language(localization);
+    if (callNative([&] { return function(&handle, language.c_str(), &text); }) != 0) {
       return std::nullopt;
     }
     if (invalidUTF8Offset(text.utf8)) {

@@ -84,7 +84,8 @@ std::optional<Error> loadNativeBundle(const Bundle& bundle, std::string_view nam
   const RegisterFunction registerClasses = loadEntry(bundle, &error);
   if (registerClasses == nullptr) return error;
   velto_registry registry{classes, std::string(name), {}};
-  if (const int result = registerClasses(&nativeHost(), &registry); result != 0) {
+  const int result = callNative([&] { return registerClasses(&nativeHost(), &registry); });
+  if (result != 0) {
     fail(&error, "its registration gave " + std::to_string(result));
     return error;
   }

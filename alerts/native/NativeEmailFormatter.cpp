@@ -23,8 +23,9 @@ NativeEmailFormatter::~NativeEmailFormatter() {
 
 std::optional<std::string> NativeEmailFormatter::fromAddress(std::string_view localization) {
   velto_text sender;
-  const int result =
-      class_.functions->from_address(object_, std::string(localization).c_str(), &sender);
+  const std::string language(localization);
+  const int result = callNative(
+      [&] { return class_.functions->from_address(object_, language.c_str(), &sender); });
   if (result != 0 || sender.utf8.empty()) {
     return std::nullopt;
   }
@@ -41,8 +42,10 @@ std::optional<std::string> NativeEmailFormatter::formatMessage(const VLAlertSubc
   const velto_alert handle{alert};
   velto_text message;
   velto_error problem;
-  const int result = class_.functions->format_message(
-      object_, &handle, std::string(localization).c_str(), &message, &problem);
+  const std::string language(localization);
+  const int result = callNative([&] {
+    return class_.functions->format_message(object_, &handle, language.c_str(), &message, &problem);
+  });
   if (problem.isSet) {
     setIfEmpty(error, makeError(className_, problem.code, problem.description));
     return std::nullopt;

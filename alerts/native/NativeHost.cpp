@@ -9,6 +9,8 @@
 #include <optional>
 #include <string_view>
 #include <system_error>
+#include <type_traits>
+#include <utility>
 
 #include "alerts/AlertText.h"
 #include "platform/foundation/UTF8.h"
@@ -16,7 +18,24 @@
 namespace velto {
 namespace {
 
-// The caller is foreign code, through which no exception can pass: out of memory ends the process.
+// The caller is foreign code, through which no exception can pass: that memory ran out is kept
+// until the code has returned (callNative).
+thread_local bool hasRunOutOfMemory = false;
+
+/// A function for the code of bundles, which fails without memory: -1, or nothing.
+template <auto function>
+struct Guarded;
+template <typename Result, typename... Arguments, Result (*function)(Arguments...)>
+struct Guarded<function> {
+  static Result call(Arguments... arguments) noexcept {
+    try {
+      return function(arguments...);
+    } catch (const std::bad_alloc&) {
+      hasRunOutOfMemory = true;
+    }
+    if constexpr (!std::is_void_v<Result>) return -1;
+  }
+};
 
 /// More of them than a double has digits.
 constexpr int kMaximumDecimals = 17;
@@ -26,7 +45,7 @@ bool isName(const char* name) noexcept {
 }
 
 int registerEmailFormatter(velto_registry* registry, const char* className,
-                           const velto_email_formatter_class* functions) noexcept {
+                           const velto_email_formatter_class* functions) {
   if (registry == nullptr || !isName(className) || functions == nullptr ||
       functions->create == nullptr || functions->destroy == nullptr ||
       functions->from_address == nullptr || functions->format_message == nullptr) {
@@ -42,7 +61,7 @@ int registerEmailFormatter(velto_registry* registry, const char* className,
 }
 
 int registerAlertClass(velto_registry* registry, const char* type,
-                       const velto_alert_class* alertClass) noexcept {
+                       const velto_alert_class* alertClass) {
   if (registry == nullptr || !isName(type) || alertClass == nullptr) {
     return -1;
   }
@@ -59,7 +78,7 @@ int registerDefaultAlertClass(velto_registry* registry,
 }
 
 int registerActionClass(velto_registry* registry, const char* name,
-                        const velto_action_class* actionClass) noexcept {
+                        const velto_action_class* actionClass) {
   if (registry == nullptr || !isName(name) || actionClass == nullptr ||
       actionClass->create == nullptr || actionClass->destroy == nullptr ||
       actionClass->has_been_resolved == nullptr || actionClass->run == nullptr) {
@@ -68,20 +87,20 @@ int registerActionClass(velto_registry* registry, const char* name,
   return registry->classes.actions.try_emplace(name, actionClass).second ? 0 : -1;
 }
 
-void namesAppend(velto_names* names, const char* name) noexcept {
+void namesAppend(velto_names* names, const char* name) {
   if (names != nullptr && isName(name)) {
     names->names.emplace_back(name);
   }
 }
 
-void textAppend(velto_text* text, const char* utf8, std::size_t length) noexcept {
+void textAppend(velto_text* text, const char* utf8, std::size_t length) {
   if (text != nullptr && utf8 != nullptr) {
     text->utf8.append(utf8, length);
   }
 }
 
 /// In the C locale whatever the process's is, so that what is written can be read again.
-void textAppendNumber(velto_text* text, double number, int decimals) noexcept {
+void textAppendNumber(velto_text* text, double number, int decimals) {
   // The sign, the digits of the largest number, the point and the digits behind it.
   std::array<char, 1 + std::numeric_limits<double>::max_exponent10 + 1 + 1 + kMaximumDecimals>
       digits;
@@ -107,7 +126,7 @@ const char* textBytes(const velto_text* text, std::size_t* length) noexcept {
   return text->utf8.c_str();
 }
 
-void errorSet(velto_error* error, std::int64_t code, const char* description) noexcept {
+void errorSet(velto_error* error, std::int64_t code, const char* description) {
   if (error != nullptr) {
     const std::string_view text = description == nullptr ? "" : description;
     *error = {true, code, std::string(invalidUTF8Offset(text) ? "" : text)};
@@ -144,7 +163,7 @@ int alertDate(const velto_alert* alert, velto_alert_date which, double* seconds)
 }
 
 template <std::optional<std::string> (VLAlertSubclass::*operation)(std::string_view) const>
-int alertBundleText(const velto_alert* alert, const char* localization, velto_text* text) noexcept {
+int alertBundleText(const velto_alert* alert, const char* localization, velto_text* text) {
   if (alert == nullptr || localization == nullptr || text == nullptr) return -1;
   const auto result = (alert->alert.*operation)(localization);
   if (!result) return -1;
@@ -158,7 +177,7 @@ const PropertyList* attribute(const velto_alert* alert, const char* name) noexce
   return attributes ? valueForKey(*attributes, name) : nullptr;
 }
 
-int alertAttributeText(const velto_alert* alert, const char* name, velto_text* text) noexcept {
+int alertAttributeText(const velto_alert* alert, const char* name, velto_text* text) {
   const PropertyList* value = attribute(alert, name);
   if (value == nullptr || text == nullptr) return -1;
   text->utf8 += readableText(*value);
@@ -185,28 +204,32 @@ int alertAttributeNumber(const velto_alert* alert, const char* name, double* num
 constexpr velto_host kHost = {
     .interface_version = VELTO_ALERT_BUNDLE_INTERFACE,
     .size = sizeof(velto_host),
-    .register_email_formatter = registerEmailFormatter,
-    .text_append = textAppend,
+    .register_email_formatter = Guarded<registerEmailFormatter>::call,
+    .text_append = Guarded<textAppend>::call,
     .text_create = textCreate,
     .text_destroy = textDestroy,
     .text_bytes = textBytes,
-    .error_set = errorSet,
+    .error_set = Guarded<errorSet>::call,
     .alert_identifier = alertText<&VLAlert::identifier>,
     .alert_type = alertText<&VLAlert::type>,
     .alert_bundle = alertText<&VLAlert::bundle>,
     .alert_date = alertDate,
-    .alert_subject = alertBundleText<&VLAlertSubclass::subject>,
-    .alert_message = alertBundleText<&VLAlertSubclass::message>,
-    .register_alert_class = registerAlertClass,
-    .register_action_class = registerActionClass,
-    .names_append = namesAppend,
-    .alert_attribute_text = alertAttributeText,
+    .alert_subject = Guarded<alertBundleText<&VLAlertSubclass::subject>>::call,
+    .alert_message = Guarded<alertBundleText<&VLAlertSubclass::message>>::call,
+    .register_alert_class = Guarded<registerAlertClass>::call,
+    .register_action_class = Guarded<registerActionClass>::call,
+    .names_append = Guarded<namesAppend>::call,
+    .alert_attribute_text = Guarded<alertAttributeText>::call,
     .alert_attribute_number = alertAttributeNumber,
-    .text_append_number = textAppendNumber,
+    .text_append_number = Guarded<textAppendNumber>::call,
     .register_default_alert_class = registerDefaultAlertClass,
 };
 
 }  // namespace
+
+bool exchangeHasRunOutOfMemory(bool value) {
+  return std::exchange(hasRunOutOfMemory, value);
+}
 
 const velto_host& nativeHost() {
   return kHost;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -43,5 +44,19 @@ namespace velto {
 /// The functions that the daemon offers to a bundle's code. None of them trusts its arguments to be
 /// there; a call without them does nothing and fails. Any thread.
 const velto_host& nativeHost();
+
+/// Whether one of them ran out of memory on this thread since the last time, and what is to be
+/// known of that from now on.
+bool exchangeHasRunOutOfMemory(bool value);
+
+/// Calls a function of a bundle's code. Throws std::bad_alloc afterwards when there was no memory
+/// for what the code asked the daemon for. `call` itself does not throw. Calls may be nested.
+template <typename Call>
+auto callNative(const Call& call) {
+  const bool before = exchangeHasRunOutOfMemory(false);
+  const auto result = call();
+  if (exchangeHasRunOutOfMemory(before)) throw std::bad_alloc();
+  return result;
+}
 
 }  // namespace velto

@@ -15,6 +15,10 @@ Error makeError(std::string_view domain, std::int64_t code, std::string_view des
   return {std::string(domain), code, {{std::string(NSLocalizedDescriptionKey), description}}};
 }
 
+Error outOfMemory() noexcept {
+  return {"VeltoMemory", 1, {}};
+}
+
 Error makePOSIXError(int code, const std::string& what) {
   return makeError(kPOSIXErrorDomain, code, what + ": " + std::generic_category().message(code));
 }

@@ -29,6 +29,10 @@ struct Error {
 /// An error whose user information holds only the description.
 Error makeError(std::string_view domain, std::int64_t code, std::string_view description);
 
+/// What fails with this had no memory. It takes none itself, so its domain is a short one and there
+/// is no description.
+Error outOfMemory() noexcept;
+
 /// The domain of an error that the operating system gave; the code is the errno.
 inline constexpr std::string_view kPOSIXErrorDomain = "POSIX";
 

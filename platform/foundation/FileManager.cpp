@@ -1,24 +1,32 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/foundation/FileManager.h"
 
-#include <filesystem>
-#include <system_error>
+#include <cerrno>
+#include <dirent.h>
+#include <memory>
 
 namespace velto {
 namespace {
+
+struct CloseDirectory {
+  void operator()(DIR* directory) const { ::closedir(directory); }
+};
 
 class SystemFileManager : public FileManager {
  public:
   std::optional<std::vector<std::string>> contentsOfDirectory(const std::string& path,
                                                               ErrorSlot error) const override {
+    // std::filesystem's iterator ends the process when there is no memory for it.
+    const std::unique_ptr<DIR, CloseDirectory> directory(::opendir(path.c_str()));
     std::vector<std::string> names;
-    std::error_code code;
-    std::filesystem::directory_iterator entry(path, code);
-    for (; !code && entry != std::filesystem::directory_iterator(); entry.increment(code)) {
-      names.push_back(entry->path().filename().string());
+    const dirent* entry = nullptr;
+    while (directory != nullptr && (errno = 0, entry = ::readdir(directory.get())) != nullptr) {
+      const std::string_view name = entry->d_name;
+      if (name != "." && name != "..") names.emplace_back(name);
     }
-    if (code) {
-      replaceError(error, makePOSIXError(code.value(), "Cannot read the directory " + path));
+    if (directory == nullptr || errno != 0) {
+      const int code = errno;
+      replaceError(error, makePOSIXError(code, "Cannot read the directory " + path));
       return std::nullopt;
     }
     return names;

@@ -11,13 +11,17 @@
 // (also one that comes before the leader has taken its batch), then told: by the saving thread that
 // led, or by the teller, while the writer is at the next batch.
 //
-// 1. Whoever has the turn, and nobody else, uses `connection_` and `distrust_`, without a lock. The
+// 1. Whoever has the turn, and nobody else, uses `connection_` and `isTrusted_`, without a lock.
+// The
 //    turn is taken, kept and given up under `mutex_`, and handed over by the writer's queue, so the
 //    next one sees what the last one left.
 // 2. As long as a save waits, somebody has the turn: it is given up only under the lock that shows
 //    that nothing waits.
 // 3. A save is told once, after its commit or the failure of it, and without a lock, so that a
 //    completion may save again.
+//
+// 4. Memory may run out anywhere. The turn is kept and given up without any, a batch that there is
+//    no memory for is tried save by save, and a save that there is none for fails alone.
 //
 // A crash before the log is synced leaves the whole batch or nothing of it, since recovery ends at
 // the last whole commit, and nobody was told. A crash after it leaves saves that nobody was told
@@ -45,7 +49,12 @@ constexpr int kLongLog = 2000;
 
 }  // namespace
 
-CommitQueue::CommitQueue(SQLiteConnection& connection) : connection_(connection) {
+CommitQueue::CommitQueue(SQLiteConnection& connection)
+    : connection_(connection),
+      untrusted_(makeError(kPersistenceErrorDomain, kUntrustedStoreErrorCode,
+                           connection.path() +
+                               ": a sync has failed, so nothing is saved any more until the "
+                               "service is started again")) {
   if (!teller_.start() || !writer_.start()) {
     throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
   }
@@ -132,50 +141,79 @@ std::size_t CommitQueue::waiting() const {
   return waiting_.size();
 }
 
-void CommitQueue::serve(Batch& batch) {
-  std::optional<Error> failure = distrust_;
-  if (!failure && !commit(batch)) {
+void CommitQueue::serve(Batch& batch) noexcept {
+  try {
+    serveTogether(batch);
+    return;
+  } catch (const std::bad_alloc&) {
+    connection_.rollBack();
+  }
+  for (Save& save : batch) {
+    try {
+      serveTogether({&save, 1});
+    } catch (const std::bad_alloc&) {
+      connection_.rollBack();
+      save.error = outOfMemory();
+    }
+  }
+}
+
+/// When it throws, none of the saves has been written.
+void CommitQueue::serveTogether(std::span<Save> saves) {
+  std::optional<Error> failure;
+  if (!isTrusted_) {
+    failure = untrusted_;
+  } else if (!commit(saves)) {
     // The error first, then the rollback, which has a result of its own.
     failure = connection_.lastError();
     distrustAfterFailedSync();
     connection_.rollBack();
   }
-  if (!failure) {
-    return;
-  }
-  for (Save& save : batch) {
-    if (!save.error) {
+  for (Save& save : saves) {
+    if (!failure && !save.error) {
+      settle(save);
+    } else if (failure && !save.error) {
       save.error = failure;
     }
   }
 }
 
-/// When it fails, the transaction may be left open.
-bool CommitQueue::commit(Batch& batch) {
-  return connection_.execute("BEGIN IMMEDIATE") && applyAll(batch) && end(batch);
+/// When it fails, the transaction may be left open: also one for which there was no memory to roll
+/// it back.
+bool CommitQueue::commit(std::span<Save> saves) {
+  connection_.rollBack();
+  return connection_.execute("BEGIN IMMEDIATE") && applyAll(saves) && end(saves);
+}
+
+/// What the rows have now. Not before they are committed: a save may be tried again.
+void CommitQueue::settle(const Save& save) {
+  for (RowChange& change : *save.changes) {
+    ++change.version;
+  }
 }
 
 /// What is committed is safe in the log, so a failure is none of the saves; the next commit tries
 /// again.
-void CommitQueue::checkpointLongLog() {
-  if (!distrust_ && connection_.logPages() >= kLongLog && !connection_.checkpoint()) {
-    distrustAfterFailedSync();
+void CommitQueue::checkpointLongLog() noexcept {
+  try {
+    if (isTrusted_ && connection_.logPages() >= kLongLog && !connection_.checkpoint()) {
+      distrustAfterFailedSync();
+    }
+  } catch (const std::bad_alloc&) {
+    // The next commit tries again.
   }
 }
 
 void CommitQueue::distrustAfterFailedSync() {
-  if (connection_.lastError().code == SQLITE_IOERR_FSYNC) {
-    distrust_ = makeError(kPersistenceErrorDomain, kUntrustedStoreErrorCode,
-                          connection_.path() +
-                              ": a sync has failed, so nothing is saved any more until the service "
-                              "is started again");
+  if (connection_.lastErrorCode() == SQLITE_IOERR_FSYNC) {
+    isTrusted_ = false;
     connection_.setReadOnly();
   }
 }
 
 /// False when the transaction as a whole cannot go on.
-bool CommitQueue::applyAll(Batch& batch) {
-  return std::all_of(batch.begin(), batch.end(), [this](Save& save) { return apply(save); });
+bool CommitQueue::applyAll(std::span<Save> saves) {
+  return std::all_of(saves.begin(), saves.end(), [this](Save& save) { return apply(save); });
 }
 
 bool CommitQueue::apply(Save& save) {
@@ -190,8 +228,8 @@ bool CommitQueue::apply(Save& save) {
   return connection_.execute("RELEASE save");
 }
 
-bool CommitQueue::end(const Batch& batch) {
-  const bool allFailed = std::all_of(batch.begin(), batch.end(),
+bool CommitQueue::end(std::span<const Save> saves) {
+  const bool allFailed = std::all_of(saves.begin(), saves.end(),
                                      [](const Save& save) { return save.error.has_value(); });
   return connection_.execute(allFailed ? "ROLLBACK" : "COMMIT");
 }
@@ -230,7 +268,6 @@ std::optional<Error> CommitQueue::write(RowChange& change) {
   if (inserts) {
     change.rowId = connection_.lastInsertRowId();
   }
-  ++change.version;
   return std::nullopt;
 }
 

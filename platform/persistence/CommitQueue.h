@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -50,8 +51,8 @@ class CommitQueue {
   /// disk, the row ids and versions filled in; until it is called, the changes and what they point
   /// to stay untouched by others. It is called before `save` returns, or later on a thread of the
   /// queue, where the completions of other saves wait for it to return: so it must not wait for
-  /// anything, nor throw. Running out of memory within a commit ends the process, with nothing of
-  /// it written.
+  /// anything, nor throw. Without memory for a save it fails alone, with outOfMemory(); without
+  /// memory to ask for it std::bad_alloc is thrown, and `completion` not called.
   void save(std::vector<RowChange>& changes, ErrorReply completion);
 
   /// How many saves wait for the next commit.
@@ -73,19 +74,22 @@ class CommitQueue {
   static void tell(Batch& batch);
   bool keepTurn();
   Batch takeWaiting();
-  void serve(Batch& batch);
-  bool commit(Batch& batch);
-  void checkpointLongLog();
+  void serve(Batch& batch) noexcept;
+  void serveTogether(std::span<Save> saves);
+  bool commit(std::span<Save> saves);
+  static void settle(const Save& save);
+  void checkpointLongLog() noexcept;
   void distrustAfterFailedSync();
-  bool applyAll(Batch& batch);
+  bool applyAll(std::span<Save> saves);
   bool apply(Save& save);
-  bool end(const Batch& batch);
+  bool end(std::span<const Save> saves);
   std::optional<Error> write(std::vector<RowChange>& changes);
   std::optional<Error> write(RowChange& change);
 
   // Used by whoever has the turn.
   SQLiteConnection& connection_;
-  std::optional<Error> distrust_;  ///< why nothing is written any more
+  const Error untrusted_;  ///< why nothing is written any more
+  bool isTrusted_ = true;
 
   mutable Mutex mutex_;
   Batch waiting_ VELTO_GUARDED_BY(mutex_);

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <iterator>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -169,7 +170,11 @@ void EntityObjects::saved(ObjectState& state, const RowChange& change) {
     return;
   }
   if (change.kind == RowChange::Kind::kInsert) {
-    byRowId_.emplace(change.rowId, &state);
+    try {
+      byRowId_.emplace(change.rowId, &state);
+    } catch (const std::bad_alloc&) {
+      // Saved is saved. A later fetch takes the row for another record.
+    }
   }
   state.rowId = change.rowId;
   state.version = change.version;

@@ -5,10 +5,10 @@
 #include <array>
 #include <filesystem>
 #include <set>
-#include <system_error>
 #include <type_traits>
 #include <utility>
 
+#include "platform/foundation/FileManager.h"
 #include "platform/foundation/RegularFile.h"
 #include "platform/persistence/ManagedObjectModel.h"
 #include "platform/propertylist/PropertyListSerialization.h"
@@ -133,15 +133,14 @@ std::optional<EntityDescription> readEntity(const PropertyList& value) {
 
 /// The model files in the directory, in name order; nothing when it cannot be listed.
 std::optional<std::set<std::filesystem::path>> modelFiles(const std::string& directory) {
+  const auto names = FileManager::system().contentsOfDirectory(directory, nullptr);
+  if (!names) return std::nullopt;
   std::set<std::filesystem::path> files;
-  std::error_code error;
-  std::filesystem::directory_iterator entry(directory, error);
-  for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-    if (entry->path().extension() == ".model") {
-      files.insert(entry->path());
-    }
+  for (const std::string& name : *names) {
+    const auto path = std::filesystem::path(directory) / name;
+    if (path.extension() == ".model") files.insert(path);
   }
-  return error ? std::nullopt : std::optional(std::move(files));
+  return files;
 }
 
 /// Adds the entities that `merged` lacks; false when one of them is there in another form.

@@ -5,6 +5,7 @@
 #include <array>
 #include <cerrno>
 #include <fcntl.h>
+#include <new>
 #include <unistd.h>
 
 namespace velto {
@@ -41,8 +42,12 @@ void KeptOutput::readSome() {
 }
 
 void KeptOutput::take(const char* bytes, std::size_t count) {
-  const std::size_t kept = std::min(count, kMaximumKept - text_.size());
-  text_.append(bytes, kept);
+  std::size_t kept = std::min(count, kMaximumKept - text_.size());
+  try {
+    text_.append(bytes, kept);
+  } catch (const std::bad_alloc&) {
+    kept = 0;  // a program's end is waited for whatever it says
+  }
   dropped_ += count - kept;
 }
 

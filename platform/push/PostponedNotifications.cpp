@@ -21,7 +21,7 @@ std::vector<PushNotification> PostponedNotifications::takeDue(Clock::time_point 
 }
 
 void PostponedNotifications::dropGivenUp() {
-  std::erase_if(waiting_, [](const Waiting& one) { return one.notification.reports->isGivenUp(); });
+  std::erase_if(waiting_, [](const Waiting& one) { return one.notification.duty.isGivenUp(); });
 }
 
 }  // namespace velto

@@ -19,8 +19,11 @@ class PostponedNotifications {
   std::vector<PushNotification> takeDue(Clock::time_point now);
   /// Drops those whose callers have given up.
   void dropGivenUp();
-  /// Leaves none.
-  std::vector<PushNotification> takeAll() { return takeDue(Clock::time_point::max()); }
+  template <typename Work>
+  void forEach(const Work& work) {
+    for (Waiting& one : waiting_)
+      work(one.notification);
+  }
 
  private:
   struct Waiting {

@@ -22,7 +22,7 @@ struct PushMessage {
 struct PushNotification {
   std::shared_ptr<const PushMessage> message;
   Data device;
-  std::shared_ptr<PushReports> reports;
+  PushDuty duty;
   PushReports::Clock::time_point deadline;  ///< until when somebody waits for the outcome
   int timesSent = 0;
 };

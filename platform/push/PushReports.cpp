@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/push/PushReports.h"
 
+#include <new>
 #include <utility>
 
 namespace velto {
@@ -10,7 +11,7 @@ void PushReports::expectOne() {
   ++missing_;
 }
 
-void PushReports::add(PushOutcome outcome) {
+void PushReports::add(PushOutcome outcome) noexcept {
   const MutexLock lock(mutex_);
   if (isGivenUp_) {
     return;
@@ -18,7 +19,7 @@ void PushReports::add(PushOutcome outcome) {
   --missing_;
   const bool isFailure = !std::holds_alternative<std::monostate>(outcome);
   if (isFailure) {
-    failures_.push_back(std::move(outcome));
+    keep(std::move(outcome));
   }
   // An accepted notification is nothing to wake up for, unless it was the last.
   if (isFailure || missing_ == 0) {
@@ -33,7 +34,7 @@ std::optional<PushOutcome> PushReports::takeFailure() {
 
 std::optional<PushOutcome> PushReports::waitForFailure(Clock::time_point deadline) {
   MutexLock lock(mutex_);
-  while (failures_.empty() && missing_ > 0 && !isGivenUp_) {
+  while (!hasFailure() && missing_ > 0 && !isGivenUp_) {
     if (Clock::now() >= deadline) {
       return std::nullopt;
     }
@@ -53,7 +54,32 @@ bool PushReports::isGivenUp() const {
   return isGivenUp_;
 }
 
+void PushDuty::report(const PushOutcome& outcome) noexcept {
+  const auto reports = std::exchange(reports_, nullptr);
+  try {
+    reports->add(outcome);
+  } catch (const std::bad_alloc&) {
+    reports->add(outOfMemory());
+  }
+}
+
+void PushReports::keep(PushOutcome failure) noexcept {
+  try {
+    failures_.push_back(std::move(failure));
+  } catch (const std::bad_alloc&) {
+    ++failuresWithoutMemory_;
+  }
+}
+
+bool PushReports::hasFailure() const {
+  return !failures_.empty() || failuresWithoutMemory_ > 0;
+}
+
 std::optional<PushOutcome> PushReports::take() {
+  if (failuresWithoutMemory_ > 0) {
+    --failuresWithoutMemory_;
+    return outOfMemory();
+  }
   if (failures_.empty()) {
     return std::nullopt;
   }

@@ -6,7 +6,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <memory>
 #include <optional>
+#include <utility>
 #include <variant>
 
 #include "platform/foundation/Data.h"
@@ -45,8 +47,9 @@ class PushReports {
 
   /// One more notification has been handed over.
   void expectOne();
-  /// The outcome of one of them. Passed over once the caller has given up.
-  void add(PushOutcome outcome);
+  /// The outcome of one of them. Passed over once the caller has given up. A failure that there is
+  /// no memory to keep becomes outOfMemory().
+  void add(PushOutcome outcome) noexcept;
   /// A failure that has come in, without waiting.
   std::optional<PushOutcome> takeFailure();
   /// Waits for a failure to come in; nothing when there is an outcome for every notification, or
@@ -57,13 +60,43 @@ class PushReports {
   bool isGivenUp() const;
 
  private:
+  void keep(PushOutcome failure) noexcept VELTO_REQUIRES(mutex_);
+  bool hasFailure() const VELTO_REQUIRES(mutex_);
   std::optional<PushOutcome> take() VELTO_REQUIRES(mutex_);
 
   mutable Mutex mutex_;
   std::condition_variable changed_;
   std::deque<PushOutcome> failures_ VELTO_GUARDED_BY(mutex_);
+  std::size_t failuresWithoutMemory_ VELTO_GUARDED_BY(mutex_) = 0;
   std::size_t missing_ VELTO_GUARDED_BY(mutex_) = 0;
   bool isGivenUp_ VELTO_GUARDED_BY(mutex_) = false;
+};
+
+/// The duty to report what became of one notification, held by whoever has it. Where it is let go
+/// of without a report, which only happens for want of memory, that is what it reports: so nobody
+/// waits for an outcome that does not come. Moves; one thread at a time.
+class PushDuty {
+ public:
+  PushDuty() = default;
+  explicit PushDuty(std::shared_ptr<PushReports> reports) : reports_(std::move(reports)) {
+    reports_->expectOne();
+  }
+  ~PushDuty() {
+    if (reports_ != nullptr) reports_->add(outOfMemory());
+  }
+  PushDuty(PushDuty&&) noexcept = default;
+  PushDuty& operator=(PushDuty&& other) noexcept {
+    std::swap(reports_, other.reports_);
+    return *this;
+  }
+
+  /// Called once at most.
+  void report(const PushOutcome& outcome) noexcept;
+  /// Nobody waits for the report any more.
+  bool isGivenUp() const { return reports_->isGivenUp(); }
+
+ private:
+  std::shared_ptr<PushReports> reports_;
 };
 
 }  // namespace velto

@@ -2,6 +2,7 @@
 #include "platform/push/PushSender.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 #include "platform/push/PushErrors.h"
@@ -21,15 +22,14 @@ PushSender::~PushSender() {
   if (transfers_ != nullptr) {
     transfers_->wakeUp();
   }
-  for (const PushNotification& notification : unsent) {
-    notification.reports->add(pushCancelled());
+  for (PushNotification& notification : unsent) {
+    notification.duty.report(pushCancelled());
   }
 }
 
 void PushSender::send(PushNotification notification) {
-  notification.reports->expectOne();
   if (!add(notification)) {
-    notification.reports->add(
+    notification.duty.report(
         makeError(kPushServiceErrorDomain, kPushNoThreadErrorCode, "No thread can be started."));
   }
 }
@@ -51,11 +51,29 @@ bool PushSender::add(PushNotification& notification) {
     isAsleep = !std::exchange(isAwake_, true);
   }
   if (wasIdle) {
-    queue_.perform([this] { work(); });
+    begin();
   } else if (isAsleep) {
     transfers_->wakeUp();
   }
   return true;
+}
+
+/// Without memory for the job nothing is under way, and whatever waits for it has failed.
+void PushSender::begin() {
+  try {
+    queue_.perform([this] { work(); });
+  } catch (const std::bad_alloc&) {
+    dropWaiting();
+    const MutexLock lock(mutex_);
+    isIdle_ = true;
+    becameIdle_.notify_all();
+  }
+}
+
+void PushSender::dropWaiting() {
+  // In its place: another deque would need memory even to be empty.
+  const MutexLock lock(mutex_);
+  waiting_.clear();
 }
 
 void PushSender::forgetGivenUp() {
@@ -118,8 +136,8 @@ void PushSender::failWaiting(const PushTransfers::ConnectionFailure& failure) {
     failed.assign(std::make_move_iterator(affected), std::make_move_iterator(waiting_.end()));
     waiting_.erase(affected, waiting_.end());
   }
-  for (const PushNotification& notification : failed) {
-    notification.reports->add(failure.error);
+  for (PushNotification& notification : failed) {
+    notification.duty.report(failure.error);
   }
 }
 
@@ -134,16 +152,27 @@ void PushSender::dropGivenUp() {
   }
 }
 
-void PushSender::work() {
+/// Without memory to begin with a notification it has failed, and so have those after it: this must
+/// not go round and round.
+void PushSender::work() noexcept {
   while (hasWork()) {
-    dropGivenUp();
-    if (const auto failure = transfers_->perform()) {
-      failWaiting(*failure);
-    }
-    startWaiting();
-    if (!transfers_->isEmpty()) {
+    try {
+      goOn();
+    } catch (const std::bad_alloc&) {
+      dropWaiting();
       transfers_->wait();
     }
+  }
+}
+
+void PushSender::goOn() {
+  dropGivenUp();
+  if (const auto failure = transfers_->perform()) {
+    failWaiting(*failure);
+  }
+  startWaiting();
+  if (!transfers_->isEmpty()) {
+    transfers_->wait();
   }
 }
 

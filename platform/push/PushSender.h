@@ -22,7 +22,7 @@ class PushSender {
   PushSender(const PushSender&) = delete;
   PushSender& operator=(const PushSender&) = delete;
 
-  /// Every notification is reported to its PushReports exactly once.
+  /// Every notification is reported exactly once.
   void send(PushNotification notification);
   /// Somebody has given up: nothing more is to be done for them.
   void forgetGivenUp();
@@ -31,11 +31,14 @@ class PushSender {
 
  private:
   bool add(PushNotification& notification) VELTO_EXCLUDES(mutex_);
+  void begin() VELTO_EXCLUDES(mutex_);
+  void dropWaiting() VELTO_EXCLUDES(mutex_);
   bool hasWork() VELTO_EXCLUDES(mutex_);
   void startWaiting() VELTO_EXCLUDES(mutex_);
   void failWaiting(const PushTransfers::ConnectionFailure& failure) VELTO_EXCLUDES(mutex_);
   void dropGivenUp() VELTO_EXCLUDES(mutex_);
-  void work();
+  void work() noexcept;
+  void goOn() VELTO_EXCLUDES(mutex_);
 
   const PushTimeLimits limits_;
   const Clock& clock_;

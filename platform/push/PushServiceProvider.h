@@ -14,7 +14,8 @@ namespace velto {
 
 /// Sends notifications to devices. Any thread may use it; what a thread installs as handlers gets
 /// the reports about the notifications that this thread sends, and no others. Handlers are called
-/// on that thread, inside one of the operations here, and do not use the provider themselves.
+/// on that thread, inside one of the operations here, and do not use the provider themselves, and
+/// throw nothing.
 class PushServiceProvider {
  public:
   using ErrorHandler = std::function<void(const Error& error)>;

@@ -2,6 +2,7 @@
 #include "platform/push/PushTransfer.h"
 
 #include <algorithm>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -76,7 +77,7 @@ void PushTransfer::load(PushNotification notification) {
   if (message_ != notification_.message) {
     setMessage(notification_.message);
   }
-  curl_easy_setopt(handle(), CURLOPT_URL, urlOf(notification_).c_str());
+  set(CURLOPT_URL, urlOf(notification_).c_str());
   curl_easy_setopt(handle(), CURLOPT_FORBID_REUSE, 0L);
   body_.clear();
   isBodyCut_ = false;
@@ -86,12 +87,15 @@ void PushTransfer::load(PushNotification notification) {
 
 void PushTransfer::setMessage(std::shared_ptr<const PushMessage> message) {
   setIdentity(*message->identity);
-  curl_slist* headers = nullptr;
+  std::unique_ptr<curl_slist, Free> headers;
   for (const std::string& header : message->headers) {
-    headers = curl_slist_append(headers, header.c_str());
+    curl_slist* longer = curl_slist_append(headers.get(), header.c_str());
+    if (longer == nullptr) throw std::bad_alloc();
+    headers.release();
+    headers.reset(longer);
   }
-  curl_easy_setopt(handle(), CURLOPT_HTTPHEADER, headers);
-  headers_.reset(headers);
+  set(CURLOPT_HTTPHEADER, headers.get());
+  headers_ = std::move(headers);
   curl_easy_setopt(handle(), CURLOPT_POSTFIELDS, message->payload.view().data());
   curl_easy_setopt(handle(), CURLOPT_POSTFIELDSIZE, static_cast<long>(message->payload.size()));
   message_ = std::move(message);
@@ -111,8 +115,8 @@ void PushTransfer::setIdentity(const PushIdentity& identity) {
   // An authority that is named counts alone, and not beside those of the machine.
   const curl_version_info_data* machine = curl_version_info(CURLVERSION_NOW);
   const bool isNamed = identity.certificateAuthority.has_value();
-  curl_easy_setopt(handle(), CURLOPT_CAINFO, isNamed ? nullptr : machine->cainfo);
-  curl_easy_setopt(handle(), CURLOPT_CAPATH, isNamed ? nullptr : machine->capath);
+  set(CURLOPT_CAINFO, isNamed ? nullptr : machine->cainfo);
+  set(CURLOPT_CAPATH, isNamed ? nullptr : machine->capath);
 }
 
 /// The file belongs to the message that the handle is prepared for.
@@ -123,7 +127,13 @@ void PushTransfer::setContent(CURLoption option, const std::optional<PushIdentit
     blob.len = file->content.size();
     blob.flags = CURL_BLOB_NOCOPY;
   }
-  curl_easy_setopt(handle(), option, file ? &blob : nullptr);
+  set(option, file ? &blob : nullptr);
+}
+
+/// What libcurl takes a copy of. The handle is good for nothing when there is no memory for it.
+template <typename Value>
+void PushTransfer::set(CURLoption option, Value* value) {
+  if (curl_easy_setopt(handle(), option, value) == CURLE_OUT_OF_MEMORY) throw std::bad_alloc();
 }
 
 void PushTransfer::distrustConnection() {
@@ -184,7 +194,11 @@ PushOutcome PushTransfer::outcome(CURLcode code) const {
 int PushTransfer::beforeRequest(void* transfer, char* /*peer*/, char* /*local*/, int /*peerPort*/,
                                 int localPort) {
   auto& self = *static_cast<PushTransfer*>(transfer);
-  self.isHeldBack_ = !self.gate_.admits(self, localPort);
+  try {
+    self.isHeldBack_ = !self.gate_.admits(self, localPort);
+  } catch (const std::bad_alloc&) {
+    return CURL_PREREQFUNC_ABORT;
+  }
   if (self.isHeldBack_ || ++self.notification_.timesSent > kMaximumTimesSent) {
     return CURL_PREREQFUNC_ABORT;
   }
@@ -202,7 +216,11 @@ std::size_t PushTransfer::receive(char* bytes, std::size_t /*one*/, std::size_t 
                                   void* transfer) {
   auto& self = *static_cast<PushTransfer*>(transfer);
   const std::size_t room = kMaximumBody - self.body_.size();
-  self.body_.append(bytes, std::min(room, count));
+  try {
+    self.body_.append(bytes, std::min(room, count));
+  } catch (const std::bad_alloc&) {
+    return 0;  // an error of the transfer
+  }
   self.isBodyCut_ = count > room;
   return self.isBodyCut_ ? 0 : count;
 }

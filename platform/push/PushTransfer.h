@@ -65,6 +65,8 @@ class PushTransfer {
   long status() const;
   void setMessage(std::shared_ptr<const PushMessage> message);
   void setIdentity(const PushIdentity& identity);
+  template <typename Value>
+  void set(CURLoption option, Value* value);
   void setContent(CURLoption option, const std::optional<PushIdentityFile>& file);
   static int beforeRequest(void* transfer, char*, char*, int, int localPort);
   static std::size_t receiveHeader(char*, std::size_t, std::size_t count, void* transfer);

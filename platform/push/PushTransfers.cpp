@@ -30,6 +30,7 @@
 #include "platform/push/PushTransfers.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 #include "platform/push/PushErrors.h"
@@ -61,36 +62,42 @@ PushTransfers::PushTransfers(const PushTimeLimits& limits, const Clock& clock)
 
 PushTransfers::~PushTransfers() {
   while (!active_.empty()) {
-    remove(*active_.back()).reports->add(pushCancelled());
+    remove(*active_.back()).duty.report(pushCancelled());
   }
-  for (const auto& waiting : {heldBack_, postponed_.takeAll()}) {
-    for (const PushNotification& notification : waiting) {
-      notification.reports->add(pushCancelled());
-    }
-  }
+  const auto cancel = [](PushNotification& notification) {
+    notification.duty.report(pushCancelled());
+  };
+  std::for_each(heldBack_.begin(), heldBack_.end(), cancel);
+  postponed_.forEach(cancel);
 }
 
 void PushTransfers::start(PushNotification notification) {
-  if (notification.reports->isGivenUp()) {
+  if (notification.duty.isGivenUp()) {
     return;
   }
-  if (free_.empty()) {
-    free_.push_back(std::make_unique<PushTransfer>(limits_, static_cast<Gate&>(*this)));
-  }
-  PushTransfer& transfer = *free_.back();
-  if (multi_ == nullptr || transfer.handle() == nullptr) {
-    free_.clear();
-    notification.reports->add(noMemory());
+  // It is this function's until it is among the active ones, so that it goes where memory runs out.
+  Transfer transfer = unused();
+  active_.reserve(active_.size() + 1);
+  if (multi_ == nullptr || transfer->handle() == nullptr) {
+    notification.duty.report(noMemory());
     return;
   }
   forgetOther(notification.message->identity);
-  transfer.load(std::move(notification));
-  if (curl_multi_add_handle(multi_.get(), transfer.handle()) != CURLM_OK) {
-    transfer.unload().reports->add(noMemory());
+  transfer->load(std::move(notification));
+  if (curl_multi_add_handle(multi_.get(), transfer->handle()) != CURLM_OK) {
+    transfer->unload().duty.report(noMemory());
     return;
   }
-  active_.push_back(std::move(free_.back()));
+  active_.push_back(std::move(transfer));
+}
+
+PushTransfers::Transfer PushTransfers::unused() {
+  if (free_.empty()) {
+    return std::make_unique<PushTransfer>(limits_, static_cast<Gate&>(*this));
+  }
+  Transfer transfer = std::move(free_.back());
   free_.pop_back();
+  return transfer;
 }
 
 std::optional<PushTransfers::ConnectionFailure> PushTransfers::perform() {
@@ -102,7 +109,7 @@ std::optional<PushTransfers::ConnectionFailure> PushTransfers::perform() {
   while (const CURLMsg* message = curl_multi_info_read(multi_.get(), &left)) {
     void* transfer = nullptr;
     curl_easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &transfer);
-    finish(*static_cast<PushTransfer*>(transfer), message->data.result, failure);
+    finishWithinMemory(*static_cast<PushTransfer*>(transfer), message->data.result, failure);
   }
   // Only now, so that whatever has an outcome of its own by now is reported with that.
   if (failure) {
@@ -125,6 +132,19 @@ bool PushTransfers::postpone(PushTransfer& transfer, CURLcode code) {
   return true;
 }
 
+/// libcurl tells of a transfer's end once: without memory for the outcome it goes all the same, and
+/// reports that.
+void PushTransfers::finishWithinMemory(PushTransfer& transfer, CURLcode code,
+                                       std::optional<ConnectionFailure>& failure) {
+  try {
+    finish(transfer, code, failure);
+  } catch (const std::bad_alloc&) {
+    const bool isActive = std::any_of(active_.begin(), active_.end(),
+                                      [&](const Transfer& one) { return one.get() == &transfer; });
+    if (isActive) remove(transfer);
+  }
+}
+
 void PushTransfers::finish(PushTransfer& transfer, CURLcode code,
                            std::optional<ConnectionFailure>& failure) {
   if (transfer.canBeSentAgain(code)) {
@@ -144,14 +164,14 @@ void PushTransfers::finish(PushTransfer& transfer, CURLcode code,
   if (error != nullptr && transfer.hadNoConnection(code) && !isAlone) {
     failure = {transfer.notification().message->identity, *error};
   }
-  remove(transfer).reports->add(outcome);
+  remove(transfer).duty.report(outcome);
 }
 
 void PushTransfers::failAlike(const ConnectionFailure& failure) {
-  std::erase_if(heldBack_, [&](const PushNotification& notification) {
+  std::erase_if(heldBack_, [&](PushNotification& notification) {
     const bool isAlike = *notification.message->identity == *failure.identity;
     if (isAlike) {
-      notification.reports->add(failure.error);
+      notification.duty.report(failure.error);
     }
     return isAlike;
   });
@@ -159,7 +179,7 @@ void PushTransfers::failAlike(const ConnectionFailure& failure) {
   for (std::size_t index = active_.size(); index-- > 0;) {
     PushTransfer& transfer = *active_[index];
     if (*transfer.notification().message->identity == *failure.identity) {
-      remove(transfer).reports->add(failure.error);
+      remove(transfer).duty.report(failure.error);
     }
   }
 }
@@ -220,7 +240,7 @@ void PushTransfers::dropGivenUp() {
   postponed_.dropGivenUp();
   for (std::size_t index = active_.size(); index-- > 0;) {
     PushTransfer& transfer = *active_[index];
-    if (transfer.notification().reports->isGivenUp()) {
+    if (transfer.notification().duty.isGivenUp()) {
       // Who does not answer this one may not answer the next one either.
       transfer.distrustConnection();
       remove(transfer);
@@ -240,7 +260,7 @@ void PushTransfers::wakeUp() {
   curl_multi_wakeup(multi_.get());
 }
 
-PushNotification PushTransfers::remove(PushTransfer& transfer) {
+PushNotification PushTransfers::remove(PushTransfer& transfer) noexcept {
   curl_multi_remove_handle(multi_.get(), transfer.handle());
   admitted_.erase(&transfer);
   const bool canBeUsedAgain = transfer.canBeUsedAgain();
@@ -249,11 +269,19 @@ PushNotification PushTransfers::remove(PushTransfer& transfer) {
     return candidate.get() == &transfer;
   });
   if (canBeUsedAgain) {
-    free_.push_back(std::move(*place));
+    keepForLater(std::move(*place));
   }
   *place = std::move(active_.back());
   active_.pop_back();
   return notification;
+}
+
+void PushTransfers::keepForLater(Transfer transfer) noexcept {
+  try {
+    free_.push_back(std::move(transfer));
+  } catch (const std::bad_alloc&) {
+    // The next one is made anew.
+  }
 }
 
 }  // namespace velto

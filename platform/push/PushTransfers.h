@@ -68,9 +68,13 @@ class PushTransfers : private PushTransfer::Gate {
   void stopWaitingForAnswer();
   void forgetOther(const std::shared_ptr<const PushIdentity>& identity);
   /// Takes the transfer out of the active ones. Its notification can then be reported.
-  PushNotification remove(PushTransfer& transfer);
+  PushNotification remove(PushTransfer& transfer) noexcept;
+  Transfer unused();
+  void keepForLater(Transfer transfer) noexcept;
   bool postpone(PushTransfer& transfer, CURLcode code);
   void finish(PushTransfer& transfer, CURLcode code, std::optional<ConnectionFailure>& failure);
+  void finishWithinMemory(PushTransfer& transfer, CURLcode code,
+                          std::optional<ConnectionFailure>& failure);
   void failAlike(const ConnectionFailure& failure);
 
   const PushTimeLimits limits_;

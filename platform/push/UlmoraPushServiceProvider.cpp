@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <new>
 #include <utility>
 
 #include "platform/foundation/Base64.h"
@@ -27,6 +28,23 @@ std::string wholeSeconds(double seconds) {
   // The other way round a NaN would pass.
   const double bounded = seconds > 0 ? std::min(seconds, kLongest) : 0;
   return std::to_string(std::llround(bounded));
+}
+
+Error copyWithinMemory(const Error& error) noexcept {
+  try {
+    return error;
+  } catch (const std::bad_alloc&) {
+    return outOfMemory();
+  }
+}
+
+Error notAnswered(const PushIdentity& identity) noexcept {
+  try {
+    return makeError(kPushServiceErrorDomain, kPushTimedOutErrorCode,
+                     identity.shownEndpoint() + ": the push service does not answer");
+  } catch (const std::bad_alloc&) {
+    return outOfMemory();
+  }
 }
 
 /// Whether the push service was waited for in vain.
@@ -86,10 +104,14 @@ void UlmoraPushServiceProvider::sendPushNotification(const Data& payload, const 
     if (!own.deadline) {
       own.deadline = PushReports::Clock::now() + limits_.total;
     }
-    sender_.send({message(own, payload, identifier, expiry), device, own.reports, *own.deadline});
-  }
-  while (const auto failure = own.reports->takeFailure()) {
-    own.report(*failure);
+    if (own.reports == nullptr) {
+      own.reports = std::make_shared<PushReports>();
+    }
+    sender_.send(
+        {message(own, payload, identifier, expiry), device, PushDuty(own.reports), *own.deadline});
+    while (const auto failure = own.reports->takeFailure()) {
+      own.report(*failure);
+    }
   }
   endIfUnhandled(own);
 }
@@ -101,11 +123,11 @@ void UlmoraPushServiceProvider::flush() {
   sender_.waitUntilIdle();
 }
 
-void UlmoraPushServiceProvider::Conversation::report(const PushOutcome& outcome) {
+void UlmoraPushServiceProvider::Conversation::report(const PushOutcome& outcome) noexcept {
   const auto* error = std::get_if<Error>(&outcome);
   const auto* response = std::get_if<PushErrorResponse>(&outcome);
   if (error != nullptr && isSilence(*error) && isBatch) {
-    silence = *error;
+    silence = copyWithinMemory(*error);
   }
   if (error != nullptr && errorHandler) {
     errorHandler(*error);
@@ -119,7 +141,18 @@ UlmoraPushServiceProvider::Conversation& UlmoraPushServiceProvider::conversation
   return conversations_[std::this_thread::get_id()];
 }
 
-void UlmoraPushServiceProvider::settle(Conversation& conversation) {
+void UlmoraPushServiceProvider::settle(Conversation& conversation) noexcept {
+  if (conversation.reports != nullptr) {
+    hearOut(conversation);
+    conversation.reports.reset();
+  }
+  if (!conversation.isBatch) {
+    conversation.deadline.reset();
+    conversation.silence.reset();
+  }
+}
+
+void UlmoraPushServiceProvider::hearOut(Conversation& conversation) noexcept {
   const auto deadline = conversation.deadline.value_or(PushReports::Clock::now());
   while (const auto failure = conversation.reports->waitForFailure(deadline)) {
     conversation.report(*failure);
@@ -132,14 +165,7 @@ void UlmoraPushServiceProvider::settle(Conversation& conversation) {
     sender_.forgetGivenUp();
   }
   for (; missing > 0; --missing) {
-    conversation.report(
-        makeError(kPushServiceErrorDomain, kPushTimedOutErrorCode,
-                  conversation.identity->shownEndpoint() + ": the push service does not answer"));
-  }
-  conversation.reports = std::make_shared<PushReports>();
-  if (!conversation.isBatch) {
-    conversation.deadline.reset();
-    conversation.silence.reset();
+    conversation.report(notAnswered(*conversation.identity));
   }
 }
 

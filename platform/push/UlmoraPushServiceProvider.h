@@ -48,7 +48,7 @@ class UlmoraPushServiceProvider : public PushServiceProvider {
   struct Conversation {
     ErrorHandler errorHandler;
     ErrorResponseHandler errorResponseHandler;
-    std::shared_ptr<PushReports> reports = std::make_shared<PushReports>();
+    std::shared_ptr<PushReports> reports;  ///< of what has been sent; null before the first
     bool isBatch = false;
     /// For what has been sent since the handlers were installed, or in the batch.
     std::optional<PushReports::Clock::time_point> deadline;
@@ -60,12 +60,13 @@ class UlmoraPushServiceProvider : public PushServiceProvider {
     Data identifier;
     Date expiry;
 
-    void report(const PushOutcome& outcome);
+    void report(const PushOutcome& outcome) noexcept;
   };
 
   Conversation& conversation() VELTO_EXCLUDES(mutex_);
   /// Waits for all that is missing, and reports it.
-  void settle(Conversation& conversation);
+  void settle(Conversation& conversation) noexcept;
+  void hearOut(Conversation& conversation) noexcept;
   void endIfUnhandled(const Conversation& conversation) VELTO_EXCLUDES(mutex_);
   std::shared_ptr<const PushMessage> message(Conversation& conversation, const Data& payload,
                                              const Data& identifier, Date expiry) const;

@@ -12,18 +12,32 @@ namespace {
 constexpr std::int64_t kNone = std::numeric_limits<std::int64_t>::max();
 
 std::atomic<std::int64_t> allocationsUntilFailure = kNone;
+std::atomic<bool> failsToTheEnd = false;
 thread_local bool isExempt = false;
 
+bool nextFails() noexcept {
+  if (isExempt || allocationsUntilFailure.load(std::memory_order_relaxed) == kNone) return false;
+  const std::int64_t left = --allocationsUntilFailure;
+  return left == 0 || (left < 0 && failsToTheEnd);
+}
+
 void* allocate(std::size_t size) noexcept {
-  const bool counts = !isExempt && allocationsUntilFailure.load(std::memory_order_relaxed) != kNone;
-  const bool fails = counts && --allocationsUntilFailure == 0;
-  return fails ? nullptr : std::malloc(size == 0 ? 1 : size);
+  return nextFails() ? nullptr : std::malloc(size == 0 ? 1 : size);
 }
 
 }  // namespace
 
-FailingAllocation::FailingAllocation(std::int64_t number) {
+void* failableMalloc(std::size_t size) noexcept {
+  return allocate(size);
+}
+
+void* failableRealloc(void* memory, std::size_t size) noexcept {
+  return nextFails() ? nullptr : std::realloc(memory, size);
+}
+
+FailingAllocation::FailingAllocation(std::int64_t number, Lasts lasts) {
   isExempt = true;
+  failsToTheEnd = lasts == Lasts::kToTheEnd;
   allocationsUntilFailure = number;
 }
 

@@ -2,6 +2,7 @@
 // The bundle's two exported symbols, and its class EmailFormatter behind the daemon's C interface.
 
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
 
@@ -54,14 +55,27 @@ void* create() noexcept {
 
 void destroy(void*) noexcept {}
 
-int fromAddress(void*, const char* localization, velto_text* sender) noexcept {
-  const std::string text = mailSender(mailHostName(), localization);
-  host->text_append(sender, text.data(), text.size());
-  return 0;
+/// Runs what may find no memory, which fails the function then: no exception can pass the daemon's
+/// interface.
+template <typename Work>
+int withinMemory(const Work& work) noexcept {
+  try {
+    return work();
+  } catch (const std::bad_alloc&) {
+    return -1;
+  }
 }
 
-int formatMessage(void*, const velto_alert* alert, const char* localization, velto_text* message,
-                  velto_error* error) noexcept {
+int fromAddress(void*, const char* localization, velto_text* sender) noexcept {
+  return withinMemory([&] {
+    const std::string text = mailSender(mailHostName(), localization);
+    host->text_append(sender, text.data(), text.size());
+    return 0;
+  });
+}
+
+int format(const velto_alert* alert, const char* localization, velto_text* message,
+           velto_error* error) {
   auto text = messageOf(alert, localization);
   if (!text) {
     host->error_set(error, kNoMessageCode, "The alert has no message.");
@@ -72,6 +86,11 @@ int formatMessage(void*, const velto_alert* alert, const char* localization, vel
                                     localization);
   host->text_append(message, mail.data(), mail.size());
   return 0;
+}
+
+int formatMessage(void*, const velto_alert* alert, const char* localization, velto_text* message,
+                  velto_error* error) noexcept {
+  return withinMemory([&] { return format(alert, localization, message, error); });
 }
 
 constexpr velto_email_formatter_class kEmailFormatter = {

@@ -12,7 +12,10 @@ constexpr std::size_t kMaximumIdle = 8;
 
 }  // namespace
 
-ReaderPool::ReaderPool(std::string path) : path_(std::move(path)) {}
+ReaderPool::ReaderPool(std::string path) : path_(std::move(path)) {
+  // Giving back must not fail.
+  idle_.reserve(kMaximumIdle);
+}
 
 ReaderPool::Reader ReaderPool::lend(ErrorSlot error) {
   {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/persistence/sqlite/SQLiteConnection.h"
 
+#include <new>
 #include <utility>
 
 #include <sqlite3.h>
@@ -31,7 +32,7 @@ std::unique_ptr<SQLiteConnection> SQLiteConnection::open(const std::string& path
       logWrites == nullptr ? nullptr : logWrites->name().c_str());
   std::unique_ptr<SQLiteConnection> connection(
       new SQLiteConnection(path, std::move(logWrites), database));
-  if (result != SQLITE_OK || !connection->configure(role)) {
+  if (checkedForMemory(result) != SQLITE_OK || !connection->configure(role)) {
     replaceError(error, connection->lastError());
     return nullptr;
   }
@@ -43,10 +44,12 @@ SQLiteConnection::SQLiteConnection(std::string path, std::unique_ptr<GatheredLog
     : path_(std::move(path)), logWrites_(std::move(logWrites)), database_(database) {}
 
 SQLiteConnection::~SQLiteConnection() {
-  for (const auto& [sql, statement] : statements_) {
-    sqlite3_finalize(statement);
-  }
+  statements_.clear();
   sqlite3_close(database_);
+}
+
+void SQLiteConnection::Finalize::operator()(sqlite3_stmt* statement) const {
+  sqlite3_finalize(statement);
 }
 
 bool SQLiteConnection::configure(Role role) {
@@ -60,7 +63,7 @@ bool SQLiteConnection::configure(Role role) {
       this);
   if (role == Role::kReader) {
     return sqlite3_busy_timeout(database_, kReaderBusyMilliseconds) == SQLITE_OK && setReadOnly() &&
-           registerListTables(database_) == SQLITE_OK;
+           checkedForMemory(registerListTables(database_)) == SQLITE_OK;
   }
   return sqlite3_busy_timeout(database_, kWriterBusyMilliseconds) == SQLITE_OK &&
          execute("PRAGMA synchronous=FULL");
@@ -76,21 +79,29 @@ bool SQLiteConnection::checkpoint() {
                                    nullptr) == SQLITE_OK;
 }
 
-void SQLiteConnection::rollBack() {
-  if (inTransaction()) {
-    execute("ROLLBACK");
+void SQLiteConnection::rollBack() noexcept {
+  try {
+    if (inTransaction()) {
+      execute("ROLLBACK");
+    }
+  } catch (const std::bad_alloc&) {
+    // Whoever begins the next transaction comes here again.
   }
 }
 
 Statement SQLiteConnection::statement(std::string_view sql) {
   if (const auto known = statements_.find(sql); known != statements_.end()) {
-    return Statement(known->second);
+    return Statement(known->second.get());
   }
   sqlite3_stmt* prepared = nullptr;
-  if (sqlite3_prepare_v3(database_, sql.data(), static_cast<int>(sql.size()),
-                         SQLITE_PREPARE_PERSISTENT, &prepared, nullptr) == SQLITE_OK) {
-    statements_.emplace(sql, prepared);
+  const int result =
+      checkedForMemory(sqlite3_prepare_v3(database_, sql.data(), static_cast<int>(sql.size()),
+                                          SQLITE_PREPARE_PERSISTENT, &prepared, nullptr));
+  if (result != SQLITE_OK) {
+    return Statement(nullptr);
   }
+  std::unique_ptr<sqlite3_stmt, Finalize> kept(prepared);
+  statements_.emplace(sql, std::move(kept));
   return Statement(prepared);
 }
 
@@ -120,8 +131,12 @@ std::int64_t SQLiteConnection::lastInsertRowId() const {
   return sqlite3_last_insert_rowid(database_);
 }
 
+int SQLiteConnection::lastErrorCode() const {
+  return sqlite3_extended_errcode(database_);
+}
+
 Error SQLiteConnection::lastError() const {
-  return makeError(kPersistenceErrorDomain, sqlite3_extended_errcode(database_),
+  return makeError(kPersistenceErrorDomain, lastErrorCode(),
                    path_ + ": " + sqlite3_errmsg(database_));
 }
 

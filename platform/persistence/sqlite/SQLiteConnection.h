@@ -19,6 +19,10 @@ struct sqlite3_stmt;
 
 namespace velto {
 
+/// The result code of a function of SQLite's as it stands, unless memory has run out: throws
+/// std::bad_alloc then.
+int checkedForMemory(int result);
+
 /// One use of a prepared statement: bind, step, read the columns. It resets the statement when it
 /// goes, which ends the statement's transaction, and drops what was bound: that must live as long
 /// as this object. One thread.
@@ -66,7 +70,9 @@ class SQLiteConnection {
     kReader,  ///< does neither
   };
 
-  /// A connection to the existing file, or null with the error.
+  /// A connection to the existing file, or null with the error. Here as in all of the persistence,
+  /// SQLite's running out of memory is std::bad_alloc, as ours is: an error would be one answer
+  /// among others to code that goes on without what it asked for.
   static std::unique_ptr<SQLiteConnection> open(const std::string& path, Role role,
                                                 ErrorSlot error);
   ~SQLiteConnection();
@@ -82,8 +88,8 @@ class SQLiteConnection {
 
   /// Whether SQLite is within a transaction: some errors make it roll back on its own.
   bool inTransaction() const;
-  /// Ends the transaction, if there is one, without its changes.
-  void rollBack();
+  /// Ends the transaction, if there is one, without its changes. Without memory for that it stays.
+  void rollBack() noexcept;
   /// How many rows the last INSERT, UPDATE or DELETE changed.
   std::int64_t changes() const;
   std::int64_t lastInsertRowId() const;
@@ -97,6 +103,8 @@ class SQLiteConnection {
 
   /// SQLite's last failure, with the file's name.
   Error lastError() const;
+  /// Its extended result code alone.
+  int lastErrorCode() const;
 
   const std::string& path() const { return path_; }
   sqlite3* handle() const { return database_; }
@@ -109,7 +117,10 @@ class SQLiteConnection {
   const std::string path_;
   const std::unique_ptr<GatheredLogWrites> logWrites_;  ///< the writer's; stays until it is closed
   sqlite3* const database_;
-  std::map<std::string, sqlite3_stmt*, std::less<>> statements_;
+  struct Finalize {
+    void operator()(sqlite3_stmt* statement) const;
+  };
+  std::map<std::string, std::unique_ptr<sqlite3_stmt, Finalize>, std::less<>> statements_;
   int logPages_ = 0;
 };
 

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <new>
 #include <type_traits>
 
 #include <sqlite3.h>
@@ -35,6 +36,13 @@ int bindValue(sqlite3_stmt* statement, int index, const AttributeValue& value) {
 
 }  // namespace
 
+int checkedForMemory(int result) {
+  if (result == SQLITE_NOMEM || result == SQLITE_IOERR_NOMEM) {
+    throw std::bad_alloc();
+  }
+  return result;
+}
+
 Statement::~Statement() {
   if (statement_ != nullptr) {
     sqlite3_reset(statement_);
@@ -61,14 +69,14 @@ void Statement::bind(const std::span<const std::int64_t>& list) {
 /// After a failure nothing more is bound, so that SQLite's message stays.
 template <typename Bind>
 void Statement::bindNext(Bind bindAt) {
-  failed_ = failed_ || bindAt(++parameters_) != SQLITE_OK;
+  failed_ = failed_ || checkedForMemory(bindAt(++parameters_)) != SQLITE_OK;
 }
 
 Statement::Step Statement::step() {
   if (failed_) {
     return Step::kError;
   }
-  const int result = sqlite3_step(statement_);
+  const int result = checkedForMemory(sqlite3_step(statement_));
   return result == SQLITE_ROW ? Step::kRow : result == SQLITE_DONE ? Step::kDone : Step::kError;
 }
 
