@@ -33,9 +33,8 @@ class AlertBundleRegistry::Implementation {
       : directory_(std::move(directory)),
         fileManager_(fileManager),
         clock_(clock),
-        log_(log),
         repeatedLines_(log, clock),
-        actions_{log, actionTimeLimit} {}
+        actions_{repeatedLines_, actionTimeLimit} {}
 
   /// The bundle of this name, or null.
   std::shared_ptr<const AlertBundle> alertBundle(std::string_view name)
@@ -56,12 +55,11 @@ class AlertBundleRegistry::Implementation {
   void rememberMissing(std::string_view name) VELTO_REQUIRES(bundlesLock_);
   std::optional<Bundle> openBundle(const std::string& name) const;
   std::optional<Error> tryToLoad(const AlertBundle& bundle) VELTO_REQUIRES(loadLock_);
-  void logNotLoaded(Log& log, std::string_view name, const Error& cause) const;
+  void logNotLoaded(std::string_view name, const Error& cause);
 
   const std::string directory_;
   const FileManager& fileManager_;
   const Clock& clock_;
-  Log& log_;
   LimitedLog repeatedLines_;
   const ActionContext actions_;
   NativeClasses classes_{repeatedLines_};
@@ -94,7 +92,7 @@ std::shared_ptr<const AlertBundle> AlertBundleRegistry::Implementation::alertBun
   }
   missing_.erase(std::string(name));
   auto opened = std::make_shared<const AlertBundle>(std::string(name), std::move(*bundle),
-                                                    fileManager_, log_);
+                                                    fileManager_, repeatedLines_);
   bundles_.emplace(name, opened);
   return opened;
 }
@@ -136,7 +134,7 @@ std::optional<Error> AlertBundleRegistry::Implementation::load(std::string_view 
   if (bundle == nullptr) {
     auto error = makeError(kBundleErrorDomain, kBundleNotOpenedErrorCode,
                            "there is no such bundle in " + directory_);
-    logNotLoaded(repeatedLines_, name, error);
+    logNotLoaded(name, error);
     return error;
   }
   MutexLock lock(loadLock_);
@@ -150,15 +148,14 @@ std::optional<Error> AlertBundleRegistry::Implementation::load(std::string_view 
 std::optional<Error> AlertBundleRegistry::Implementation::tryToLoad(const AlertBundle& bundle) {
   auto error = loadNativeBundle(bundle.bundle(), bundle.key(), classes_);
   if (error) {
-    logNotLoaded(log_, bundle.key(), *error);
+    logNotLoaded(bundle.key(), *error);
   }
   return error;
 }
 
-void AlertBundleRegistry::Implementation::logNotLoaded(Log& log, std::string_view name,
-                                                       const Error& cause) const {
-  log.warning("Alert bundle '" + std::string(name) +
-              "' not loaded: " + cause.localizedDescription());
+void AlertBundleRegistry::Implementation::logNotLoaded(std::string_view name, const Error& cause) {
+  repeatedLines_.warning("Alert bundle '" + std::string(name) +
+                         "' not loaded: " + cause.localizedDescription());
 }
 
 std::shared_ptr<const AlertBundle> AlertBundleRegistry::Implementation::bundleOf(

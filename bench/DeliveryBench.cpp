@@ -51,7 +51,7 @@ struct Delivery {
   explicit Delivery(std::size_t count)
       : registry(root.path(), FileManager::system(), Clock::system(), Log::system()),
         authority((testCertificates() / "ca.pem").string()),
-        mailer(registry, VELTO_MAIL_SINK, Log::system(), journal) {
+        mailer(registry, VELTO_MAIL_SINK, Log::system(), Clock::system(), journal) {
     std::filesystem::copy(authority, root.path() + "/ca.pem");
     for (std::size_t number = 0; number < count; ++number) {
       tokens.emplace_back(fmt::format("ok {:029}", number));

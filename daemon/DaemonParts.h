@@ -60,7 +60,7 @@ struct DaemonParts {
                          return std::make_unique<UlmoraPushServiceProvider>(
                              preference, PushTimeLimits(), clock);
                        }};
-  ADAlertMailer mailer{bundles, rootedPath(kMailProgram), log, deliveries};
+  ADAlertMailer mailer{bundles, rootedPath(kMailProgram), log, clock, deliveries};
 
   /// Answers what is under way when it goes, with lines in the log.
   EventsServiceClient events{rootedPath(kEventsServiceSocket)};

@@ -22,6 +22,8 @@ int main(int argc, char** argv) {
   }
   // A client or a child that hangs up must not end the daemon.
   std::signal(SIGPIPE, SIG_IGN);
+  // Nor must a limit on the size of files: the write that meets it fails, as on a full disk.
+  std::signal(SIGXFSZ, SIG_IGN);
 
   DaemonParts parts;
   RunLoop runLoop;

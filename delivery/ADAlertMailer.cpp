@@ -66,10 +66,12 @@ std::string ADAlertMailer::defaultLocalizationForEmailAddress(std::string_view a
 }
 
 ADAlertMailer::ADAlertMailer(AlertBundleRegistry& bundles, std::string mailProgram, Log& log,
-                             DeliveryJournal& journal, std::chrono::milliseconds timeLimit)
+                             const Clock& clock, DeliveryJournal& journal,
+                             std::chrono::milliseconds timeLimit)
     : bundles_(bundles),
       mailProgram_(std::move(mailProgram)),
       log_(log),
+      repeatedLines_(log, clock),
       journal_(journal),
       timeLimit_(timeLimit) {}
 
@@ -145,8 +147,8 @@ std::vector<std::string> ADAlertMailer::acceptedAddresses(
   std::vector<std::string> accepted;
   for (const std::string& address : addresses) {
     if (const auto objection = objectionToAddress(address)) {
-      log_.warning(std::string(kErrorPrefix) + "\"" + singleLine(address) + "\" " + *objection +
-                   " and is left out");
+      repeatedLines_.warning(std::string(kErrorPrefix) + "\"" + singleLine(address) + "\" " +
+                             *objection + " and is left out");
     } else {
       accepted.push_back(address);
     }
@@ -165,8 +167,10 @@ void ADAlertMailer::logFailure(const Task& task, const std::optional<Error>& err
   } else if (status != 0 && !text.empty()) {
     what = mailProgram_ + " ended with status " + std::to_string(status);
   }
+  // A message that could not be handed over is told each time.
+  Log& log = error && !task.hasTimedOut() ? log_ : repeatedLines_;
   if (!what.empty()) {
-    log_.warning(std::string(kErrorPrefix) + what + text);
+    log.warning(std::string(kErrorPrefix) + what + text);
   }
 }
 

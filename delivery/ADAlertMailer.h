@@ -13,7 +13,7 @@
 #include "alerts/VLAlert.h"
 #include "delivery/DeliveryJournal.h"
 #include "platform/foundation/Error.h"
-#include "platform/foundation/Log.h"
+#include "platform/foundation/LimitedLog.h"
 #include "store/ADAlertStore.h"
 
 namespace velto {
@@ -43,7 +43,7 @@ class ADAlertMailer {
   /// `mailProgram` is the path of a program that takes a whole message on its standard input and
   /// the recipients from the message's header with "-t". After `timeLimit` it is ended, with all
   /// that it has started.
-  ADAlertMailer(AlertBundleRegistry& bundles, std::string mailProgram, Log& log,
+  ADAlertMailer(AlertBundleRegistry& bundles, std::string mailProgram, Log& log, const Clock& clock,
                 DeliveryJournal& journal,
                 std::chrono::milliseconds timeLimit = kMailProgramTimeLimit);
 
@@ -75,6 +75,7 @@ class ADAlertMailer {
   AlertBundleRegistry& bundles_;
   const std::string mailProgram_;
   Log& log_;
+  LimitedLog repeatedLines_;
   DeliveryJournal& journal_;
   const std::chrono::milliseconds timeLimit_;
 };

@@ -37,6 +37,21 @@ bool isOurs(const ManagedObjectModel& model) {
          declares<ADMailRecipient>(model) && declares<ADPushRecipient>(model);
 }
 
+/// Whoever can write there can do with the store what they like. Judged by name, since closing the
+/// file would end SQLite's locks on it.
+void warnOfWriters(const std::string& path, Log& log) {
+  struct stat status {};
+  if (stat(path.c_str(), &status) != 0) {
+    return;
+  }
+  const bool isForeign = status.st_uid != 0 && status.st_uid != geteuid();
+  if (isForeign || (status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
+    log.warning("The store is open to others: " + path +
+                (isForeign ? " belongs to user " + std::to_string(status.st_uid)
+                           : " can be written by others than its owner"));
+  }
+}
+
 /// An existing directory keeps its owner and mode, and a failure shows when the store is opened.
 void createIfMissing(const std::string& directory) {
   struct stat status {};
@@ -95,6 +110,10 @@ void StoreContainer::openStore() {
   // In this order, since the opening tells best what is wrong with the directory itself.
   if (coordinator->addPersistentStore(directory_ + "/" + kStoreFile, &error) && isLasting(&error)) {
     coordinator_ = std::move(coordinator);
+    warnOfWriters(directory_, services_.log);
+    for (const char* suffix : {"", "-wal", "-shm"}) {
+      warnOfWriters(directory_ + "/" + kStoreFile + suffix, services_.log);
+    }
   } else {
     services_.log.warning(error ? error->localizedDescription() : "The store could not be opened");
   }

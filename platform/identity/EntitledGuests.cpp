@@ -44,30 +44,6 @@ void logIgnored(Log& log, const std::string& path, const Error& error) {
   logIgnored(log, path, isTooLarge ? "it is too large" : error.localizedDescription());
 }
 
-/// The rules' files in a directory, by name; none where there is no such directory.
-std::vector<std::string> ruleFiles(const std::string& directory, const FileManager& fileManager,
-                                   Log& log) {
-  std::optional<Error> error;
-  if (!openTrustedDirectory(directory, kDirectoryRequirement, &error).isOpen()) {
-    if (error->code != ENOENT) {
-      logIgnored(log, directory, *error);
-    }
-    return {};
-  }
-  auto names = fileManager.contentsOfDirectory(directory, nullptr);
-  std::vector<std::string> files;
-  for (const std::string& name : names.value_or(std::vector<std::string>())) {
-    std::string path = (std::filesystem::path(directory) / name).string();
-    if (name.ends_with(".plist")) {
-      files.push_back(std::move(path));
-    } else {
-      logIgnored(log, path, "its name does not end in .plist");
-    }
-  }
-  std::sort(files.begin(), files.end());
-  return files;
-}
-
 }  // namespace
 
 EntitledGuests::EntitledGuests(std::vector<std::string> directories, const GuestTable& guests,
@@ -111,9 +87,44 @@ SecStatus EntitledGuests::copySigningInformation(
   return kSecSuccess;
 }
 
+/// The rules' files in a directory, by name; none where there is no such directory.
+std::vector<std::string> EntitledGuests::ruleFiles(const std::string& directory) {
+  std::optional<Error> error;
+  if (!openTrustedDirectory(directory, kDirectoryRequirement, &error).isOpen()) {
+    if (error->code != ENOENT) {
+      logIgnored(log_, directory, *error);
+    }
+    return {};
+  }
+  auto names = fileManager_.contentsOfDirectory(directory, nullptr);
+  std::vector<std::string> files;
+  std::set<std::string> strays;
+  for (const std::string& name : names.value_or(std::vector<std::string>())) {
+    std::string path = (std::filesystem::path(directory) / name).string();
+    if (name.ends_with(".plist")) {
+      files.push_back(std::move(path));
+    } else {
+      strays.insert(std::move(path));
+    }
+  }
+  tellOfStrays(directory, std::move(strays));
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
+/// Whoever has put a file there wants to know once that it is no rule, and not with each caller.
+void EntitledGuests::tellOfStrays(const std::string& directory, std::set<std::string> strays) {
+  const MutexLock lock(mutex_);
+  std::set<std::string>& known = knownStrays_[directory];
+  for (const std::string& path : strays) {
+    if (!known.contains(path)) logIgnored(log_, path, "its name does not end in .plist");
+  }
+  known = std::move(strays);
+}
+
 std::optional<PropertyList::Dictionary> EntitledGuests::entitlementsOf(const Guest& guest) {
   for (const std::string& directory : directories_) {
-    for (const std::string& path : ruleFiles(directory, fileManager_, log_)) {
+    for (const std::string& path : ruleFiles(directory)) {
       std::optional<Error> error;
       const auto rule = readRule(path, &error);
       const auto objection = rule ? rule->objectionFor(guest) : std::nullopt;

@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <map>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "platform/foundation/LimitedLog.h"
+#include "platform/foundation/Mutex.h"
 #include "platform/identity/CodeSigning.h"
 #include "platform/identity/GuestTable.h"
 
@@ -15,8 +18,9 @@ class FileManager;
 /// Entitles guests by rules that root has written. Each file "*.plist" in one of the directories
 /// holds one rule (EntitlementRule). Root has to own the directories and the files. Nobody else may
 /// be able to write a directory, or to read or write a file. What fails this is ignored, with a
-/// line in the log that says why (once a minute at most), and so is a file of another name, and a
-/// rule that cannot be checked. A directory that is missing has no rules.
+/// line in the log that says why (once a minute at most), and so is a rule that cannot be checked.
+/// A file of another name is told of once, as long as it is there. A directory that is missing has
+/// no rules.
 ///
 /// The files are read at each look-up. They are tried directory by directory in the given order,
 /// and by name within a directory. The first rule that holds gives the guest its entitlements.
@@ -37,11 +41,17 @@ class EntitledGuests : public CodeSigning {
 
  private:
   std::optional<PropertyList::Dictionary> entitlementsOf(const Guest& guest);
+  std::vector<std::string> ruleFiles(const std::string& directory);
+  void tellOfStrays(const std::string& directory, std::set<std::string> strays)
+      VELTO_EXCLUDES(mutex_);
 
   const std::vector<std::string> directories_;
   const GuestTable& guests_;
   const FileManager& fileManager_;
   LimitedLog log_;
+  Mutex mutex_;
+  /// The files in each directory that are no rules by their names, and have been told of.
+  std::map<std::string, std::set<std::string>> knownStrays_ VELTO_GUARDED_BY(mutex_);
 };
 
 }  // namespace velto

@@ -3,33 +3,12 @@
 
 import contextlib
 import socket
-import sys
 
 import pytest
-from velto.system import ALERTSD, answers, listening
+from velto.handing_over import handed_over
+from velto.system import answers, listening
 from velto.values import SERVICE
 from velto.varlink import Client, connect, message
-
-# Becomes the daemon, with the descriptors named on the command line where a service manager would
-# put them.
-HAND_OVER = """
-import fcntl, os, sys
-*numbers, program = sys.argv[1:]
-copies = []
-for number in map(int, numbers):
-    copies.append(fcntl.fcntl(number, fcntl.F_DUPFD_CLOEXEC, 100))
-    os.set_inheritable(number, False)
-for place, copy in enumerate(copies):
-    os.dup2(copy, 3 + place)
-os.environ.update(LISTEN_PID=str(os.getpid()), LISTEN_FDS=str(len(copies)))
-os.execv(program, [program])
-"""
-
-
-def handed_over(*files):
-    """The command that starts a daemon with these files, and their descriptors."""
-    numbers = [file.fileno() for file in files]
-    return (sys.executable, "-IS", "-c", HAND_OVER, *map(str, numbers), ALERTSD), numbers
 
 
 def test_a_socket_handed_over_is_served(system):

@@ -2,19 +2,12 @@
 """What becomes of calls when the daemon is told to stop."""
 
 import signal
-import threading
 
 import pytest
-from velto.varlink import DEADLINE, Client, connect, wait_for
+from velto.crowd import begin_stop, restart_under
+from velto.varlink import DEADLINE
 
 pytestmark = pytest.mark.needs_root
-
-
-def begin_stop(daemon):
-    """Tells the daemon to stop, and waits until it has heard: it catches the signal once."""
-    daemon.process.terminate()
-    wait_for(lambda: not int(daemon.status()["SigCgt"], 16) >> (signal.SIGTERM - 1) & 1,
-             "the signal to be taken")
 
 
 def test_a_call_under_way_is_answered_and_stored(gated):
@@ -47,34 +40,7 @@ def test_a_second_signal_ends_it_at_once(gated):
 
 
 def test_every_call_is_answered_or_not_carried_out(system):
-    """Clients that save all the time, across stops and starts: what was answered is stored, once."""
-    system.start()
-    answered = []
-    ended = threading.Event()
-
-    def save(number):
-        count = 0
-        while not ended.is_set():
-            identifier = f"{number}.{count}"
-            count += 1
-            try:
-                with connect(system.socket_path) as connection:
-                    Client(connection).call(
-                        "SaveAlerts", alerts=[{"bundle": "crowd", "identifier": identifier}])
-                answered.append(identifier)
-            except OSError:
-                pass  # no daemon at the moment, or it has gone
-
-    threads = [threading.Thread(target=save, args=(number,)) for number in range(4)]
-    for thread in threads:
-        thread.start()
-    for stops in range(5):
-        wait_for(lambda: len(answered) > 20 * (stops + 1), "some saves")
-        system.restart()
-    ended.set()
-    for thread in threads:
-        thread.join(DEADLINE)
-    stored = [alert["identifier"]
-              for alert in system.client().call("GetAlertsOfBundle", bundle="crowd")["alerts"]]
-    assert len(stored) == len(set(stored))
-    assert set(answered) <= set(stored)
+    """Saves go on across stops and starts; scripts/endure does it a hundred times and more."""
+    crowd = restart_under(system, clients=100, restarts=10)
+    assert len(crowd.stops) == 10
+    assert len(crowd.answered) > 1000

@@ -92,6 +92,25 @@ TEST_F(EntitledGuestsTest, TheFirstRuleThatHoldsIsTheGuests) {
                                         " ignored: its name does not end in .plist"));
 }
 
+TEST_F(EntitledGuestsTest, AFileOfAnotherNameIsToldOfOnceAsLongAsItIsThere) {
+  const Peer peer(12345);
+  write("etc/README", "what the rules are for");
+  const auto tellAgain = [&](int days) {
+    for (int minute = 0; minute < 10; ++minute) {
+      clock_.set(days * 86400 + minute * 60);
+      EXPECT_EQ(rightOf(peer), "none");
+    }
+  };
+  tellAgain(1);
+  tellAgain(2);
+  EXPECT_THAT(log_.lines(), testing::SizeIs(1));
+  std::filesystem::remove(path("etc/README"));
+  tellAgain(3);
+  write("etc/README", "again");
+  tellAgain(4);
+  EXPECT_THAT(log_.lines(), testing::SizeIs(2));
+}
+
 TEST_F(EntitledGuestsTest, RulesOfAnyFormatAreRead) {
   write("etc/1.plist",
         "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>User</key><integer>12345"

@@ -13,7 +13,7 @@ ScratchSystem::ScratchSystem()
                provider = made.get();
                return made;
              }),
-      mailer(bundles, path(kMailProgram).string(), log, deliveries) {
+      mailer(bundles, path(kMailProgram).string(), log, clock, deliveries) {
   fs::create_directories(path(kStoreDirectory).parent_path());
   fs::create_directories(bundlesDirectory());
   setMailProgram("n=$(ls mails | wc -l); cat > mails/$n");

@@ -1,0 +1,113 @@
+# SPDX-License-Identifier: Apache-2.0
+"""Many clients that save all the time, while the daemon is stopped and started."""
+
+import contextlib
+import itertools
+import signal
+import threading
+import time
+
+from .handing_over import handed_over
+from .system import listening
+from .varlink import DEADLINE, Client, connect, wait_for
+
+
+class Crowd:
+    """Half of the clients keep their connection as long as it lasts, the others connect anew for
+    each save. What became of each save is kept by its identifier."""
+
+    def __init__(self, path, size):
+        self.answered = []
+        self.unanswered = []
+        self.failed = []  # which no client can be blamed for
+        self.stops = []  # when the daemon had heard of each
+        self._path = path
+        self._over = threading.Event()
+        self._threads = [threading.Thread(target=self._save_on, args=(number,))
+                         for number in range(size)]
+        for thread in self._threads:
+            thread.start()
+
+    def end(self):
+        self._over.set()
+        for thread in self._threads:
+            thread.join(DEADLINE)
+            assert not thread.is_alive(), "a client still waits for its reply"
+
+    def _save_on(self, number):
+        client = None
+        for count in itertools.count():
+            if self._over.is_set():
+                break
+            if client is None:
+                connected = time.monotonic()
+                client = Client(connect(self._path))
+            identifier = f"{number}.{count}"
+            if not self._save(client, identifier, connected) or number % 2 == 0:
+                client.close()
+                client = None
+        if client is not None:
+            client.close()
+
+    def _save(self, client, identifier, connected):
+        """False when the connection has ended."""
+        try:
+            reply = client.call("SaveAlerts", alerts=[{"bundle": "crowd", "identifier": identifier}])
+        except OSError as error:
+            self.unanswered.append(identifier)
+            if not any(connected <= stop for stop in self.stops):
+                self.failed.append(f"{identifier}: {error}")
+            return False
+        self.answered.append(identifier)
+        if reply:
+            self.failed.append(f"{identifier}: {reply}")
+        return True
+
+
+def start_handed_over(system, listener):
+    command, descriptors = handed_over(listener)
+    return system.start(*command, descriptors=descriptors, LISTEN_FDNAMES="varlink")
+
+
+def begin_stop(daemon):
+    """Tells the daemon to stop, and waits until it has heard: it catches the signal once."""
+    daemon.process.terminate()
+    wait_for(lambda: not int(daemon.status()["SigCgt"], 16) >> (signal.SIGTERM - 1) & 1
+             or daemon.process.poll() is not None, "the signal to be taken")
+
+
+def restart_under(system, clients, restarts):
+    """Restarts the daemon so often under so many clients, with the socket kept as a service manager
+    keeps it. No save failed but on a connection from before the stop, and none was both stored and
+    left unanswered."""
+    path = system.root / "kept"
+    with listening(path) as listener:
+        listener.listen(4 * clients)
+        start_handed_over(system, listener)
+        crowd = Crowd(path, clients)
+        try:
+            for number in range(restarts):
+                enough = len(crowd.answered) + clients
+                wait_for(lambda: len(crowd.answered) >= enough, "some saves")  # pylint: disable=W0640
+                _restart(system, listener, crowd)
+        finally:
+            crowd.end()
+        with contextlib.closing(Client(connect(path))) as client:
+            alerts = client.call("GetAlertsOfBundle", bundle="crowd")["alerts"]
+        stored = [alert["identifier"] for alert in alerts]
+        assert not crowd.failed, crowd.failed[:5]
+        assert len(stored) == len(set(stored)), "stored twice"
+        assert set(crowd.answered) == set(stored), \
+            f"stored and unanswered: {sorted(set(stored) - set(crowd.answered))[:5]}, " \
+            f"lost: {sorted(set(crowd.answered) - set(stored))[:5]}"
+        system.stop()
+    return crowd
+
+
+def _restart(system, listener, crowd):
+    daemon = system.daemon
+    begin_stop(daemon)
+    crowd.stops.append(time.monotonic())
+    assert daemon.process.wait(DEADLINE) == 0, daemon.log()
+    system.daemon = None
+    start_handed_over(system, listener)
