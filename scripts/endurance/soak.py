@@ -11,10 +11,10 @@ from velto.varlink import wait_for
 
 # Freed memory goes back at once, as far as the sanitizer can; otherwise its keeping would hide ours.
 _SANITIZER = "quarantine_size_mb=0:thread_local_quarantine_size_kb=0:malloc_context_size=0"
-_CALLS = 600
+_CALLS = 800
 _CALLERS = 4
 # Until the daemon has all that it makes once and keeps.
-_ROUNDS_TO_WARM_UP = 4
+_ROUNDS_TO_WARM_UP = 2
 _MIB = 1 << 20
 _MOST_GROWTH = 8 * _MIB
 
@@ -82,14 +82,16 @@ class Soak(Activity):
 
     def close(self):
         system, self._system = self._system, None
+        samples, self._samples = self._samples, []
         if system is not None:
             system.close()
-        if not self._samples:
-            return None
+        return self._draw(samples) if samples else None
+
+    def _draw(self, samples):
         path = self.settings.folder / "soak.svg"
-        path.write_text(plot(f"{len(self._samples) * _CALLS} calls", [
-            ("memory at rest, MiB", [(s[0], s[1] / _MIB) for s in self._samples]),
-            ("descriptors at rest", [(s[0], s[2]) for s in self._samples]),
-            ("threads at rest", [(s[0], s[3]) for s in self._samples])]))
-        compared = max(0, len(self._samples) - _ROUNDS_TO_WARM_UP)
-        return f"{len(self._samples) * _CALLS} calls, compared {compared} times; drawn in {path}"
+        path.write_text(plot(f"{len(samples) * _CALLS} calls", [
+            ("memory at rest, MiB", [(s[0], s[1] / _MIB) for s in samples]),
+            ("descriptors at rest", [(s[0], s[2]) for s in samples]),
+            ("threads at rest", [(s[0], s[3]) for s in samples])]))
+        compared = max(0, len(samples) - _ROUNDS_TO_WARM_UP)
+        return f"{len(samples) * _CALLS} calls, compared {compared} times; drawn in {path}"

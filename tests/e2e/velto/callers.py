@@ -54,6 +54,7 @@ class OtherUser(Client):
         self._control.close()
         if self.process:
             os.waitpid(self.process, 0)
+            self.process = None
 
 
 def _connect_and_wait(path, uid, gid, control, then):

@@ -9,6 +9,7 @@ import time
 
 from .handing_over import handed_over
 from .system import listening
+from .values import SERVICE
 from .varlink import DEADLINE, Client, connect, wait_for
 
 
@@ -18,15 +19,20 @@ class Crowd:
 
     def __init__(self, path, size):
         self.answered = []
-        self.unanswered = []
-        self.failed = []  # which no client can be blamed for
-        self.stops = []  # when the daemon had heard of each
+        self.errors = []  # that a save was answered with
+        self.stops = []  # pairs: when the daemon was told, and when it took no connections any more
+        self._hung_up = []  # triples: when the client had connected, when it failed, with what
         self._path = path
         self._over = threading.Event()
         self._threads = [threading.Thread(target=self._save_on, args=(number,))
                          for number in range(size)]
         for thread in self._threads:
             thread.start()
+
+    def go_on(self):
+        """Waits for some saves."""
+        enough = len(self.answered) + len(self._threads)
+        wait_for(lambda: len(self.answered) >= enough, "some saves")
 
     def end(self):
         self._over.set()
@@ -54,14 +60,17 @@ class Crowd:
         try:
             reply = client.call("SaveAlerts", alerts=[{"bundle": "crowd", "identifier": identifier}])
         except OSError as error:
-            self.unanswered.append(identifier)
-            if not any(connected <= stop for stop in self.stops):
-                self.failed.append(f"{identifier}: {error}")
+            self._hung_up.append((connected, time.monotonic(), f"{identifier}: {error}"))
             return False
         self.answered.append(identifier)
         if reply:
-            self.failed.append(f"{identifier}: {reply}")
+            self.errors.append(f"{identifier}: {reply}")
         return True
+
+    def hung_up_without_a_stop(self):
+        """The saves that failed on a connection from after the last stop."""
+        return [what for connected, failed, what in self._hung_up
+                if not any(connected <= end and begin <= failed for begin, end in self.stops)]
 
 
 def start_handed_over(system, listener):
@@ -86,16 +95,16 @@ def restart_under(system, clients, restarts):
         start_handed_over(system, listener)
         crowd = Crowd(path, clients)
         try:
-            for number in range(restarts):
-                enough = len(crowd.answered) + clients
-                wait_for(lambda: len(crowd.answered) >= enough, "some saves")  # pylint: disable=W0640
+            for _ in range(restarts):
+                crowd.go_on()
                 _restart(system, listener, crowd)
         finally:
             crowd.end()
         with contextlib.closing(Client(connect(path))) as client:
             alerts = client.call("GetAlertsOfBundle", bundle="crowd")["alerts"]
         stored = [alert["identifier"] for alert in alerts]
-        assert not crowd.failed, crowd.failed[:5]
+        failed = crowd.errors + crowd.hung_up_without_a_stop()
+        assert not failed, f"{len(failed)} saves failed: {failed[:5]}"
         assert len(stored) == len(set(stored)), "stored twice"
         assert set(crowd.answered) == set(stored), \
             f"stored and unanswered: {sorted(set(stored) - set(crowd.answered))[:5]}, " \
@@ -106,8 +115,13 @@ def restart_under(system, clients, restarts):
 
 def _restart(system, listener, crowd):
     daemon = system.daemon
-    begin_stop(daemon)
-    crowd.stops.append(time.monotonic())
+    with contextlib.closing(Client(connect(listener.getsockname()))) as idle:
+        assert "vendor" in idle.call(f"{SERVICE}.GetInfo")
+        begin = time.monotonic()
+        daemon.process.terminate()
+        # From then on it takes no connection: the idle ones end with the run loop.
+        assert idle.is_hung_up()
+        crowd.stops.append((begin, time.monotonic()))
     assert daemon.process.wait(DEADLINE) == 0, daemon.log()
     system.daemon = None
     start_handed_over(system, listener)
