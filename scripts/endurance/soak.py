@@ -11,7 +11,7 @@ from velto.varlink import wait_for
 
 # Freed memory goes back at once, as far as the sanitizer can; otherwise its keeping would hide ours.
 _SANITIZER = "quarantine_size_mb=0:thread_local_quarantine_size_kb=0:malloc_context_size=0"
-_CALLS = 800
+_CALLS = 400
 _CALLERS = 4
 # Until the daemon has all that it makes once and keeps.
 _ROUNDS_TO_WARM_UP = 2

@@ -63,7 +63,7 @@ def answer(store, method, parameters, is_root):
     if "nothing" in parameters:
         return None
     if FAULT == "leaks":
-        store.leak.append(bytearray(b"x" * 20000))
+        store.leak.append(bytearray(b"x" * 60000))
     if name == "GetAlertBundleNames":
         return {"names": []}
     if not is_root and FAULT != "obeys":
@@ -90,9 +90,9 @@ class Server:
         listener = self.listener()
         listener.setblocking(False)
         self.selector.register(listener, selectors.EVENT_READ)
+        signal.signal(signal.SIGTERM, self.stop)
         with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as readiness:
             readiness.sendto(b"READY=1", os.environ["NOTIFY_SOCKET"])
-        signal.signal(signal.SIGTERM, self.stop)
         while not self.is_stopping:
             for key, _ in self.selector.select(0.05):
                 self.accept(listener) if key.fileobj is listener else self.read(key.fileobj)
