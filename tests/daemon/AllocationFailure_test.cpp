@@ -237,7 +237,8 @@ class Sample {
     return number_;
   }
   std::string description() const {
-    return "allocation " + std::to_string(number_) + ", VELTO_SEED=" + std::to_string(seed());
+    return "allocation " + std::to_string(number_) +
+           ", VELTO_RANDOM_SEED=" + std::to_string(seed());
   }
 
  private:
@@ -245,7 +246,7 @@ class Sample {
   static constexpr std::uint32_t kStride = 40;
 
   static std::uint32_t seed() {
-    static const char* const given = std::getenv("VELTO_SEED");
+    static const char* const given = std::getenv("VELTO_RANDOM_SEED");
     static const auto chosen = given != nullptr
                                    ? static_cast<std::uint32_t>(std::strtoul(given, nullptr, 10))
                                    : std::random_device()();
