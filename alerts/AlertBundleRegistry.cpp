@@ -24,7 +24,23 @@ namespace {
 
 constexpr std::size_t kMaximumMissing = 1000;
 
+bool hasCode(const AlertBundle& bundle) {
+  return valueForKey(bundle.bundle().infoDictionary(), "CFBundleExecutable") != nullptr;
+}
+
 }  // namespace
+
+struct OpenedBundle {
+  explicit OpenedBundle(std::shared_ptr<const AlertBundle> read) : data(std::move(read)) {}
+
+  const std::shared_ptr<const AlertBundle> data;
+
+  // Set under the registry's loadLock_, once, before anybody is given the bundle to use; constant
+  // from then on.
+  bool isLoaded = false;  ///< or it has been tried
+  std::optional<Error> notLoaded;
+  std::shared_ptr<const NativeClasses::OfBundle> code;  ///< null without any
+};
 
 class AlertBundleRegistry::Implementation {
  public:
@@ -36,25 +52,25 @@ class AlertBundleRegistry::Implementation {
         repeatedLines_(log, clock),
         actions_{repeatedLines_, actionTimeLimit} {}
 
-  /// The bundle of this name, or null.
-  std::shared_ptr<const AlertBundle> alertBundle(std::string_view name)
-      VELTO_EXCLUDES(bundlesLock_);
   /// The bundle of an alert, ready for use: its code, if it has some, is loaded. Null with an error
   /// otherwise.
-  std::shared_ptr<const AlertBundle> bundleOf(const VLAlert& alert, ErrorSlot error);
+  BundleInUse bundleOf(const VLAlert& alert, ErrorSlot error);
   /// Nothing when the code is loaded, or why it is not, in a phrase.
-  std::optional<Error> load(std::string_view name) VELTO_EXCLUDES(loadLock_);
+  std::optional<Error> load(std::string_view name);
   /// The alert as an object of its class in the bundle, or null.
-  std::unique_ptr<VLAlertSubclass> makeAlert(std::shared_ptr<const AlertBundle> bundle,
-                                             const VLAlert& alert);
+  std::unique_ptr<VLAlertSubclass> makeAlert(const OpenedBundle& bundle, const VLAlert& alert);
+  void reload() VELTO_EXCLUDES(bundlesLock_, loadLock_);
   const NativeClasses& classes() const { return classes_; }
   const ActionContext& actions() const { return actions_; }
 
  private:
+  /// The bundle of this name, or null.
+  std::shared_ptr<OpenedBundle> alertBundle(std::string_view name) VELTO_EXCLUDES(bundlesLock_);
+  std::optional<Error> loadCode(OpenedBundle& bundle) VELTO_EXCLUDES(loadLock_);
+  void replaceCode(const std::string& name);
   bool isKnownMissing(std::string_view name) const VELTO_REQUIRES(bundlesLock_);
   void rememberMissing(std::string_view name) VELTO_REQUIRES(bundlesLock_);
   std::optional<Bundle> openBundle(const std::string& name) const;
-  std::optional<Error> tryToLoad(const AlertBundle& bundle) VELTO_REQUIRES(loadLock_);
   void logNotLoaded(std::string_view name, const Error& cause);
 
   const std::string directory_;
@@ -65,17 +81,16 @@ class AlertBundleRegistry::Implementation {
   NativeClasses classes_{repeatedLines_};
 
   Mutex bundlesLock_;
-  std::map<std::string, std::shared_ptr<const AlertBundle>, std::less<>> bundles_
-      VELTO_GUARDED_BY(bundlesLock_);
+  using Bundles = std::map<std::string, std::shared_ptr<OpenedBundle>, std::less<>>;
+  Bundles bundles_ VELTO_GUARDED_BY(bundlesLock_);
   /// When a bundle was last looked for in vain.
   std::map<std::string, Date, std::less<>> missing_ VELTO_GUARDED_BY(bundlesLock_);
 
   /// Held while a bundle's code is loaded: who asks for it meanwhile waits for the outcome.
   Mutex loadLock_;
-  std::map<std::string, std::optional<Error>, std::less<>> outcomes_ VELTO_GUARDED_BY(loadLock_);
 };
 
-std::shared_ptr<const AlertBundle> AlertBundleRegistry::Implementation::alertBundle(
+std::shared_ptr<OpenedBundle> AlertBundleRegistry::Implementation::alertBundle(
     std::string_view name) {
   MutexLock lock(bundlesLock_);
   const auto found = bundles_.find(name);
@@ -91,8 +106,8 @@ std::shared_ptr<const AlertBundle> AlertBundleRegistry::Implementation::alertBun
     return nullptr;
   }
   missing_.erase(std::string(name));
-  auto opened = std::make_shared<const AlertBundle>(std::string(name), std::move(*bundle),
-                                                    fileManager_, repeatedLines_);
+  auto opened = std::make_shared<OpenedBundle>(std::make_shared<const AlertBundle>(
+      std::string(name), std::move(*bundle), fileManager_, repeatedLines_));
   bundles_.emplace(name, opened);
   return opened;
 }
@@ -137,20 +152,43 @@ std::optional<Error> AlertBundleRegistry::Implementation::load(std::string_view 
     logNotLoaded(name, error);
     return error;
   }
-  MutexLock lock(loadLock_);
-  const auto found = outcomes_.find(name);
-  if (found != outcomes_.end()) {
-    return found->second;
-  }
-  return outcomes_.emplace(name, tryToLoad(*bundle)).first->second;
+  return loadCode(*bundle);
 }
 
-std::optional<Error> AlertBundleRegistry::Implementation::tryToLoad(const AlertBundle& bundle) {
-  auto error = loadNativeBundle(bundle.bundle(), bundle.key(), classes_);
-  if (error) {
-    logNotLoaded(bundle.key(), *error);
+std::optional<Error> AlertBundleRegistry::Implementation::loadCode(OpenedBundle& bundle) {
+  MutexLock lock(loadLock_);
+  if (!bundle.isLoaded) {
+    const AlertBundle& data = *bundle.data;
+    bundle.notLoaded = loadNativeBundle(data.bundle(), data.key(), classes_);
+    if (bundle.notLoaded) {
+      logNotLoaded(data.key(), *bundle.notLoaded);
+    } else {
+      bundle.code = classes_.ofBundle(data.key());
+    }
+    bundle.isLoaded = true;
   }
-  return error;
+  return bundle.notLoaded;
+}
+
+void AlertBundleRegistry::Implementation::reload() {
+  Bundles former;
+  {
+    MutexLock lock(bundlesLock_);
+    former.swap(bundles_);
+    missing_.clear();
+  }
+  for (const auto& [name, bundle] : former) {
+    // Formatters are asked for by their own name, and not through their bundle, which would be
+    // read anew then.
+    if (classes_.ofBundle(name) != nullptr) replaceCode(name);
+  }
+}
+
+void AlertBundleRegistry::Implementation::replaceCode(const std::string& name) {
+  const auto bundle = alertBundle(name);
+  if (bundle == nullptr || !hasCode(*bundle->data) || loadCode(*bundle)) {
+    classes_.remove(name);
+  }
 }
 
 void AlertBundleRegistry::Implementation::logNotLoaded(std::string_view name, const Error& cause) {
@@ -158,8 +196,7 @@ void AlertBundleRegistry::Implementation::logNotLoaded(std::string_view name, co
                          "' not loaded: " + cause.localizedDescription());
 }
 
-std::shared_ptr<const AlertBundle> AlertBundleRegistry::Implementation::bundleOf(
-    const VLAlert& alert, ErrorSlot error) {
+BundleInUse AlertBundleRegistry::Implementation::bundleOf(const VLAlert& alert, ErrorSlot error) {
   const auto fail = [error](int code, const std::string& description) {
     setIfEmpty(error, makeError(kBundleErrorDomain, code, description));
     return nullptr;
@@ -173,9 +210,7 @@ std::shared_ptr<const AlertBundle> AlertBundleRegistry::Implementation::bundleOf
                                                "' cannot be opened: no such bundle in " +
                                                directory_ + ".");
   }
-  const bool hasCode =
-      valueForKey(bundle->bundle().infoDictionary(), "CFBundleExecutable") != nullptr;
-  if (const auto cause = hasCode ? load(*alert.bundle) : std::nullopt) {
+  if (const auto cause = hasCode(*bundle->data) ? loadCode(*bundle) : std::nullopt) {
     return fail(kCodeNotLoadedErrorCode, "Alert bundle '" + *alert.bundle + "' cannot be used: " +
                                              cause->localizedDescription() + ".");
   }
@@ -183,16 +218,17 @@ std::shared_ptr<const AlertBundle> AlertBundleRegistry::Implementation::bundleOf
 }
 
 std::unique_ptr<VLAlertSubclass> AlertBundleRegistry::Implementation::makeAlert(
-    std::shared_ptr<const AlertBundle> bundle, const VLAlert& alert) {
-  const auto* alertClass = alert.type ? classes_.alertClass(bundle->key(), *alert.type) : nullptr;
-  const bool isDeclared = alert.type && bundle->declares(*alert.type);
+    const OpenedBundle& bundle, const VLAlert& alert) {
+  const NativeClasses::OfBundle* code = bundle.code.get();
+  const auto* alertClass = code != nullptr && alert.type ? code->alertClass(*alert.type) : nullptr;
+  const bool isDeclared = alert.type && bundle.data->declares(*alert.type);
   if (alertClass == nullptr && !isDeclared) {
-    alertClass = classes_.defaultAlertClass(bundle->key());
+    alertClass = code == nullptr ? nullptr : code->otherAlerts;
     if (alertClass == nullptr) {
       return nullptr;
     }
   }
-  auto declared = AlertBundle::makeAlert(std::move(bundle), alert);
+  auto declared = AlertBundle::makeAlert(bundle.data, alert);
   return alertClass == nullptr ? std::move(declared)
                                : makeNativeAlert(*alertClass, std::move(declared), repeatedLines_);
 }
@@ -206,17 +242,21 @@ AlertBundleRegistry::AlertBundleRegistry(std::string directory, const FileManage
 AlertBundleRegistry::~AlertBundleRegistry() = default;
 
 std::unique_ptr<VLAlertSubclass> AlertBundleRegistry::alertSubclass(const VLAlert& alert,
-                                                                    ErrorSlot error) {
+                                                                    ErrorSlot error,
+                                                                    BundleInUse* inUse) {
   // What an alert lacks itself is told before what is wrong with its bundle.
   const bool lacksType = alert.bundle && !alert.type;
-  const auto bundle = implementation_->bundleOf(alert, lacksType ? nullptr : error);
-  auto subclass = bundle == nullptr ? nullptr : implementation_->makeAlert(bundle, alert);
+  const BundleInUse bundle = inUse != nullptr && *inUse != nullptr
+                                 ? *inUse
+                                 : implementation_->bundleOf(alert, lacksType ? nullptr : error);
+  if (inUse != nullptr) *inUse = bundle;
+  auto subclass = bundle == nullptr ? nullptr : implementation_->makeAlert(*bundle, alert);
   if (subclass == nullptr && lacksType) {
     setIfEmpty(error, makeError(kBundleErrorDomain, kAlertWithoutTypeErrorCode,
                                 "The alert of bundle '" + *alert.bundle + "' names no type."));
   } else if (subclass == nullptr && bundle != nullptr) {
     setIfEmpty(error, makeError(kBundleErrorDomain, kNoSuchAlertTypeErrorCode,
-                                "Alert bundle '" + bundle->key() + "' has no alert type '" +
+                                "Alert bundle '" + bundle->data->key() + "' has no alert type '" +
                                     *alert.type + "'."));
   }
   return subclass;
@@ -225,16 +265,22 @@ std::unique_ptr<VLAlertSubclass> AlertBundleRegistry::alertSubclass(const VLAler
 std::unique_ptr<VLAlertAction> AlertBundleRegistry::alertAction(const std::string& className,
                                                                 const VLAlert& alert,
                                                                 ErrorSlot error) {
-  const auto bundle = implementation_->bundleOf(alert, error);
+  const BundleInUse bundle = implementation_->bundleOf(alert, error);
   if (bundle == nullptr) {
     return nullptr;
   }
-  const auto* const actionClass = implementation_->classes().actionClass(bundle->key(), className);
+  const auto* const actionClass =
+      bundle->code == nullptr ? nullptr : bundle->code->actionClass(className);
   if (actionClass == nullptr) {
-    return makeDeclaredAction(bundle, className, alert, implementation_->actions(), error);
+    return makeDeclaredAction(bundle->data, className, alert, implementation_->actions(), error);
   }
-  return makeNativeAction(*actionClass, bundle, className, AlertBundle::makeAlert(bundle, alert),
-                          implementation_->actions(), error);
+  return makeNativeAction(*actionClass, bundle->data, className,
+                          AlertBundle::makeAlert(bundle->data, alert), implementation_->actions(),
+                          error);
+}
+
+void AlertBundleRegistry::reload() {
+  implementation_->reload();
 }
 
 bool AlertBundleRegistry::VLLoadAlertBundle(std::string_view name) {

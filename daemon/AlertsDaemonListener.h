@@ -24,8 +24,8 @@ struct AlertsDaemonListenerSeams {
 };
 
 /// Admits every connection, with the role that its caller's credentials give, and brings the
-/// store's bundle records into line with the alerts directory, once, when it is made. Holds nothing
-/// that changes, so admissions may come on any thread.
+/// store's bundle records into line with the alerts directory, when it is made and on every reload.
+/// Holds nothing that changes, so admissions may come on any thread.
 class AlertsDaemonListener : public ListenerDelegate {
  public:
   /// Discovers the alert bundles; an error of that does not keep it from serving.
@@ -38,6 +38,10 @@ class AlertsDaemonListener : public ListenerDelegate {
   /// service is asked to load each new bundle and then to enable it; nobody waits for that.
   std::optional<Error> loadAlertBundles();
 
+  /// Looks for the alert bundles again, as at the start, and has those in use read anew, beside the
+  /// calls under way; what goes wrong is logged. Any thread, one at a time.
+  void reload() noexcept;
+
   /// The effective user ids of the trusted service accounts.
   static std::set<uid_t> allowedUIDs();
   bool isPrivilegedUID(uid_t uid) const;
@@ -49,6 +53,7 @@ class AlertsDaemonListener : public ListenerDelegate {
   bool shouldAcceptNewConnection(Listener& listener, Connection& connection) override;
 
  private:
+  std::optional<Error> reconcileBundles(ErrorSlot saveError);
   std::unique_ptr<AlertsDaemon> serviceObject(const Connection& connection) const;
 
   const AlertsDaemonServices services_;

@@ -55,7 +55,8 @@ void AlertsDaemon::post(VLAlert& alert, ErrorReply reply) {
     return;
   }
   // Only a bundle that knows the alert's type can tell people about it.
-  const auto bundleAlert = services_.bundles.alertSubclass(alert, &error);
+  BundleInUse bundle;
+  const auto bundleAlert = services_.bundles.alertSubclass(alert, &error, &bundle);
   if (error) {
     reply(std::move(error));
     return;
@@ -72,9 +73,10 @@ void AlertsDaemon::post(VLAlert& alert, ErrorReply reply) {
     alert.identifier = newIdentifier(alert.type, *alert.sentDate);
   }
   store->insertAlert(alert);
-  auto deliveryError = pushEnabled ? services_.pusher.sendAlert(alert, *store) : std::nullopt;
+  auto deliveryError =
+      pushEnabled ? services_.pusher.sendAlert(alert, *store, bundle) : std::nullopt;
   if (mailEnabled) {
-    auto mailError = services_.mailer.mailAlert(alert, *store);
+    auto mailError = services_.mailer.mailAlert(alert, *store, bundle);
     if (!deliveryError) {
       deliveryError = std::move(mailError);
     }

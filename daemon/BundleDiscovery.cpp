@@ -2,6 +2,7 @@
 // The alerts directory and the store's bundle records.
 
 #include <algorithm>
+#include <exception>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -9,6 +10,7 @@
 #include "alerts/Bundle.h"
 #include "daemon/AlertsDaemonListener.h"
 #include "platform/foundation/UTF8.h"
+#include "platform/persistence/PersistenceErrors.h"
 #include "store/ADAlertStore.h"
 
 namespace velto {
@@ -16,6 +18,8 @@ namespace {
 
 constexpr std::string_view kDiscoveryErrorDomain = "VeltoAlertsDaemon";
 constexpr int kUnreadableDirectoryCode = 99;
+/// More than an administrator at work needs.
+constexpr int kReloadAttempts = 10;
 
 std::string displayName(const Bundle& bundle, const std::string& key) {
   const std::string* text = stringForKey(bundle.infoDictionary(), "CFBundleGetInfoString");
@@ -85,6 +89,31 @@ void forget(ADAlertStore& store, const std::string& key, Log& log) {
 }  // namespace
 
 std::optional<Error> AlertsDaemonListener::loadAlertBundles() {
+  return reconcileBundles(nullptr);
+}
+
+void AlertsDaemonListener::reload() noexcept try {
+  services_.bundles.reload();
+  std::optional<Error> error;
+  std::optional<Error> saveError;
+  // At the start nobody else changes records; now an administrator may, and then nothing of ours
+  // has been saved.
+  int attempts = kReloadAttempts;
+  do {
+    saveError.reset();
+    error = reconcileBundles(&saveError);
+  } while (saveError && saveError->domain == kPersistenceErrorDomain &&
+           saveError->code == kConflictErrorCode && --attempts > 0);
+  if (const auto& failure = error ? error : saveError) {
+    services_.log.warning("Alert bundles could not be looked for again: " +
+                          failure->localizedDescription());
+  }
+} catch (const std::exception& exception) {
+  services_.log.warning(std::string("Alert bundles could not be looked for again: ") +
+                        exception.what());
+}
+
+std::optional<Error> AlertsDaemonListener::reconcileBundles(ErrorSlot saveError) {
   const std::string& directory = seams_.alertsDirectory;
   std::optional<Error> error;
   const auto entries = seams_.fileManager.contentsOfDirectory(directory, &error);
@@ -102,7 +131,7 @@ std::optional<Error> AlertsDaemonListener::loadAlertBundles() {
   for (const std::string& key : known) {
     forget(store, key, services_.log);
   }
-  store.save(nullptr);
+  store.save(saveError);
   return error;
 }
 

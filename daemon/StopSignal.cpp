@@ -2,7 +2,6 @@
 #include "daemon/StopSignal.h"
 
 #include <csignal>
-#include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <systemd/sd-daemon.h>
@@ -10,27 +9,14 @@
 namespace velto {
 namespace {
 
-/// The service manager kills what has not ended ten seconds later.
+/// The service manager kills what has not ended ten seconds later (TimeoutStopSec in the unit).
 constexpr unsigned kLongestStop = 80;
-
-/// Of the one object; the handler can be given nothing.
-int stopEvent = -1;
-
-void noteStop(int /*signal*/) {
-  ::eventfd_write(stopEvent, 1);
-}
 
 }  // namespace
 
+// After the first one the signal does what it does by default.
 StopSignal::StopSignal(RunLoop& runLoop)
-    : EventSource(FileDescriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))), runLoop_(runLoop) {
-  stopEvent = descriptor();
-  struct sigaction action {};
-  action.sa_handler = noteStop;
-  // After the first one the signal does what it does by default.
-  action.sa_flags = static_cast<int>(SA_RESETHAND) | SA_RESTART;
-  ::sigaction(SIGTERM, &action, nullptr);
-}
+    : SignalSource(SIGTERM, static_cast<int>(SA_RESETHAND)), runLoop_(runLoop) {}
 
 Event StopSignal::serve() noexcept {
   ::sd_notify(0, "STOPPING=1");

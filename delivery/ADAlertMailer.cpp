@@ -75,10 +75,11 @@ ADAlertMailer::ADAlertMailer(AlertBundleRegistry& bundles, std::string mailProgr
       journal_(journal),
       timeLimit_(timeLimit) {}
 
-std::optional<Error> ADAlertMailer::mailAlert(const VLAlert& alert, ADAlertStore& store) {
+std::optional<Error> ADAlertMailer::mailAlert(const VLAlert& alert, ADAlertStore& store,
+                                              BundleInUse bundle) {
   std::optional<Error> error;
   const auto recipients = store.getMailRecipientsByLocalization(&error);
-  const auto bundleAlert = bundles_.alertSubclass(alert, &error);
+  const auto bundleAlert = bundles_.alertSubclass(alert, &error, &bundle);
   if (error || recipients.empty()) {
     return error;
   }

@@ -50,8 +50,9 @@ class ADAlertMailer {
   /// Mails the alert to every enabled mail recipient of the store. Nothing when every message was
   /// taken. An error of the store, of the alert's bundle or of the formatter ends it at once; a
   /// message that the mail program does not take does not keep the others back, and the first such
-  /// status is the error's code.
-  std::optional<Error> mailAlert(const VLAlert& alert, ADAlertStore& store);
+  /// status is the error's code. `bundle` is the alert's, where it is in use already.
+  std::optional<Error> mailAlert(const VLAlert& alert, ADAlertStore& store,
+                                 BundleInUse bundle = nullptr);
 
   /// A new formatter, from the bundle "Common"; null when there is none.
   std::unique_ptr<EmailFormatter> getEmailFormatter();

@@ -99,10 +99,11 @@ ADAlertPusher::~ADAlertPusher() {
   ulmoraPushProvider_->flush();
 }
 
-std::optional<Error> ADAlertPusher::sendAlert(const VLAlert& alert, ADAlertStore& store) {
+std::optional<Error> ADAlertPusher::sendAlert(const VLAlert& alert, ADAlertStore& store,
+                                              BundleInUse bundle) {
   std::optional<Error> error;
   const auto recipients = store.getPushRecipientsByLocalization(&error);
-  const auto bundleAlert = bundles_.alertSubclass(alert, &error);
+  const auto bundleAlert = bundles_.alertSubclass(alert, &error, &bundle);
   if (error) {
     return error;
   }

@@ -49,8 +49,9 @@ class ADAlertPusher {
   /// Sends the alert's subject to every enabled push recipient of the store, as one batch of the
   /// provider. Nothing when all were accepted. An error of the store or of the alert's bundle ends
   /// it at once; what fails in one language does not keep the others back, and the first error is
-  /// the result.
-  std::optional<Error> sendAlert(const VLAlert& alert, ADAlertStore& store);
+  /// the result. `bundle` is the alert's, where it is in use already.
+  std::optional<Error> sendAlert(const VLAlert& alert, ADAlertStore& store,
+                                 BundleInUse bundle = nullptr);
 
   /// Sends the message to each device. Notifications of the same date replace each other. The first
   /// failure is the result; it does not keep the other devices back. Of a status, the error's

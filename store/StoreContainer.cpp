@@ -101,7 +101,7 @@ void StoreContainer::setEnabledBundles(std::int64_t dataVersion, BundleKeys keys
 void StoreContainer::openStore() {
   const auto model = managedObjectModel();
   if (model == nullptr) {
-    services_.log.warning("No model to generate a store from");
+    fail("No model to generate a store from");
     return;
   }
   createIfMissing(directory_);
@@ -115,8 +115,19 @@ void StoreContainer::openStore() {
       warnOfWriters(directory_ + "/" + kStoreFile + suffix, services_.log);
     }
   } else {
-    services_.log.warning(error ? error->localizedDescription() : "The store could not be opened");
+    fail(error ? error->localizedDescription() : "The store could not be opened");
   }
+}
+
+void StoreContainer::fail(std::string why) {
+  services_.log.warning(why);
+  const MutexLock lock(mutex_);
+  problem_ = std::move(why);
+}
+
+std::optional<std::string> StoreContainer::problem() const {
+  const MutexLock lock(mutex_);
+  return problem_;
 }
 
 /// Makes the directory's name last, with which all that is in it would be lost: before anybody can

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -44,6 +45,10 @@ class StoreContainer {
   /// then been logged.
   std::shared_ptr<PersistentStoreCoordinator> persistentStoreCoordinator();
 
+  /// Why the store could not be opened, in a sentence; nothing when it could, and as long as nobody
+  /// has asked for it.
+  std::optional<std::string> problem() const;
+
   /// The keys of the enabled bundles, which everybody may ask for as often as they like. They are
   /// kept until something is committed. Null when they are not known for this version of the data.
   using BundleKeys = std::shared_ptr<const std::vector<std::string>>;
@@ -57,6 +62,7 @@ class StoreContainer {
 
  private:
   void openStore();
+  void fail(std::string why);
   bool isLasting(ErrorSlot error) const;
 
   const std::string resourceDirectory_;
@@ -67,6 +73,7 @@ class StoreContainer {
   std::once_flag coordinatorOnce_;
   std::shared_ptr<PersistentStoreCoordinator> coordinator_;
   mutable Mutex mutex_;
+  std::optional<std::string> problem_ VELTO_GUARDED_BY(mutex_);
   std::int64_t enabledBundlesVersion_ VELTO_GUARDED_BY(mutex_) = 0;
   BundleKeys enabledBundles_ VELTO_GUARDED_BY(mutex_);
 };

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <dlfcn.h>
 #include <filesystem>
+#include <sys/stat.h>
 #include <utility>
 
 #include "alerts/AlertBundleErrors.h"
@@ -64,14 +65,28 @@ RegisterFunction findEntry(void* library, ErrorSlot error) {
   return reinterpret_cast<RegisterFunction>(entry);
 }
 
-/// The entry point of the bundle's code, which is loaded then, or null with an error.
-RegisterFunction loadEntry(const Bundle& bundle, ErrorSlot error) {
+/// The file of the bundle's code, or none with an error.
+FileDescriptor openCode(const Bundle& bundle, ErrorSlot error) {
   const std::string* executable = executableName(bundle, error);
-  if (executable == nullptr) return nullptr;
+  if (executable == nullptr) return {};
   const std::filesystem::path path(bundle.path());
-  FileDescriptor code = openTrustedFileBelow(
-      path.parent_path(), {path.filename(), "Contents", "Linux", *executable}, error);
-  if (!code.isOpen()) return nullptr;
+  return openTrustedFileBelow(path.parent_path(),
+                              {path.filename(), "Contents", "Linux", *executable}, error);
+}
+
+/// An open file keeps its inode from being anybody else's.
+FileIdentity identityOf(const FileDescriptor& file) {
+  struct stat status {};
+  if (::fstat(file.get(), &status) != 0) return {};
+  return {.device = status.st_dev,
+          .inode = status.st_ino,
+          .size = status.st_size,
+          .modifiedSeconds = status.st_mtim.tv_sec,
+          .modifiedNanoseconds = status.st_mtim.tv_nsec};
+}
+
+/// The entry point of the bundle's code, which is loaded then, or null with an error.
+RegisterFunction loadEntry(FileDescriptor code, ErrorSlot error) {
   void* library = loadCode(std::move(code), error);
   return library == nullptr ? nullptr : findEntry(library, error);
 }
@@ -81,9 +96,16 @@ RegisterFunction loadEntry(const Bundle& bundle, ErrorSlot error) {
 std::optional<Error> loadNativeBundle(const Bundle& bundle, std::string_view name,
                                       NativeClasses& classes) {
   std::optional<Error> error;
-  const RegisterFunction registerClasses = loadEntry(bundle, &error);
+  FileDescriptor code = openCode(bundle, &error);
+  if (!code.isOpen()) return error;
+  const FileIdentity identity = identityOf(code);
+  if (const auto known = classes.ofBundle(name); known && known->code == identity) {
+    return std::nullopt;
+  }
+  const RegisterFunction registerClasses = loadEntry(std::move(code), &error);
   if (registerClasses == nullptr) return error;
   velto_registry registry{classes, std::string(name), {}};
+  registry.classes.code = identity;
   const int result = callNative([&] { return registerClasses(&nativeHost(), &registry); });
   if (result != 0) {
     fail(&error, "its registration gave " + std::to_string(result));

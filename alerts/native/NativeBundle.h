@@ -12,7 +12,7 @@ namespace velto {
 
 /// Loads the code of a bundle into the process, for good, and adds its classes to `classes`.
 /// Returns nothing, or why the code cannot be used, in a phrase for a log line; no class is added
-/// then.
+/// then. Where `classes` has those of the very same file already, it stays with them.
 ///
 /// The code runs with all of the daemon's rights: it is taken only from a regular file that root or
 /// the daemon's own user owns and nobody else can write, and so are the folders from the alerts

@@ -16,35 +16,44 @@ typename Classes::mapped_type classNamed(const Classes& classes, std::string_vie
 
 }  // namespace
 
-bool NativeClasses::isTaken(std::string_view className) const {
+const velto_alert_class* NativeClasses::OfBundle::alertClass(std::string_view type) const {
+  return classNamed(alerts, type);
+}
+
+const velto_action_class* NativeClasses::OfBundle::actionClass(std::string_view name) const {
+  return classNamed(actions, name);
+}
+
+bool NativeClasses::isTaken(std::string_view className, std::string_view bundle) const {
   MutexLock lock(mutex_);
-  return formatters_.find(className) != formatters_.end();
+  const auto found = formatters_.find(className);
+  return found != formatters_.end() && found->second.bundle != bundle;
 }
 
 void NativeClasses::add(const std::string& bundle, OfBundle classes) {
   MutexLock lock(mutex_);
+  forget(bundle);
   formatters_.merge(classes.formatters);
-  bundles_.insert_or_assign(bundle, std::move(classes));
+  bundles_.insert_or_assign(bundle, std::make_shared<const OfBundle>(std::move(classes)));
 }
 
-const velto_alert_class* NativeClasses::alertClass(std::string_view bundle,
-                                                   std::string_view type) const {
+void NativeClasses::remove(std::string_view bundle) {
   MutexLock lock(mutex_);
-  const auto found = bundles_.find(bundle);
-  return found == bundles_.end() ? nullptr : classNamed(found->second.alerts, type);
+  forget(bundle);
 }
 
-const velto_alert_class* NativeClasses::defaultAlertClass(std::string_view bundle) const {
-  MutexLock lock(mutex_);
-  const auto found = bundles_.find(bundle);
-  return found == bundles_.end() ? nullptr : found->second.otherAlerts;
+void NativeClasses::forget(std::string_view bundle) {
+  std::erase_if(formatters_, [&](const auto& entry) { return entry.second.bundle == bundle; });
+  if (const auto found = bundles_.find(bundle); found != bundles_.end()) {
+    bundles_.erase(found);
+  }
 }
 
-const velto_action_class* NativeClasses::actionClass(std::string_view bundle,
-                                                     std::string_view name) const {
+std::shared_ptr<const NativeClasses::OfBundle> NativeClasses::ofBundle(
+    std::string_view bundle) const {
   MutexLock lock(mutex_);
   const auto found = bundles_.find(bundle);
-  return found == bundles_.end() ? nullptr : classNamed(found->second.actions, name);
+  return found == bundles_.end() ? nullptr : found->second;
 }
 
 std::unique_ptr<EmailFormatter> NativeClasses::makeEmailFormatter(

@@ -51,7 +51,7 @@ int registerEmailFormatter(velto_registry* registry, const char* className,
       functions->from_address == nullptr || functions->format_message == nullptr) {
     return -1;
   }
-  if (registry->known.isTaken(className)) {
+  if (registry->known.isTaken(className, registry->bundle)) {
     return -1;
   }
   const bool isNew = registry->classes.formatters

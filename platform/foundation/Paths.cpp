@@ -22,9 +22,16 @@ bool isPrivateSystem() {
 }
 
 std::string resourceDirectory() {
+  constexpr std::string_view kResources = "share/velto/alerts";
   std::error_code error;
   const auto executable = std::filesystem::read_symlink("/proc/self/exe", error);
-  return (executable.parent_path().parent_path() / "share/velto/alerts").string();
+  const auto first = executable.parent_path().parent_path();
+  auto folder = first;
+  while (!std::filesystem::is_directory(folder / kResources, error)) {
+    if (!folder.has_relative_path()) return (first / kResources).string();
+    folder = folder.parent_path();
+  }
+  return (folder / kResources).string();
 }
 
 }  // namespace velto

@@ -33,7 +33,10 @@ std::string rootedPath(std::string_view path);
 /// Whether VELTO_ROOT names a private system.
 bool isPrivateSystem();
 
-/// The directory of the running program's resources: ../share/velto/alerts beside its executable.
+/// The directory of the running program's resources: ../share/velto/alerts beside its executable,
+/// or where there is none, share/velto/alerts of the next folder above that has it, so that the
+/// program may be installed in a folder of its own (/usr/libexec/velto). The first of these when
+/// there is none anywhere.
 std::string resourceDirectory();
 
 }  // namespace velto

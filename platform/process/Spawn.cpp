@@ -187,7 +187,8 @@ std::vector<std::string> inheritableEnvironment() {
   std::vector<std::string> variables;
   for (char** variable = environ; *variable != nullptr; ++variable) {
     const std::string_view text(*variable);
-    if (!text.starts_with("LISTEN_") && !text.starts_with("NOTIFY_SOCKET=")) {
+    if (!text.starts_with("LISTEN_") && !text.starts_with("NOTIFY_SOCKET=") &&
+        !text.starts_with("WATCHDOG_")) {
       variables.emplace_back(text);
     }
   }

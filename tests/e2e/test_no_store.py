@@ -121,6 +121,14 @@ def test_the_daemon_finds_its_resources_beside_itself(system, copy):
     assert client.call("GetAlertsOfBundle", bundle="b") == {"alerts": [ALERT]}
 
 
+def test_the_daemon_finds_its_resources_from_a_folder_of_its_own(system, copy):
+    folder = system.root / "copy/libexec/velto"
+    folder.mkdir(parents=True)
+    program = shutil.move(copy[0], folder)
+    system.start(program)
+    assert system.client().call("SaveAlerts", alerts=[ALERT]) == {}
+
+
 @pytest.mark.parametrize("damage", [shutil.rmtree, lambda folder: [
     path.write_bytes(b"no model") for path in folder.iterdir()]], ids=["missing", "broken"])
 def test_without_a_model_there_is_no_store(system, copy, damage):

@@ -5,7 +5,8 @@ import resource
 import signal
 import stat
 
-from velto.system import ALERTSD, answers, listening
+import pytest
+from velto.system import ALERTSCTL, ALERTSD, answers, listening
 from velto.values import SERVICE
 from velto.varlink import Client, connect
 
@@ -63,10 +64,45 @@ def test_a_path_that_no_socket_can_have_is_explained(system):
     assert "x" * 100 in result.stderr
 
 
-def test_arguments_are_wrong_usage(system):
-    result = system.run(ALERTSD, "--now")
+@pytest.mark.parametrize("arguments", [["--now"], [""], ["--version", "--help"]])
+def test_other_arguments_are_wrong_usage(system, arguments):
+    result = system.run(ALERTSD, *arguments)
     assert result.returncode == 2
-    assert result.stderr
+    assert "takes no arguments" in result.stderr
+    assert not system.socket_path.exists()
+
+
+def test_it_tells_its_version_and_how_it_is_used(system):
+    version = system.run(ALERTSD, "--version")
+    assert (version.returncode, version.stderr) == (0, "")
+    program = system.run(ALERTSCTL, "--version").stdout
+    assert version.stdout.split()[1] in program.split()
+    usage = system.run(ALERTSD, "--help")
+    assert (usage.returncode, usage.stderr) == (0, "")
+    assert usage.stdout.startswith("Usage: alertsd\n")
+
+
+def test_the_watchdog_is_fed_as_long_as_the_run_loop_turns(system):
+    daemon = system.start(WATCHDOG_USEC="60000")
+    for _ in range(5):
+        assert daemon.notification() == {"WATCHDOG": "1"}
+
+
+def test_the_watchdog_of_another_process_is_not_ours(system):
+    daemon = system.start(WATCHDOG_USEC="60000", WATCHDOG_PID="1")
+    daemon.process.send_signal(signal.SIGHUP)
+    assert "RELOADING" in daemon.notification()
+
+
+def test_readiness_tells_that_calls_are_served(system):
+    assert system.start().readiness == {"READY": "1", "STATUS": "Serving"}
+
+
+def test_readiness_tells_why_there_is_no_store(system):
+    system.library.rmdir()
+    daemon = system.start()
+    assert daemon.readiness["STATUS"].startswith("No store: ")
+    assert str(system.store_file) in daemon.readiness["STATUS"]
 
 
 def test_a_closed_connection_leaves_no_descriptor_behind(system):

@@ -206,8 +206,10 @@ TEST_F(TaskTest, KeepsTheServiceManagersVariablesToItself) {
   environment.set("LISTEN_PID", "1");
   environment.set("LISTEN_FDNAMES", "varlink");
   environment.set("NOTIFY_SOCKET", "/run/notify");
+  environment.set("WATCHDOG_PID", "1");
+  environment.set("WATCHDOG_USEC", "1000000");
   environment.set("VELTO_TASK_TEST", "kept");
-  EXPECT_EQ(outputOfScript("env | grep -E '^(LISTEN|NOTIFY|VELTO_TASK)' > \"$0\""),
+  EXPECT_EQ(outputOfScript("env | grep -E '^(LISTEN|NOTIFY|WATCHDOG|VELTO_TASK)' > \"$0\""),
             "VELTO_TASK_TEST=kept\n");
 }
 

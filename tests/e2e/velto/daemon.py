@@ -24,29 +24,33 @@ class Daemon:
         self.log_file = log_file
         ready = root / "ready"
         ready.unlink(missing_ok=True)
-        with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as readiness:
-            readiness.bind(str(ready))
-            readiness.settimeout(0.2)
-            with log_file.open("ab") as log:
-                self.process = subprocess.Popen(
-                    command, stdin=subprocess.DEVNULL, stdout=log, stderr=log,
-                    pass_fds=descriptors, env={**environment, "NOTIFY_SOCKET": str(ready)})
-            try:
-                self._wait_until_ready(readiness)
-            except BaseException:
-                self.process.kill()
-                self.process.wait(DEADLINE)
-                raise
+        self._notifications = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+        self._notifications.bind(str(ready))
+        self._notifications.settimeout(0.2)
+        with log_file.open("ab") as log:
+            self.process = subprocess.Popen(
+                command, stdin=subprocess.DEVNULL, stdout=log, stderr=log,
+                pass_fds=descriptors, env={**environment, "NOTIFY_SOCKET": str(ready)})
+        try:
+            self.readiness = self.notification()
+            assert self.readiness["READY"] == "1"
+        except BaseException:
+            self.process.kill()
+            self.process.wait(DEADLINE)
+            self._notifications.close()
+            raise
 
-    def _wait_until_ready(self, readiness):
+    def notification(self):
+        """What the daemon tells the service manager next, by name."""
         def told():
-            assert self.process.poll() is None, f"the daemon ended at once: {self.log()}"
+            assert self.process.poll() is None, f"the daemon ended: {self.log()}"
             try:
-                return readiness.recv(4096)
+                return self._notifications.recv(4096)
             except TimeoutError:
                 return b""
 
-        assert b"READY=1" in wait_for(told, "the daemon's readiness").split(b"\n")
+        text = wait_for(told, "the daemon's notification").decode()
+        return dict(line.split("=", 1) for line in text.splitlines())
 
     @property
     def pid(self):
@@ -92,6 +96,7 @@ class Daemon:
         finally:
             self.process.terminate()
             status = self.process.wait(DEADLINE)
+            self._notifications.close()
         assert status == 0, f"ended with {status}: {self.log()}"
         check_output(self.log())
 
@@ -100,3 +105,4 @@ class Daemon:
         self.check()
         self.process.kill()
         self.process.wait(DEADLINE)
+        self._notifications.close()
