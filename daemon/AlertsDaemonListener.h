@@ -53,7 +53,7 @@ class AlertsDaemonListener : public ListenerDelegate {
   bool shouldAcceptNewConnection(Listener& listener, Connection& connection) override;
 
  private:
-  std::optional<Error> reconcileBundles(ErrorSlot saveError);
+  std::optional<Error> discover(ErrorSlot saveError);
   std::unique_ptr<AlertsDaemon> serviceObject(const Connection& connection) const;
 
   const AlertsDaemonServices services_;

@@ -19,7 +19,8 @@ namespace {
 constexpr std::string_view kDiscoveryErrorDomain = "VeltoAlertsDaemon";
 constexpr int kUnreadableDirectoryCode = 99;
 /// More than an administrator at work needs.
-constexpr int kReloadAttempts = 10;
+constexpr int kMostAttempts = 100;
+constexpr const char* kNotLookedFor = "Alert bundles could not be looked for again: ";
 
 std::string displayName(const Bundle& bundle, const std::string& key) {
   const std::string* text = stringForKey(bundle.infoDictionary(), "CFBundleGetInfoString");
@@ -55,84 +56,116 @@ std::optional<Bundle> openEntry(const std::string& path, const std::string& name
   return bundle;
 }
 
-/// Brings the record of one entry of the directory into line, and takes its key off the known ones.
-void reconcile(ADAlertStore& store, std::vector<std::string>& known, const std::string& path,
-               VLEDaemonClient& events, Log& log) {
-  const std::filesystem::path entry = std::filesystem::path(path).filename();
-  if (entry.string().find(".bundle") == std::string::npos) {
-    return;
+/// A bundle in the alerts directory.
+struct FoundBundle {
+  std::string path;
+  std::string key;
+  std::string name;  ///< for people
+};
+
+/// The bundles among the entries of the directory.
+std::vector<FoundBundle> openEntries(const std::string& directory,
+                                     const std::vector<std::string>& entries, Log& log) {
+  std::vector<FoundBundle> found;
+  for (const std::string& entry : entries) {
+    const std::string path = (std::filesystem::path(directory) / entry).string();
+    const std::filesystem::path name = std::filesystem::path(path).filename();
+    if (name.string().find(".bundle") == std::string::npos) continue;
+    if (const auto bundle = openEntry(path, name.string(), log)) {
+      const std::string key = name.stem().string();
+      found.push_back({path, key, displayName(*bundle, key)});
+    }
   }
-  const auto bundle = openEntry(path, entry.string(), log);
-  if (!bundle) {
-    return;
-  }
-  const std::string key = entry.stem().string();
-  const std::string name = displayName(*bundle, key);
-  const auto found = std::find(known.begin(), known.end(), key);
-  if (found != known.end()) {
-    store.updateAlertBundle(key, name, nullptr);
-    known.erase(found);
-  } else {
-    store.insertAlertBundle(key, name);
-    startMonitoring(events, log, path, key);
-  }
+  return found;
 }
 
-/// Deletes the record of a bundle that the directory does not hold, or holds broken. Its switches
-/// go too, and should it come back it starts with new ones: people have to be told.
-void forget(ADAlertStore& store, const std::string& key, Log& log) {
-  store.deleteAlertBundle(key, nullptr);
-  log.warning("Alert bundle '" + withoutInvalidUTF8(key) +
-              "' cannot be opened any more: its settings are deleted");
+/// Brings the record of one bundle into line, and takes its key off the known ones. True when the
+/// store did not know it.
+bool reconcile(ADAlertStore& store, std::vector<std::string>& known, const FoundBundle& bundle) {
+  const auto record = std::find(known.begin(), known.end(), bundle.key);
+  if (record == known.end()) {
+    store.insertAlertBundle(bundle.key, bundle.name);
+    return true;
+  }
+  store.updateAlertBundle(bundle.key, bundle.name, nullptr);
+  known.erase(record);
+  return false;
+}
+
+/// What one pass over the records came to.
+struct Reconciliation {
+  std::optional<Error> readError;
+  std::optional<Error> saveError;
+  std::vector<FoundBundle> added;
+  std::vector<std::string> forgotten;
+
+  bool hasConflict() const {
+    return saveError && saveError->domain == kPersistenceErrorDomain &&
+           saveError->code == kConflictErrorCode;
+  }
+};
+
+/// Also deletes the records of bundles that the directory does not hold, or holds broken. Their
+/// switches go too, and should one come back it starts with new ones: people have to be told.
+Reconciliation reconcileAll(StoreContainer& stores, const std::vector<FoundBundle>& found) {
+  Reconciliation result;
+  ADAlertStore store(stores);
+  result.forgotten = store.getAllAlertBundleNames(&result.readError);
+  for (const FoundBundle& bundle : found) {
+    if (reconcile(store, result.forgotten, bundle)) result.added.push_back(bundle);
+  }
+  for (const std::string& key : result.forgotten) {
+    store.deleteAlertBundle(key, nullptr);
+  }
+  store.save(&result.saveError);
+  return result;
+}
+
+/// At the start nobody else changes records. Later an administrator may, and then nothing of ours
+/// has been saved.
+Reconciliation reconcileUntilSaved(StoreContainer& stores, const std::vector<FoundBundle>& found) {
+  for (int attempt = 1;; ++attempt) {
+    auto result = reconcileAll(stores, found);
+    if (!result.hasConflict() || attempt == kMostAttempts) return result;
+  }
 }
 
 }  // namespace
 
 std::optional<Error> AlertsDaemonListener::loadAlertBundles() {
-  return reconcileBundles(nullptr);
+  return discover(nullptr);
 }
 
-void AlertsDaemonListener::reload() noexcept try {
-  services_.bundles.reload();
+std::optional<Error> AlertsDaemonListener::discover(ErrorSlot saveError) {
   std::optional<Error> error;
-  std::optional<Error> saveError;
-  // At the start nobody else changes records; now an administrator may, and then nothing of ours
-  // has been saved.
-  int attempts = kReloadAttempts;
-  do {
-    saveError.reset();
-    error = reconcileBundles(&saveError);
-  } while (saveError && saveError->domain == kPersistenceErrorDomain &&
-           saveError->code == kConflictErrorCode && --attempts > 0);
-  if (const auto& failure = error ? error : saveError) {
-    services_.log.warning("Alert bundles could not be looked for again: " +
-                          failure->localizedDescription());
-  }
-} catch (const std::exception& exception) {
-  services_.log.warning(std::string("Alert bundles could not be looked for again: ") +
-                        exception.what());
-}
-
-std::optional<Error> AlertsDaemonListener::reconcileBundles(ErrorSlot saveError) {
-  const std::string& directory = seams_.alertsDirectory;
-  std::optional<Error> error;
-  const auto entries = seams_.fileManager.contentsOfDirectory(directory, &error);
+  const auto entries = seams_.fileManager.contentsOfDirectory(seams_.alertsDirectory, &error);
   if (!entries) {
     return error ? error
                  : makeError(kDiscoveryErrorDomain, kUnreadableDirectoryCode,
                              "Unable to read alerts directory.");
   }
-  ADAlertStore store(services_.stores);
-  auto known = store.getAllAlertBundleNames(&error);
-  for (const std::string& entry : *entries) {
-    reconcile(store, known, (std::filesystem::path(directory) / entry).string(), seams_.events,
-              services_.log);
+  const auto found = openEntries(seams_.alertsDirectory, *entries, services_.log);
+  const auto result = reconcileUntilSaved(services_.stores, found);
+  for (const FoundBundle& bundle : result.added) {
+    startMonitoring(seams_.events, services_.log, bundle.path, bundle.key);
   }
-  for (const std::string& key : known) {
-    forget(store, key, services_.log);
+  for (const std::string& key : result.forgotten) {
+    services_.log.warning("Alert bundle '" + withoutInvalidUTF8(key) +
+                          "' cannot be opened any more: its settings are deleted");
   }
-  store.save(saveError);
-  return error;
+  if (result.saveError) setIfEmpty(saveError, *result.saveError);
+  return result.readError;
+}
+
+void AlertsDaemonListener::reload() noexcept try {
+  services_.bundles.reload();
+  std::optional<Error> saveError;
+  const auto readError = discover(&saveError);
+  if (const auto& error = readError ? readError : saveError) {
+    services_.log.warning(kNotLookedFor + error->localizedDescription());
+  }
+} catch (const std::exception& exception) {
+  services_.log.warning(std::string(kNotLookedFor) + exception.what());
 }
 
 }  // namespace velto

@@ -15,8 +15,8 @@ namespace velto {
 
 /// A child process with a pipe to its standard input. The beginning of what it writes to its
 /// standard output and standard error is kept; it leads a process group, and inherits no descriptor
-/// of the parent, no ignored or blocked signal, no LISTEN_*, NOTIFY_SOCKET or WATCHDOG_*. States: new,
-/// launched (`launch`), exited (`waitUntilExit`). Dropping a launched task closes the pipe and
+/// of the parent, no ignored or blocked signal, no LISTEN_*, NOTIFY_SOCKET or WATCHDOG_*. States:
+/// new, launched (`launch`), exited (`waitUntilExit`). Dropping a launched task closes the pipe and
 /// waits for the child, so that none is left behind. When the child's time is over its group is
 /// killed. Nothing ever waits for what the child has started. One thread at a time.
 class Task {

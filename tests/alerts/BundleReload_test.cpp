@@ -43,8 +43,8 @@ class BundleReloadTest : public testing::Test {
   /// A bundle with this module as its code, in place of the one that was there.
   fs::path writeCode(const std::string& module) const {
     remove();
-    return directory_.writeNativeBundle(
-        "Test.bundle", fs::path(VELTO_TEST_MODULES) / ("lib" + module + ".so"));
+    return directory_.writeNativeBundle("Test.bundle",
+                                        fs::path(VELTO_TEST_MODULES) / ("lib" + module + ".so"));
   }
   bool hasFormatter() { return registry_.makeEmailFormatter("Probe") != nullptr; }
 
