@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <sys/timerfd.h>
+#include <tuple>
 #include <unistd.h>
 #include <utility>
 
@@ -26,7 +27,7 @@ std::unique_ptr<Watchdog> Watchdog::wanted() {
 
 Event Watchdog::serve() noexcept {
   std::uint64_t ticks = 0;
-  static_cast<void>(::read(descriptor(), &ticks, sizeof ticks));
+  std::ignore = ::read(descriptor(), &ticks, sizeof ticks);
   ::sd_notify(0, "WATCHDOG=1");
   return Event::kInput;
 }
