@@ -1,0 +1,81 @@
+# SPDX-License-Identifier: Apache-2.0
+"""What `cmake --install` installs is what docs/administration.md lists, and works from there."""
+
+import os
+import pathlib
+import re
+import subprocess
+import sys
+
+import pytest
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+sys.path.append(str(ROOT / "tests/e2e"))
+
+# pylint: disable=wrong-import-position
+from velto.system import BUILD, System
+
+SCORE = re.compile(r"Overall exposure level for velto-alerts.service: ([0-9.]+)")
+
+
+@pytest.fixture(scope="module", name="installed")
+def _installed(tmp_path_factory):
+    """A folder that everything is installed into, below usr."""
+    folder = tmp_path_factory.mktemp("installed")
+    subprocess.run(["cmake", "--install", BUILD], check=True, capture_output=True,
+                   env={**os.environ, "DESTDIR": str(folder)})
+    return folder
+
+
+def listed():
+    """The paths of the table, which may have a * in them."""
+    text = (ROOT / "docs/administration.md").read_text(encoding="utf-8")
+    table = text.partition("| What is installed | For |")[2].partition("\n\n")[0]
+    return re.findall(r"^\| `(/[^`]+)`", table, re.MULTILINE)
+
+
+def test_what_is_installed_is_what_is_listed(installed):
+    rows = [re.compile(re.escape(row).replace(r"\*", "[^/]+") + "(/.*)?") for row in listed()]
+    files = ["/" + str(path.relative_to(installed)) for path in installed.rglob("*")
+             if not path.is_dir()]
+    assert [file for file in files if not any(row.fullmatch(file) for row in rows)] == []
+    assert [row.pattern for row in rows if not any(row.fullmatch(file) for file in files)] == []
+
+
+def test_nobody_but_the_owner_can_write_what_is_installed(installed):
+    modes = {path: path.stat().st_mode for path in (installed / "usr").rglob("*")}
+    assert [path for path, mode in modes.items() if mode & 0o022] == []
+
+
+def test_the_daemon_runs_with_what_is_installed_beside_it(installed):
+    system = System()
+    try:
+        for bundle in (installed / "usr/lib/velto/alert-bundles").iterdir():
+            (system.bundles / bundle.name).symlink_to(bundle)
+        system.start(installed / "usr/sbin/alertsd")
+        assert set(system.client().call("GetAlertBundleNames")["names"]) == {"Common", "Disk", "Load"}
+    finally:
+        system.close()
+
+
+def test_the_units_name_programs_that_are_installed(installed):
+    unit = (installed / "usr/lib/systemd/system/velto-alerts.service").read_text()
+    programs = re.findall(r"^Exec\w+=(/usr/\S+)", unit, re.MULTILINE)
+    assert {pathlib.Path(program).name for program in programs} == {"alertsd", "alertsctl"}
+    for program in programs:
+        assert (installed / program.lstrip("/")).is_file()
+
+
+def test_the_sandbox_is_as_tight_as_the_documents_say(installed):
+    unit = installed / "usr/lib/systemd/system/velto-alerts.service"
+    result = subprocess.run(["systemd-analyze", "security", "--offline=true", unit], check=False,
+                            capture_output=True, text=True)
+    text = (ROOT / "docs/administration.md").read_text(encoding="utf-8")
+    (score,) = SCORE.findall(result.stdout)
+    assert float(score) <= 3.6
+    assert f"gives {score} in `systemd-analyze security`" in text
+    settings = re.findall(r"^([A-Z]\w+)=", unit.read_text(), re.MULTILINE)
+    refused = ("NoNewPrivileges", "ProtectHome", "PrivateUsers", "PrivateNetwork", "ProcSubset")
+    for setting in refused:
+        assert f"| `{setting}` |" in text
+        assert setting not in settings
