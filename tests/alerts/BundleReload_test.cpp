@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 // What a reload changes, and what it leaves alone.
 
+#include <atomic>
 #include <filesystem>
 #include <iterator>
 #include <memory>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -171,6 +174,42 @@ TEST_F(BundleReloadTest, CodeThatHasBecomeUnusableIsRefusedWithALine) {
   EXPECT_FALSE(registry_.VLLoadAlertBundle("Test"));
   EXPECT_FALSE(hasFormatter());
   EXPECT_THAT(log_.lines(), ElementsAre(HasSubstr("can be written by others")));
+}
+
+TEST_F(BundleReloadTest, ReloadsBesideAlertsThatAreBeingMade) {
+  writeCode("Probe");
+  std::atomic<bool> isOver = false;
+  std::atomic<int> failures = 0;
+  std::vector<std::thread> threads;
+  for (int count = 0; count < 4; ++count) {
+    threads.emplace_back([&] {
+      while (!isOver) {
+        BundleInUse bundle;
+        const auto first = alert(&bundle);
+        const auto second = alert(&bundle);
+        const bool isWhole = first != nullptr && second != nullptr &&
+                             first->subject("en") == second->subject("en") &&
+                             registry_.VLLoadAlertBundle("Test");
+        failures += isWhole ? 0 : 1;
+      }
+    });
+  }
+  const fs::path code = directory_.path() + "/Test.bundle/Contents/Linux/libTest.so";
+  for (int count = 0; count < 20; ++count) {
+    // As a package does it: another file, under the name at once.
+    const std::string module = count % 2 == 0 ? "Default" : "Probe";
+    fs::copy_file(fs::path(VELTO_TEST_MODULES) / ("lib" + module + ".so"),
+                  directory_.path() + "/new");
+    fs::permissions(directory_.path() + "/new", fs::perms(0644));
+    fs::rename(directory_.path() + "/new", code);
+    registry_.reload();
+  }
+  isOver = true;
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  EXPECT_EQ(failures, 0);
+  EXPECT_TRUE(hasFormatter());
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """Bundles that come and go while the daemon runs."""
 
+import email.header
 import subprocess
 
 from support.machine import BUNDLES, SERVICE
@@ -37,7 +38,8 @@ def subject_of_mail(machine):
     machine.path("/root/mail").unlink(missing_ok=True)
     assert machine.post("Printer", "Jam") == {}
     lines = machine.path("/root/mail").read_text().splitlines()
-    return next(line for line in lines if line.startswith("Subject: "))
+    subject = next(line for line in lines if line.startswith("Subject: "))
+    return str(email.header.make_header(email.header.decode_header(subject)))
 
 
 def test_a_package_with_a_bundle_needs_no_script_and_no_restart(shared, tmp_path):

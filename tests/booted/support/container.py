@@ -8,6 +8,7 @@ import tempfile
 import time
 
 _DEADLINE = 120
+_LONGEST_END = 20
 
 # A group of its own for the system's processes, in every hierarchy that systemd uses: several systems
 # in one would take each other's services for their own.
@@ -48,7 +49,7 @@ class Container:
         return root
 
     def _boot(self, packages):
-        name = self._scratch.name
+        name = self._scratch.name.replace("_", "-").strip("-")
         self._console = self._stack.enter_context((self._scratch / "console").open("wb"))
         self._process = subprocess.Popen(
             ["sh", "-ec", _START, "sh", name, str(self.root), str(packages)],
@@ -56,10 +57,7 @@ class Container:
         self._stack.callback(_remove_groups, name)
         self._stack.callback(self._end)
         self.init = wait_for(self._find_init, "the system's first process")
-        # "degraded" will do: a unit that fails in a container is none of ours.
-        state = wait_for(lambda: self.try_run(
-            "systemctl", "is-system-running", "--wait").stdout.strip(), "the system's start")
-        assert state in ("running", "degraded"), state
+        wait_for(self._is_running, "the system's start")
 
     def _find_init(self):
         assert self._process.poll() is None, self.console()
@@ -70,11 +68,17 @@ class Container:
                     return int(child)
         return None
 
+    def _is_running(self):
+        """"degraded" will do: a unit that fails in a container is none of ours."""
+        assert self._process.poll() is None, self.console()
+        result = self.try_run("systemctl", "is-system-running", "--wait")
+        return result.stdout.strip() in ("running", "degraded")
+
     def _end(self):
         if self._process.poll() is None:
             self._process.terminate()  # which powers the system off
             try:
-                self._process.wait(_DEADLINE)
+                self._process.wait(_LONGEST_END)
             except subprocess.TimeoutExpired:
                 self._process.kill()
                 self._process.wait()
