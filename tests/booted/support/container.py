@@ -2,7 +2,9 @@
 """A system that boots in a folder, and commands run in it."""
 
 import contextlib
+import os
 import pathlib
+import signal
 import subprocess
 import tempfile
 import time
@@ -27,6 +29,7 @@ class Container:
 
     def __init__(self, base, packages):
         self._stack = contextlib.ExitStack()
+        self.init = None
         try:
             self.root = self._mount(base)
             self._boot(packages)
@@ -80,6 +83,9 @@ class Container:
             try:
                 self._process.wait(_LONGEST_END)
             except subprocess.TimeoutExpired:
+                # With the first process goes the rest of the system, but not with its starter.
+                if self.init:
+                    os.kill(self.init, signal.SIGKILL)
                 self._process.kill()
                 self._process.wait()
 
