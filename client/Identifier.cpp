@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <array>
 #include <cstdint>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 #include <velto/Alert.h>
 

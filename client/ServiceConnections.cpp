@@ -2,7 +2,6 @@
 #include "client/ServiceConnections.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
 #include <cstddef>
 #include <poll.h>
