@@ -11,8 +11,9 @@
 namespace velto {
 
 // JSON (RFC 8259) written straight into a text. Long lists are most of what the service writes, and
-// Boost.JSON, which reads what comes in, builds a value in memory before it writes one. Writers
-// that do not (RapidJSON's, yajl's) would each be another dependency for these few functions.
+// Boost.JSON, which clients read replies with, builds a value in memory before it writes one.
+// Writers that do not (RapidJSON's, yajl's) would each be another dependency for these few
+// functions.
 
 void appendJSON(std::string& text, bool value);
 void appendJSON(std::string& text, std::int64_t value);

@@ -10,7 +10,7 @@ pytestmark = pytest.mark.needs_root
 MIB = 1 << 20
 LONGEST = 16 * MIB
 # AddressSanitizer keeps what is freed for a while, and has margins around everything.
-ROOM_FOR_SANITIZER = 500 * MIB
+ROOM_FOR_SANITIZER = 1024 * MIB
 DONE = {"parameters": {}}
 
 
