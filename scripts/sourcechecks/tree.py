@@ -6,6 +6,9 @@ import pathlib
 
 TEST_FOLDERS = ("tests", "bench", "fuzz")
 _C_SUFFIXES = (".c", ".cpp", ".h")
+_PAGE_SUFFIXES = (".css", ".html", ".js", ".mjs", ".ts", ".tsx")
+# What is made, or had from elsewhere, in a folder of sources.
+_FOREIGN = (pathlib.Path("build"), pathlib.Path("console/dist"), pathlib.Path("console/node_modules"))
 
 
 class Tree:
@@ -20,12 +23,17 @@ class Tree:
             here = pathlib.Path(folder).relative_to(self.root)
             subfolders[:] = [name for name in subfolders
                              if not name.startswith(".") and name != "__pycache__"
-                             and here / name != pathlib.Path("build")]
+                             and here / name not in _FOREIGN]
             yield from (here / name for name in names if not name.startswith("."))
 
     def sources(self):
         """The files in C and C++."""
         return [path for path in self.files if path.suffix in _C_SUFFIXES]
+
+    def page_sources(self):
+        """The files of the page in Cockpit, its tools and its tests."""
+        return [path for path in self.files
+                if path.parts[0] == "console" and path.suffix in _PAGE_SUFFIXES]
 
     def lines(self, path):
         return (self.root / path).read_text(encoding="utf-8").splitlines()

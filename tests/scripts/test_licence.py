@@ -22,3 +22,15 @@ def test_a_source_without_a_licence_is_refused(tree):
     tree.write("tests/support/Empty.h", "")
     expected = "does not begin with SPDX-License-Identifier: Apache-2.0"
     assert tree.problems() == [f"daemon/main.cpp:1: {expected}", f"tests/support/Empty.h:1: {expected}"]
+
+
+def test_the_page_names_its_licence_too(tree):
+    give_notice(tree)
+    tree.write("console/src/App.tsx", NOTICE)
+    tree.write("console/src/index.html", "<!DOCTYPE html>\n<!-- SPDX-License-Identifier: Apache-2.0 -->\n")
+    tree.write("console/node_modules/react/index.js", "")
+    tree.write("console/dist/index.js", "")
+    assert not tree.problems()
+    tree.write("console/src/App.tsx", "\n" + NOTICE)
+    expected = "does not begin with SPDX-License-Identifier: Apache-2.0"
+    assert tree.problems() == [f"console/src/App.tsx:1: {expected}"]

@@ -14,6 +14,7 @@ def function_of(lines, head="int count() {"):
 
 @pytest.mark.parametrize("path, most", [
     ("alerts/VLAction.h", 300), ("bundles/Load/Code/Words.c", 300), ("scripts/report.py", 300),
+    ("console/src/App.tsx", 300),
     ("tests/alerts/Helper.h", 600), ("bench/Sample.cpp", 600), ("fuzz/RoundTrip.h", 600)])
 def test_a_long_file_is_refused(tree, path, most):
     tree.write(path, comments(most).replace("//", "#" if path.endswith(".py") else "//"))

@@ -1,0 +1,169 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// A system to try the page in: the service, Cockpit's web service and bridge as Debian has them, and Chromium.
+// `journalctl` and `systemctl` are programs of ours that ask the test what to say.
+
+import { spawn } from "node:child_process";
+import { once } from "node:events";
+import { chmod, cp, mkdir, mkdtemp, rm, writeFile } from "node:fs/promises";
+import { createServer } from "node:net";
+import { tmpdir } from "node:os";
+import { join } from "node:path";
+import { fileURLToPath } from "node:url";
+import { chromium } from "playwright-core";
+
+import { RealService } from "../peer/RealService.mjs";
+import { ScriptedService } from "../peer/ScriptedService.mjs";
+
+const dist = fileURLToPath(new URL("../../dist", import.meta.url));
+
+/** The tests that need more than the real service can be told to do pass it over. */
+export const isReal = process.env.VELTO_CONSOLE_PEER === "daemon";
+export const scriptedOnly = isReal ? { skip: "only the scripted service can be told to do this" } : {};
+
+export class System {
+  /** A running one; `session` is the command that serves Cockpit's session. */
+  static async start({ session = "/usr/bin/cockpit-bridge", manifests = {} } = {}) {
+    const system = new System();
+    system.folder = await mkdtemp(join(tmpdir(), "va-"));
+    system.service = isReal ? new RealService(system.folder) : new ScriptedService(join(system.folder, "daemon"));
+    system.unit = { LoadState: "loaded", ActiveState: "active", SubState: "running", UnitFileState: "enabled", Result: "success" };
+    system.journal = undefined;
+    system.commands = [];
+    await system.service.start();
+    await system.makeShare(manifests);
+    await system.makePrograms();
+    await system.startCockpit(session);
+    system.browser = await chromium.launch({
+      executablePath: process.env.VELTO_CHROMIUM ?? "/usr/bin/chromium",
+      args: process.getuid() === 0 ? ["--no-sandbox", "--disable-dev-shm-usage"] : [],
+    });
+    return system;
+  }
+
+  async makeShare(manifests) {
+    const packages = join(this.folder, "share/cockpit");
+    await cp(dist, join(packages, "velto"), { recursive: true });
+    for (const [name, manifest] of Object.entries(manifests)) {
+      await mkdir(join(packages, name), { recursive: true });
+      await writeFile(join(packages, name, "manifest.json"), JSON.stringify(manifest));
+    }
+  }
+
+  async makePrograms() {
+    this.control = join(this.folder, "control");
+    this.controller = createServer({ allowHalfOpen: true }, (socket) => void this.takeCommand(socket));
+    await new Promise((resolve) => this.controller.listen(this.control, resolve));
+    await mkdir(join(this.folder, "bin"));
+    for (const name of ["journalctl", "systemctl"]) {
+      const path = join(this.folder, "bin", name);
+      const program = `#!${process.execPath}
+const socket = require("node:net").connect(${JSON.stringify(this.control)});
+let text = "";
+socket.setEncoding("utf8").on("data", (part) => (text += part)).on("end", () => {
+  const { output, code } = JSON.parse(text);
+  process[code === 0 ? "stdout" : "stderr"].write(output);
+  process.exitCode = code;
+});
+socket.end(JSON.stringify([${JSON.stringify(name)}, ...process.argv.slice(2)]));
+`;
+      await writeFile(path, program);
+      await chmod(path, 0o755);
+    }
+  }
+
+  async takeCommand(socket) {
+    let text = "";
+    socket.setEncoding("utf8").on("data", (part) => (text += part));
+    await once(socket, "end");
+    const [name, ...words] = JSON.parse(text);
+    this.commands.push([name, ...words]);
+    const answer = name === "journalctl" ? this.answerJournal(words) : await this.answerUnit(words);
+    socket.end(JSON.stringify(answer));
+  }
+
+  answerJournal(words) {
+    const id = words.find((word) => word.startsWith("VELTO_ALERT_ID="))?.slice(15);
+    const entries = (this.journal ?? this.service.journal ?? []).filter((entry) => id === undefined || entry.VELTO_ALERT_ID === id);
+    return { output: entries.map((entry) => `${JSON.stringify(entry)}\n`).join(""), code: 0 };
+  }
+
+  async answerUnit([verb]) {
+    if (verb === "show") {
+      return { output: Object.entries(this.unit).map(([name, value]) => `${name}=${value}\n`).join(""), code: 0 };
+    }
+    if (this.unitError) return { output: this.unitError, code: 1 };
+    if (verb === "restart") await this.service.stop();
+    await this.service.start();
+    Object.assign(this.unit, { ActiveState: "active", SubState: "running", Result: "success" });
+    return { output: "", code: 0 };
+  }
+
+  async startCockpit(session) {
+    this.port = await freePort();
+    const words = ["--no-tls", "-a", "127.0.0.1", "-p", String(this.port), `--local-session=${session}`];
+    const environment = {
+      ...process.env,
+      PATH: `${join(this.folder, "bin")}:${process.env.PATH}`,
+      XDG_DATA_DIRS: `${join(this.folder, "share")}:/usr/share`,
+      XDG_CONFIG_HOME: this.folder,
+      LANG: "C.UTF-8",
+    };
+    this.cockpit = spawn("/usr/lib/cockpit/cockpit-ws", words, { env: environment, stdio: ["ignore", "ignore", "pipe"] });
+    this.cockpit.stderr.on("data", (text) => process.env.VELTO_CONSOLE_LOG && process.stderr.write(text));
+    this.address = `http://127.0.0.1:${this.port}/cockpit/@localhost/velto/index.html`;
+    await reachable(this.address, this.cockpit);
+  }
+
+  /** A page of a browser with nothing kept; what it complained of is in `complaints`. */
+  async open(place = "#/", { width = 1280, height = 800, locale = "en-US", theme, zone = "Europe/Berlin", context: more = {} } = {}) {
+    const context = await this.browser.newContext({ viewport: { width, height }, locale, timezoneId: zone, ...more });
+    const settings = [this.service.socket, theme ?? "light"];
+    await context.addInitScript(([socket, style]) => {
+      if (window.location.protocol !== "http:") return;
+      window.sessionStorage.setItem("veltoSocket", socket);
+      window.localStorage.setItem("shell:style", style);
+    }, settings);
+    const page = await context.newPage();
+    page.complaints = [];
+    page.on("console", (message) => message.type() === "error" && page.complaints.push(message.text()));
+    page.on("pageerror", (error) => page.complaints.push(String(error)));
+    await page.goto(this.address + place);
+    return page;
+  }
+
+  async stop() {
+    await this.browser?.close();
+    if (this.cockpit && this.cockpit.exitCode === null) {
+      const isGone = new Promise((resolve) => this.cockpit.once("exit", resolve));
+      this.cockpit.kill();
+      await isGone;
+    }
+    this.controller?.close();
+    await this.service.stop();
+    await rm(this.folder, { recursive: true, force: true });
+  }
+}
+
+function freePort() {
+  return new Promise((resolve) => {
+    const server = createServer().listen(0, "127.0.0.1", () => {
+      const { port } = server.address();
+      server.close(() => resolve(port));
+    });
+  });
+}
+
+/** Waits until Cockpit serves; there is no event for it. */
+async function reachable(address, process) {
+  for (let tries = 0; tries < 200; tries++) {
+    if (process.exitCode !== null) throw new Error(`cockpit-ws ended with ${process.exitCode}`);
+    try {
+      if ((await fetch(address)).ok) return;
+    } catch {
+      // not yet
+    }
+    await new Promise((resolve) => setTimeout(resolve, 50));
+  }
+  throw new Error("cockpit-ws does not serve");
+}
