@@ -9,7 +9,7 @@ const node = Object.fromEntries(
   ["process", "console", "URL", "Buffer", "fetch", "setTimeout", "clearTimeout", "performance"].map((name) => [name, "readonly"]),
 );
 /** Functions that Playwright carries into the page. */
-const page = Object.fromEntries(["window", "document", "getComputedStyle", "axe"].map((name) => [name, "readonly"]));
+const page = Object.fromEntries(["window", "document", "MutationObserver", "CustomEvent", "requestAnimationFrame", "axe"].map((name) => [name, "readonly"]));
 
 /** Nothing that comes from elsewhere becomes markup or code. */
 const noMarkup = [

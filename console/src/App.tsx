@@ -56,7 +56,7 @@ function Navigation({ current, unread }: { current: string; unread: number }) {
       {viewNames().map(([path, name]) => (
         <a key={path} href={href([path])} className="va-nav__link" {...(path === current ? { "aria-current": "page" } : {})}>
           {name}
-          {path === "alerts" && unread > 0 && <span className="va-nav__count" aria-label={_("unread")}>{formatNumber(unread)}</span>}
+          {path === "alerts" && unread > 0 && <span className="va-nav__count">{formatNumber(unread)}<span className="va-hidden"> {_("unread")}</span></span>}
         </a>
       ))}
     </nav>
@@ -80,7 +80,7 @@ export function App() {
       <main className="va-main">
         {state === "restarting" && (
           <div role="status">
-            <Notice isInline variant="info" title={_("The alerts service is restarting. What you see may be out of date; the page goes on by itself.")} />
+            <Notice component="p" isInline variant="info" title={_("The alerts service is restarting. What you see may be out of date; the page goes on by itself.")} />
           </div>
         )}
         {isShown ? <View place={place} /> : <StateView state={state} />}

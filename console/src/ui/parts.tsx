@@ -24,7 +24,7 @@ export function Problem({ title, error, retry }: { title: string; error: unknown
   );
   return (
     <div role="alert">
-      <Notice isInline variant="danger" title={title} actionLinks={again}>
+      <Notice component="p" isInline variant="danger" title={title} actionLinks={again}>
         <Foreign most={2000}>{errorText(error)}</Foreign>
       </Notice>
     </div>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // A system to try the page in: the service, Cockpit's web service and bridge as Debian has them, and Chromium.
-// `journalctl` and `systemctl` are programs of ours that ask the test what to say.
+// `journalctl`, `systemctl`, and what gives administrative access are programs of ours that ask the test what to say.
 
 import { spawn } from "node:child_process";
 import { once } from "node:events";
@@ -55,7 +55,7 @@ export class System {
     this.controller = createServer({ allowHalfOpen: true }, (socket) => void this.takeCommand(socket));
     await new Promise((resolve) => this.controller.listen(this.control, resolve));
     await mkdir(join(this.folder, "bin"));
-    for (const name of ["journalctl", "systemctl"]) {
+    for (const name of ["journalctl", "systemctl", "grant"]) {
       const path = join(this.folder, "bin", name);
       const program = `#!${process.execPath}
 const socket = require("node:net").connect(${JSON.stringify(this.control)});
@@ -64,6 +64,7 @@ socket.setEncoding("utf8").on("data", (part) => (text += part)).on("end", () => 
   const { output, code } = JSON.parse(text);
   process[code === 0 ? "stdout" : "stderr"].write(output);
   process.exitCode = code;
+  if (${JSON.stringify(name)} === "grant") require("node:child_process").spawn("cockpit-bridge", ["--privileged"], { stdio: "inherit" });
 });
 socket.end(JSON.stringify([${JSON.stringify(name)}, ...process.argv.slice(2)]));
 `;
@@ -76,10 +77,20 @@ socket.end(JSON.stringify([${JSON.stringify(name)}, ...process.argv.slice(2)]));
     let text = "";
     socket.setEncoding("utf8").on("data", (part) => (text += part));
     await once(socket, "end");
+    if (text === "") return void socket.destroy(); // the page has gone, and its program with it
     const [name, ...words] = JSON.parse(text);
     this.commands.push([name, ...words]);
-    const answer = name === "journalctl" ? this.answerJournal(words) : await this.answerUnit(words);
+    const answer = await this.answers[name](words);
     socket.end(JSON.stringify(answer));
+  }
+
+  get answers() {
+    return {
+      journalctl: (words) => this.answerJournal(words),
+      systemctl: (words) => this.answerUnit(words),
+      // On the way to administrative access, before the bridge that has it starts.
+      grant: () => (this.onGrant?.(), { output: "", code: 0 }),
+    };
   }
 
   answerJournal(words) {
@@ -94,6 +105,7 @@ socket.end(JSON.stringify([${JSON.stringify(name)}, ...process.argv.slice(2)]));
     }
     if (this.unitError) return { output: this.unitError, code: 1 };
     if (verb === "restart") await this.service.stop();
+    this.onStart?.();
     await this.service.start();
     Object.assign(this.unit, { ActiveState: "active", SubState: "running", Result: "success" });
     return { output: "", code: 0 };
@@ -115,7 +127,7 @@ socket.end(JSON.stringify([${JSON.stringify(name)}, ...process.argv.slice(2)]));
     await reachable(this.address, this.cockpit);
   }
 
-  /** A page of a browser with nothing kept; what it complained of is in `complaints`. */
+  /** A page of a browser with nothing kept, at a place of ours or still empty; what it complained of is in `complaints`. */
   async open(place = "#/", { width = 1280, height = 800, locale = "en-US", theme, zone = "Europe/Berlin", context: more = {} } = {}) {
     const context = await this.browser.newContext({ viewport: { width, height }, locale, timezoneId: zone, ...more });
     const settings = [this.service.socket, theme ?? "light"];
@@ -124,12 +136,24 @@ socket.end(JSON.stringify([${JSON.stringify(name)}, ...process.argv.slice(2)]));
       window.sessionStorage.setItem("veltoSocket", socket);
       window.localStorage.setItem("shell:style", style);
     }, settings);
+    context.setDefaultTimeout(10_000);
     const page = await context.newPage();
     page.complaints = [];
     page.on("console", (message) => message.type() === "error" && page.complaints.push(message.text()));
     page.on("pageerror", (error) => page.complaints.push(String(error)));
-    await page.goto(this.address + place);
+    await page.goto(place === "about:blank" ? place : this.address + place);
     return page;
+  }
+
+  /** A running service with nothing in it, that behaves. */
+  async reset() {
+    Object.assign(this.unit, { ActiveState: "active", SubState: "running", Result: "success" });
+    this.unitError = this.onStart = this.onGrant = undefined;
+    await this.service.reset();
+    await this.service.start();
+    await this.service.call("DeleteAlertsBeforeDate", { date: 1e9 });
+    await this.service.call("SetMailRecipients", { recipients: [] });
+    await this.service.call("SetPushRecipients", { recipients: [] });
   }
 
   async stop() {

@@ -27,18 +27,31 @@ export class RealService {
     await mkdir(join(this.root, "Library/Velto"), { recursive: true });
     await mkdir(join(this.root, "usr/sbin"), { recursive: true });
     await cp(join(this.build, "bundles"), bundles, { recursive: true });
+    // The action of the example would empty this machine's cache of packages.
+    const action = join(bundles, "Disk.bundle/Contents/Actions/FreeSpace");
+    const error = join(this.root, "action-error");
+    await writeFile(action, `#!/bin/sh\ncat >/dev/null\n[ "$1" = run ] || exit 1\n[ -s ${error} ] || exit 0\ncat ${error} >&2\nexit 1\n`);
+    await chmod(action, 0o755);
     const mailer = join(this.root, "usr/sbin/sendmail");
     await writeFile(mailer, "#!/bin/sh\nexec cat >/dev/null\n");
     await chmod(mailer, 0o755);
   }
 
+  get isRunning() {
+    return this.process !== undefined && this.process.exitCode === null && this.process.signalCode === null;
+  }
+
+  /** Does nothing where it runs already. */
   async start() {
+    if (this.isRunning) return;
     await this.prepare();
     this.process = spawn(join(this.build, "bin/alertsd"), [], { env: { ...process.env, VELTO_ROOT: this.root }, stdio: ["ignore", "ignore", "pipe"] });
     this.process.stderr.on("data", (text) => this.note(String(text)));
     for (;;) {
       try {
         await this.call("GetAlertBundleNames", {});
+        const both = { pushEnabled: true, mailEnabled: true };
+        await this.call("SetAlertBundleSettings", { settings: { Common: both, Disk: both } });
         return;
       } catch (error) {
         if (this.process.exitCode !== null) throw error;
@@ -57,18 +70,24 @@ export class RealService {
 
   async stop() {
     const { process: child } = this;
-    if (!child || child.exitCode !== null || child.signalCode !== null) return;
+    if (!this.isRunning) return;
     const isGone = new Promise((resolve) => child.once("exit", resolve));
     child.kill();
     await isGone;
   }
 
-  save(alerts) {
-    return this.call("SaveAlerts", { alerts });
+  async save(alerts) {
+    for (let at = 0; at < alerts.length; at += 1000) await this.call("SaveAlerts", { alerts: alerts.slice(at, at + 1000) });
   }
 
-  post(alert) {
-    return this.call("PostAlert", { alert });
+  async reset() {
+    await this.prepare();
+    await this.setActionError(undefined);
+    this.journal = [];
+  }
+
+  async setActionError(text) {
+    await writeFile(join(this.root, "action-error"), text ?? "");
   }
 
   call(method, parameters) {

@@ -56,7 +56,9 @@ export class ScriptedService {
     return true;
   }
 
+  /** Does nothing where it runs already. */
   async start() {
+    if (this.server) return;
     await rm(this.socket, { force: true });
     this.server = createServer((client) => this.serve(client));
     await new Promise((resolve) => this.server.listen(this.socket, resolve));
@@ -78,16 +80,28 @@ export class ScriptedService {
     for (const alert of alerts) this.insert(alert);
   }
 
-  async post(alert) {
-    return this.methods[`${DAEMON}.PostAlert`]({ alert });
+  /** One of the 26 methods, as another client would call it. */
+  async call(method, parameters) {
+    return this.methods[`${DAEMON}.${method}`](parameters);
+  }
+
+  /** From now on recovery actions fail so, or do not fail. */
+  async setActionError(text) {
+    this.actionError = text && { domain: "VLAlertAction", code: 1, userInfo: { NSLocalizedDescription: text } };
   }
 
   script(method, deal) {
     this.scripts.set(method, deal);
   }
 
-  unscript() {
+  /** Behaves again. */
+  async reset() {
     this.scripts.clear();
+    this.isOld = this.isDenying = false;
+    this.actionError = this.deliveryError = this.storeProblem = undefined;
+    this.channels = { mail: { delivered: 0, failed: 0 }, push: { delivered: 0, failed: 0 } };
+    this.journal = [];
+    this.calls = [];
   }
 
   callsOf(name) {

@@ -94,7 +94,7 @@ interface AlertDetailProps {
 
 function Buttons({ detail, id, model, back, reload }: { detail: Detail; id: string; model: AlertListModel; back: () => void; reload: () => void }) {
   const [isDeleting, setDeleting] = useState(false);
-  const bulk = useBulk(useCallback((ids) => model.forget(ids), [model]));
+  const bulk = useBulk(model);
   const mark = (deed: "read" | "resolve") => void bulk.mark(deed, [id]).then(reload);
   const isDeleted = bulk.result?.deed === "delete" && bulk.result.count > 0;
   return (

@@ -86,14 +86,12 @@ export function AlertList({ model, state, filters, bundles, left, onScroll }: Al
   const { selected, setSelected, select, selectAll, ids } = useSelection(rows);
   const [isPruning, setPruning] = useState(false);
   const [pruned, setPruned] = useState<number>();
-  const bulk = useBulk(useCallback((removed) => {
-    model.forget(removed);
-    setSelected(NOBODY);
-  }, [model, setSelected]));
+  const unselect = useCallback(() => setSelected(NOBODY), [setSelected]);
+  const bulk = useBulk(model, unselect);
   const hold = useHold(model, selected.size > 0);
   const types = useMemo(() => [...new Set(rows.map(({ type }) => type))].filter((type) => type !== "").sort(), [rows]);
   useReturn(left, onScroll);
-  useEffect(() => setSelected(NOBODY), [model, setSelected]);
+  useEffect(unselect, [model, unselect]);
   const needMore = useCallback(() => {
     if (error === undefined) void model.loadMore();
   }, [model, error]);
@@ -113,7 +111,7 @@ export function AlertList({ model, state, filters, bundles, left, onScroll }: Al
       </div>
       <BulkResult bulk={bulk} />
       <div role="status">{pruned !== undefined && plural("$0 old alert deleted.", "$0 old alerts deleted.", pruned)}</div>
-      <BulkBar selected={selected} bulk={bulk} onClear={() => setSelected(NOBODY)}
+      <BulkBar selected={selected} bulk={bulk} onClear={unselect}
         selectEverything={hasMore && selected.size === ids(rows).length ? () => void selectEverything() : undefined} />
       <FreshButton fresh={fresh} show={show} />
       {rows.length === 0 && !isLoading && error === undefined && <Nothing isFiltered={Object.keys(filters).length > 0} />}
@@ -144,9 +142,8 @@ function useReturn(left: AlertListProps["left"], onScroll: (top: number) => void
     window.scrollTo(0, scroll);
     if (id === undefined) return undefined;
     const frame = requestAnimationFrame(() => {
-      for (const link of document.querySelectorAll<HTMLAnchorElement>(".va-list a")) {
-        if (link.hash.startsWith(`#/alerts/${encodeURIComponent(id)}`)) link.focus({ preventScroll: true });
-      }
+      const links = [...document.querySelectorAll<HTMLElement>("[data-alert]")];
+      links.find(({ dataset }) => dataset.alert === id)?.focus({ preventScroll: true });
     });
     return () => cancelAnimationFrame(frame);
   }, []);

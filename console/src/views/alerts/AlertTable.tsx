@@ -58,7 +58,7 @@ interface RowProps {
 function subjectOf({ id, subject, isDeleted }: Row, filters: Options, index: number) {
   if (id === undefined || isDeleted) return <Foreign>{subject}</Foreign>;
   return (
-    <a href={href(["alerts", id], filters)} data-index={index}>
+    <a href={href(["alerts", id], filters)} data-index={index} data-alert={id}>
       <Foreign>{subject}</Foreign>
     </a>
   );

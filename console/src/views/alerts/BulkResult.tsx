@@ -47,7 +47,7 @@ export function BulkResult({ bulk }: { bulk: Bulk }) {
     .join(". ");
   return (
     <div role={isFailed ? "alert" : "status"}>
-      <Notice isInline variant={isFailed ? "danger" : "success"} title={title}
+      <Notice component="p" isInline variant={isFailed ? "danger" : "success"} title={title}
         actionClose={<AlertActionCloseButton onClose={dismiss} aria-label={_("Close")} title={_("Close")} />}
         actionLinks={result.removed.length > 0 && <Button variant="link" isInline onClick={() => void undo()}>{_("Undo")}</Button>}>
         {isFailed && <Foreign most={2000}>{errorText(result.error)}</Foreign>}

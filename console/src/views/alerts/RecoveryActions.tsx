@@ -25,7 +25,7 @@ function RunResult({ run: { action, state, error } }: { run: Run }) {
       {state === "running" ? (
         <p><Spinner size="md" aria-hidden /> {format(_("“$0” is running. This may take a minute."), title)}</p>
       ) : (
-        <Notice isInline variant="success" title={format(_("“$0” was carried out. The alert counts as resolved."), title)} />
+        <Notice component="p" isInline variant="success" title={format(_("“$0” was carried out. The alert counts as resolved."), title)} />
       )}
     </div>
   );

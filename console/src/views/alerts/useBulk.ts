@@ -6,6 +6,7 @@ import { useCallback, useEffect, useRef, useState } from "react";
 import type { Alert } from "../../service/types.ts";
 import { useService } from "../../ui/service.ts";
 import { locale } from "../../ui/text.ts";
+import type { AlertListModel } from "./AlertListModel.ts";
 import { doToMany } from "./doToMany.ts";
 
 export type Deed = "read" | "resolve" | "delete";
@@ -40,7 +41,8 @@ export interface Bulk {
   dismiss: () => void;
 }
 
-export function useBulk(onRemoved: (ids: ReadonlySet<string>) => void): Bulk {
+/** What the reader has deleted leaves the list at once, and what is brought back is there at once. */
+export function useBulk(model: AlertListModel, onRemoved?: () => void): Bulk {
   const { api } = useService();
   const [work, setWork] = useState<Work>();
   const [result, setResult] = useState<Result>();
@@ -68,11 +70,12 @@ export function useBulk(onRemoved: (ids: ReadonlySet<string>) => void): Bulk {
       for (let at = 0; at < ids.length; at += AT_ONCE) {
         const some = ids.slice(at, at + AT_ONCE);
         await api.remove(some);
-        onRemoved(new Set(some));
+        model.forget(new Set(some));
+        onRemoved?.();
       }
       setResult({ deed: "delete", count: ids.length, failed: 0, error: undefined, removed });
     },
-    [api, onRemoved],
+    [api, model, onRemoved],
   );
 
   const undo = useCallback(async () => {
@@ -80,10 +83,11 @@ export function useBulk(onRemoved: (ids: ReadonlySet<string>) => void): Bulk {
     setResult(undefined); // pressed twice, it would be stored twice
     try {
       await api.save(result.removed);
+      await model.load();
     } catch (error) {
       setResult({ ...result, count: 0, failed: result.removed.length, error, removed: [] });
     }
-  }, [api, result]);
+  }, [api, model, result]);
 
   const stop = useCallback(() => void (isWanted.current = false), []);
   const dismiss = useCallback(() => setResult(undefined), []);

@@ -27,18 +27,18 @@ function Term({ name, children }: { name: string; children: ReactNode }) {
 function Failures({ status: { store, channels } }: { status: Status }) {
   const failing = channels.filter(({ lastFailure, lastError }) => lastFailure !== undefined || lastError !== undefined);
   if (store.usable && store.failedSaves === 0 && failing.length === 0) {
-    return <Notice isInline variant="success" title={_("No failure since the service started")} />;
+    return <Notice component="p" isInline variant="success" title={_("No failure since the service started")} />;
   }
   return (
     <>
       {!store.usable && (
-        <Notice isInline variant="danger" title={_("The store cannot be used")}>
+        <Notice component="p" isInline variant="danger" title={_("The store cannot be used")}>
           <p><Foreign>{store.problem ?? ""}</Foreign></p>
           <p>{format(_("Alerts are not kept until this is mended: look at $0, its disk and its permissions, then restart the service."), store.path)}</p>
         </Notice>
       )}
       {store.usable && store.failedSaves > 0 && (
-        <Notice isInline variant="warning" title={_("Some alerts could not be saved")}>
+        <Notice component="p" isInline variant="warning" title={_("Some alerts could not be saved")}>
           <p>{format(_("$0 saves failed. Look at the free space of the disk that holds $1."), formatNumber(store.failedSaves), store.path)}</p>
         </Notice>
       )}
@@ -50,7 +50,7 @@ function Failures({ status: { store, channels } }: { status: Status }) {
 function ChannelFailure({ channel: { name, lastFailure, lastError } }: { channel: Channel }) {
   const advice = name === "mail" ? _("Look at the mail program's own log, then send a test.") : _("Look at the push gateway's identity file and at the network, then send a test.");
   return (
-    <Notice isInline variant="warning" title={format(_("Last failure of $0"), channelName(name))}>
+    <Notice component="p" isInline variant="warning" title={format(_("Last failure of $0"), channelName(name))}>
       <p><Moment date={lastFailure} />{lastError !== undefined && <> · <Foreign>{lastError}</Foreign></>}</p>
       <p>{advice} <a href={href(["telling"])}>{_("Notifications")}</a></p>
     </Notice>

@@ -66,7 +66,7 @@ function AnswerText({ answer: { deliveries, delivered, failed, reason } }: { ans
   const isFailed = failed > 0 || reason !== undefined || deliveries.some((one) => !one.isDelivered);
   const title = isNobody ? _("There was nobody to tell") : isFailed ? _("The test was not delivered to everybody") : _("The test was delivered");
   return (
-    <Notice isInline variant={isNobody ? "info" : isFailed ? "danger" : "success"} title={title}>
+    <Notice component="p" isInline variant={isNobody ? "info" : isFailed ? "danger" : "success"} title={title}>
       {!isNobody && <p>{format(_("$0 delivered, $1 failed."), formatNumber(delivered), formatNumber(failed))}</p>}
       {reason !== undefined && <p><Foreign most={2000}>{reason}</Foreign></p>}
       {deliveries.map((one, index) => (
