@@ -75,6 +75,7 @@ socket.end(JSON.stringify([${JSON.stringify(name)}, ...process.argv.slice(2)]));
 
   async takeCommand(socket) {
     let text = "";
+    socket.on("error", () => {}); // its page has gone, and it with it
     socket.setEncoding("utf8").on("data", (part) => (text += part));
     await once(socket, "end");
     if (text === "") return void socket.destroy(); // the page has gone, and its program with it

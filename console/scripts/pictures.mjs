@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: Apache-2.0
+// Makes the pictures of docs/pictures: each view, light, dark and narrow.
+// usage: node scripts/pictures.mjs [folder]    after npm run build; the peer is chosen as for the browser tests
+
+import { mkdir } from "node:fs/promises";
+import { join } from "node:path";
+import { fileURLToPath } from "node:url";
+
+import { System } from "../test/browser/system.mjs";
+
+const folder = process.argv[2] ?? fileURLToPath(new URL("../../docs/pictures", import.meta.url));
+
+/** A moment at which every picture is taken, so that pictures differ where the page does. */
+const NOW = Date.parse("2026-06-15T10:30:00Z");
+const now = NOW / 1000 - 978307200;
+
+const VOLUMES = ["/home", "/var", "/srv/backup", "/srv/media", "/"];
+
+function sampleAlerts() {
+  return Array.from({ length: 160 }, (_value, index) => {
+    const sentDate = now - 900 - index * 43_000 - (index % 7) * 5_000;
+    const isDisk = index % 4 !== 3;
+    return {
+      identifier: `Sample:${index}`,
+      bundle: isDisk ? "Disk" : "Common",
+      type: isDisk ? "AlmostFull" : "Test",
+      creationDate: sentDate,
+      sentDate,
+      ...(index < 3 ? {} : { readDate: sentDate + 3000 }),
+      ...(index % 6 === 0 ? {} : { resolvedDate: sentDate + 9000 }),
+      attributes: isDisk ? { volume: VOLUMES[index % VOLUMES.length], percent: 90 + (index % 9) } : {},
+    };
+  });
+}
+
+const VIEWS = [
+  ["alerts", "#/alerts", ".va-row__subject a"],
+  ["nothing", "#/alerts?text=nothing", ".pf-v6-c-empty-state"],
+  ["detail", "#/alerts/Sample%3A0", ".va-message"],
+  ["history", "#/history", ".va-lane"],
+  ["telling", "#/telling", "#push-enabled-0"],
+  ["health", "#/health", ".va-path"],
+];
+const LOOKS = [
+  ["light", { theme: "light", width: 1280, height: 800 }],
+  ["dark", { theme: "dark", width: 1280, height: 800 }],
+  ["narrow", { theme: "light", width: 320, height: 640 }],
+  ["german", { theme: "light", width: 1280, height: 800, locale: "de-DE" }],
+];
+
+async function take(page, name) {
+  await page.waitForLoadState("networkidle");
+  // What is beneath the mouse, or has the focus, would be marked.
+  await page.mouse.move(0, 0);
+  await page.evaluate(() => document.activeElement?.blur());
+  await page.screenshot({ path: join(folder, `${name}.png`), fullPage: !name.startsWith("alerts"), animations: "disabled" });
+}
+
+async function open(system, place, look) {
+  const page = await system.open("about:blank", look);
+  await page.clock.setFixedTime(NOW);
+  await page.goto(system.address + place);
+  return page;
+}
+
+async function takeStates(system) {
+  system.service.isDenying = true;
+  const denied = await open(system, "#/alerts", LOOKS[0][1]);
+  await denied.locator(".pf-v6-c-empty-state__actions > *").first().waitFor();
+  await take(denied, "denied");
+  await system.service.stop();
+  Object.assign(system.unit, { ActiveState: "failed", SubState: "failed", Result: "exit-code" });
+  const absent = await open(system, "#/alerts", LOOKS[0][1]);
+  await absent.locator(".va-control button").waitFor();
+  await take(absent, "absent");
+}
+
+async function takeQuestion(system) {
+  const page = await open(system, "#/alerts", LOOKS[0][1]);
+  await page.getByLabel("Select all that are listed").check();
+  await page.getByRole("button", { name: "Delete…" }).click();
+  await page.getByRole("dialog").waitFor();
+  await take(page, "question");
+}
+
+await mkdir(folder, { recursive: true });
+const system = await System.start();
+try {
+  await system.reset();
+  await system.service.save(sampleAlerts());
+  await system.service.call("AddMailRecipients", { recipients: [{ address: "Ann Example <ann@example.org>", locale: "de" }, { address: "ops@example.org", locale: "en" }] });
+  await system.service.call("AddPushRecipients", { recipients: [{ name: "Ann’s phone", guid: "one", token: "CgsMDQ4PEBE=", locale: "de" }] });
+  system.journal = ["ann@example.org", "ops@example.org", "Ann’s phone"].map((VELTO_RECIPIENTS, index) => ({
+    __REALTIME_TIMESTAMP: String((NOW - 900_000 - index * 1200) * 1000),
+    VELTO_ALERT_ID: "Sample:0",
+    VELTO_CHANNEL: index === 2 ? "push" : "mail",
+    VELTO_RECIPIENTS,
+    VELTO_LOCALE: index === 1 ? "en" : "de",
+    VELTO_RESULT: index === 1 ? "failed" : "delivered",
+    VELTO_STATUS: index === 1 ? "75" : "0",
+    VELTO_DURATION_USEC: String(40_000 + index * 9_000),
+  }));
+  for (const [look, options] of LOOKS) {
+    for (const [view, place, rest] of VIEWS) {
+      const page = await open(system, place, options);
+      await page.locator(rest).first().waitFor();
+      await take(page, `${view}-${look}`);
+      await page.context().close();
+    }
+  }
+  await takeQuestion(system);
+  if (system.service.isScripted) await takeStates(system);
+} finally {
+  await system.stop();
+}
