@@ -15,13 +15,13 @@ target_link_libraries(vlalerts_boost_json PRIVATE Boost::headers)
 
 # Symbols that are unique in a process cannot be hidden any more.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-  foreach(part vlalerts_boost_json velto_client velto_connection velto_propertylist velto_foundation)
+  foreach(part vlalerts_boost_json velto_client velto_connection velto_json velto_foundation)
     target_compile_options(${part} PRIVATE -fno-gnu-unique)
   endforeach()
 endif()
 
 add_library(vlalerts SHARED $<TARGET_OBJECTS:velto_client> $<TARGET_OBJECTS:vlalerts_boost_json>)
-target_link_libraries(vlalerts PRIVATE velto_connection velto_propertylist velto_foundation)
+target_link_libraries(vlalerts PRIVATE velto_connection velto_json velto_foundation)
 # Nothing is needed at run time but what the library really uses, and nothing that it defines can be
 # replaced from outside.
 target_link_options(vlalerts PRIVATE -Wl,--version-script=${VLALERTS_MAP} -Wl,--as-needed
@@ -43,11 +43,11 @@ add_custom_command(
   COMMAND ${CMAKE_LINKER} -r --force-group-allocation -o vlalerts.o
           $<TARGET_OBJECTS:vlalerts_boost_json> --whole-archive $<TARGET_FILE:velto_client>
           --no-whole-archive --start-group $<TARGET_FILE:velto_connection>
-          $<TARGET_FILE:velto_propertylist> $<TARGET_FILE:velto_foundation> --end-group
+          $<TARGET_FILE:velto_json> $<TARGET_FILE:velto_foundation> --end-group
   COMMAND ${CMAKE_OBJCOPY} --keep-global-symbols=${VLALERTS_SYMBOLS} vlalerts.o
   COMMAND ${CMAKE_COMMAND} -E rm -f ${VLALERTS_STATIC}
   COMMAND ${CMAKE_AR} rcsD ${VLALERTS_STATIC} vlalerts.o
-  DEPENDS vlalerts_boost_json velto_client velto_connection velto_propertylist velto_foundation
+  DEPENDS vlalerts_boost_json velto_client velto_connection velto_json velto_foundation
           $<TARGET_OBJECTS:vlalerts_boost_json> ${VLALERTS_SYMBOLS}
   WORKING_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}
   COMMAND_EXPAND_LISTS VERBATIM)

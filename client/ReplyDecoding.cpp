@@ -1,47 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "client/ReplyDecoding.h"
 
-#include <utility>
-#include <variant>
-
 #include "platform/foundation/Base64.h"
-#include "platform/propertylist/PropertyListJSON.h"
 
 namespace velto::alerts {
-namespace {
-
 namespace json = boost::json;
-
-/// The service's own value as the library's.
-Value valueOf(const PropertyList& list) {
-  return list.visit([](const auto& held) -> Value {
-    using Held = std::decay_t<decltype(held)>;
-    if constexpr (std::is_same_v<Held, std::monostate>) {
-      return {};
-    } else if constexpr (std::is_same_v<Held, velto::Date>) {
-      return Date(held.secondsSinceReference());
-    } else if constexpr (std::is_same_v<Held, velto::Data>) {
-      return held.bytes();
-    } else if constexpr (std::is_same_v<Held, PropertyList::Array>) {
-      Value::Array array;
-      array.reserve(held.size());
-      for (const PropertyList& element : held) {
-        array.push_back(valueOf(element));
-      }
-      return array;
-    } else if constexpr (std::is_same_v<Held, PropertyList::Dictionary>) {
-      Value::Dictionary dictionary;
-      for (const auto& [key, value] : held) {
-        dictionary.emplace(key, valueOf(value));
-      }
-      return dictionary;
-    } else {
-      return held;
-    }
-  });
-}
-
-}  // namespace
 
 bool decode(const json::value& json, bool& value) {
   if (json.is_bool()) value = json.get_bool();
@@ -67,13 +30,6 @@ bool decode(const json::value& json, Data& value) {
   auto data = json.is_string() ? base64Decoded(json.get_string()) : std::nullopt;
   if (data) value = data->bytes();
   return data.has_value();
-}
-
-bool decode(const json::value& json, Value::Dictionary& value) {
-  const auto list = propertyListFromJSON(json);
-  if (!list || list->dictionary() == nullptr) return false;
-  value = std::move(*valueOf(*list).get<Value::Dictionary>());
-  return true;
 }
 
 bool decode(const json::value& json, Alert& value) {

@@ -30,8 +30,7 @@ MAY_INCLUDE = {
                "store", "delivery"},
     "client/velto": set(),
     "client/examples": {"client/velto"},
-    "client": {"platform/foundation", "platform/propertylist", "platform/connection",
-               "client/velto"},
+    "client": {"platform/foundation", "platform/connection", "client/velto"},
     "tools": {"platform/foundation", "platform/connection", "client/velto"},
     "bundles": {"platform/foundation", "alerts/velto"},
 }
