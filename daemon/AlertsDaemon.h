@@ -3,6 +3,7 @@
 
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -14,6 +15,7 @@
 #include "platform/foundation/Log.h"
 #include "protocol/VLAlertsDaemon.h"
 #include "store/ADAlertStore.h"
+#include "store/SettledChange.h"
 #include "store/StoreContainer.h"
 
 namespace velto {
@@ -58,9 +60,10 @@ class AlertsDaemon : public VLAlertsDaemon {
   Error privilegeError() const;
 
   /// Asks the recovery actions of every unresolved alert whether its condition has gone away, and
-  /// marks those alerts as resolved now. Returns them, once for each action that says so, or
-  /// nothing when the unresolved alerts cannot be read. An action that fails does not end the
-  /// round; the slot shows the last failure.
+  /// marks those alerts as resolved then, on handles of its own. Returns them, once for each action
+  /// that says so, or nothing when the unresolved alerts cannot be read. An alert that others have
+  /// resolved or deleted meanwhile is left as it is, and is not among them. An action that fails
+  /// does not end the round; the slot shows the last failure.
   std::optional<std::vector<VLAlert>> updateUnresolvedAlerts(ADAlertStore& store,
                                                              std::optional<Error>& error) const;
   /// The plain alerts behind objects of their bundles' classes.
@@ -141,12 +144,47 @@ class AlertsDaemon : public VLAlertsDaemon {
     std::optional<Result> result = work(store, error);
     reply(std::move(result), std::move(error));
   }
+  /// Carries out a change of records, for root alone, and saves it: see saveSettled. `work` leaves
+  /// an error in the slot for the reply, and returns whether there is something to save. That a
+  /// save has failed is in the reply when `failure` says so.
+  enum class SaveFailure { kTold, kNotTold };
+  template <typename Work>
+  void changeAsRoot(const ErrorReply& reply, SaveFailure failure, Work work) {
+    if (!isRoot()) {
+      reply(privilegeError());
+      return;
+    }
+    std::optional<Error> error;
+    change(error, failure, work);
+    reply(std::move(error));
+  }
+  template <typename Work>
+  void change(std::optional<Error>& error, SaveFailure failure, Work work) const {
+    const std::optional<Error> earlier = error;
+    auto unsaved = saveSettled(services_.stores, [&](ADAlertStore& store) {
+      error = earlier;
+      return work(store, error);
+    });
+    if (unsaved && failure == SaveFailure::kTold) {
+      error = std::move(unsaved);
+    }
+  }
 
   void post(VLAlert& alert, ErrorReply reply);
-  void mark(const std::optional<std::string>& alertId, std::optional<Date> VLAlert::*date,
-            const ErrorReply& reply);
-  void recover(const std::string& action, VLAlert& alert, ADAlertStore& store,
-               std::optional<Error>& error) const;
+  using Mark = bool (ADAlertStore::*)(const std::optional<std::string>&, Date, ErrorSlot);
+  void mark(const std::optional<std::string>& alertId, Mark set, const ErrorReply& reply);
+  void recover(const std::string& action, const VLAlert& alert, std::optional<Error>& error) const;
+  /// An alert as it was read, and when its actions said that it is resolved.
+  struct ResolvedAlert {
+    VLAlert alert;
+    std::vector<Date> dates;
+  };
+  std::vector<Date> datesOfResolution(const VLAlertSubclass& alert,
+                                      std::optional<Error>& error) const;
+  std::vector<VLAlert> saveResolved(std::span<const ResolvedAlert> resolved,
+                                    std::optional<Error>& error) const;
+  static std::vector<VLAlert> stampedAlerts(std::span<const ResolvedAlert> resolved,
+                                            ADAlertStore& store);
   bool hasBeenResolved(const std::string& option, const VLAlert& alert,
                        std::optional<Error>& error) const;
 

@@ -18,26 +18,18 @@ constexpr const char* kUnsupportedBundles[] = {"Brennic", "Tamsel"};
 
 void AlertsDaemon::markAlertAsReadWithAlertId(std::optional<std::string> alertId,
                                               ErrorReply reply) {
-  mark(alertId, &VLAlert::readDate, reply);
+  mark(alertId, &ADAlertStore::markAlertAsRead, reply);
 }
 
 void AlertsDaemon::markAlertAsResolvedWithAlertId(std::optional<std::string> alertId,
                                                   ErrorReply reply) {
-  mark(alertId, &VLAlert::resolvedDate, reply);
+  mark(alertId, &ADAlertStore::markAlertAsResolved, reply);
 }
 
-void AlertsDaemon::mark(const std::optional<std::string>& alertId,
-                        std::optional<Date> VLAlert::*date, const ErrorReply& reply) {
-  asRoot(reply, [&](ADAlertStore& store, std::optional<Error>& error) {
-    auto alert = store.getAlertWithIdentifier(alertId, &error);
-    if (error) {
-      return;
-    }
-    if (alert) {
-      (*alert).*date = services_.clock.now();
-    }
-    store.updateAlert(alert, &error);
-    store.save(nullptr);
+void AlertsDaemon::mark(const std::optional<std::string>& alertId, Mark set,
+                        const ErrorReply& reply) {
+  changeAsRoot(reply, SaveFailure::kNotTold, [&](ADAlertStore& store, std::optional<Error>& error) {
+    return (store.*set)(alertId, services_.clock.now(), &error);
   });
 }
 
@@ -53,38 +45,44 @@ void AlertsDaemon::performRecoveryAction(std::optional<std::string> action,
                         "There is no alert '" + alertId.value_or("(null)") + "' to act on.");
       return;
     }
-    recover(action.value_or(""), *alert, store, error);
+    recover(action.value_or(""), *alert, error);
   });
 }
 
-/// Runs the action; the alert counts as resolved when it is done.
-void AlertsDaemon::recover(const std::string& action, VLAlert& alert, ADAlertStore& store,
+/// Runs the action; the alert counts as resolved when it is done. Meanwhile others may have changed
+/// the record, or deleted it: what is saved is a date on the record as it is then.
+void AlertsDaemon::recover(const std::string& action, const VLAlert& alert,
                            std::optional<Error>& error) const {
   const auto recovery = services_.bundles.alertAction(action, alert, &error);
   if (error || !recovery->runWithLocalization(
                    services_.stores.languages().preferredLocalizationIdentifier(), &error)) {
     return;
   }
-  alert.resolvedDate = services_.clock.now();
-  store.updateAlert(alert, &error);
-  store.save(nullptr);
+  const Date now = services_.clock.now();
+  change(error, SaveFailure::kNotTold, [&](ADAlertStore& store, std::optional<Error>& slot) {
+    return store.resolveAlert(alert, now, &slot);
+  });
 }
 
 void AlertsDaemon::deleteAlertsBeforeDate(std::optional<Date> date, Reply<std::int64_t> reply) {
-  asRoot(reply, [&](ADAlertStore& store, std::optional<Error>& error) {
-    const auto count = store.deleteAlertsBeforeDate(date, &error);
-    store.save(nullptr);
-    return static_cast<std::int64_t>(count);
+  if (!isRoot()) {
+    reply(std::nullopt, privilegeError());
+    return;
+  }
+  std::uint64_t count = 0;
+  std::optional<Error> error;
+  change(error, SaveFailure::kNotTold, [&](ADAlertStore& store, std::optional<Error>& slot) {
+    count = store.deleteAlertsBeforeDate(date, &slot);
+    return true;
   });
+  reply(static_cast<std::int64_t>(count), std::move(error));
 }
 
 void AlertsDaemon::deleteAlertsWithIds(std::optional<std::vector<std::string>> alertIds,
                                        ErrorReply reply) {
-  asRoot(reply, [&](ADAlertStore& store, std::optional<Error>& error) {
-    if (store.deleteAlertsWithIds(std::move(alertIds).value_or(std::vector<std::string>()),
-                                  &error) != 0) {
-      store.save(nullptr);
-    }
+  const auto identifiers = std::move(alertIds).value_or(std::vector<std::string>());
+  changeAsRoot(reply, SaveFailure::kNotTold, [&](ADAlertStore& store, std::optional<Error>& error) {
+    return store.deleteAlertsWithIds(identifiers, &error) != 0;
   });
 }
 
@@ -93,14 +91,14 @@ void AlertsDaemon::deleteUnsupportedAlerts(Reply<std::uint64_t> reply) {
     reply(0, privilegeError());
     return;
   }
-  asRoot(reply, [&](ADAlertStore& store, std::optional<Error>& error) {
-    const auto count = store.deleteAlertsWithBundleIDs(
-        {std::begin(kUnsupportedBundles), std::end(kUnsupportedBundles)}, &error);
-    if (count != 0) {
-      store.save(nullptr);
-    }
-    return count;
+  std::uint64_t count = 0;
+  std::optional<Error> error;
+  change(error, SaveFailure::kNotTold, [&](ADAlertStore& store, std::optional<Error>& slot) {
+    count = store.deleteAlertsWithBundleIDs(
+        {std::begin(kUnsupportedBundles), std::end(kUnsupportedBundles)}, &slot);
+    return count != 0;
   });
+  reply(count, std::move(error));
 }
 
 }  // namespace velto

@@ -16,24 +16,21 @@ void AlertsDaemon::getAttributes(Reply<Attributes> reply) {
 
 void AlertsDaemon::setAttributes(std::optional<PropertyList::Dictionary> attributes,
                                  ErrorReply reply) {
-  asRoot(reply, [&](ADAlertStore& store, std::optional<Error>& error) {
-    if (store.setAttributes(std::move(attributes).value_or(PropertyList::Dictionary()), &error)) {
-      store.save(&error);
-    }
+  const auto wanted = std::move(attributes).value_or(PropertyList::Dictionary());
+  changeAsRoot(reply, SaveFailure::kTold, [&](ADAlertStore& store, std::optional<Error>& error) {
+    return store.setAttributes(wanted, &error);
   });
 }
 
 void AlertsDaemon::enableAlertBundle(std::optional<std::string> bundle, ErrorReply reply) {
-  asRoot(reply, [&](ADAlertStore& store, std::optional<Error>& error) {
-    store.enableAlertBundle(bundle, &error);
-    store.save(nullptr);
+  changeAsRoot(reply, SaveFailure::kNotTold, [&](ADAlertStore& store, std::optional<Error>& error) {
+    return store.enableAlertBundle(bundle, &error);
   });
 }
 
 void AlertsDaemon::disableAlertBundle(std::optional<std::string> bundle, ErrorReply reply) {
-  asRoot(reply, [&](ADAlertStore& store, std::optional<Error>& error) {
-    store.disableAlertBundle(bundle, &error);
-    store.save(nullptr);
+  changeAsRoot(reply, SaveFailure::kNotTold, [&](ADAlertStore& store, std::optional<Error>& error) {
+    return store.disableAlertBundle(bundle, &error);
   });
 }
 
@@ -53,10 +50,9 @@ void AlertsDaemon::getAlertBundleSettings(Reply<BundleSettings> reply) {
 
 void AlertsDaemon::setAlertBundleSettings(std::optional<BundleSettings> settings,
                                           ErrorReply reply) {
-  asRoot(reply, [&](ADAlertStore& store, std::optional<Error>& error) {
-    if (store.setAlertBundleSettings(std::move(settings).value_or(BundleSettings()), &error)) {
-      store.save(&error);
-    }
+  const auto wanted = std::move(settings).value_or(BundleSettings());
+  changeAsRoot(reply, SaveFailure::kTold, [&](ADAlertStore& store, std::optional<Error>& error) {
+    return store.setAlertBundleSettings(wanted, &error);
   });
 }
 

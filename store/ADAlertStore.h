@@ -81,6 +81,14 @@ class ADAlertStore {
   /// Overwrites the record of the alert's identifier, but for its identifier and creation date.
   /// What the alert lacks, the record lacks then.
   bool updateAlert(const std::optional<VLAlert>& alert, ErrorSlot error);
+  /// Sets the read or the resolved date of the record of the identifier and leaves the rest of it
+  /// alone; reports like updateAlert when there is none.
+  bool markAlertAsRead(const std::optional<std::string>& identifier, Date date, ErrorSlot error);
+  bool markAlertAsResolved(const std::optional<std::string>& identifier, Date date,
+                           ErrorSlot error);
+  /// The same for an alert that was read a while ago. A record that has been marked as resolved
+  /// since then is left as it is: the result is false then, without an error.
+  bool resolveAlert(const VLAlert& alert, Date date, ErrorSlot error);
   bool deleteAlert(const std::optional<VLAlert>& alert, ErrorSlot error);
   std::optional<VLAlert> getAlertWithIdentifier(const std::optional<std::string>& identifier,
                                                 ErrorSlot error);
@@ -174,6 +182,8 @@ class ADAlertStore {
   bool hasChanges() const {
     return managedObjectContext_ != nullptr && managedObjectContext_->hasChanges();
   }
+  std::optional<ADAlert> recordToUpdate(const std::optional<std::string>& identifier,
+                                        ErrorSlot error);
   AlertSequence sequence(const FetchRequest& request, ErrorSlot error);
   std::vector<std::unique_ptr<VLAlertSubclass>> unresolvedAlertSubclasses(
       const std::function<bool(const VLAlertSubclass&)>& isWanted, ErrorSlot error);

@@ -38,6 +38,10 @@ FetchRequest isOfBundle(const std::optional<std::string>& bundle) {
   return newestFirst(Predicate::withFormat("bundle = %@", {predicateValue(bundle)}));
 }
 
+Error alertNotFound() {
+  return storeError("Update Alert: Alert not found.");
+}
+
 std::vector<VLAlert> listing(ManagedObjectContext& context, const FetchRequest& request,
                              ErrorSlot error) {
   const auto records = context.executeFetchRequest<ADAlert>(request, error);
@@ -92,10 +96,22 @@ void ADAlertStore::insertAlert(const VLAlert& alert) {
   insertADAlertObjectInManagedObjectContext(alert, managedObjectContext());
 }
 
-bool ADAlertStore::updateAlert(const std::optional<VLAlert>& alert, ErrorSlot error) {
-  auto record = alert ? getADAlertWithIdentifier(alert->identifier, error) : std::nullopt;
+std::optional<ADAlert> ADAlertStore::recordToUpdate(const std::optional<std::string>& identifier,
+                                                    ErrorSlot error) {
+  auto record = getADAlertWithIdentifier(identifier, error);
   if (!record) {
-    setIfEmpty(error, storeError("Update Alert: Alert not found."));
+    setIfEmpty(error, alertNotFound());
+  }
+  return record;
+}
+
+bool ADAlertStore::updateAlert(const std::optional<VLAlert>& alert, ErrorSlot error) {
+  if (!alert) {
+    setIfEmpty(error, alertNotFound());
+    return false;
+  }
+  auto record = recordToUpdate(alert->identifier, error);
+  if (!record) {
     return false;
   }
   record->setType(alert->type);
@@ -104,6 +120,33 @@ bool ADAlertStore::updateAlert(const std::optional<VLAlert>& alert, ErrorSlot er
   record->setReadDate(alert->readDate);
   record->setResolvedDate(alert->resolvedDate);
   record->setAttributes(encodedAttributes(alert->attributes));
+  return true;
+}
+
+bool ADAlertStore::markAlertAsRead(const std::optional<std::string>& identifier, Date date,
+                                   ErrorSlot error) {
+  auto record = recordToUpdate(identifier, error);
+  if (record) {
+    record->setReadDate(date);
+  }
+  return record.has_value();
+}
+
+bool ADAlertStore::markAlertAsResolved(const std::optional<std::string>& identifier, Date date,
+                                       ErrorSlot error) {
+  auto record = recordToUpdate(identifier, error);
+  if (record) {
+    record->setResolvedDate(date);
+  }
+  return record.has_value();
+}
+
+bool ADAlertStore::resolveAlert(const VLAlert& alert, Date date, ErrorSlot error) {
+  auto record = recordToUpdate(alert.identifier, error);
+  if (!record || record->resolvedDate() != alert.resolvedDate) {
+    return false;
+  }
+  record->setResolvedDate(date);
   return true;
 }
 

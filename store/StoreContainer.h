@@ -55,6 +55,9 @@ class StoreContainer {
   BundleKeys enabledBundles(std::int64_t dataVersion) const;
   void setEnabledBundles(std::int64_t dataVersion, BundleKeys keys);
 
+  /// Whoever saves again after a conflict holds this one: see saveSettled.
+  Mutex& secondAttempts() { return secondAttempts_; }
+
   AlertBundleRegistry& bundles() const { return services_.bundles; }
   const DefaultLanguages& languages() const { return services_.languages; }
   const Clock& clock() const { return services_.clock; }
@@ -72,6 +75,7 @@ class StoreContainer {
   std::shared_ptr<const ManagedObjectModel> model_;
   std::once_flag coordinatorOnce_;
   std::shared_ptr<PersistentStoreCoordinator> coordinator_;
+  Mutex secondAttempts_;
   mutable Mutex mutex_;
   std::optional<std::string> problem_ VELTO_GUARDED_BY(mutex_);
   std::int64_t enabledBundlesVersion_ VELTO_GUARDED_BY(mutex_) = 0;

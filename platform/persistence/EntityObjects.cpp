@@ -56,7 +56,7 @@ ObjectState& EntityObjects::insert() {
   const std::int64_t rowId = kFirstProvisionalRowId + static_cast<std::int64_t>(states_.size());
   const std::size_t attributes = entity_ == nullptr ? 0 : entity_->attributes().size();
   states_.push_back(
-      {*this, Condition::kInserted, rowId, 0, std::vector<AttributeValue>(attributes)});
+      {*this, Condition::kInserted, rowId, 0, saves_, std::vector<AttributeValue>(attributes)});
   pending_.push_back(&states_.back());
   return states_.back();
 }
@@ -114,13 +114,16 @@ ObjectState* EntityObjects::read(const Statement& row) {
   const std::int64_t version = row.integer(1);
   const auto [known, isNew] = byRowId_.try_emplace(rowId, nullptr);
   if (isNew) {
-    states_.push_back({*this, Condition::kUnchanged, rowId, version, {}});
+    states_.push_back({*this, Condition::kUnchanged, rowId, version, saves_, {}});
     known->second = &states_.back();
     refresh(*known->second, row);
   } else if (known->second->condition != Condition::kUnchanged) {
     return nullptr;
-  } else if (known->second->version != version) {
-    refresh(*known->second, row);
+  } else if (known->second->save != saves_) {
+    known->second->save = saves_;
+    if (known->second->version != version) {
+      refresh(*known->second, row);
+    }
   }
   return known->second;
 }
@@ -179,6 +182,11 @@ void EntityObjects::saved(ObjectState& state, const RowChange& change) {
   state.rowId = change.rowId;
   state.version = change.version;
   state.condition = Condition::kUnchanged;
+}
+
+void EntityObjects::noteSave() {
+  pending_.clear();
+  ++saves_;
 }
 
 }  // namespace velto

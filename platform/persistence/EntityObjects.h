@@ -34,8 +34,8 @@ class EntityObjects {
   void setValue(ObjectState& state, std::size_t index, AttributeValue value);
   void remove(ObjectState& state);
 
-  /// The record of a row of the entity's SELECT, with the row's values. Null when the record has
-  /// pending changes: it keeps those then.
+  /// The record of a row of the entity's SELECT: with the row's values, or with those that it was
+  /// first read with since the last save. Null when the record has pending changes.
   ObjectState* read(const Statement& row);
   /// Fills the state with the values of a row of the entity's SELECT.
   void refresh(ObjectState& state, const Statement& row) const;
@@ -46,13 +46,15 @@ class EntityObjects {
   static RowChange change(const ObjectState& state, const EntitySql& sql);
   /// Takes over the outcome of a successful save.
   void saved(ObjectState& state, const RowChange& change);
-  void clearPending() { pending_.clear(); }
+  /// Everything is saved: from now on, records are read anew.
+  void noteSave();
 
  private:
   const EntityDescription* const entity_;
   std::deque<ObjectState> states_;
   std::unordered_map<std::int64_t, ObjectState*> byRowId_;  ///< those in the file
   std::vector<ObjectState*> pending_;                       ///< in order of their first change
+  std::uint64_t saves_ = 0;
 };
 
 }  // namespace velto

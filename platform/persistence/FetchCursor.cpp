@@ -54,7 +54,7 @@ FetchCursor::FetchCursor(std::shared_ptr<PersistentStoreCoordinator> coordinator
       request_(std::move(request)),
       portion_(portion),
       objects_(&requiredEntity(coordinator_->model(), request_)),
-      state_{objects_, ObjectState::Condition::kUnchanged, 0, 0, {}} {}
+      state_{objects_, ObjectState::Condition::kUnchanged, 0, 0, 0, {}} {}
 
 FetchCursor::~FetchCursor() = default;
 
@@ -100,6 +100,7 @@ bool FetchCursor::decideNext(ErrorSlot error) {
         if (rowIds_.size() == portion_) {
           lastKey = row.value(1, type);
         }
+        return true;
       },
       error);
   if (!isRead) {

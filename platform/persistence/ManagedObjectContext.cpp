@@ -60,16 +60,15 @@ std::optional<std::vector<ObjectState*>> ManagedObjectContext::fetch(const Fetch
     return std::nullopt;
   }
   EntityObjects& objects = objectsOf(request.entityName());
-  // A row with pending changes may not be among the results, so as many more are needed.
-  const std::size_t limit =
-      request.fetchLimit() == 0 ? 0 : request.fetchLimit() + objects.pending().size();
   const EntityDescription& entity = *objects.entity();
-  const FetchQuery query(coordinator_->sql(entity).select, request, entity, limit);
+  // A row with pending changes may not be among the results, so it is not the file that counts.
+  const FetchQuery query(coordinator_->sql(entity).select, request, entity, 0);
   std::vector<ObjectState*> found;
   const auto addRow = [&](const Statement& row) {
     if (ObjectState* state = objects.read(row)) {
       found.push_back(state);
     }
+    return found.size() != request.fetchLimit() || found.empty();
   };
   if (!coordinator_->fetch(query, addRow, error)) {
     return std::nullopt;
@@ -94,6 +93,9 @@ void ManagedObjectContext::save(ErrorReply completion) {
   std::optional<Error> failure;
   const bool hasStore = hasCoordinator(&failure);
   if (!hasStore || !hasChanges()) {
+    if (hasStore) {
+      noteSaved({});
+    }
     completion(std::move(failure));
     return;
   }
@@ -126,7 +128,7 @@ void ManagedObjectContext::noteSaved(const PendingChanges& saved) {
     saved.states[index]->objects.saved(*saved.states[index], saved.changes[index]);
   }
   for (auto& [name, objects] : objects_) {
-    objects.clearPending();
+    objects.noteSave();
   }
 }
 

@@ -19,9 +19,11 @@ namespace velto {
 
 /// A unit of work in memory. Inserted, changed and deleted objects live in it until `save`; a fetch
 /// reads what is committed in the file at that moment, with the context's own pending changes laid
-/// over it: predicate, sort order and limit see the pending values. An object that was fetched
-/// before keeps its pending changes; without any it takes the file's newer values. Dropping the
-/// context drops what was not saved. Between calls it holds no lock and no transaction.
+/// over it: predicate, sort order and limit see the pending values. A record stays as it was first
+/// read until the context is saved, also where the file has newer values by then: so a change is
+/// always made to what its maker has seen, and its save fails when that is not what is there any
+/// more. Dropping the context drops what was not saved. Between calls it holds no lock and no
+/// transaction.
 ///
 /// One thread at a time. Without a coordinator every fetch and save fails with an error.
 class ManagedObjectContext {

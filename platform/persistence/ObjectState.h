@@ -27,6 +27,8 @@ struct ObjectState {
   std::int64_t rowId;
   /// The row's version when it was read.
   std::int64_t version;
+  /// After which of the context's saves it was read.
+  std::uint64_t save;
   /// In declaration order. Where no model says how many, as many as were set.
   std::vector<AttributeValue> values;
 };

@@ -79,7 +79,7 @@ const EntitySql& PersistentStoreCoordinator::sql(const EntityDescription& entity
 }
 
 bool PersistentStoreCoordinator::fetch(const FetchQuery& query,
-                                       const std::function<void(const Statement&)>& row,
+                                       const std::function<bool(const Statement&)>& row,
                                        ErrorSlot error) {
   if (store_ == nullptr) {
     replaceError(error, noStoreError());
@@ -97,13 +97,13 @@ bool PersistentStoreCoordinator::fetch(const FetchQuery& query,
     statement.bind(static_cast<std::int64_t>(query.limit));
   }
   Statement::Step step = statement.step();
-  for (; step == Statement::Step::kRow; step = statement.step()) {
-    row(statement);
+  while (step == Statement::Step::kRow && row(statement)) {
+    step = statement.step();
   }
   if (step == Statement::Step::kError) {
     replaceError(error, reader->lastError());
   }
-  return step == Statement::Step::kDone;
+  return step != Statement::Step::kError;
 }
 
 std::optional<std::size_t> PersistentStoreCoordinator::fetchRows(

@@ -52,9 +52,9 @@ class PersistentStoreCoordinator {
 
   /// The statements for an entity of the model.
   const EntitySql& sql(const EntityDescription& entity) const;
-  /// Calls `row` for each row of the query, in order, all as of one moment. False with the error
-  /// when it ends early.
-  bool fetch(const FetchQuery& query, const std::function<void(const Statement&)>& row,
+  /// Calls `row` for the rows of the query, in order, all as of one moment, until it returns false.
+  /// False with the error when they cannot be read.
+  bool fetch(const FetchQuery& query, const std::function<bool(const Statement&)>& row,
              ErrorSlot error);
   /// Calls `row` for the rows of the entity with these ids, in their order, all as of one moment,
   /// until it returns false. A row that is gone by then is passed over. Returns how many ids were

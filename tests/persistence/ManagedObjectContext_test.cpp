@@ -95,7 +95,7 @@ TEST(ManagedObjectContext, OneRecordIsOneState) {
   EXPECT_EQ(fetchThings(*context, thingRequest()).at(0).name(), "two");
 }
 
-TEST(ManagedObjectContext, FetchTakesOverNewerValues) {
+TEST(ManagedObjectContext, ARecordStaysAsItWasFirstReadUntilTheSave) {
   const TestStore store;
   const auto first = store.context();
   const Thing mine = insertThing(*first, "old");
@@ -104,8 +104,30 @@ TEST(ManagedObjectContext, FetchTakesOverNewerValues) {
   fetchThings(*second, thingRequest()).at(0).setName("new");
   expectSaved(*second);
   EXPECT_EQ(mine.name(), "old");
+  expectSaved(*first);
   fetchThings(*first, thingRequest());
   EXPECT_EQ(mine.name(), "new");
+  fetchThings(*second, thingRequest()).at(0).setName("newest");
+  expectSaved(*second);
+  EXPECT_THAT(names(*first, thingRequest()), ElementsAre("new"));
+  EXPECT_THAT(names(*store.context(), thingRequest()), ElementsAre("newest"));
+}
+
+TEST(ManagedObjectContext, AChangeOfWhatOthersHaveChangedSinceItWasReadConflicts) {
+  const TestStore store;
+  const auto writer = store.context();
+  insertThing(*writer, "original");
+  expectSaved(*writer);
+  const auto first = store.context();
+  EXPECT_THAT(names(*first, thingRequest()), ElementsAre("original"));
+  const auto second = store.context();
+  fetchThings(*second, thingRequest()).at(0).setDate(Date(2));
+  expectSaved(*second);
+  // Read again between the other's save and the change.
+  fetchThings(*first, thingRequest()).at(0).setName("mine");
+  expectConflict(*first);
+  EXPECT_THAT(names(*store.context(), thingRequest()), ElementsAre("original"));
+  EXPECT_EQ(fetchThings(*store.context(), thingRequest()).at(0).date(), Date(2));
 }
 
 TEST(ManagedObjectContext, UpdateOfAChangedRecordConflicts) {

@@ -5,6 +5,7 @@
 #include <compare>
 #include <cstdint>
 #include <functional>
+#include <iterator>
 #include <map>
 #include <optional>
 #include <string>
@@ -49,8 +50,7 @@ class PlainContext {
     std::int64_t id;
     int version;
     Change change;
-    /// A fetch with a limit reads more rows than it gives, and how many is its own affair.
-    bool versionIsCertain = true;
+    int save = 0;  ///< after which of the context's saves it was read
   };
 
   explicit PlainContext(PlainFile& file) : file_(file) {}
@@ -58,7 +58,7 @@ class PlainContext {
   std::map<std::string, Known>& known() { return known_; }
 
   void insert(const PlainRecord& record) {
-    known_.insert({record.tag, {record, nextPendingId_++, 0, Change::kInserted}});
+    known_.insert({record.tag, {record, nextPendingId_++, 0, Change::kInserted, saves_}});
   }
 
   void update(Known& known, const PlainRecord& record) {
@@ -76,20 +76,26 @@ class PlainContext {
   }
 
   std::vector<PlainRecord> fetch(const PlainQuery& query) {
-    std::vector<Candidate> found = candidates(query);
-    std::sort(found.begin(), found.end(), [&](const Candidate& left, const Candidate& right) {
+    const auto isBefore = [&](const Candidate& left, const Candidate& right) {
       const auto order = query.order(left.record, right.record);
       return order != 0 ? (order < 0) == query.ascending : (left.id < right.id) == query.ascending;
-    });
+    };
+    // The file's rows stand where the file has them, and look as they were first read.
+    std::vector<Candidate> rows = unchangedRows(query);
+    std::sort(rows.begin(), rows.end(), isBefore);
+    cut(rows, query.limit);
+    for (Candidate& row : rows) {
+      row.record = read(row);
+    }
+    std::vector<Candidate> changed = changedRecords(query);
+    std::sort(changed.begin(), changed.end(), isBefore);
+    std::vector<Candidate> merged;
+    std::merge(rows.begin(), rows.end(), changed.begin(), changed.end(), std::back_inserter(merged),
+               isBefore);
+    cut(merged, query.limit);
     std::vector<PlainRecord> records;
-    for (const Candidate& candidate : found) {
-      const bool given = query.limit == 0 || records.size() < query.limit;
-      if (given) {
-        records.push_back(candidate.record);
-      }
-      if (!candidate.pending) {
-        read(candidate, given);
-      }
+    for (const Candidate& candidate : merged) {
+      records.push_back(candidate.record);
     }
     return records;
   }
@@ -117,9 +123,10 @@ class PlainContext {
     std::erase_if(known_, [](const auto& one) { return one.second.change == Change::kDeleted; });
     for (const auto& [id, tag] : inserts) {
       Known& known = known_.at(tag);
-      known = {known.record, file_.nextId++, 1, Change::kNone};
+      known = {known.record, file_.nextId++, 1, Change::kNone, saves_};
       file_.rows[known.id] = {known.record, 1};
     }
+    ++saves_;
     return true;
   }
 
@@ -133,39 +140,49 @@ class PlainContext {
     PlainRecord record;
     std::int64_t id;
     int version;
-    bool pending;
   };
 
-  std::vector<Candidate> candidates(const PlainQuery& query) const {
+  static void cut(std::vector<Candidate>& candidates, std::size_t limit) {
+    if (limit != 0 && candidates.size() > limit) {
+      candidates.erase(candidates.begin() + static_cast<std::ptrdiff_t>(limit), candidates.end());
+    }
+  }
+
+  std::vector<Candidate> unchangedRows(const PlainQuery& query) const {
     std::vector<Candidate> found;
     for (const auto& [id, row] : file_.rows) {
       const auto known = known_.find(row.record.tag);
       const bool pending = known != known_.end() && known->second.change != Change::kNone;
       if (!pending && query.matches(row.record)) {
-        found.push_back({row.record, id, row.version, false});
-      }
-    }
-    for (const auto& [tag, known] : known_) {
-      const bool shown = known.change == Change::kInserted || known.change == Change::kUpdated;
-      if (shown && query.matches(known.record)) {
-        found.push_back({known.record, known.id, known.version, true});
+        found.push_back({row.record, id, row.version});
       }
     }
     return found;
   }
 
-  void read(const Candidate& candidate, bool given) {
-    const auto known = known_.find(candidate.record.tag);
-    if (given) {
-      known_.insert_or_assign(candidate.record.tag, Known{candidate.record, candidate.id,
-                                                          candidate.version, Change::kNone});
-    } else if (known != known_.end() && known->second.version != candidate.version) {
-      known->second.versionIsCertain = false;
+  std::vector<Candidate> changedRecords(const PlainQuery& query) const {
+    std::vector<Candidate> found;
+    for (const auto& [tag, known] : known_) {
+      const bool shown = known.change == Change::kInserted || known.change == Change::kUpdated;
+      if (shown && query.matches(known.record)) {
+        found.push_back({known.record, known.id, known.version});
+      }
     }
+    return found;
+  }
+
+  const PlainRecord& read(const Candidate& row) {
+    const auto known = known_.find(row.record.tag);
+    if (known != known_.end() && known->second.save == saves_) {
+      return known->second.record;
+    }
+    const Known fresh{row.record, row.id, row.version, Change::kNone, saves_};
+    return known_.insert_or_assign(row.record.tag, fresh).first->second.record;
   }
 
   PlainFile& file_;
   std::map<std::string, Known> known_;
+  int saves_ = 0;
   std::int64_t nextPendingId_ = std::int64_t{1} << 40;
 };
 

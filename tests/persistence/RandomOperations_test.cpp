@@ -256,7 +256,7 @@ class Pair {
     }
     auto& [tag, known] = *std::next(plain_.known().begin(),
                                     static_cast<std::ptrdiff_t>(dice.below(plain_.known().size())));
-    const bool usable = known.change != PlainContext::Change::kDeleted && known.versionIsCertain;
+    const bool usable = known.change != PlainContext::Change::kDeleted && handles_.contains(tag);
     return usable ? &known : nullptr;
   }
 
