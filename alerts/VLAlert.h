@@ -53,6 +53,8 @@ class VLAlertSubclass {
   virtual std::optional<std::string> message(std::string_view localization) const = 0;
   /// The names of the alert's recovery actions, in the order to offer them.
   virtual std::vector<std::string> recoveryOptions() const = 0;
+  /// Whether any alert of this bundle and type may have recovery actions.
+  virtual bool mayHaveRecoveryOptions() const { return !recoveryOptions().empty(); }
 
  private:
   VLAlert alert_;

@@ -179,8 +179,7 @@ class AlertsDaemon : public VLAlertsDaemon {
     VLAlert alert;
     std::vector<Date> dates;
   };
-  std::vector<Date> datesOfResolution(const VLAlertSubclass& alert,
-                                      std::optional<Error>& error) const;
+  std::vector<Date> datesOfResolution(const VLAlert& alert, std::optional<Error>& error) const;
   std::vector<VLAlert> saveResolved(std::span<const ResolvedAlert> resolved,
                                     std::optional<Error>& error) const;
   static std::vector<VLAlert> stampedAlerts(std::span<const ResolvedAlert> resolved,

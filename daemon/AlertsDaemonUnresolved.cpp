@@ -14,25 +14,35 @@ namespace velto {
 
 std::optional<std::vector<VLAlert>> AlertsDaemon::updateUnresolvedAlerts(
     ADAlertStore& store, std::optional<Error>& error) const {
-  const auto alerts = store.getRecoverableAlertSubclasses(&error);
+  AlertSequence alerts = store.recoverableAlerts(&error);
   if (error) {
     return std::nullopt;
   }
   std::vector<ResolvedAlert> resolved;
-  for (const auto& alert : alerts) {
+  const auto next = [&] {
+    return withLatestError(error, [&](ErrorSlot slot) { return alerts.current(slot); });
+  };
+  while (const VLAlert* alert = next()) {
     if (auto dates = datesOfResolution(*alert, error); !dates.empty()) {
-      resolved.push_back({VLAlert::alertWithAlert(*alert), std::move(dates)});
+      resolved.push_back({*alert, std::move(dates)});
     }
+    alerts.advance();
   }
   return saveResolved(resolved, error);
 }
 
-/// One for each action that says so.
-std::vector<Date> AlertsDaemon::datesOfResolution(const VLAlertSubclass& alert,
+/// One for each action that says so; none of an alert that others have resolved by now.
+std::vector<Date> AlertsDaemon::datesOfResolution(const VLAlert& alert,
                                                   std::optional<Error>& error) const {
-  VLAlert current = VLAlert::alertWithAlert(alert);
+  if (alert.resolvedDate) {
+    return {};
+  }
+  const auto object = withLatestError(
+      error, [&](ErrorSlot slot) { return services_.bundles.alertSubclass(alert, slot); });
+  const auto options = object == nullptr ? std::vector<std::string>() : object->recoveryOptions();
+  VLAlert current = alert;
   std::vector<Date> dates;
-  for (const std::string& option : alert.recoveryOptions()) {
+  for (const std::string& option : options) {
     if (hasBeenResolved(option, current, error)) {
       dates.push_back(services_.clock.now());
       current.resolvedDate = dates.back();

@@ -19,13 +19,35 @@ std::optional<PropertyList::Dictionary> decodedAttributes(const Data* data) {
   return std::move(*value->dictionary());
 }
 
+/// Takes the absent values out of what the value holds, at any depth.
+void leaveOutAbsent(PropertyList& value) {
+  const auto isAbsent = [](const PropertyList& one) { return one.isAbsent(); };
+  if (auto* dictionary = value.dictionary()) {
+    std::erase_if(*dictionary, [&](const auto& entry) { return isAbsent(entry.second); });
+    for (auto& [key, held] : *dictionary) {
+      leaveOutAbsent(held);
+    }
+  } else if (auto* array = value.array()) {
+    std::erase_if(*array, isAbsent);
+    for (PropertyList& held : *array) {
+      leaveOutAbsent(held);
+    }
+  }
+}
+
 }  // namespace
 
 std::optional<Data> encodedAttributes(const std::optional<PropertyList::Dictionary>& attributes) {
   if (!attributes) {
     return std::nullopt;
   }
-  return PropertyListSerialization::binaryData(*attributes, nullptr);
+  if (auto data = PropertyListSerialization::binaryData(*attributes, nullptr)) {
+    return data;
+  }
+  // A property list has no form for an absent value.
+  PropertyList present(*attributes);
+  leaveOutAbsent(present);
+  return PropertyListSerialization::binaryData(present, nullptr);
 }
 
 VLAlert initWithADAlert(const ADAlert& record) {

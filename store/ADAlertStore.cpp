@@ -13,6 +13,18 @@ Error storeError(std::string_view message) {
   return makeError(kStoreErrorDomain, kStoreErrorCode, message);
 }
 
+namespace {
+
+/// Conflicts are settled by those who save again; without a store, every handle says so.
+void logFailedSave(StoreContainer& container, const Error& failure) {
+  if (failure.domain != kPersistenceErrorDomain ||
+      (failure.code != kConflictErrorCode && failure.code != kNoStoreErrorCode)) {
+    container.noteFailedSave(failure);
+  }
+}
+
+}  // namespace
+
 ADAlertStore::ADAlertStore(StoreContainer& container) : container_(container) {}
 
 std::string ADAlertStore::preferredLocalizationIdentifier() {
@@ -33,11 +45,23 @@ ManagedObjectContext& ADAlertStore::managedObjectContext() {
 }
 
 bool ADAlertStore::save(ErrorSlot error) {
-  return managedObjectContext().save(error);
+  std::optional<Error> failure;
+  if (managedObjectContext().save(&failure)) {
+    return true;
+  }
+  logFailedSave(container_, *failure);
+  replaceError(error, *std::move(failure));
+  return false;
 }
 
 void ADAlertStore::save(ErrorReply completion) {
-  managedObjectContext().save(std::move(completion));
+  managedObjectContext().save(
+      [&container = container_, completion = std::move(completion)](std::optional<Error> failure) {
+        if (failure) {
+          logFailedSave(container, *failure);
+        }
+        completion(std::move(failure));
+      });
 }
 
 std::optional<ADAlert> ADAlertStore::getADAlertWithIdentifier(

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -24,6 +23,8 @@
 #include "store/StoreContainer.h"
 
 namespace velto {
+
+struct FetchPart;
 
 /// The domain of the store's own errors, and the one code that they have.
 inline constexpr std::string_view kStoreErrorDomain = "VeltoAlertsStore";
@@ -109,14 +110,18 @@ class ADAlertStore {
   /// As objects of their bundles' classes. One whose bundle does not know it is left out, and the
   /// reason is in the slot.
   std::vector<std::unique_ptr<VLAlertSubclass>> getUnresolvedAlertSubclasses(ErrorSlot error);
-  /// Those of them that have recovery actions, with the same errors: most have none, and are not
-  /// kept in memory.
-  std::vector<std::unique_ptr<VLAlertSubclass>> getRecoverableAlertSubclasses(ErrorSlot error);
+  /// The plain alerts of those kinds that may have recovery actions, newest first and a few at a
+  /// time. Which they are is decided at once; one that has been resolved since comes as it is.
+  /// With an alert that its bundle does not know there are none, and the reason is in the slot.
+  AlertSequence recoverableAlerts(ErrorSlot error);
   std::optional<VLAlert> getLastAlertOfType(const std::optional<std::string>& type,
                                             ErrorSlot error);
   std::optional<VLAlert> getLastAlertOfBundle(const std::optional<std::string>& bundle,
                                               ErrorSlot error);
-  // Deletions give how many records they deleted: 0 also when the fetch fails.
+  // Deletions give how many records they deleted: 0 also when the fetch fails. Up to 1,000 records
+  // are deleted with the next save, like any other change. When there are more, and the handle has
+  // no other changes, they are deleted at once, oldest first and in short transactions: a failure
+  // in between is in the slot, and what was deleted before it stays deleted.
   /// Those that were sent before the date.
   std::uint64_t deleteAlertsBeforeDate(const std::optional<Date>& date, ErrorSlot error);
   /// All records of each identifier.
@@ -184,10 +189,10 @@ class ADAlertStore {
   }
   std::optional<ADAlert> recordToUpdate(const std::optional<std::string>& identifier,
                                         ErrorSlot error);
-  AlertSequence sequence(const FetchRequest& request, ErrorSlot error);
-  std::vector<std::unique_ptr<VLAlertSubclass>> unresolvedAlertSubclasses(
-      const std::function<bool(const VLAlertSubclass&)>& isWanted, ErrorSlot error);
-  std::uint64_t deleteAlerts(Predicate predicate, ErrorSlot error);
+  /// A list in parts, which is the same as the whole.
+  AlertSequence sequence(std::vector<FetchPart> parts, const FetchRequest& whole, ErrorSlot error);
+  std::vector<std::string> oldestIdentifiers(const std::string& bundle, ErrorSlot error);
+  std::uint64_t deleteAlerts(const FetchRequest& request, ErrorSlot error);
 
   StoreContainer& container_;
   std::unique_ptr<ManagedObjectContext> managedObjectContext_;

@@ -1,10 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The alert records of ADAlertStore.
+// The single alert records of ADAlertStore.
 
-#include <memory>
-#include <utility>
-
-#include "platform/persistence/FetchCursor.h"
 #include "store/ADAlertAdditions.h"
 #include "store/ADAlertStore.h"
 #include "store/ADAlertStoreFetch.h"
@@ -12,82 +8,8 @@
 namespace velto {
 namespace {
 
-FetchRequest newestFirst(Predicate predicate) {
-  FetchRequest request{std::string(ADAlert::kEntityName)};
-  request.setSortDescriptors({{.key = "sentDate", .ascending = false}});
-  request.setPredicate(std::move(predicate));
-  return request;
-}
-
-FetchRequest isWithin(const std::optional<Date>& from, Date to) {
-  if (!from) {
-    return newestFirst(Predicate::withFormat(
-        "sentDate <= %@ OR readDate <= %@ OR resolvedDate <= %@", {to, to, to}));
-  }
-  return newestFirst(Predicate::withFormat(
-      "(sentDate > %@ AND sentDate <= %@) OR (readDate > %@ AND readDate <= %@) OR "
-      "(resolvedDate > %@ AND resolvedDate <= %@)",
-      {*from, to, *from, to, *from, to}));
-}
-
-FetchRequest isOfType(const std::optional<std::string>& type) {
-  return newestFirst(Predicate::withFormat("type = %@", {predicateValue(type)}));
-}
-
-FetchRequest isOfBundle(const std::optional<std::string>& bundle) {
-  return newestFirst(Predicate::withFormat("bundle = %@", {predicateValue(bundle)}));
-}
-
 Error alertNotFound() {
   return storeError("Update Alert: Alert not found.");
-}
-
-std::vector<VLAlert> listing(ManagedObjectContext& context, const FetchRequest& request,
-                             ErrorSlot error) {
-  const auto records = context.executeFetchRequest<ADAlert>(request, error);
-  std::vector<VLAlert> alerts;
-  // The slot decides, also with an error that was in it before.
-  if (!records || (error != nullptr && error->has_value())) {
-    return alerts;
-  }
-  alerts.reserve(records->size());
-  for (const ADAlert& record : *records) {
-    alerts.push_back(initWithADAlert(record));
-  }
-  return alerts;
-}
-
-/// The next few alerts: some, if there are any, but not many, and not much.
-std::vector<VLAlert> nextFew(FetchCursor& cursor, ErrorSlot error) {
-  constexpr std::size_t kMany = 64;
-  constexpr std::size_t kMuch = std::size_t{64} * 1024;
-  std::vector<VLAlert> alerts;
-  alerts.reserve(kMany);
-  std::size_t size = 0;
-  std::optional<Error> failure;
-  cursor.read<ADAlert>(
-      [&](const ADAlert& record) {
-        size += record.attributes() == nullptr ? 0 : record.attributes()->size();
-        alerts.push_back(initWithADAlert(record));
-        return alerts.size() < kMany && size < kMuch;
-      },
-      &failure);
-  if (failure) {
-    // What has been read would come again when the cursor goes on.
-    alerts.clear();
-    replaceError(error, *std::move(failure));
-  }
-  return alerts;
-}
-
-std::optional<VLAlert> newest(ManagedObjectContext& context, FetchRequest request,
-                              ErrorSlot error) {
-  request.setFetchLimit(1);
-  const auto records = context.executeFetchRequest<ADAlert>(request, error);
-  if (!records || records->empty()) {
-    return std::nullopt;
-  }
-  return initWithADAlert(records->front());
 }
 
 }  // namespace
@@ -165,128 +87,6 @@ std::optional<VLAlert> ADAlertStore::getAlertWithIdentifier(
     const std::optional<std::string>& identifier, ErrorSlot error) {
   const auto record = getADAlertWithIdentifier(identifier, error);
   return record ? std::optional(initWithADAlert(*record)) : std::nullopt;
-}
-
-std::vector<VLAlert> ADAlertStore::getAlertsFromDate(const std::optional<Date>& from,
-                                                     const std::optional<Date>& to,
-                                                     ErrorSlot error) {
-  return listing(managedObjectContext(), isWithin(from, to.value_or(container_.clock().now())),
-                 error);
-}
-
-std::vector<VLAlert> ADAlertStore::getAlertsOfType(const std::optional<std::string>& type,
-                                                   ErrorSlot error) {
-  return listing(managedObjectContext(), isOfType(type), error);
-}
-
-std::vector<VLAlert> ADAlertStore::getAlertsOfBundle(const std::optional<std::string>& bundle,
-                                                     ErrorSlot error) {
-  return listing(managedObjectContext(), isOfBundle(bundle), error);
-}
-
-AlertSequence ADAlertStore::alertsFromDate(const std::optional<Date>& from,
-                                           const std::optional<Date>& to, ErrorSlot error) {
-  return sequence(isWithin(from, to.value_or(container_.clock().now())), error);
-}
-
-AlertSequence ADAlertStore::alertsOfType(const std::optional<std::string>& type, ErrorSlot error) {
-  return sequence(isOfType(type), error);
-}
-
-AlertSequence ADAlertStore::alertsOfBundle(const std::optional<std::string>& bundle,
-                                           ErrorSlot error) {
-  return sequence(isOfBundle(bundle), error);
-}
-
-AlertSequence ADAlertStore::sequence(const FetchRequest& request, ErrorSlot error) {
-  auto coordinator = container_.persistentStoreCoordinator();
-  if (coordinator == nullptr || hasChanges()) {
-    return listing(managedObjectContext(), request, error);
-  }
-  if (error != nullptr && error->has_value()) {
-    return {};
-  }
-  const auto cursor = std::make_shared<FetchCursor>(std::move(coordinator), request);
-  AlertSequence alerts([cursor](ErrorSlot slot) { return nextFew(*cursor, slot); });
-  alerts.current(error);
-  return alerts;
-}
-
-std::vector<std::unique_ptr<VLAlertSubclass>> ADAlertStore::getUnresolvedAlertSubclasses(
-    ErrorSlot error) {
-  return unresolvedAlertSubclasses([](const VLAlertSubclass&) { return true; }, error);
-}
-
-std::vector<std::unique_ptr<VLAlertSubclass>> ADAlertStore::getRecoverableAlertSubclasses(
-    ErrorSlot error) {
-  return unresolvedAlertSubclasses(
-      [](const VLAlertSubclass& alert) { return !alert.recoveryOptions().empty(); }, error);
-}
-
-std::vector<std::unique_ptr<VLAlertSubclass>> ADAlertStore::unresolvedAlertSubclasses(
-    const std::function<bool(const VLAlertSubclass&)>& isWanted, ErrorSlot error) {
-  std::vector<std::unique_ptr<VLAlertSubclass>> alerts;
-  AlertSequence unresolved =
-      sequence(newestFirst(Predicate::withFormat("resolvedDate = nil")), error);
-  while (const VLAlert* alert = unresolved.current(error)) {
-    auto bundleAlert = container_.bundles().alertSubclass(*alert, error);
-    if (bundleAlert != nullptr && isWanted(*bundleAlert)) {
-      alerts.push_back(std::move(bundleAlert));
-    }
-    unresolved.advance();
-  }
-  return alerts;
-}
-
-std::optional<VLAlert> ADAlertStore::getLastAlertOfType(const std::optional<std::string>& type,
-                                                        ErrorSlot error) {
-  return newest(managedObjectContext(), isOfType(type), error);
-}
-
-std::optional<VLAlert> ADAlertStore::getLastAlertOfBundle(const std::optional<std::string>& bundle,
-                                                          ErrorSlot error) {
-  return newest(managedObjectContext(), isOfBundle(bundle), error);
-}
-
-std::uint64_t ADAlertStore::deleteAlertsBeforeDate(const std::optional<Date>& date,
-                                                   ErrorSlot error) {
-  return deleteAlerts(Predicate::withFormat("sentDate < %@", {predicateValue(date)}), error);
-}
-
-std::uint64_t ADAlertStore::deleteAlertsWithIds(std::vector<std::string> identifiers,
-                                                ErrorSlot error) {
-  return deleteAlerts(Predicate::isIn("identifier", std::move(identifiers)), error);
-}
-
-std::uint64_t ADAlertStore::deleteAlertsWithBundleIDs(const std::vector<std::string>& bundles,
-                                                      ErrorSlot error) {
-  std::optional<Error> own;
-  const ErrorSlot slot = error == nullptr ? &own : error;
-  std::vector<std::string> identifiers;
-  for (const std::string& bundle : bundles) {
-    const auto alerts = getAlertsOfBundle(bundle, slot);
-    if (slot->has_value()) {
-      return 0;
-    }
-    for (const VLAlert& alert : alerts) {
-      if (alert.identifier) {
-        identifiers.push_back(*alert.identifier);
-      }
-    }
-  }
-  return deleteAlertsWithIds(std::move(identifiers), slot);
-}
-
-std::uint64_t ADAlertStore::deleteAlerts(Predicate predicate, ErrorSlot error) {
-  FetchRequest request{std::string(ADAlert::kEntityName)};
-  request.setPredicate(std::move(predicate));
-  ManagedObjectContext& context = managedObjectContext();
-  const auto records =
-      context.executeFetchRequest<ADAlert>(request, error).value_or(std::vector<ADAlert>());
-  for (const ADAlert& record : records) {
-    context.deleteObject(record);
-  }
-  return records.size();
 }
 
 }  // namespace velto

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <charconv>
+#include <system_error>
 #include <type_traits>
 
 #include "store/ADAlertStore.h"
@@ -12,9 +13,20 @@
 namespace velto {
 namespace {
 
+/// The text of an integer, and the shortest one of a real number that reads back the same: without
+/// an exponent, unless it were longer than people read.
 template <typename Number>
 std::string decimal(Number number) {
+  constexpr std::size_t kReadable = 39;
   std::array<char, 32> text{};
+  if constexpr (std::is_floating_point_v<Number>) {
+    std::array<char, kReadable> plain{};
+    const auto written = std::to_chars(plain.data(), plain.data() + plain.size(), number + 0.0,
+                                       std::chars_format::fixed);
+    if (written.ec == std::errc()) {
+      return {plain.data(), written.ptr};
+    }
+  }
   const auto end = std::to_chars(text.data(), text.data() + text.size(), number).ptr;
   return {text.data(), end};
 }

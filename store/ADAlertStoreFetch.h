@@ -11,6 +11,7 @@
 
 #include "platform/foundation/Error.h"
 #include "platform/persistence/ManagedObjectContext.h"
+#include "store/ADAlert.h"
 
 namespace velto {
 
@@ -26,6 +27,16 @@ inline std::string keyText(const std::optional<std::string>& key) {
 template <typename T>
 AttributeValue predicateValue(const std::optional<T>& key) {
   return key ? AttributeValue(*key) : AttributeValue();
+}
+
+/// The alerts that the predicate holds for, in the order of the listings.
+inline FetchRequest newestFirst(Predicate predicate,
+                                FetchRequest::Order order = FetchRequest::Order::kSorted) {
+  FetchRequest request{std::string(ADAlert::kEntityName)};
+  request.setSortDescriptors({{.key = "sentDate", .ascending = false}});
+  request.setPredicate(std::move(predicate));
+  request.setOrder(order);
+  return request;
 }
 
 /// One record of those with the key, if there is any.

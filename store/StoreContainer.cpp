@@ -98,6 +98,10 @@ void StoreContainer::setEnabledBundles(std::int64_t dataVersion, BundleKeys keys
   enabledBundles_ = std::move(keys);
 }
 
+void StoreContainer::noteFailedSave(const Error& error) {
+  repeatedLines_.warning("A save has failed: " + error.localizedDescription());
+}
+
 void StoreContainer::openStore() {
   const auto model = managedObjectModel();
   if (model == nullptr) {
@@ -108,7 +112,9 @@ void StoreContainer::openStore() {
   auto coordinator = std::make_shared<PersistentStoreCoordinator>(model, services_.entries);
   std::optional<Error> error;
   // In this order, since the opening tells best what is wrong with the directory itself.
-  if (coordinator->addPersistentStore(directory_ + "/" + kStoreFile, &error) && isLasting(&error)) {
+  const auto notice = [this](std::string_view line) { services_.log.warning(line); };
+  if (coordinator->addPersistentStore(directory_ + "/" + kStoreFile, &error, notice) &&
+      isLasting(&error)) {
     coordinator_ = std::move(coordinator);
     warnOfWriters(directory_, services_.log);
     for (const char* suffix : {"", "-wal", "-shm"}) {

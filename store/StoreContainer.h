@@ -10,6 +10,7 @@
 
 #include "alerts/AlertBundleRegistry.h"
 #include "platform/foundation/Clock.h"
+#include "platform/foundation/LimitedLog.h"
 #include "platform/foundation/Log.h"
 #include "platform/foundation/Mutex.h"
 #include "platform/persistence/ManagedObjectModel.h"
@@ -55,6 +56,9 @@ class StoreContainer {
   BundleKeys enabledBundles(std::int64_t dataVersion) const;
   void setEnabledBundles(std::int64_t dataVersion, BundleKeys keys);
 
+  /// A save has failed; its caller may be told nothing. In the log once a minute, with a count.
+  void noteFailedSave(const Error& error);
+
   /// Whoever saves again after a conflict holds this one: see saveSettled.
   Mutex& secondAttempts() { return secondAttempts_; }
 
@@ -75,6 +79,7 @@ class StoreContainer {
   std::shared_ptr<const ManagedObjectModel> model_;
   std::once_flag coordinatorOnce_;
   std::shared_ptr<PersistentStoreCoordinator> coordinator_;
+  LimitedLog repeatedLines_{services_.log, services_.clock};
   Mutex secondAttempts_;
   mutable Mutex mutex_;
   std::optional<std::string> problem_ VELTO_GUARDED_BY(mutex_);

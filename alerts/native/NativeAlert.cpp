@@ -39,6 +39,9 @@ class NativeAlert : public VLAlertSubclass {
     callNative([&] { return class_.recovery_options(&handle, &names), 0; });
     return std::move(names.names);
   }
+  bool mayHaveRecoveryOptions() const override {
+    return class_.recovery_options != nullptr || declared_->mayHaveRecoveryOptions();
+  }
 
  private:
   /// What the code's function appends; nothing without a function, and for what is not UTF-8.

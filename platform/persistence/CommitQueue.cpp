@@ -160,10 +160,8 @@ void CommitQueue::serve(Batch& batch) noexcept {
 
 /// When it throws, none of the saves has been written.
 void CommitQueue::serveTogether(std::span<Save> saves) {
-  std::optional<Error> failure;
-  if (!isTrusted_) {
-    failure = untrusted_;
-  } else if (!commit(saves)) {
+  std::optional<Error> failure = isTrusted_ ? movedFile() : untrusted_;
+  if (!failure && !commit(saves)) {
     // The error first, then the rollback, which has a result of its own.
     failure = connection_.lastError();
     distrustAfterFailedSync();
@@ -176,6 +174,16 @@ void CommitQueue::serveTogether(std::span<Save> saves) {
       save.error = failure;
     }
   }
+}
+
+/// The error when the file is not under its name any more. Should it come back, saving goes on.
+std::optional<Error> CommitQueue::movedFile() const {
+  return connection_.hasMoved()
+             ? std::optional(makeError(kPersistenceErrorDomain, kMovedStoreErrorCode,
+                                       connection_.path() +
+                                           ": the store's file has been renamed or deleted, so "
+                                           "nothing is saved until the service is started again"))
+             : std::nullopt;
 }
 
 /// When it fails, the transaction may be left open: also one for which there was no memory to roll
@@ -244,6 +252,9 @@ std::optional<Error> CommitQueue::write(std::vector<RowChange>& changes) {
 }
 
 std::optional<Error> CommitQueue::write(RowChange& change) {
+  if (change.kind == RowChange::Kind::kDeleteMany) {
+    return deleteMany(change);
+  }
   const bool inserts = change.kind == RowChange::Kind::kInsert;
   const bool deletes = change.kind == RowChange::Kind::kDelete;
   Statement statement = connection_.statement(inserts   ? change.sql->insert
@@ -268,6 +279,16 @@ std::optional<Error> CommitQueue::write(RowChange& change) {
   if (inserts) {
     change.rowId = connection_.lastInsertRowId();
   }
+  return std::nullopt;
+}
+
+std::optional<Error> CommitQueue::deleteMany(RowChange& change) {
+  Statement statement = connection_.statement(change.sql->removeByRowIds);
+  statement.bind(change.rowIds);
+  if (statement.step() != Statement::Step::kDone) {
+    return connection_.lastError();
+  }
+  change.deleted = connection_.changes();
   return std::nullopt;
 }
 

@@ -17,9 +17,9 @@
 
 namespace velto {
 
-/// One row to write.
+/// One row to write, or several to delete.
 struct RowChange {
-  enum class Kind { kInsert, kUpdate, kDelete };
+  enum class Kind { kInsert, kUpdate, kDelete, kDeleteMany };
 
   Kind kind;
   const EntitySql* sql;
@@ -28,6 +28,9 @@ struct RowChange {
   /// What an updated or deleted row must still have; afterwards what the row has now.
   std::int64_t version;
   const std::vector<AttributeValue>* values;
+  /// Of kDeleteMany: the rows that go, whatever their versions, and afterwards how many there were.
+  std::span<const std::int64_t> rowIds = {};
+  std::int64_t deleted = 0;
 };
 
 /// The saves that wait for the writing connection, and their commits. A save that finds nobody at
@@ -76,6 +79,7 @@ class CommitQueue {
   Batch takeWaiting();
   void serve(Batch& batch) noexcept;
   void serveTogether(std::span<Save> saves);
+  std::optional<Error> movedFile() const;
   bool commit(std::span<Save> saves);
   static void settle(const Save& save);
   void checkpointLongLog() noexcept;
@@ -85,6 +89,7 @@ class CommitQueue {
   bool end(std::span<const Save> saves);
   std::optional<Error> write(std::vector<RowChange>& changes);
   std::optional<Error> write(RowChange& change);
+  std::optional<Error> deleteMany(RowChange& change);
 
   // Used by whoever has the turn.
   SQLiteConnection& connection_;

@@ -57,7 +57,7 @@ ObjectState& EntityObjects::insert() {
   const std::size_t attributes = entity_ == nullptr ? 0 : entity_->attributes().size();
   states_.push_back(
       {*this, Condition::kInserted, rowId, 0, saves_, std::vector<AttributeValue>(attributes)});
-  pending_.push_back(&states_.back());
+  pending_.add(states_.back());
   return states_.back();
 }
 
@@ -83,24 +83,29 @@ void EntityObjects::setValue(ObjectState& state, std::size_t index, AttributeVal
   // The file has no place for a date that is not a number; it would come back absent.
   const Date* const date = std::get_if<Date>(&value);
   const bool isStorable = date == nullptr || !std::isnan(date->secondsSinceReference());
-  state.values[index] = isStorable ? std::move(value) : AttributeValue();
+  AttributeValue storable = isStorable ? std::move(value) : AttributeValue();
   if (state.condition == Condition::kUnchanged) {
     state.condition = Condition::kUpdated;
-    pending_.push_back(&state);
+    state.values[index] = std::move(storable);
+    pending_.add(state);
+  } else if (state.condition == Condition::kInserted || state.condition == Condition::kUpdated) {
+    pending_.setValue(state, index, std::move(storable));
+  } else {
+    state.values[index] = std::move(storable);
   }
 }
 
 void EntityObjects::remove(ObjectState& state) {
   switch (state.condition) {
     case Condition::kUnchanged:
-      pending_.push_back(&state);
-      state.condition = Condition::kDeleted;
-      break;
+      pending_.add(state);
+      [[fallthrough]];
     case Condition::kUpdated:
+      pending_.noteDeletion(state);
       state.condition = Condition::kDeleted;
       break;
     case Condition::kInserted:
-      std::erase(pending_, &state);
+      pending_.remove(state);
       state.condition = Condition::kGone;
       break;
     case Condition::kDeleted:
@@ -138,13 +143,32 @@ void EntityObjects::refresh(ObjectState& state, const Statement& row) const {
   }
 }
 
-void EntityObjects::overlay(const FetchRequest& request, std::vector<ObjectState*>& rows) const {
+/// The pending records that the request finds, in no order; of those with a key, not more than it
+/// wants.
+std::vector<ObjectState*> EntityObjects::changedRecords(const FetchRequest& request) {
+  const auto& predicate = request.predicate();
+  const auto* key =
+      predicate ? std::get_if<Predicate::Comparison>(&predicate->condition()) : nullptr;
+  const auto* value = key != nullptr && key->comparison == Predicate::Operator::kEqual
+                          ? std::get_if<AttributeValue>(&key->operand)
+                          : nullptr;
+  if (value != nullptr && !pending_.empty()) {
+    const bool isOrdered = !request.sortDescriptors().empty();
+    return pending_.withValue(Predicate::attributeIndex(*key, *entity_), *value,
+                              isOrdered ? 0 : request.fetchLimit());
+  }
   std::vector<ObjectState*> changed;
-  std::copy_if(
-      pending_.begin(), pending_.end(), std::back_inserter(changed), [&](const auto* state) {
-        return state->condition != Condition::kDeleted &&
-               (!request.predicate() || request.predicate()->matches(*entity_, state->values));
-      });
+  for (const auto& [place, state] : pending_.inOrder()) {
+    if (state->condition != Condition::kDeleted &&
+        (!predicate || predicate->matches(*entity_, state->values))) {
+      changed.push_back(state);
+    }
+  }
+  return changed;
+}
+
+void EntityObjects::overlay(const FetchRequest& request, std::vector<ObjectState*>& rows) {
+  std::vector<ObjectState*> changed = changedRecords(request);
   if (!changed.empty()) {
     const FetchOrder order(*entity_, request.sortDescriptors());
     std::sort(changed.begin(), changed.end(), order);

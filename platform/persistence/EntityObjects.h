@@ -10,6 +10,7 @@
 #include "platform/persistence/FetchRequest.h"
 #include "platform/persistence/ManagedObjectModel.h"
 #include "platform/persistence/ObjectState.h"
+#include "platform/persistence/PendingObjects.h"
 
 namespace velto {
 
@@ -27,7 +28,7 @@ class EntityObjects {
   EntityObjects& operator=(const EntityObjects&) = delete;
 
   const EntityDescription* entity() const { return entity_; }
-  const std::vector<ObjectState*>& pending() const { return pending_; }
+  const PendingObjects& pending() const { return pending_; }
 
   ObjectState& insert();
   const AttributeValue& value(const ObjectState& state, std::size_t index) const;
@@ -40,7 +41,7 @@ class EntityObjects {
   /// Fills the state with the values of a row of the entity's SELECT.
   void refresh(ObjectState& state, const Statement& row) const;
   /// Lays the pending changes over rows that `read` returned for the request.
-  void overlay(const FetchRequest& request, std::vector<ObjectState*>& rows) const;
+  void overlay(const FetchRequest& request, std::vector<ObjectState*>& rows);
 
   /// What a save has to write for a pending record.
   static RowChange change(const ObjectState& state, const EntitySql& sql);
@@ -50,10 +51,12 @@ class EntityObjects {
   void noteSave();
 
  private:
+  std::vector<ObjectState*> changedRecords(const FetchRequest& request);
+
   const EntityDescription* const entity_;
   std::deque<ObjectState> states_;
   std::unordered_map<std::int64_t, ObjectState*> byRowId_;  ///< those in the file
-  std::vector<ObjectState*> pending_;                       ///< in order of their first change
+  PendingObjects pending_;
   std::uint64_t saves_ = 0;
 };
 

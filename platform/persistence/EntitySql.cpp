@@ -28,12 +28,24 @@ std::string joined(const Elements& elements, std::string_view separator, Text te
   return text;
 }
 
-/// The index's name tells its columns; no name of an attribute holds a comma or a parenthesis.
-std::string createIndex(const EntityDescription& entity, const std::vector<std::string>& keys) {
-  const std::string name =
-      entity.name() + "(" + joined(keys, ",", [](const auto& key) { return key; }) + ")";
-  return "CREATE INDEX IF NOT EXISTS " + quoted(name) + " ON " + quoted(entity.name()) + "(" +
-         joined(keys, ", ", quoted) + ")";
+/// The index's name tells its columns and which rows it has; no name of an attribute holds one of
+/// the signs.
+EntitySql::Index indexSql(const EntityDescription& entity, const IndexDescription& index) {
+  std::string name =
+      entity.name() + "(" + joined(index.keys, ",", [](const auto& key) { return key; }) + ")";
+  std::string condition;
+  const auto addCondition = [&](const std::string& attribute, std::string_view sign,
+                                std::string_view test) {
+    if (!attribute.empty()) {
+      name.append(sign).append(attribute);
+      condition.append(condition.empty() ? " WHERE " : " AND ").append(quoted(attribute) + " IS ");
+      condition.append(test);
+    }
+  };
+  addCondition(index.present, "+", "NOT NULL");
+  addCondition(index.absent, "-", "NULL");
+  return {name, "CREATE INDEX " + quoted(name) + " ON " + quoted(entity.name()) + "(" +
+                    joined(index.keys, ", ", quoted) + ")" + condition};
 }
 
 }  // namespace
@@ -42,36 +54,37 @@ std::string quoted(const std::string& name) {
   return "\"" + name + "\"";
 }
 
-EntitySql::EntitySql(const EntityDescription& entity) {
+EntitySql::EntitySql(const EntityDescription& entity) : table(entity.name()) {
   const auto list = [&](std::string_view separator, auto textOf) {
     return joined(entity.attributes(), separator, textOf);
   };
   const auto column = [](const AttributeDescription& attribute) { return quoted(attribute.name); };
-  const std::string table = quoted(entity.name());
+  const std::string name = quoted(table);
   const std::string columns = list(", ", column);
 
-  create.push_back("CREATE TABLE IF NOT EXISTS " + table +
-                   " (_id INTEGER PRIMARY KEY AUTOINCREMENT, _version INTEGER NOT NULL, " +
-                   list(", ",
-                        [&](const auto& attribute) {
-                          return column(attribute).append(" ").append(columnType(attribute.type));
-                        }) +
-                   ")");
-  for (const std::vector<std::string>& keys : entity.indexes()) {
-    create.push_back(createIndex(entity, keys));
+  createTable = "CREATE TABLE IF NOT EXISTS " + name +
+                " (_id INTEGER PRIMARY KEY AUTOINCREMENT, _version INTEGER NOT NULL, " +
+                list(", ",
+                     [&](const auto& attribute) {
+                       return column(attribute).append(" ").append(columnType(attribute.type));
+                     }) +
+                ")";
+  for (const IndexDescription& index : entity.indexes()) {
+    indexes.push_back(indexSql(entity, index));
   }
-  select = "SELECT _id, _version, " + columns + " FROM " + table;
+  select = "SELECT _id, _version, " + columns + " FROM " + name;
   selectByRowIds =
-      "SELECT " + table + "._id, _version, " +
-      list(", ", [&](const auto& attribute) { return table + "." + column(attribute); }) +
-      ", list.rowid FROM velto_integers(?) AS list CROSS JOIN " + table + " ON " + table +
+      "SELECT " + name + "._id, _version, " +
+      list(", ", [&](const auto& attribute) { return name + "." + column(attribute); }) +
+      ", list.rowid FROM velto_integers(?) AS list CROSS JOIN " + name + " ON " + name +
       "._id = list.value";
-  insert = "INSERT INTO " + table + " (_version, " + columns + ") VALUES (1, " +
+  insert = "INSERT INTO " + name + " (_version, " + columns + ") VALUES (1, " +
            list(", ", [](const auto&) { return "?"; }) + ")";
-  update = "UPDATE " + table + " SET _version = _version + 1, " +
+  update = "UPDATE " + name + " SET _version = _version + 1, " +
            list(", ", [&](const auto& attribute) { return column(attribute) + " = ?"; }) +
            " WHERE _id = ? AND _version = ?";
-  remove = "DELETE FROM " + table + " WHERE _id = ? AND _version = ?";
+  remove = "DELETE FROM " + name + " WHERE _id = ? AND _version = ?";
+  removeByRowIds = "DELETE FROM " + name + " WHERE _id IN (SELECT value FROM velto_integers(?))";
 }
 
 }  // namespace velto

@@ -14,8 +14,16 @@ namespace velto {
 struct EntitySql {
   explicit EntitySql(const EntityDescription& entity);
 
-  /// The table, and after it the indexes; each does nothing when what it creates is there.
-  std::vector<std::string> create;
+  struct Index {
+    std::string name;
+    std::string create;
+  };
+
+  std::string table;
+  /// Does nothing when the table is there.
+  std::string createTable;
+  /// All that the table is to have.
+  std::vector<Index> indexes;
   /// SELECT of _id, _version and the attributes; a condition and an order may follow.
   std::string select;
   /// The same of the rows with the _ids of a list, in its order, and last the place in the list.
@@ -26,6 +34,8 @@ struct EntitySql {
   std::string update;
   /// _id and the version that the row must still have.
   std::string remove;
+  /// The rows with the _ids of a list, whatever their versions.
+  std::string removeByRowIds;
 };
 
 /// The name as an identifier of SQL.

@@ -11,7 +11,11 @@
 //
 //     rowIds_[next_] ...        decided on, and still to be read
 //     next_ == rowIds_.size()   the portion is used up: decideNext()
-//     isLastPortion_            this portion has fewer ids than it could: nothing comes after it
+//     part_ == parts_.size()    nothing comes any more
+//
+// A list may have parts that no index has in its order: what was read within a period, but sent
+// before it. Such a part is decided on at once, when its turn comes, from indexes that have the
+// dates: 16 bytes a record, sorted once, and not again for each portion.
 //
 // 1. A portion takes only what comes after `last_`, and row ids are never used again: so no record
 //    comes twice, as long as nobody moves it to a later place by changing its key.
@@ -22,6 +26,9 @@
 
 #include "platform/persistence/FetchCursor.h"
 
+#include <algorithm>
+#include <cmath>
+#include <limits>
 #include <span>
 #include <string>
 #include <utility>
@@ -33,27 +40,54 @@
 namespace velto {
 namespace {
 
+constexpr double kNoDate = std::numeric_limits<double>::quiet_NaN();
+
+/// The entity of a request that is one for a cursor.
 const EntityDescription& requiredEntity(const ManagedObjectModel& model,
                                         const FetchRequest& request) {
   const EntityDescription* entity = model.entity(request.entityName());
   if (entity == nullptr) {
     programMistake("the model has no entity " + request.entityName());
   }
-  if (request.sortDescriptors().size() != 1 || request.sortDescriptors().front().ascending ||
-      request.fetchLimit() != 0) {
-    programMistake("a cursor goes in the descending order of one key, without a limit");
+  const auto& sort = request.sortDescriptors();
+  if (sort.size() != 1 || sort.front().ascending || request.fetchLimit() != 0 ||
+      entity->attributes()[entity->requiredAttributeIndex(sort.front().key)].type !=
+          AttributeType::kDate) {
+    programMistake("a cursor goes in the descending order of one date, without a limit");
   }
   return *entity;
 }
 
+const FetchRequest& required(const ManagedObjectModel& model, const FetchRequest& request) {
+  requiredEntity(model, request);
+  return request;
+}
+
+/// The same request, of those records alone that the condition holds for.
+FetchRequest narrowed(FetchRequest request, std::string_view format) {
+  const auto condition =
+      Predicate::withFormat(request.sortDescriptors().front().key + std::string(format));
+  request.setPredicate(request.predicate() ? Predicate::both(*request.predicate(), condition)
+                                           : condition);
+  return request;
+}
+
 }  // namespace
 
+std::vector<FetchPart> datedAndUndated(const FetchRequest& request) {
+  return {{{narrowed(request, " != nil")}}, {{narrowed(request, " = nil")}}};
+}
+
 FetchCursor::FetchCursor(std::shared_ptr<PersistentStoreCoordinator> coordinator,
-                         FetchRequest request, std::size_t portion)
+                         const FetchRequest& request, std::size_t portion)
+    : FetchCursor(coordinator, datedAndUndated(required(coordinator->model(), request)), portion) {}
+
+FetchCursor::FetchCursor(std::shared_ptr<PersistentStoreCoordinator> coordinator,
+                         std::vector<FetchPart> parts, std::size_t portion)
     : coordinator_(std::move(coordinator)),
-      request_(std::move(request)),
+      parts_(std::move(parts)),
       portion_(portion),
-      objects_(&requiredEntity(coordinator_->model(), request_)),
+      objects_(&requiredEntity(coordinator_->model(), parts_.front().requests.front())),
       state_{objects_, ObjectState::Condition::kUnchanged, 0, 0, 0, {}} {}
 
 FetchCursor::~FetchCursor() = default;
@@ -84,34 +118,99 @@ bool FetchCursor::readStates(const std::function<bool(ObjectState&)>& take, Erro
 bool FetchCursor::decideNext(ErrorSlot error) {
   rowIds_.clear();
   next_ = 0;
-  if (isLastPortion_) {
+  while (rowIds_.empty() && part_ < parts_.size()) {
+    const FetchPart& part = parts_[part_];
+    if (!(part.isDecidedAtOnce ? decideAtOnce(error)
+                               : decidePortion(part.requests.front(), error))) {
+      rowIds_.clear();
+      return false;
+    }
+  }
+  return !rowIds_.empty();
+}
+
+bool FetchCursor::decidePortion(const FetchRequest& request, ErrorSlot error) {
+  Place last{};
+  const auto take = [&](Place place) {
+    rowIds_.push_back(place.rowId);
+    last = place;
+  };
+  if (!fetchPlaces(request, portion_, last_ ? &*last_ : nullptr, take, error)) {
     return false;
   }
-  const EntityDescription& entity = *objects_.entity();
-  const std::string& key = request_.sortDescriptors().front().key;
-  const AttributeType type = entity.attributes()[entity.requiredAttributeIndex(key)].type;
-  const FetchQuery query("SELECT _id, " + quoted(key) + " FROM " + quoted(entity.name()), request_,
-                         entity, portion_, last_ ? &*last_ : nullptr);
-  AttributeValue lastKey;
-  const bool isRead = coordinator_->fetch(
+  if (rowIds_.size() < portion_) {
+    ++part_;
+    last_.reset();
+  } else {
+    last_ = FetchPosition{
+        std::isnan(last.date) ? AttributeValue() : AttributeValue(Date(last.date)), last.rowId};
+  }
+  return true;
+}
+
+bool FetchCursor::decideAtOnce(ErrorSlot error) {
+  if (!places_) {
+    std::deque<Place> places;
+    if (!findPlaces(places, error)) {
+      return false;
+    }
+    places_ = std::move(places);
+    nextPlace_ = 0;
+  }
+  takePlaces();
+  return true;
+}
+
+bool FetchCursor::findPlaces(std::deque<Place>& places, ErrorSlot error) {
+  for (const FetchRequest& request : parts_[part_].requests) {
+    if (!fetchPlaces(
+            request, 0, nullptr, [&](Place place) { places.push_back(place); }, error)) {
+      return false;
+    }
+  }
+  const auto isBefore = [](const Place& left, const Place& right) {
+    const bool isDated = !std::isnan(left.date);
+    if (isDated != !std::isnan(right.date)) {
+      return isDated;
+    }
+    return isDated && left.date != right.date ? left.date > right.date : left.rowId > right.rowId;
+  };
+  std::sort(places.begin(), places.end(), isBefore);
+  const auto isSame = [](const Place& left, const Place& right) {
+    return left.rowId == right.rowId;
+  };
+  places.erase(std::unique(places.begin(), places.end(), isSame), places.end());
+  return true;
+}
+
+/// The next portion of those that were decided on at once.
+void FetchCursor::takePlaces() {
+  const std::size_t end = std::min(places_->size(), nextPlace_ + portion_);
+  for (; nextPlace_ < end; ++nextPlace_) {
+    rowIds_.push_back((*places_)[nextPlace_].rowId);
+  }
+  if (end == places_->size()) {
+    places_.reset();
+    ++part_;
+  }
+}
+
+bool FetchCursor::fetchPlaces(const FetchRequest& request, std::size_t limit,
+                              const FetchPosition* after, const std::function<void(Place)>& take,
+                              ErrorSlot error) {
+  const std::string& key = request.sortDescriptors().front().key;
+  const FetchQuery query(
+      "SELECT _id, " + quoted(key) + " FROM " + quoted(objects_.entity()->name()), request,
+      *objects_.entity(), limit, after);
+  return coordinator_->fetch(
       query,
       [&](const Statement& row) {
-        rowIds_.push_back(row.integer(0));
-        if (rowIds_.size() == portion_) {
-          lastKey = row.value(1, type);
-        }
+        const AttributeValue date = row.value(1, AttributeType::kDate);
+        const auto* present = std::get_if<Date>(&date);
+        take({present == nullptr ? kNoDate : present->secondsSinceReference(), row.integer(0)});
         return true;
       },
       error);
-  if (!isRead) {
-    rowIds_.clear();
-    return false;
-  }
-  isLastPortion_ = rowIds_.size() < portion_;
-  if (!isLastPortion_) {
-    last_ = FetchPosition{std::move(lastKey), rowIds_.back()};
-  }
-  return !rowIds_.empty();
 }
 
 }  // namespace velto

@@ -92,7 +92,11 @@ bool isEquality(const Predicate::Condition& condition) {
 /// table in order than sort the few rows of a range: unary plus keeps it from using an index for
 /// the order, so that it uses those of the condition.
 std::string orderBy(const FetchRequest& request, const EntityDescription& entity) {
-  const bool plain = !request.predicate() || isEquality(request.predicate()->condition());
+  if (request.order() == FetchRequest::Order::kAny) {
+    return {};
+  }
+  const bool plain = request.order() == FetchRequest::Order::kIndexed || !request.predicate() ||
+                     isEquality(request.predicate()->condition());
   const std::string_view plus = plain ? "" : "+";
   std::string terms = " ORDER BY ";
   bool ascending = true;
@@ -105,16 +109,15 @@ std::string orderBy(const FetchRequest& request, const EntityDescription& entity
   return terms.append(plus).append(ascending ? "_id" : "_id DESC");
 }
 
-/// Rows without the key come last. The plus keeps the planner from looking for the position in an
-/// index, instead of going through the rows in order.
+/// Rows without the key come after all others.
 std::string conditionAfter(const FetchPosition& after, const std::string& column,
                            std::vector<const Predicate::Operand*>& operands) {
   if (isAbsent(after.key)) {
     operands.push_back(&after.rowId);
-    return "(+" + column + " IS NULL AND +_id < ?)";
+    return "_id < ?";
   }
-  operands.insert(operands.end(), {&after.key, &after.key, &after.rowId});
-  return "(+" + column + " < ? OR (+" + column + " = ? AND +_id < ?) OR +" + column + " IS NULL)";
+  operands.insert(operands.end(), {&after.key, &after.rowId});
+  return "(" + column + ", _id) < (?, ?)";
 }
 
 }  // namespace

@@ -20,7 +20,9 @@ struct FetchPosition {
 /// Points into the request's predicate, and into the position.
 struct FetchQuery {
   /// `select` names the columns and the table. `limit` 0 is none; it may differ from the request's.
-  /// With `after`, for a request with one descending sort descriptor, only what comes after it.
+  /// With `after`, for a request with one descending sort descriptor, only what comes after it, of
+  /// the rows that have the key, or lack it, as this position does: its index is then entered
+  /// there.
   FetchQuery(std::string select, const FetchRequest& request, const EntityDescription& entity,
              std::size_t limit, const FetchPosition* after = nullptr);
 

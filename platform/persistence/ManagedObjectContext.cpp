@@ -115,7 +115,7 @@ ManagedObjectContext::PendingChanges ManagedObjectContext::pendingChanges() cons
   PendingChanges pending;
   for (const auto& [name, objects] : objects_) {
     const EntitySql& sql = coordinator_->sql(*objects.entity());
-    for (ObjectState* state : objects.pending()) {
+    for (const auto& [place, state] : objects.pending().inOrder()) {
       pending.states.push_back(state);
       pending.changes.push_back(EntityObjects::change(*state, sql));
     }

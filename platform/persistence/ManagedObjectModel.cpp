@@ -47,7 +47,7 @@ std::uint64_t hash(std::string_view text) {
 }  // namespace
 
 EntityDescription::EntityDescription(std::string name, std::vector<AttributeDescription> attributes,
-                                     std::vector<std::vector<std::string>> indexes)
+                                     std::vector<IndexDescription> indexes)
     : name_(std::move(name)), attributes_(std::move(attributes)), indexes_(std::move(indexes)) {}
 
 std::optional<std::size_t> EntityDescription::attributeIndex(std::string_view name) const {
@@ -67,8 +67,9 @@ std::size_t EntityDescription::requiredAttributeIndex(std::string_view name) con
   return *index;
 }
 
-ManagedObjectModel::ManagedObjectModel(std::vector<EntityDescription> entities)
-    : entities_(std::move(entities)) {}
+ManagedObjectModel::ManagedObjectModel(std::vector<EntityDescription> entities,
+                                       std::uint8_t version)
+    : entities_(std::move(entities)), version_(version) {}
 
 const EntityDescription* ManagedObjectModel::entity(std::string_view name) const {
   const auto found = std::find_if(entities_.begin(), entities_.end(),

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <filesystem>
 #include <set>
 #include <type_traits>
@@ -94,24 +95,34 @@ std::optional<AttributeDescription> readAttribute(const PropertyList& value) {
   return AttributeDescription{*std::move(name), type->second};
 }
 
-std::optional<std::vector<std::string>> readIndex(const PropertyList& value) {
-  if (value.array() == nullptr || value.array()->empty()) {
+std::optional<std::string> readText(const PropertyList& value) {
+  return value.string() == nullptr ? std::nullopt : std::optional(*value.string());
+}
+
+/// The text under the key, or "".
+std::string textForKey(const PropertyList::Dictionary& dictionary, std::string_view key) {
+  const std::string* text = stringForKey(dictionary, key);
+  return text == nullptr ? std::string() : *text;
+}
+
+/// A list of keys stands for the index of all records.
+std::optional<IndexDescription> readIndex(const PropertyList& value) {
+  const PropertyList::Dictionary whole{{"Keys", value}};
+  const auto& dictionary = value.dictionary() == nullptr ? whole : *value.dictionary();
+  auto keys = readArray(dictionary, "Keys", readText);
+  if (!keys || keys->empty()) {
     return std::nullopt;
   }
-  std::vector<std::string> keys;
-  for (const PropertyList& key : *value.array()) {
-    if (key.string() == nullptr) {
-      return std::nullopt;
-    }
-    keys.push_back(*key.string());
-  }
-  return keys;
+  return IndexDescription{*std::move(keys), textForKey(dictionary, "Present"),
+                          textForKey(dictionary, "Absent")};
 }
 
 bool indexesKnownAttributes(const EntityDescription& entity) {
   const auto known = [&](const std::string& key) { return entity.attributeIndex(key).has_value(); };
-  return std::all_of(entity.indexes().begin(), entity.indexes().end(), [&](const auto& keys) {
-    return std::all_of(keys.begin(), keys.end(), known);
+  const auto knownOrNone = [&](const std::string& key) { return key.empty() || known(key); };
+  return std::all_of(entity.indexes().begin(), entity.indexes().end(), [&](const auto& index) {
+    return std::all_of(index.keys.begin(), index.keys.end(), known) && knownOrNone(index.present) &&
+           knownOrNone(index.absent);
   });
 }
 
@@ -158,6 +169,20 @@ bool merge(const ManagedObjectModel& model, std::vector<EntityDescription>& merg
   return true;
 }
 
+/// 1 where nothing is said.
+std::optional<std::uint8_t> readVersion(const PropertyList::Dictionary& dictionary) {
+  const std::string* text = stringForKey(dictionary, "Version");
+  std::uint8_t version = 1;
+  if (text != nullptr) {
+    const char* const end = text->data() + text->size();
+    const auto read = std::from_chars(text->data(), end, version);
+    if (read.ec != std::errc() || read.ptr != end || version == 0) {
+      return std::nullopt;
+    }
+  }
+  return version;
+}
+
 bool entityNamesDiffer(const std::vector<EntityDescription>& entities) {
   return namesDiffer(entities, [](const auto& entity) { return entity.name(); });
 }
@@ -170,10 +195,11 @@ std::unique_ptr<const ManagedObjectModel> ManagedObjectModel::modelFromData(cons
     return nullptr;
   }
   auto entities = readArray(*root->dictionary(), "Entities", readEntity);
-  if (!entities || !entityNamesDiffer(*entities)) {
+  const auto version = readVersion(*root->dictionary());
+  if (!entities || !entityNamesDiffer(*entities) || !version) {
     return nullptr;
   }
-  return std::make_unique<const ManagedObjectModel>(*std::move(entities));
+  return std::make_unique<const ManagedObjectModel>(*std::move(entities), *version);
 }
 
 std::unique_ptr<const ManagedObjectModel> ManagedObjectModel::mergedModelFromDirectory(
@@ -183,17 +209,19 @@ std::unique_ptr<const ManagedObjectModel> ManagedObjectModel::mergedModelFromDir
     return nullptr;
   }
   std::vector<EntityDescription> merged;
+  std::uint8_t version = 1;
   for (const std::filesystem::path& file : *files) {
     const auto content = contentsOfRegularFile(file, kMaximumModelSize, nullptr);
     const auto model = content ? modelFromData(Data(*content)) : nullptr;
     if (model == nullptr || !merge(*model, merged)) {
       return nullptr;
     }
+    version = std::max(version, model->version());
   }
   if (!entityNamesDiffer(merged)) {
     return nullptr;
   }
-  return std::make_unique<const ManagedObjectModel>(std::move(merged));
+  return std::make_unique<const ManagedObjectModel>(std::move(merged), version);
 }
 
 }  // namespace velto

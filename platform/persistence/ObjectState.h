@@ -31,6 +31,8 @@ struct ObjectState {
   std::uint64_t save;
   /// In declaration order. Where no model says how many, as many as were set.
   std::vector<AttributeValue> values;
+  /// Its place among those with pending changes.
+  std::uint64_t pendingPlace = 0;
 };
 
 }  // namespace velto

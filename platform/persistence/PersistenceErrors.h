@@ -12,5 +12,6 @@ inline constexpr int kConflictErrorCode = 1001;  ///< a record was changed or de
 inline constexpr int kNoStoreErrorCode = 1002;   ///< the context has no storage behind it
 inline constexpr int kIncompatibleStoreErrorCode = 1003;  ///< a file of another model or program
 inline constexpr int kUntrustedStoreErrorCode = 1004;     ///< a sync has failed; no more is saved
+inline constexpr int kMovedStoreErrorCode = 1005;  ///< the file was renamed or deleted meanwhile
 
 }  // namespace velto

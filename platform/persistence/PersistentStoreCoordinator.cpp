@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/persistence/PersistentStoreCoordinator.h"
 
+#include <algorithm>
 #include <filesystem>
+#include <future>
 #include <system_error>
 #include <utility>
 
@@ -18,6 +20,9 @@
 namespace velto {
 
 namespace {
+
+/// So many rows of a long deletion go in one transaction, for which all others wait.
+constexpr std::size_t kDeletedAtOnce = 1000;
 
 /// The file's own path: absolute, which means a file to SQLite, whatever it looks like, and with
 /// the links that lead to it followed, since the log is kept beside the file.
@@ -59,9 +64,10 @@ PersistentStoreCoordinator::PersistentStoreCoordinator(
 
 PersistentStoreCoordinator::~PersistentStoreCoordinator() = default;
 
-bool PersistentStoreCoordinator::addPersistentStore(const std::string& path, ErrorSlot error) {
+bool PersistentStoreCoordinator::addPersistentStore(
+    const std::string& path, ErrorSlot error, const std::function<void(std::string_view)>& notice) {
   const std::string file = absolutePath(path);
-  auto writer = StoreFile(file, *model_, sql_, entries_).open(error);
+  auto writer = StoreFile(file, *model_, sql_, entries_, notice).open(error);
   if (writer == nullptr) {
     return false;
   }
@@ -146,6 +152,39 @@ void PersistentStoreCoordinator::save(std::vector<RowChange>& changes, ErrorRepl
     store_->version.noteCommit();
     completion(std::move(error));
   });
+}
+
+std::optional<std::vector<std::int64_t>> PersistentStoreCoordinator::rowIds(
+    const FetchRequest& request, ErrorSlot error) {
+  const FetchQuery query("SELECT _id FROM " + quoted(request.entityName()), request,
+                         *model_->entity(request.entityName()), request.fetchLimit());
+  std::vector<std::int64_t> found;
+  const auto take = [&](const Statement& row) {
+    found.push_back(row.integer(0));
+    return true;
+  };
+  return fetch(query, take, error) ? std::optional(std::move(found)) : std::nullopt;
+}
+
+std::uint64_t PersistentStoreCoordinator::deleteRows(const EntityDescription& entity,
+                                                     std::span<const std::int64_t> rowIds,
+                                                     ErrorSlot error) {
+  std::uint64_t deleted = 0;
+  while (!rowIds.empty()) {
+    const auto few = rowIds.first(std::min(kDeletedAtOnce, rowIds.size()));
+    rowIds = rowIds.subspan(few.size());
+    std::vector<RowChange> change{
+        {RowChange::Kind::kDeleteMany, &sql(entity), 0, 0, nullptr, few, 0}};
+    // Shared, since whoever sets the result may still be at it when this thread has it already.
+    const auto result = std::make_shared<std::promise<std::optional<Error>>>();
+    save(change, [result](auto failure) { result->set_value(std::move(failure)); });
+    if (auto failure = result->get_future().get()) {
+      replaceError(error, *std::move(failure));
+      return deleted;
+    }
+    deleted += static_cast<std::uint64_t>(change.front().deleted);
+  }
+  return deleted;
 }
 
 }  // namespace velto

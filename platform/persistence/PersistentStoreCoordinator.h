@@ -8,6 +8,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/foundation/Error.h"
@@ -17,6 +18,7 @@
 
 namespace velto {
 
+class FetchRequest;
 class Statement;
 struct EntitySql;
 struct FetchQuery;
@@ -44,7 +46,11 @@ class PersistentStoreCoordinator {
   /// in WAL mode with synchronous=FULL. False with an error that names the file when it cannot: it
   /// is then left as it was. A file of another model or another program is refused and not written
   /// to. Called once, before contexts use the coordinator.
-  bool addPersistentStore(const std::string& path, ErrorSlot error);
+  ///
+  /// Waits 30 seconds for another program's lock. `notice` is told, in a line, when that takes more
+  /// than a moment, and when a log is found beside the file that is not its own.
+  bool addPersistentStore(const std::string& path, ErrorSlot error,
+                          const std::function<void(std::string_view)>& notice = {});
 
   const ManagedObjectModel& model() const { return *model_; }
 
@@ -72,6 +78,16 @@ class PersistentStoreCoordinator {
   /// on another thread, where the completions of other saves wait for it to return: so it must not
   /// wait for anything, nor throw.
   void save(std::vector<RowChange>& changes, ErrorReply completion);
+
+  // For many records at once, past any context.
+
+  /// The row ids of what the request finds, in its order; nothing with the error.
+  std::optional<std::vector<std::int64_t>> rowIds(const FetchRequest& request, ErrorSlot error);
+  /// Deletes these rows, in their order and whatever their versions, in short transactions between
+  /// which others are saved. A failure ends it, and what was deleted stays so. Returns how many
+  /// there were to delete.
+  std::uint64_t deleteRows(const EntityDescription& entity, std::span<const std::int64_t> rowIds,
+                           ErrorSlot error);
 
  private:
   struct Store;

@@ -99,6 +99,10 @@ Predicate Predicate::isIn(std::string key, std::vector<std::string> list) {
   return Predicate(Comparison{std::move(key), Operator::kIn, std::move(list)});
 }
 
+Predicate Predicate::both(const Predicate& one, const Predicate& other) {
+  return Predicate(Compound{Connective::kAnd, {one.condition(), other.condition()}});
+}
+
 bool Predicate::matches(const EntityDescription& entity,
                         const std::vector<AttributeValue>& values) const {
   return evaluate(*condition_, entity, values);

@@ -58,6 +58,9 @@ class Predicate {
   /// `key IN` this list, which may be so long that a second one in memory is too much.
   static Predicate isIn(std::string key, std::vector<std::string> list);
 
+  /// Holds where both hold.
+  static Predicate both(const Predicate& one, const Predicate& other);
+
   const Condition& condition() const { return *condition_; }
 
   /// Whether the condition holds for an object with these values.

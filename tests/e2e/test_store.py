@@ -3,6 +3,7 @@
 
 import os
 import stat
+import threading
 
 import pytest
 from velto import store
@@ -82,3 +83,41 @@ def test_the_file_is_sound(system):
                                       "readDate", "resolvedDate")} == {
         "bundle": "b", "type": "t", "identifier": "i", "creationDate": 0.1, "sentDate": 1.5,
         "readDate": None, "resolvedDate": None}
+
+
+def test_a_copy_is_made_under_load_and_can_be_put_back(system):
+    system.start()
+    save(system, ALERT)
+    done = threading.Event()
+
+    def keep_saving():
+        while not done.is_set():
+            save(system, {**ALERT, "bundle": "other"})
+
+    busy = threading.Thread(target=keep_saving)
+    busy.start()
+    copy = system.root / "copy.db"
+    try:
+        store.copy(system.store_file, copy)
+    finally:
+        done.set()
+        busy.join()
+    save(system, {**ALERT, "sentDate": 0.0})
+    system.kill()
+    copy.rename(system.store_file)
+    system.start()
+    assert listed(system) == [ALERT]
+    assert "alertData.db-wal-aside" in system.daemon.log()
+    save(system, ALERT)
+
+
+def test_a_file_that_is_gone_is_noticed_at_the_next_save(system):
+    system.start()
+    save(system, ALERT)
+    system.store_file.rename(system.root / "elsewhere.db")
+    for _ in range(2):
+        error = system.client().call("SaveAlerts", alerts=[ALERT])["error"]
+        assert error["domain"] == "VeltoPersistence"
+    assert system.client().call("MarkAlertAsReadWithAlertId", alertId="i") == {}
+    failures = [line for line in system.daemon.log_lines() if "A save has failed" in line]
+    assert len(failures) == 1 and "renamed or deleted" in failures[0]

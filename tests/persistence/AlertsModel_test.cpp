@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include "platform/persistence/FetchCursor.h"
 #include "platform/persistence/FetchQuery.h"
 #include "platform/persistence/ManagedObjectModel.h"
 #include "tests/persistence/OpenStore.h"
@@ -57,8 +58,20 @@ class QueryPlanTest : public ::testing::Test {
  protected:
   std::vector<std::string> plan(const FetchRequest& request) {
     const EntityDescription& entity = *store_.model().entity(request.entityName());
-    const FetchQuery query(EntitySql(entity).select, request, entity, request.fetchLimit());
-    Statement statement = reader_->statement("EXPLAIN QUERY PLAN " + query.sql);
+    return planOf(FetchQuery(EntitySql(entity).select, request, entity, request.fetchLimit()).sql);
+  }
+
+  /// Of what a cursor asks for, when it goes on from such a key.
+  std::vector<std::string> placePlan(const FetchRequest& request,
+                                     const std::optional<AttributeValue>& key = std::nullopt) {
+    const FetchPosition after{key.value_or(AttributeValue()), std::int64_t{1}};
+    return planOf(FetchQuery("SELECT _id, sentDate FROM ADAlert", request,
+                             *store_.model().entity("ADAlert"), 5, key ? &after : nullptr)
+                      .sql);
+  }
+
+  std::vector<std::string> planOf(const std::string& sql) {
+    Statement statement = reader_->statement("EXPLAIN QUERY PLAN " + sql);
     std::vector<std::string> steps;
     while (statement.step() == Statement::Step::kRow) {
       steps.push_back(std::get<std::string>(statement.value(3, AttributeType::kString)));
@@ -123,7 +136,65 @@ TEST_F(QueryPlanTest, ListingsWalkAnIndexInTheirOrder) {
     EXPECT_THAT(plan(limited(newestFirst("bundle = %@", {key}))),
                 walks("ADAlert(bundle,sentDate)"));
   }
-  EXPECT_THAT(plan(newestFirst("resolvedDate = nil")), walks("ADAlert(resolvedDate,sentDate)"));
+}
+
+TEST_F(QueryPlanTest, PartsOfListsWalkAnIndexFromWhereTheyGoOn) {
+  const auto parts = [&](std::string_view format,
+                         std::initializer_list<PredicateArgument> arguments) {
+    FetchRequest request = newestFirst(format, arguments);
+    request.setOrder(FetchRequest::Order::kIndexed);
+    return datedAndUndated(request);
+  };
+  const AttributeValue key = std::string("key");
+  for (const std::string attribute : {"type", "bundle"}) {
+    const std::string index = "SEARCH ADAlert USING COVERING INDEX ADAlert(" + attribute +
+                              ",sentDate) (" + attribute + "=? AND ";
+    const auto two = parts(attribute + " = %@", {key});
+    EXPECT_THAT(placePlan(two.at(0).requests.at(0), Date(1)),
+                ElementsAre(index + "sentDate>? AND sentDate<?)"));
+    EXPECT_THAT(placePlan(two.at(1).requests.at(0), AttributeValue()),
+                ElementsAre(index + "sentDate=? AND rowid<?)"));
+  }
+  FetchRequest sent = newestFirst("sentDate > %@ AND sentDate <= %@", {Date(1), Date(2)});
+  sent.setOrder(FetchRequest::Order::kIndexed);
+  EXPECT_THAT(
+      placePlan(sent, Date(1)),
+      ElementsAre(
+          "SEARCH ADAlert USING COVERING INDEX ADAlert(sentDate) (sentDate>? AND sentDate<?)"));
+}
+
+TEST_F(QueryPlanTest, WhatWasReadOrResolvedInAPeriodIsFoundWithoutTheTable) {
+  for (const std::string date : {"readDate", "resolvedDate"}) {
+    const std::string index =
+        "SEARCH ADAlert USING COVERING INDEX ADAlert(" + date + ",sentDate)+" + date + " (" + date;
+    for (const std::string sent : {"sentDate > %@", "sentDate <= %@"}) {
+      FetchRequest bounded = newestFirst(date + " > %@ AND " + date + " <= %@ AND " + sent,
+                                         {Date(1), Date(2), Date(2)});
+      bounded.setOrder(FetchRequest::Order::kAny);
+      EXPECT_THAT(placePlan(bounded), ElementsAre(index + ">? AND " + date + "<?)"));
+    }
+    FetchRequest open = newestFirst(date + " <= %@ AND sentDate > %@", {Date(2), Date(2)});
+    open.setOrder(FetchRequest::Order::kAny);
+    EXPECT_THAT(placePlan(open), ElementsAre(index + "<?)"));
+    FetchRequest undated = newestFirst(date + " <= %@ AND sentDate = nil", {Date(2)});
+    undated.setOrder(FetchRequest::Order::kAny);
+    EXPECT_THAT(placePlan(undated), Each(StartsWith("SEARCH ADAlert USING ")));
+  }
+}
+
+TEST_F(QueryPlanTest, KindsOfTheUnresolvedAreFoundWithoutTheirAlerts) {
+  FetchRequest ofKind =
+      newestFirst("resolvedDate = nil AND bundle = %@ AND type = %@",
+                  {AttributeValue(std::string("a")), AttributeValue(std::string("b"))});
+  ofKind.setOrder(FetchRequest::Order::kIndexed);
+  EXPECT_THAT(plan(ofKind), walks("ADAlert(bundle,type,sentDate)-resolvedDate"));
+  for (const char* condition :
+       {"bundle = 'a' AND type > 'b' ORDER BY type", "bundle > 'a' ORDER BY bundle, type",
+        "bundle IS NULL AND type IS NOT NULL ORDER BY type"}) {
+    EXPECT_THAT(planOf("SELECT bundle, type FROM ADAlert WHERE resolvedDate IS NULL AND " +
+                       std::string(condition)),
+                walks("ADAlert(bundle,type,sentDate)-resolvedDate"));
+  }
 }
 
 TEST_F(QueryPlanTest, PeriodsUseAnIndexForEachDate) {
@@ -138,16 +209,23 @@ TEST_F(QueryPlanTest, PeriodsUseAnIndexForEachDate) {
     const auto steps = plan(listing);
     EXPECT_THAT(steps, Contains("MULTI-INDEX OR"));
     EXPECT_THAT(steps, Contains(HasSubstr("USING INDEX ADAlert(sentDate) ")));
-    EXPECT_THAT(steps, Contains(HasSubstr("USING INDEX ADAlert(readDate) ")));
-    EXPECT_THAT(steps, Contains(HasSubstr("USING INDEX ADAlert(resolvedDate,sentDate) ")));
+    EXPECT_THAT(steps, Contains(HasSubstr("USING INDEX ADAlert(readDate,sentDate)+readDate ")));
+    EXPECT_THAT(steps,
+                Contains(HasSubstr("USING INDEX ADAlert(resolvedDate,sentDate)+resolvedDate ")));
     EXPECT_THAT(steps, Each(Not(StartsWith("SCAN"))));
   }
 }
 
 TEST_F(QueryPlanTest, DeletionsSearchAnIndex) {
-  EXPECT_THAT(plan(request("ADAlert", "sentDate < %@", {Date(1)})),
-              ElementsAre(HasSubstr("USING INDEX ADAlert(sentDate) (sentDate<?)"),
-                          "USE TEMP B-TREE FOR ORDER BY"));
+  FetchRequest byDate = request("ADAlert", "sentDate < %@", {Date(1)});
+  byDate.setSortDescriptors({{"sentDate", true}});
+  byDate.setOrder(FetchRequest::Order::kIndexed);
+  EXPECT_THAT(plan(byDate), walks("ADAlert(sentDate)"));
+  FetchRequest ofBundle =
+      request("ADAlert", "bundle = %@ AND identifier != nil", {AttributeValue(std::string("a"))});
+  ofBundle.setSortDescriptors({{"sentDate", true}});
+  ofBundle.setOrder(FetchRequest::Order::kIndexed);
+  EXPECT_THAT(plan(ofBundle), walks("ADAlert(bundle,sentDate)"));
   const auto steps =
       plan(request("ADAlert", "identifier IN %@", {std::vector<std::string>{"a", "b"}}));
   EXPECT_THAT(steps, Contains(HasSubstr("USING INDEX ADAlert(identifier) (identifier=?)")));

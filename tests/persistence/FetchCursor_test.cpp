@@ -165,11 +165,11 @@ TEST_F(FetchCursorTest, WithoutAStoreThereIsAnError) {
 }
 
 TEST_F(FetchCursorTest, ReadsEveryPortionInTheOrderOfAnIndex) {
-  const auto plan = [&](const FetchRequest& request) {
+  const auto plan = [&](const FetchRequest& request, const AttributeValue& key) {
     const auto connection =
         SQLiteConnection::open(store_.path(), SQLiteConnection::Role::kReader, nullptr);
     const EntityDescription& entity = *store_.coordinator()->model().entity(kThing);
-    const FetchPosition after{AttributeValue(Date(1)), std::int64_t{1}};
+    const FetchPosition after{key, std::int64_t{1}};
     const FetchQuery query("SELECT _id, date FROM Thing", request, entity, 5, &after);
     const std::string sql = "EXPLAIN QUERY PLAN " + query.sql;
     sqlite3_stmt* statement = nullptr;
@@ -182,12 +182,32 @@ TEST_F(FetchCursorTest, ReadsEveryPortionInTheOrderOfAnIndex) {
     sqlite3_finalize(statement);
     return steps;
   };
-  EXPECT_EQ(plan(newestFirst(thingRequest("name = %@", {std::string("1")}))),
-            "SEARCH Thing USING COVERING INDEX Thing(name,date) (name=?);");
+  FetchRequest request = newestFirst(thingRequest("name = %@", {std::string("1")}));
+  request.setOrder(FetchRequest::Order::kIndexed);
+  const auto parts = datedAndUndated(request);
+  EXPECT_EQ(plan(parts.at(0).requests.at(0), Date(1)),
+            "SEARCH Thing USING COVERING INDEX Thing(name,date) (name=? AND date>? AND date<?);");
+  EXPECT_EQ(plan(parts.at(1).requests.at(0), AttributeValue()),
+            "SEARCH Thing USING COVERING INDEX Thing(name,date) (name=? AND date=? AND rowid<?);");
+}
+
+TEST_F(FetchCursorTest, GivesWhatSeveralRequestsFindOnceAndInOrder) {
+  fill({3, 1, std::nullopt, 2, 2, 2, std::nullopt, 5, -1, 2, std::nullopt, 0, 3});
+  const auto context = store_.context();
+  const auto expected =
+      names(*context, newestFirst(thingRequest("date > %@ OR enabled = 1", {Date(1.5)})));
+  for (std::size_t portion = 1; portion < 16; ++portion) {
+    FetchCursor both(store_.coordinator(),
+                     {{{newestFirst(thingRequest("date > %@", {Date(1.5)})),
+                        newestFirst(thingRequest("enabled = 1"))},
+                       true}},
+                     portion);
+    EXPECT_EQ(readAll(both, 3), expected);
+  }
 }
 
 TEST_F(FetchCursorTest, OtherOrdersAreAMistakeOfTheProgram) {
-  EXPECT_DEATH(cursor(thingRequest(), 5), "descending order of one key");
+  EXPECT_DEATH(cursor(thingRequest(), 5), "descending order of one date");
 }
 
 }  // namespace

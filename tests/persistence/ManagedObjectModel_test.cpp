@@ -11,7 +11,7 @@ namespace {
 constexpr std::string_view kModel = R"({ Entities = (
   { Name = A; Attributes = ( { Name = s; Type = string; }, { Name = d; Type = date; },
                              { Name = b; Type = data; }, { Name = f; Type = boolean; } );
-    Indexes = ( (s), (d, s) ); },
+    Indexes = ( (s), (d, s), { Keys = (d); Present = s; }, { Keys = (d); Absent = s; } ); },
   { Name = B; Attributes = ( { Name = x_1; Type = string; } ); Indexes = (); } ); })";
 
 std::unique_ptr<const ManagedObjectModel> parse(std::string_view text) {
@@ -38,7 +38,8 @@ TEST(ManagedObjectModel, ReadsEntitiesInDeclarationOrder) {
                                                      {"b", AttributeType::kData},
                                                      {"f", AttributeType::kBoolean}};
   EXPECT_EQ(entity->attributes(), attributes);
-  const std::vector<std::vector<std::string>> indexes{{"s"}, {"d", "s"}};
+  const std::vector<IndexDescription> indexes{
+      {{"s"}}, {{"d", "s"}}, {{"d"}, "s", ""}, {{"d"}, "", "s"}};
   EXPECT_EQ(entity->indexes(), indexes);
   EXPECT_EQ(entity->attributeIndex("b"), 2U);
   EXPECT_EQ(entity->attributeIndex("x_1"), std::nullopt);
@@ -46,15 +47,30 @@ TEST(ManagedObjectModel, ReadsEntitiesInDeclarationOrder) {
   EXPECT_EQ(model->entity("C"), nullptr);
 }
 
+TEST(ManagedObjectModel, HasAVersion) {
+  EXPECT_EQ(parse(kModel)->version(), 1U);
+  EXPECT_EQ(parse("{ Version = 255; Entities = (); }")->version(), 255U);
+  for (const char* version : {"0", "256", "\"\"", "two", "2x"}) {
+    EXPECT_EQ(parse(std::string("{ Version = ") + version + "; Entities = (); }"), nullptr);
+  }
+}
+
 TEST(ManagedObjectModel, WellFormedVariantsAreRead) {
   EXPECT_NE(parse("{ Entities = (); }"), nullptr);
   EXPECT_NE(parse(oneEntity("A", "( { Name = a; Type = string; } )")), nullptr);
   EXPECT_NE(parse(oneEntity("A", "( { Name = a; Type = string; } )", "( (a) )")), nullptr);
+  EXPECT_NE(
+      parse(oneEntity("A", "( { Name = a; Type = string; } )", "( { Keys = (a); Present = a; } )")),
+      nullptr);
 }
 
 TEST(ManagedObjectModel, MalformedModelsAreRefused) {
   const std::string one = "( { Name = a; Type = string; } )";
   const std::vector<std::string> malformed{
+      oneEntity("A", one, "( { Keys = (); } )"),
+      oneEntity("A", one, "( { Present = a; } )"),
+      oneEntity("A", one, "( { Keys = (a); Present = b; } )"),
+      oneEntity("A", one, "( { Keys = (a); Absent = b; } )"),
       "",
       "{",
       "( a )",

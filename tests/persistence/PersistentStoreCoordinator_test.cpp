@@ -28,7 +28,7 @@ std::shared_ptr<const ManagedObjectModel> otherModel() {
   std::vector<EntityDescription> entities;
   entities.emplace_back("Thing",
                         std::vector<AttributeDescription>{{"name", AttributeType::kString}},
-                        std::vector<std::vector<std::string>>{});
+                        std::vector<IndexDescription>{});
   return std::make_shared<const ManagedObjectModel>(std::move(entities));
 }
 

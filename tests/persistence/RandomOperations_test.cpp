@@ -45,13 +45,12 @@ class Record : public ManagedObject {
 
 std::shared_ptr<const ManagedObjectModel> recordModel() {
   std::vector<EntityDescription> entities;
-  entities.emplace_back(
-      std::string(kRecord),
-      std::vector<AttributeDescription>{{"tag", AttributeType::kString},
-                                        {"text", AttributeType::kString},
-                                        {"date", AttributeType::kDate},
-                                        {"flag", AttributeType::kBoolean}},
-      std::vector<std::vector<std::string>>{{"text", "date"}, {"date"}, {"flag"}});
+  entities.emplace_back(std::string(kRecord),
+                        std::vector<AttributeDescription>{{"tag", AttributeType::kString},
+                                                          {"text", AttributeType::kString},
+                                                          {"date", AttributeType::kDate},
+                                                          {"flag", AttributeType::kBoolean}},
+                        std::vector<IndexDescription>{{{"text", "date"}}, {{"date"}}, {{"flag"}}});
   return std::make_shared<const ManagedObjectModel>(std::move(entities));
 }
 

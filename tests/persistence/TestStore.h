@@ -27,10 +27,10 @@ inline std::shared_ptr<const ManagedObjectModel> thingModel() {
                                                           {"date", AttributeType::kDate},
                                                           {"data", AttributeType::kData},
                                                           {"enabled", AttributeType::kBoolean}},
-                        std::vector<std::vector<std::string>>{{"name", "date"}, {"enabled"}});
+                        std::vector<IndexDescription>{{{"name", "date"}}, {{"enabled"}}});
   entities.emplace_back("Other",
                         std::vector<AttributeDescription>{{"name", AttributeType::kString}},
-                        std::vector<std::vector<std::string>>{{"name"}});
+                        std::vector<IndexDescription>{{{"name"}}});
   return std::make_shared<const ManagedObjectModel>(std::move(entities));
 }
 

@@ -68,12 +68,21 @@ TEST_F(ADAlertAdditionsTest, AnEmptyDictionaryIsNotAnAbsentOne) {
   EXPECT_TRUE(back.attributes->empty());
 }
 
-TEST_F(ADAlertAdditionsTest, AttributesWithoutAnEncodingAreStoredAsAbsent) {
+TEST_F(ADAlertAdditionsTest, AbsentValuesAmongTheAttributesAreLeftOut) {
   auto alert = fullAlert();
-  alert.attributes = PropertyList::Dictionary{{"fine", 1}, {"absent", PropertyList()}};
-  const auto back = roundTrip(alert);
-  EXPECT_EQ(back.attributes, std::nullopt);
-  EXPECT_EQ(back.identifier, alert.identifier);
+  const PropertyList::Dictionary held{{"fine", 2}, {"absent", PropertyList()}};
+  alert.attributes = PropertyList::Dictionary{
+      {"fine", 1},
+      {"absent", PropertyList()},
+      {"list", PropertyList::Array{PropertyList(), PropertyList("kept"), PropertyList(held)}},
+      {"held", held}};
+  const PropertyList::Dictionary kept{{"fine", 2}};
+  alert = roundTrip(alert);
+  EXPECT_EQ(alert.attributes,
+            (PropertyList::Dictionary{
+                {"fine", 1},
+                {"list", PropertyList::Array{PropertyList("kept"), PropertyList(kept)}},
+                {"held", kept}}));
 }
 
 TEST_F(ADAlertAdditionsTest, BytesThatAreNoDictionaryReadAsAbsent) {

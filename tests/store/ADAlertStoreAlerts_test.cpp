@@ -66,18 +66,6 @@ TEST_F(AlertRecordsTest, LastAlertOfAnUnknownTypeIsNoError) {
   EXPECT_EQ(error, std::nullopt);
 }
 
-/// Alerts with one of the three dates each, and one with none.
-void insertDated(ADAlertStore& store) {
-  auto sent = alert("sent", 10);
-  auto read = alert("read");
-  read.readDate = Date(20);
-  auto resolved = alert("resolved");
-  resolved.resolvedDate = Date(30);
-  for (const VLAlert& each : {sent, read, resolved, alert("undated")}) {
-    store.insertAlert(each);
-  }
-}
-
 TEST_F(AlertRecordsTest, APeriodBeginsAfterItsStartAndHoldsItsEnd) {
   auto store = system_.store();
   insertDated(store);
@@ -168,14 +156,15 @@ TEST_F(AlertRecordsTest, AnUpdateOverwritesAllButIdentifierAndCreationDate) {
   EXPECT_EQ(system_.store().getAlertWithIdentifier("a", nullptr), after);
 }
 
-TEST_F(AlertRecordsTest, AttributesThatHaveNoEncodingAreUpdatedToAbsent) {
+TEST_F(AlertRecordsTest, AnAbsentAttributeIsLeftOutOfAnUpdate) {
   auto store = system_.store();
   auto made = alert("a", 1);
   made.attributes = PropertyList::Dictionary{{"volume", PropertyList("/home")}};
   store.insertAlert(made);
-  made.attributes = PropertyList::Dictionary{{"volume", PropertyList()}};
+  made.attributes = PropertyList::Dictionary{{"volume", PropertyList()}, {"percent", 1}};
   EXPECT_TRUE(store.updateAlert(made, nullptr));
-  EXPECT_EQ(store.getAlertWithIdentifier("a", nullptr)->attributes, std::nullopt);
+  EXPECT_EQ(store.getAlertWithIdentifier("a", nullptr)->attributes,
+            (PropertyList::Dictionary{{"percent", 1}}));
 }
 
 TEST_F(AlertRecordsTest, AnUpdateOfNoAlertFindsNone) {
@@ -206,103 +195,6 @@ TEST_F(AlertRecordsTest, ADeletedAlertIsGoneAfterTheSave) {
               ElementsAre("b", "a"));
   save(writer);
   EXPECT_THAT(identifiers(system_.store().getAlertsOfBundle("Disk", nullptr)), ElementsAre("b"));
-}
-
-TEST_F(AlertRecordsTest, DeletingBeforeADateLooksAtTheSentDateAlone) {
-  auto store = system_.store();
-  insertDated(store);
-  store.insertAlert(alert("exactly", 15));
-  store.insertAlert(alert("after", 16));
-  save(store);
-  auto writer = system_.store();
-  std::optional<Error> error;
-  EXPECT_EQ(writer.deleteAlertsBeforeDate(Date(15), &error), 1U);
-  EXPECT_EQ(writer.deleteAlertsBeforeDate(std::nullopt, &error), 0U);
-  EXPECT_EQ(error, std::nullopt);
-  save(writer);
-  EXPECT_THAT(identifiers(system_.store().getAlertsOfBundle("Disk", nullptr)),
-              UnorderedElementsAre("exactly", "after", "read", "resolved", "undated"));
-}
-
-TEST_F(AlertRecordsTest, DeletingByIdsTakesEveryRecordOfAnIdentifier) {
-  auto store = system_.store();
-  for (const char* identifier : {"a", "b", "a", "c"}) {
-    store.insertAlert(alert(identifier, 1));
-  }
-  store.insertAlert(alert(std::nullopt));
-  save(store);
-  auto writer = system_.store();
-  std::optional<Error> error;
-  EXPECT_EQ(writer.deleteAlertsWithIds({}, &error), 0U);
-  EXPECT_EQ(writer.deleteAlertsWithIds({"a", "nobody's", "a", "c"}, &error), 3U);
-  EXPECT_EQ(error, std::nullopt);
-  save(writer);
-  EXPECT_THAT(identifiers(system_.store().getAlertsOfBundle("Disk", nullptr)),
-              ElementsAre("b", "none"));
-}
-
-TEST_F(AlertRecordsTest, ManyIdentifiersAreOneDeletion) {
-  auto store = system_.store();
-  std::vector<std::string> all;
-  for (int number = 0; number < 100000; ++number) {
-    all.push_back("alert " + std::to_string(number));
-    if (number % 1000 == 0) {
-      store.insertAlert(alert(all.back(), number));
-    }
-  }
-  store.insertAlert(alert("kept", 0));
-  save(store);
-  auto writer = system_.store();
-  EXPECT_EQ(writer.deleteAlertsWithIds(all, nullptr), 100U);
-  save(writer);
-  EXPECT_THAT(identifiers(system_.store().getAlertsOfBundle("Disk", nullptr)), ElementsAre("kept"));
-}
-
-TEST_F(AlertRecordsTest, DeletingByBundlesTakesTheirAlerts) {
-  auto store = system_.store();
-  for (const char* bundle : {"Disk", "Tape", "Mail", "Disk"}) {
-    auto made = alert(std::string(bundle) + "'s", 1);
-    made.bundle = bundle;
-    store.insertAlert(made);
-  }
-  store.insertAlert(alert(std::nullopt));
-  save(store);
-  auto writer = system_.store();
-  std::optional<Error> error;
-  EXPECT_EQ(writer.deleteAlertsWithBundleIDs({"Empty"}, &error), 0U);
-  EXPECT_EQ(writer.deleteAlertsWithBundleIDs({}, &error), 0U);
-  EXPECT_EQ(writer.deleteAlertsWithBundleIDs({"Disk", "Mail"}, &error), 3U);
-  EXPECT_EQ(error, std::nullopt);
-  save(writer);
-  EXPECT_THAT(identifiers(system_.store().getAlertsOfBundle("Tape", nullptr)),
-              ElementsAre("Tape's"));
-  EXPECT_THAT(system_.store().getAlertsOfBundle("Mail", nullptr), IsEmpty());
-  EXPECT_THAT(identifiers(system_.store().getAlertsOfBundle("Disk", nullptr)), ElementsAre("none"))
-      << "an alert without an identifier has none to be deleted by";
-}
-
-TEST_F(AlertRecordsTest, DeletingByBundlesStopsAtAnError) {
-  auto store = system_.store();
-  store.insertAlert(alert("a", 1));
-  std::optional<Error> error = kEarlier;
-  EXPECT_EQ(store.deleteAlertsWithBundleIDs({"Disk"}, &error), 0U);
-  EXPECT_EQ(error, kEarlier);
-  EXPECT_THAT(identifiers(store.getAlertsOfBundle("Disk", nullptr)), ElementsAre("a"));
-  EXPECT_EQ(store.deleteAlertsWithBundleIDs({"Disk"}, nullptr), 1U) << "a slot is not needed";
-}
-
-TEST_F(AlertRecordsTest, FailedDeletionsDeleteNothingAndGiveTheError) {
-  auto store = brokenStore();
-  std::optional<Error> error;
-  EXPECT_EQ(store.deleteAlertsBeforeDate(Date(1), &error), 0U);
-  EXPECT_EQ(error->domain, kPersistenceErrorDomain);
-  error.reset();
-  EXPECT_EQ(store.deleteAlertsWithIds({"a"}, &error), 0U);
-  EXPECT_EQ(error->domain, kPersistenceErrorDomain);
-  error.reset();
-  EXPECT_EQ(store.deleteAlertsWithBundleIDs({"Disk"}, &error), 0U);
-  EXPECT_EQ(error->domain, kPersistenceErrorDomain);
-  EXPECT_EQ(store.deleteAlertsWithBundleIDs({"Disk"}, nullptr), 0U);
 }
 
 TEST_F(AlertRecordsTest, UnresolvedAlertsAreObjectsOfTheirBundles) {
@@ -340,28 +232,6 @@ TEST_F(AlertRecordsTest, AnUnresolvedAlertThatItsBundleDoesNotKnowIsLeftOut) {
   EXPECT_EQ(store.getUnresolvedAlertSubclasses(&error).size(), 0U) << "the slot holds an error";
 }
 
-TEST_F(AlertRecordsTest, OfTheUnresolvedAlertsThoseWithRecoveryActionsCanBeHadAlone) {
-  system_.addBundle("Disk.bundle", R"({ CFBundleGetInfoString = "Disks"; VLAlertTypes = {
-      AlmostFull = { RecoveryOptions = (FreeSpace, Ignore); }; Noted = {}; }; })");
-  auto store = system_.store();
-  store.insertAlert(alert("recoverable", 1));
-  auto noted = alert("noted", 2);
-  noted.type = "Noted";
-  store.insertAlert(noted);
-  save(store);
-  std::optional<Error> error;
-  const auto alerts = store.getRecoverableAlertSubclasses(&error);
-  ASSERT_EQ(alerts.size(), 1U);
-  EXPECT_EQ(alerts[0]->alert().identifier, "recoverable");
-  EXPECT_EQ(error, std::nullopt);
-
-  auto unknown = alert("unknown", 3);
-  unknown.type = "NoSuchType";
-  store.insertAlert(unknown);
-  EXPECT_EQ(store.getRecoverableAlertSubclasses(&error).size(), 1U);
-  EXPECT_EQ(error->domain, kBundleErrorDomain);
-}
-
 TEST_F(AlertRecordsTest, TextsOfCallersAreOnlyTexts) {
   auto store = system_.store();
   const std::string texts[] = {"'",
@@ -387,75 +257,6 @@ TEST_F(AlertRecordsTest, TextsOfCallersAreOnlyTexts) {
     EXPECT_EQ(reader.getAlertWithIdentifier(text, nullptr)->identifier, text);
     EXPECT_EQ(reader.deleteAlertsWithIds({text}, nullptr), 1U);
   }
-}
-
-// --- Lists a few alerts at a time ---
-
-class AlertSequencesTest : public AlertRecordsTest {
- protected:
-  /// As many alerts as need several reads, of one type and bundle, with dates all over the place.
-  void fill() {
-    auto store = system_.store();
-    for (int number = 0; number < 300; ++number) {
-      auto each = alert(std::to_string(number), number * 7 % 10);
-      each.attributes = PropertyList::Dictionary{
-          {"text", std::string(static_cast<std::size_t>(number) * 10, 'x')}};
-      if (number % 5 == 0) {
-        each.sentDate.reset();
-        each.readDate = Date(number % 3);
-      }
-      store.insertAlert(each);
-    }
-    save(store);
-  }
-
-  static std::vector<VLAlert> all(AlertSequence alerts) {
-    std::vector<VLAlert> found;
-    std::optional<Error> error;
-    while (const VLAlert* each = alerts.current(&error)) {
-      found.push_back(*each);
-      alerts.advance();
-    }
-    EXPECT_FALSE(error);
-    return found;
-  }
-};
-
-TEST_F(AlertSequencesTest, AreTheSameLists) {
-  fill();
-  auto store = system_.store();
-  EXPECT_EQ(store.getAlertsOfType("AlmostFull", nullptr).size(), 300U);
-  EXPECT_EQ(all(store.alertsOfType("AlmostFull", nullptr)),
-            store.getAlertsOfType("AlmostFull", nullptr));
-  EXPECT_EQ(all(store.alertsOfBundle("Disk", nullptr)), store.getAlertsOfBundle("Disk", nullptr));
-  EXPECT_EQ(all(store.alertsFromDate(Date(1), Date(4), nullptr)),
-            store.getAlertsFromDate(Date(1), Date(4), nullptr));
-  EXPECT_EQ(all(store.alertsFromDate(std::nullopt, Date(0), nullptr)),
-            store.getAlertsFromDate(std::nullopt, Date(0), nullptr));
-  EXPECT_THAT(all(store.alertsOfType("Unheard", nullptr)), IsEmpty());
-}
-
-TEST_F(AlertSequencesTest, OutliveTheirHandle) {
-  fill();
-  AlertSequence alerts = system_.store().alertsOfType("AlmostFull", nullptr);
-  EXPECT_EQ(all(std::move(alerts)).size(), 300U);
-}
-
-TEST_F(AlertSequencesTest, ShowWhatTheHandleHasNotSaved) {
-  auto store = system_.store();
-  store.insertAlert(alert("a", 1));
-  EXPECT_THAT(identifiers(all(store.alertsOfType("AlmostFull", nullptr))), ElementsAre("a"));
-}
-
-TEST_F(AlertSequencesTest, AreEmptyWithAnErrorInTheSlot) {
-  fill();
-  auto store = system_.store();
-  std::optional<Error> error = kEarlier;
-  EXPECT_THAT(all(store.alertsOfType("AlmostFull", &error)), IsEmpty());
-  EXPECT_EQ(error, kEarlier);
-  error.reset();
-  EXPECT_THAT(all(brokenStore().alertsOfType("AlmostFull", &error)), IsEmpty());
-  EXPECT_EQ(error->domain, kPersistenceErrorDomain);
 }
 
 }  // namespace

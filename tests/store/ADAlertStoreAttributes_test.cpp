@@ -26,6 +26,12 @@ TEST_F(AttributeRecordsTest, ValuesAreKeptAsTexts) {
                            {"largest", PropertyList(std::numeric_limits<std::uint64_t>::max())},
                            {"real", PropertyList(0.1)},
                            {"whole", PropertyList(3.0)},
+                           {"large", PropertyList(100000.0)},
+                           {"larger", PropertyList(1e15)},
+                           {"small", PropertyList(0.0001)},
+                           {"nothing", PropertyList(-0.0)},
+                           {"huge", PropertyList(-1e300)},
+                           {"tiny", PropertyList(2.5e-40)},
                            {"yes", PropertyList(true)},
                            {"no", PropertyList(false)}},
                           &error));
@@ -38,6 +44,12 @@ TEST_F(AttributeRecordsTest, ValuesAreKeptAsTexts) {
                                                                {"largest", "18446744073709551615"},
                                                                {"real", "0.1"},
                                                                {"whole", "3"},
+                                                               {"large", "100000"},
+                                                               {"larger", "1000000000000000"},
+                                                               {"small", "0.0001"},
+                                                               {"nothing", "0"},
+                                                               {"huge", "-1e+300"},
+                                                               {"tiny", "2.5e-40"},
                                                                {"yes", "1"},
                                                                {"no", "0"}}));
   EXPECT_EQ(error, std::nullopt);

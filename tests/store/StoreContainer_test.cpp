@@ -178,7 +178,7 @@ TEST_F(StoreContainerTest, AStoreOfAnotherModelStaysBitForBit) {
     std::vector<EntityDescription> entities;
     entities.emplace_back("ADAlert",
                           std::vector<AttributeDescription>{{"identifier", AttributeType::kString}},
-                          std::vector<std::vector<std::string>>{});
+                          std::vector<IndexDescription>{});
     PersistentStoreCoordinator earlier(
         std::make_shared<const ManagedObjectModel>(std::move(entities)));
     ASSERT_TRUE(earlier.addPersistentStore(path, nullptr));

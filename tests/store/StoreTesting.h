@@ -56,6 +56,18 @@ inline VLAlert alert(std::optional<std::string> identifier,
   return made;
 }
 
+/// Alerts with one of the three dates each, and one with none.
+inline void insertDated(ADAlertStore& store) {
+  auto sent = alert("sent", 10);
+  auto read = alert("read");
+  read.readDate = Date(20);
+  auto resolved = alert("resolved");
+  resolved.resolvedDate = Date(30);
+  for (const VLAlert& each : {sent, read, resolved, alert("undated")}) {
+    store.insertAlert(each);
+  }
+}
+
 inline std::vector<std::string> identifiers(const std::vector<VLAlert>& alerts) {
   std::vector<std::string> found;
   found.reserve(alerts.size());

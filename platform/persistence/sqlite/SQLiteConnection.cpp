@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/persistence/sqlite/SQLiteConnection.h"
 
+#include <chrono>
 #include <new>
+#include <thread>
 #include <utility>
 
 #include <sqlite3.h>
@@ -15,13 +17,18 @@ namespace {
 
 /// How long a save waits for another program's write lock.
 constexpr int kWriterBusyMilliseconds = 5000;
+/// How long a start waits, how long it says nothing of that, and how long until it looks again.
+constexpr std::chrono::milliseconds kStartBusyTime{30000};
+constexpr std::chrono::milliseconds kPatience{500};
+constexpr std::chrono::milliseconds kPause{20};
 /// Readers meet a lock only while another program recovers or closes the file.
 constexpr int kReaderBusyMilliseconds = 1000;
 
 }  // namespace
 
 std::unique_ptr<SQLiteConnection> SQLiteConnection::open(const std::string& path, Role role,
-                                                         ErrorSlot error) {
+                                                         ErrorSlot error,
+                                                         std::function<void()> waits) {
   // Nobody asks SQLite how much memory it uses, and counting takes a lock at every allocation. Only
   // the first call of a process counts.
   sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
@@ -32,6 +39,7 @@ std::unique_ptr<SQLiteConnection> SQLiteConnection::open(const std::string& path
       logWrites == nullptr ? nullptr : logWrites->name().c_str());
   std::unique_ptr<SQLiteConnection> connection(
       new SQLiteConnection(path, std::move(logWrites), database));
+  connection->waits_ = std::move(waits);
   if (checkedForMemory(result) != SQLITE_OK || !connection->configure(role)) {
     replaceError(error, connection->lastError());
     return nullptr;
@@ -65,8 +73,27 @@ bool SQLiteConnection::configure(Role role) {
     return sqlite3_busy_timeout(database_, kReaderBusyMilliseconds) == SQLITE_OK && setReadOnly() &&
            checkedForMemory(registerListTables(database_)) == SQLITE_OK;
   }
-  return sqlite3_busy_timeout(database_, kWriterBusyMilliseconds) == SQLITE_OK &&
+  return sqlite3_busy_handler(
+             database_,
+             [](void* connection, int attempt) {
+               return static_cast<SQLiteConnection*>(connection)->waitForLock(attempt) ? 1 : 0;
+             },
+             this) == SQLITE_OK &&
+         checkedForMemory(registerListTables(database_)) == SQLITE_OK &&
          execute("PRAGMA synchronous=FULL");
+}
+
+/// False when it has been waited for long enough.
+bool SQLiteConnection::waitForLock(int attempt) {
+  if (attempt == kPatience / kPause && waits_) {
+    std::exchange(waits_, nullptr)();
+  }
+  std::this_thread::sleep_for(kPause);
+  return (attempt + 1) * kPause < kStartBusyTime;
+}
+
+void SQLiteConnection::setStarted() {
+  sqlite3_busy_timeout(database_, kWriterBusyMilliseconds);
 }
 
 bool SQLiteConnection::setReadOnly() {
@@ -77,6 +104,12 @@ bool SQLiteConnection::setReadOnly() {
 bool SQLiteConnection::checkpoint() {
   return sqlite3_wal_checkpoint_v2(database_, "main", SQLITE_CHECKPOINT_PASSIVE, nullptr,
                                    nullptr) == SQLITE_OK;
+}
+
+bool SQLiteConnection::hasMoved() const {
+  int moved = 0;
+  return sqlite3_file_control(database_, "main", SQLITE_FCNTL_HAS_MOVED, &moved) == SQLITE_OK &&
+         moved != 0;
 }
 
 void SQLiteConnection::rollBack() noexcept {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -70,11 +71,14 @@ class SQLiteConnection {
     kReader,  ///< does neither
   };
 
-  /// A connection to the existing file, or null with the error. Here as in all of the persistence,
-  /// SQLite's running out of memory is std::bad_alloc, as ours is: an error would be one answer
-  /// among others to code that goes on without what it asked for.
-  static std::unique_ptr<SQLiteConnection> open(const std::string& path, Role role,
-                                                ErrorSlot error);
+  /// A connection to the existing file, or null with the error. A writer waits long for the locks
+  /// of others until it is told that it has started; `waits` is called once when it does. Here as
+  /// in all of the persistence, SQLite's running out of memory is std::bad_alloc, as ours is: an
+  /// error would be one answer among others to code that goes on without what it asked for.
+  static std::unique_ptr<SQLiteConnection> open(const std::string& path, Role role, ErrorSlot error,
+                                                std::function<void()> waits = {});
+  /// From now on, it does not wait longer than a caller can.
+  void setStarted();
   ~SQLiteConnection();
   SQLiteConnection(const SQLiteConnection&) = delete;
   SQLiteConnection& operator=(const SQLiteConnection&) = delete;
@@ -98,6 +102,9 @@ class SQLiteConnection {
   int logPages() const { return logPages_; }
   /// Copies from the log into the file what no reader holds back. A success may leave a rest.
   bool checkpoint();
+  /// Whether the file has been renamed or deleted since it was opened: what is written to it then
+  /// is in no store that anybody would find.
+  bool hasMoved() const;
   /// From now on nothing is written any more, not even on closing.
   bool setReadOnly();
 
@@ -113,6 +120,7 @@ class SQLiteConnection {
   SQLiteConnection(std::string path, std::unique_ptr<GatheredLogWrites> logWrites,
                    sqlite3* database);
   bool configure(Role role);
+  bool waitForLock(int attempt);
 
   const std::string path_;
   const std::unique_ptr<GatheredLogWrites> logWrites_;  ///< the writer's; stays until it is closed
@@ -122,6 +130,7 @@ class SQLiteConnection {
   };
   std::map<std::string, std::unique_ptr<sqlite3_stmt, Finalize>, std::less<>> statements_;
   int logPages_ = 0;
+  std::function<void()> waits_;  ///< null when it has been called
 };
 
 }  // namespace velto

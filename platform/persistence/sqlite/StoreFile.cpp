@@ -3,8 +3,8 @@
 //
 //     nothing, or 0 bytes      create(): fill() makes a whole store at `path`-new, moveIntoPlace()
 //                              renames it, and it goes on as the next row
-//     a store of the model     connect(), rewriteLog() (WriteAheadLog.cpp), createSchema()
-//     anything else            refused by its header, and left as it is
+//     a store of the model     setForeignLogAside(), connect(), rewriteLog() (WriteAheadLog.cpp),
+//     createSchema() anything else            refused by its header, and left as it is
 //
 // A file's sync is for what it holds, and not for its name: that it was made, renamed or removed is
 // on the disk when the directory has been synced after it. Until then a power failure may undo it.
@@ -24,6 +24,7 @@
 
 #include "platform/persistence/sqlite/StoreFile.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <charconv>
@@ -39,6 +40,7 @@
 
 #include "platform/foundation/FileDescriptor.h"
 #include "platform/persistence/PersistenceErrors.h"
+#include "platform/persistence/sqlite/StoreSchema.h"
 #include "platform/persistence/sqlite/WriteAheadLog.h"
 
 namespace velto {
@@ -47,9 +49,11 @@ namespace {
 
 constexpr std::uint32_t kApplicationId = 0x564c4144;  // "VLAD"
 
-// The header of an SQLite file: its length, its first bytes (a NUL ends them), and two fields.
+// The header of an SQLite file: its length, its first bytes (a NUL ends them), and three fields.
 constexpr std::size_t kHeaderSize = 100;
 constexpr std::string_view kHeaderStart{"SQLite format 3\0", 16};
+constexpr std::size_t kReadVersionOffset = 19;
+constexpr unsigned char kWALVersion = 2;
 constexpr std::size_t kUserVersionOffset = 60;
 constexpr std::size_t kApplicationIdOffset = 68;
 using Header = std::array<unsigned char, kHeaderSize>;
@@ -62,11 +66,17 @@ std::uint32_t bigEndian(const Header& header, std::size_t offset) {
   return value;
 }
 
-std::uint32_t tagOf(const ManagedObjectModel& model) {
+/// The beginning of the model's hash.
+std::uint32_t hashOf(const ManagedObjectModel& model) {
   const std::string hash = model.versionHash();
   std::uint32_t tag = 0;
   std::from_chars(hash.data(), hash.data() + 8, tag, 16);
   return tag;
+}
+
+/// The model's version, and as much of its hash as the header has room for.
+std::uint32_t tagOf(const ManagedObjectModel& model) {
+  return static_cast<std::uint32_t>(model.version()) << 24 | hashOf(model) >> 8;
 }
 
 bool setHeaderField(SQLiteConnection& connection, std::string_view field, std::uint32_t value) {
@@ -88,24 +98,36 @@ bool exists(const std::string& path) {
 }  // namespace
 
 StoreFile::StoreFile(std::string path, const ManagedObjectModel& model,
-                     const std::vector<EntitySql>& entities, const DirectoryEntries& entries)
-    : path_(std::move(path)), modelTag_(tagOf(model)), entities_(entities), entries_(entries) {}
+                     const std::vector<EntitySql>& entities, const DirectoryEntries& entries,
+                     std::function<void(std::string_view)> notice)
+    : path_(std::move(path)),
+      modelTag_(tagOf(model)),
+      unversionedTag_(model.version() == 1 ? hashOf(model) : modelTag_),
+      entities_(entities),
+      entries_(entries),
+      notice_(std::move(notice)) {}
 
 std::unique_ptr<SQLiteConnection> StoreFile::open(ErrorSlot error) const {
   const Content found = content(error);
   if (found == Content::kUnusable || (found == Content::kNothing && !create(error))) {
     return nullptr;
   }
+  if (found == Content::kStore && !setForeignLogAside(error)) {
+    return nullptr;
+  }
   auto writer = connect(found, error);
   if (writer == nullptr || !rewriteLog(*writer, error) || !createSchema(*writer, error)) {
     return nullptr;
   }
+  writer->setStarted();
   return writer;
 }
 
 /// When it succeeds, the names of the file and of its log are on disk.
 std::unique_ptr<SQLiteConnection> StoreFile::connect(Content found, ErrorSlot error) const {
-  auto writer = SQLiteConnection::open(path_, SQLiteConnection::Role::kWriter, error);
+  auto writer = SQLiteConnection::open(path_, SQLiteConnection::Role::kWriter, error, [this] {
+    tell(path_ + " is locked by another program, which is waited for");
+  });
   if (writer == nullptr || !useWriteAheadLog(*writer, error)) {
     return nullptr;
   }
@@ -120,6 +142,36 @@ std::unique_ptr<SQLiteConnection> StoreFile::connect(Content found, ErrorSlot er
     removeDatabase(path_);
   }
   return nullptr;
+}
+
+/// A file that is not in WAL mode, as a copy made by VACUUM INTO is not, has no log: one that lies
+/// beside it is that of the file that was there before, and would be applied to this one.
+bool StoreFile::setForeignLogAside(ErrorSlot error) const {
+  Header header{};
+  const FileDescriptor file(::open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
+  struct stat log {};
+  const std::string name = path_ + "-wal";
+  if (!file.isOpen() || ::pread(file.get(), header.data(), header.size(), 0) < 0 ||
+      header[kReadVersionOffset] == kWALVersion || ::stat(name.c_str(), &log) != 0 ||
+      log.st_size == 0) {
+    return true;
+  }
+  std::string aside = name + "-aside";
+  for (int number = 1; exists(aside); ++number) {
+    aside = name + "-aside." + std::to_string(number);
+  }
+  if (const auto failure = entries_.rename(name, aside)) {
+    replaceError(error, unusable(name, static_cast<int>(failure->code)));
+    return false;
+  }
+  tell(name + " is not the log of " + path_ + ": it is now " + aside);
+  return true;
+}
+
+void StoreFile::tell(std::string_view line) const {
+  if (notice_) {
+    notice_(line);
+  }
 }
 
 /// Does not wait for the other end of what may be a pipe.
@@ -155,7 +207,8 @@ std::optional<Error> StoreFile::check(int descriptor, std::size_t size) const {
       bigEndian(header, kApplicationIdOffset) != kApplicationId) {
     return incompatible("not a store of this program");
   }
-  if (bigEndian(header, kUserVersionOffset) != modelTag_) {
+  const std::uint32_t tag = bigEndian(header, kUserVersionOffset);
+  if (tag != modelTag_ && tag != unversionedTag_) {
     return incompatible("a store of another model");
   }
   return std::nullopt;
@@ -214,10 +267,12 @@ void StoreFile::removeDatabase(const std::string& path) const {
   }
 }
 
-/// Creates what the file lacks of tables and indexes, in one transaction.
+/// Creates what the file lacks of tables and indexes, and drops the indexes that another version of
+/// the model had, in one transaction. A file that has what it needs is not locked.
 bool StoreFile::createSchema(SQLiteConnection& connection, ErrorSlot error) const {
-  if (connection.execute("BEGIN IMMEDIATE") && writeSchema(connection) &&
-      connection.execute("COMMIT")) {
+  if (missingSchema(connection, entities_).empty() ||
+      (connection.execute("BEGIN IMMEDIATE") && writeSchema(connection) &&
+       connection.execute("COMMIT"))) {
     return true;
   }
   replaceError(error, connection.lastError());
@@ -231,14 +286,10 @@ bool StoreFile::writeSchema(SQLiteConnection& connection) const {
                               setHeaderField(connection, "user_version", modelTag_))) {
     return false;
   }
-  for (const EntitySql& entity : entities_) {
-    for (const std::string& statement : entity.create) {
-      if (!connection.execute(statement)) {
-        return false;
-      }
-    }
-  }
-  return applicationId.has_value();
+  const auto statements = missingSchema(connection, entities_);
+  return applicationId.has_value() &&
+         std::all_of(statements.begin(), statements.end(),
+                     [&](const std::string& statement) { return connection.execute(statement); });
 }
 
 Error StoreFile::incompatible(std::string_view why) const {

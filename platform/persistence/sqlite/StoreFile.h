@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -22,10 +23,12 @@ namespace velto {
 /// while a connection of this process has it open.
 class StoreFile {
  public:
-  /// `entities` are those of the model. What is referred to outlives the object.
+  /// `entities` are those of the model. What is referred to outlives the object. `notice` is told
+  /// what whoever started the program should know.
   StoreFile(std::string path, const ManagedObjectModel& model,
             const std::vector<EntitySql>& entities,
-            const DirectoryEntries& entries = DirectoryEntries::system());
+            const DirectoryEntries& entries = DirectoryEntries::system(),
+            std::function<void(std::string_view)> notice = {});
 
   /// The writing connection to the file, which is in WAL mode and has all tables and indexes; null
   /// with the error otherwise. A missing or empty file is made, for the owner alone: whole, under
@@ -39,20 +42,25 @@ class StoreFile {
 
   Content content(ErrorSlot error) const;
   std::optional<Error> check(int descriptor, std::size_t size) const;
+
   bool create(ErrorSlot error) const;
   bool fill(const std::string& newFile, ErrorSlot error) const;
   bool moveIntoPlace(const std::string& newFile, ErrorSlot error) const;
   std::unique_ptr<SQLiteConnection> connect(Content found, ErrorSlot error) const;
   bool syncNames(ErrorSlot error) const;
+  bool setForeignLogAside(ErrorSlot error) const;
+  void tell(std::string_view line) const;
   void removeDatabase(const std::string& path) const;
   bool createSchema(SQLiteConnection& connection, ErrorSlot error) const;
   bool writeSchema(SQLiteConnection& connection) const;
   Error incompatible(std::string_view why) const;
 
   const std::string path_;
-  const std::uint32_t modelTag_;  ///< as much of the model's hash as the header has room for
+  const std::uint32_t modelTag_;        ///< the model's version, and the beginning of its hash
+  const std::uint32_t unversionedTag_;  ///< what the first files of version 1 carry instead
   const std::vector<EntitySql>& entities_;
   const DirectoryEntries& entries_;
+  const std::function<void(std::string_view)> notice_;
 };
 
 }  // namespace velto

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <string>
+#include <sys/stat.h>
 #include <vector>
 
 #include <sqlite3.h>
@@ -39,6 +40,12 @@ sqlite3_file* logOf(SQLiteConnection& writer) {
   return result == SQLITE_OK && file != nullptr && file->pMethods != nullptr ? file : nullptr;
 }
 
+/// Looks at the file, which is enough before this process has written anything.
+bool isLogEmpty(const SQLiteConnection& writer) {
+  struct stat status {};
+  return ::stat((writer.path() + "-wal").c_str(), &status) == 0 && status.st_size == 0;
+}
+
 }  // namespace
 
 bool useWriteAheadLog(SQLiteConnection& writer, ErrorSlot error) {
@@ -56,6 +63,9 @@ bool useWriteAheadLog(SQLiteConnection& writer, ErrorSlot error) {
 }
 
 bool rewriteLog(SQLiteConnection& writer, ErrorSlot error) {
+  if (isLogEmpty(writer)) {
+    return true;
+  }
   // The write lock keeps other programs from the log.
   if (!writer.execute("BEGIN IMMEDIATE")) {
     replaceError(error, writer.lastError());

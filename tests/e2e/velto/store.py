@@ -26,3 +26,9 @@ def execute(path, statement, *arguments):
 def execute_many(path, statement, arguments):
     with contextlib.closing(sqlite3.connect(path)) as database, database:
         database.executemany(statement, arguments)
+
+
+def copy(path, to):
+    """Copies the store of a running daemon, as an administrator would."""
+    with contextlib.closing(sqlite3.connect(f"file:{path}?mode=ro", uri=True)) as database:
+        database.execute("VACUUM INTO ?", (str(to),))
