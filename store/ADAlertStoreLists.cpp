@@ -51,16 +51,29 @@ FetchPart readOrResolved(const Period& period, const std::vector<Predicate>& sen
   return part;
 }
 
+/// Whether anything was sent after this time. When that cannot be found out, there may be.
+bool isSentAfter(Date time, PersistentStoreCoordinator& coordinator) {
+  FetchRequest request =
+      newestFirst(Predicate::withFormat("sentDate > %@", {time}), Order::kIndexed);
+  request.setFetchLimit(1);
+  const auto found = coordinator.rowIds(request, nullptr);
+  return !found || !found->empty();
+}
+
 /// In the order of the sent dates: what was sent after the period but, strangely enough, read or
-/// resolved in it; what was sent in it; and what was sent before it.
-std::vector<FetchPart> partsWithin(const Period& period) {
+/// resolved in it, if it is worth looking for; what was sent in it; and what was sent before it.
+std::vector<FetchPart> partsWithin(const Period& period, bool isAnySentAfter) {
   std::vector<Predicate> before{Predicate::withFormat("sentDate = nil")};
   if (period.from) {
     before.push_back(Predicate::withFormat("sentDate <= %@", {*period.from}));
   }
-  return {readOrResolved(period, {Predicate::withFormat("sentDate > %@", {period.to})}),
-          {{newestFirst(isWithin(period, "sentDate"), Order::kIndexed)}},
-          readOrResolved(period, before)};
+  std::vector<FetchPart> parts;
+  if (isAnySentAfter) {
+    parts.push_back(readOrResolved(period, {Predicate::withFormat("sentDate > %@", {period.to})}));
+  }
+  parts.push_back({{newestFirst(isWithin(period, "sentDate"), Order::kIndexed)}});
+  parts.push_back(readOrResolved(period, before));
+  return parts;
 }
 
 FetchRequest isOfType(const std::optional<std::string>& type) {
@@ -142,7 +155,9 @@ std::vector<VLAlert> ADAlertStore::getAlertsOfBundle(const std::optional<std::st
 AlertSequence ADAlertStore::alertsFromDate(const std::optional<Date>& from,
                                            const std::optional<Date>& to, ErrorSlot error) {
   const Period period{from, to.value_or(container_.clock().now())};
-  return sequence(partsWithin(period), isWithin(period), error);
+  const auto coordinator = container_.persistentStoreCoordinator();
+  const bool isAnySentAfter = coordinator != nullptr && isSentAfter(period.to, *coordinator);
+  return sequence(partsWithin(period, isAnySentAfter), isWithin(period), error);
 }
 
 AlertSequence ADAlertStore::alertsOfType(const std::optional<std::string>& type, ErrorSlot error) {
