@@ -38,8 +38,8 @@ const VIEWS = [
   ["nothing", "#/alerts?text=nothing", ".pf-v6-c-empty-state"],
   ["detail", "#/alerts/Sample%3A0", ".va-message"],
   ["history", "#/history", ".va-lane"],
-  ["telling", "#/telling", "#push-enabled-0"],
-  ["health", "#/health", ".va-path"],
+  ["telling", "#/telling", "td .pf-v6-c-label"],
+  ["health", "#/health", ".va-control"],
 ];
 const LOOKS = [
   ["light", { theme: "light", width: 1280, height: 800 }],
@@ -53,7 +53,7 @@ async function take(page, name) {
   // What is beneath the mouse, or has the focus, would be marked.
   await page.mouse.move(0, 0);
   await page.evaluate(() => document.activeElement?.blur());
-  await page.screenshot({ path: join(folder, `${name}.png`), fullPage: !name.startsWith("alerts"), animations: "disabled" });
+  await page.screenshot({ path: join(folder, `${name}.png`), fullPage: !/^(alerts|question)/.test(name), animations: "disabled" });
 }
 
 async function open(system, place, look) {
@@ -66,7 +66,7 @@ async function open(system, place, look) {
 async function takeStates(system) {
   system.service.isDenying = true;
   const denied = await open(system, "#/alerts", LOOKS[0][1]);
-  await denied.locator(".pf-v6-c-empty-state__actions > *").first().waitFor();
+  await denied.locator(".va-way-out > *").first().waitFor();
   await take(denied, "denied");
   await system.service.stop();
   Object.assign(system.unit, { ActiveState: "failed", SubState: "failed", Result: "exit-code" });

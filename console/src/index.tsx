@@ -2,7 +2,7 @@
 
 import "@patternfly/react-core/dist/styles/base.css";
 import "@patternfly/react-styles/css/components/Table/table.css";
-import "./page.css";
+import "@patternfly/react-styles/css/components/Table/table-grid.css";
 
 import { createRoot } from "react-dom/client";
 
@@ -14,6 +14,9 @@ import { ServiceContext } from "./ui/service.ts";
 import { _ } from "./ui/text.ts";
 import { followTheme } from "./ui/theme.ts";
 import { Client } from "./varlink/client.ts";
+
+// After the styles of PatternFly's components, which come with the views, since it says otherwise in places.
+import "./page.css";
 
 function start(): void {
   const client = new Client(openChannel);

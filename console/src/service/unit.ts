@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The service as systemd sees it.
 
-export const UNIT = "alertsd.service";
+export const UNIT = "velto-alerts.service";
 
 export interface Unit {
   /** `not-found` where the unit is not installed. */

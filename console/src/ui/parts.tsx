@@ -43,7 +43,7 @@ export function Loading({ label = _("Loading…") }: { label?: string }) {
 export function Moment({ date, isShort = false }: { date: number | undefined; isShort?: boolean }) {
   if (date === undefined) return <>{"–"}</>;
   return (
-    <time title={formatAge(date)} className="va-nowrap">
+    <time title={formatAge(date)}>
       {formatDate(date, isShort)}
     </time>
   );

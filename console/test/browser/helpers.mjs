@@ -65,8 +65,12 @@ export async function checkAccessibility(page, where) {
 }
 
 export async function checkNoOverflow(page, where) {
-  const [inner, width] = await page.evaluate(() => [document.documentElement.clientWidth, document.documentElement.scrollWidth]);
-  assert.ok(width <= inner, `${where}: ${width} pixels in a window of ${inner}`);
+  const outside = await page.evaluate(() => {
+    const edge = document.documentElement.clientWidth;
+    const isOut = (element) => element.getBoundingClientRect().right > edge + 1 && element.checkVisibility() && !element.closest(".va-hidden, .va-row__subject");
+    return [...document.querySelectorAll("#page *")].filter(isOut).map((element) => `${element.tagName} ${element.className}`).slice(0, 5);
+  });
+  assert.deepEqual(outside, [], `${where}: what goes beyond the window's edge`);
 }
 
 /** Nothing was refused by the content security policy, and no script has failed. */

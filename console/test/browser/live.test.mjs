@@ -115,11 +115,11 @@ test("a service that is not running is said, and can be started in place", async
 test("a service that cannot be started says why", async () => {
   await system.service.stop();
   Object.assign(system.unit, { ActiveState: "inactive", SubState: "dead", Result: "success" });
-  system.unitError = "Job for alertsd.service failed";
+  system.unitError = "Job for velto-alerts.service failed";
   const page = await system.open("#/alerts");
   await page.getByRole("button", { name: "Start the service" }).click();
   await see(page, "systemd refused");
-  await see(page, "Job for alertsd.service failed");
+  await see(page, "Job for velto-alerts.service failed");
   // It comes by another hand, and the page with it.
   await system.service.start();
   await see(page, "it appears here by itself");

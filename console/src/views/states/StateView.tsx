@@ -2,13 +2,14 @@
 // What the page shows where there is no service to show, and the way out.
 
 import { Button } from "@patternfly/react-core/dist/esm/components/Button/Button.js";
-import { EmptyState, EmptyStateActions, EmptyStateBody, EmptyStateFooter } from "@patternfly/react-core/dist/esm/components/EmptyState/index.js";
+import { EmptyState, EmptyStateBody, EmptyStateFooter } from "@patternfly/react-core/dist/esm/components/EmptyState/index.js";
 import { Spinner } from "@patternfly/react-core/dist/esm/components/Spinner/Spinner.js";
 import ExclamationCircleIcon from "@patternfly/react-icons/dist/esm/icons/exclamation-circle-icon.js";
 import LockIcon from "@patternfly/react-icons/dist/esm/icons/lock-icon.js";
 import PluggedIcon from "@patternfly/react-icons/dist/esm/icons/plugged-icon.js";
 import type { ReactNode } from "react";
 
+import { UNIT } from "../../service/unit.ts";
 import type { State } from "../../service/watcher.ts";
 import { useService, useSituation } from "../../ui/service.ts";
 import { _, clip } from "../../ui/text.ts";
@@ -27,7 +28,7 @@ function Shown({ title, icon, children, actions }: StateProps) {
     <EmptyState titleText={title} headingLevel="h2" icon={icon}>
       <EmptyStateBody>{children}</EmptyStateBody>
       <EmptyStateFooter>
-        <EmptyStateActions>{actions}</EmptyStateActions>
+        <div className="va-way-out">{actions}</div>
       </EmptyStateFooter>
     </EmptyState>
   );
@@ -38,7 +39,7 @@ function TryAgain() {
   return <Button variant="link" onClick={() => watcher.start()}>{_("Try again")}</Button>;
 }
 
-const LOGS = "/system/logs/#/?prio=info&_SYSTEMD_UNIT=alertsd.service";
+const LOGS = `/system/logs/#/?prio=info&_SYSTEMD_UNIT=${UNIT}`;
 
 function Logs() {
   return <Button variant="link" onClick={() => cockpit.jump(LOGS)}>{_("See the log")}</Button>;
