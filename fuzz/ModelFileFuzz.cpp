@@ -39,9 +39,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::set<std::string> attributes;
     for (const auto& attribute : entity.attributes())
       requireName(attribute.name, attributes);
-    for (const auto& index : entity.indexes()) {
-      for (const std::string& name : index)
-        require(entity.attributeIndex(name).has_value());
+    const auto isAttribute = [&entity](const std::string& name) {
+      return entity.attributeIndex(name).has_value();
+    };
+    for (const velto::IndexDescription& index : entity.indexes()) {
+      for (const std::string& key : index.keys)
+        require(isAttribute(key));
+      require(index.present.empty() || isAttribute(index.present));
+      require(index.absent.empty() || isAttribute(index.absent));
     }
   }
   require(!model->versionHash().empty());
