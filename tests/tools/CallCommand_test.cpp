@@ -5,8 +5,6 @@
 #include <sstream>
 #include <string>
 
-#include <boost/json/serialize.hpp>
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "platform/foundation/Paths.h"
@@ -32,8 +30,7 @@ class Parameters : public ReplyBody {
 };
 
 void answerWithParameters(const Invocation& call, ReplyPromise promise) {
-  promise.keep(
-      CallReply::parameters(std::make_unique<Parameters>(boost::json::serialize(call.parameters))));
+  promise.keep(CallReply::parameters(std::make_unique<Parameters>(std::string(call.parameters))));
 }
 
 /// A protocol under the daemon's name, whose method Answer replies with what it is sent.
