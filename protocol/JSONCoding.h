@@ -39,8 +39,8 @@ WrongPath decode(JSONSource& source, const ArgumentClasses* classes, std::string
 WrongPath decode(JSONSource& source, const ArgumentClasses* classes, Date& value);
 WrongPath decode(JSONSource& source, const ArgumentClasses* classes, Data& value);
 WrongPath decode(JSONSource& source, const ArgumentClasses* classes, VLAlert& value);
-/// Checks all alerts, and keeps none: the sequence reads them from the call's text once more, which
-/// has to stay as long as the sequence is used.
+/// Checks all alerts, and keeps few: the sequence reads the others from the call's text once more,
+/// which has to stay as long as the sequence is used.
 WrongPath decode(JSONSource& source, const ArgumentClasses* classes, AlertSequence& value);
 WrongPath decode(JSONSource& source, const ArgumentClasses* classes, AlertBundleSettings& value);
 WrongPath decode(JSONSource& source, const ArgumentClasses* classes, MailRecipient& value);

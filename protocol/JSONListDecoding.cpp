@@ -101,51 +101,69 @@ WrongPath decodeList(JSONSource& source, const ArgumentClasses* classes, std::ve
   });
 }
 
-/// An alert that is not kept itself, but as a record, whose texts and encoded attributes are about
-/// as long as the alert's text.
-WrongPath checkAlert(JSONSource& source, const ArgumentClasses* classes) {
-  const std::size_t start = source.cursor.position();
-  WrongPath wrong = checkElement<VLAlert>(source, classes);
-  const bool isTooMuch = !source.budget.take(kRecord + source.cursor.position() - start);
-  return isTooMuch && !wrong ? WrongPath("") : wrong;
-}
-
-/// Reads the alerts of an array that has been checked, a few at a time.
+/// The alerts of an array: those at its beginning as they were decoded when it was checked, and
+/// then the others, read from the text once more, a few at a time.
 class AlertReader {
  public:
-  AlertReader(const JSONCursor& array, const ArgumentClasses* classes)
-      : source_{JSONCursor(array.text(), array.position()),
-                MemoryBudget(std::numeric_limits<std::size_t>::max())},
-        classes_(classes) {
-    source_.cursor.enter();
+  /// Of so much text the alerts are kept, which are all of them in most calls.
+  static constexpr std::size_t kKeptText = std::size_t{64} * 1024;
+
+  AlertReader(const JSONSource& array, const ArgumentClasses* classes)
+      : text_(array.cursor.text()),
+        start_(array.cursor.position()),
+        rest_(start_ + 1),
+        classes_(classes) {}
+
+  /// Checks the next alert.
+  WrongPath check(JSONSource& source) {
+    const std::size_t start = source.cursor.position();
+    const std::size_t left = source.budget.left();
+    VLAlert alert;
+    WrongPath wrong = decode(source, classes_, alert);
+    source.budget.giveBackTo(left);
+    const std::size_t end = source.cursor.position();
+    // What becomes of it is a record, with texts and encoded attributes about as long as its text.
+    if (!source.budget.take(kRecord + end - start) && !wrong) return std::string();
+    if (end - start_ <= kKeptText) {
+      first_.push_back(std::move(alert));
+      rest_ = end;
+    }
+    return wrong;
   }
 
+  /// The alerts of the array, which has been checked.
   std::vector<VLAlert> nextFew() {
+    if (!first_.empty()) return std::exchange(first_, {});
     constexpr std::size_t kFew = 16;
     std::vector<VLAlert> alerts;
-    while (!isAtEnd_ && alerts.size() < kFew) {
-      isAtEnd_ = !source_.cursor.nextElement();
-      if (isAtEnd_) break;
-      if (isPassedOver(source_.cursor.kind(), classes_)) {
-        source_.cursor.skip();
+    JSONSource source{JSONCursor(text_, rest_),
+                      MemoryBudget(std::numeric_limits<std::size_t>::max())};
+    while (alerts.size() < kFew && source.cursor.nextElement()) {
+      if (isPassedOver(source.cursor.kind(), classes_)) {
+        source.cursor.skip();
       } else {
-        decode(source_, classes_, alerts.emplace_back());
+        decode(source, classes_, alerts.emplace_back());
       }
+      rest_ = source.cursor.position();
     }
     return alerts;
   }
 
  private:
-  JSONSource source_;
-  const ArgumentClasses* classes_;
-  bool isAtEnd_ = false;
+  const std::string_view text_;
+  const std::size_t start_;
+  std::size_t rest_;  ///< behind the last one that was kept or read
+  const ArgumentClasses* const classes_;
+  std::vector<VLAlert> first_;
 };
 
 }  // namespace
 
 WrongPath decode(JSONSource& source, const ArgumentClasses* classes, AlertSequence& value) {
-  const auto reader = std::make_shared<AlertReader>(source.cursor, classes);
-  WrongPath wrong = decodeElements<VLAlert>(source, classes, checkAlert);
+  const auto reader = std::make_shared<AlertReader>(source, classes);
+  WrongPath wrong = decodeElements<VLAlert>(
+      source, classes,
+      [&](JSONSource& from, const ArgumentClasses*) { return reader->check(from); });
   if (!wrong) value = AlertSequence([reader](ErrorSlot) { return reader->nextFew(); });
   return wrong;
 }

@@ -26,6 +26,11 @@ void unescape(std::string_view text, std::string& unescaped) {
   }
 }
 
+/// Of a number, or of true, false or null. Words end with white space, a comma or a bracket.
+bool isOfWord(char character) {
+  return character > ' ' && character != ',' && character != ']' && character != '}';
+}
+
 }  // namespace
 
 JSONCursor::Kind JSONCursor::kind() const {
@@ -59,7 +64,8 @@ void JSONCursor::skip() {
     case Kind::kNull:
     case Kind::kBool:
     case Kind::kNumber:
-      at_ = std::min(text_.find_first_of(",]} \n\t\r", at_), text_.size());
+      while (at_ < text_.size() && isOfWord(text_[at_]))
+        ++at_;
       break;
   }
 }

@@ -45,7 +45,7 @@ bool isTiny(std::string_view text, std::int64_t exponent) {
 std::optional<JSONNumber> real(std::string_view text) {
   const std::optional<std::int64_t> exponent = writtenExponent(text);
   if (!exponent) return std::nullopt;
-  if (const auto exact = readAs<double>(text)) return exact;
+  if (auto exact = readAs<double>(text)) return exact;
   if (!isTiny(text, *exponent)) return std::nullopt;
   return text.starts_with('-') ? -0.0 : 0.0;
 }
@@ -53,8 +53,9 @@ std::optional<JSONNumber> real(std::string_view text) {
 }  // namespace
 
 std::optional<JSONNumber> jsonNumber(std::string_view text) {
-  if (const auto number = readAs<std::int64_t>(text)) return number;
-  if (const auto number = readAs<std::uint64_t>(text)) return number;
+  const bool isWhole = text.find_first_of(".eE") == std::string_view::npos;
+  if (auto number = isWhole ? readAs<std::int64_t>(text) : std::nullopt) return number;
+  if (auto number = isWhole ? readAs<std::uint64_t>(text) : std::nullopt) return number;
   return real(text);
 }
 

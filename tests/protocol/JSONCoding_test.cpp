@@ -193,13 +193,15 @@ VLAlert numbered(int number) {
 
 TEST(JSONDecoding, ASequenceOfAlertsHasThemAllInOrder) {
   std::string text("[");
-  for (int number = 0; number < 100; ++number) {
+  for (int number = 0; number < 10000; ++number) {
+    if (number % 1000 == 7) text += ",[{}]";
     text += (number == 0 ? "" : " , ") + asText(numbered(number));
   }
-  const auto sequence = decoded<AlertSequence>(text += "]");
+  const ArgumentClasses classes{kVLAlertClass, kArrayClass};
+  const auto sequence = decoded<AlertSequence>(text += "]", &classes);
   ASSERT_TRUE(sequence);
   const std::vector<VLAlert> alerts = all(*sequence);
-  ASSERT_EQ(alerts.size(), 100u);
+  ASSERT_EQ(alerts.size(), 10000u);
   for (std::size_t number = 0; number < alerts.size(); ++number) {
     EXPECT_EQ(alerts[number].identifier, std::to_string(number));
   }
