@@ -36,11 +36,13 @@ target_include_directories(
                   $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 target_compile_features(vlalerts PUBLIC cxx_std_20)
 
-# One object of all that the library is made of, whose inner symbols are local then.
+# One object of all that the library is made of, whose inner symbols are local then. Other linkers do not put groups
+# of sections together in an object that is not yet linked.
+find_program(VLALERTS_LINKER ld.bfd REQUIRED)
 set(VLALERTS_STATIC ${CMAKE_CURRENT_BINARY_DIR}/libvlalerts.a)
 add_custom_command(
   OUTPUT ${VLALERTS_STATIC}
-  COMMAND ${CMAKE_LINKER} -r --force-group-allocation -o vlalerts.o
+  COMMAND ${VLALERTS_LINKER} -r --force-group-allocation -o vlalerts.o
           $<TARGET_OBJECTS:vlalerts_boost_json> --whole-archive $<TARGET_FILE:velto_client>
           --no-whole-archive --start-group $<TARGET_FILE:velto_connection>
           $<TARGET_FILE:velto_json> $<TARGET_FILE:velto_foundation> --end-group

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <new>
 #include <optional>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -98,8 +99,12 @@ void StoreContainer::setEnabledBundles(std::int64_t dataVersion, BundleKeys keys
   enabledBundles_ = std::move(keys);
 }
 
-void StoreContainer::noteFailedSave(const Error& error) {
-  repeatedLines_.warning("A save has failed: " + error.localizedDescription());
+void StoreContainer::noteFailedSave(const Error& error) noexcept {
+  try {
+    repeatedLines_.warning("A save has failed: " + error.localizedDescription());
+  } catch (const std::bad_alloc&) {
+    // The caller's thread may be that of other saves; their replies count for more than the line.
+  }
 }
 
 void StoreContainer::openStore() {

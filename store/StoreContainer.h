@@ -57,7 +57,7 @@ class StoreContainer {
   void setEnabledBundles(std::int64_t dataVersion, BundleKeys keys);
 
   /// A save has failed; its caller may be told nothing. In the log once a minute, with a count.
-  void noteFailedSave(const Error& error);
+  void noteFailedSave(const Error& error) noexcept;
 
   /// Whoever saves again after a conflict holds this one: see saveSettled.
   Mutex& secondAttempts() { return secondAttempts_; }

@@ -63,9 +63,9 @@ std::optional<VarlinkCall> VarlinkCall::parse(std::string_view message) {
     hasMethod = true;
     call.method_ = cursor.takeString();
   };
-  const auto takeParameters = [&](JSONCursor& cursor) {
+  const auto takeParameters = [&, start = parameters](JSONCursor& cursor) {
     cursor.skip();
-    call.parameters_ = message.substr(*parameters, cursor.position() - *parameters);
+    call.parameters_ = message.substr(*start, cursor.position() - *start);
   };
   const auto takeFlag = [](bool& flag) {
     return [&flag](JSONCursor& cursor) { flag = cursor.readBool(); };
