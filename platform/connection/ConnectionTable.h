@@ -54,6 +54,8 @@ class ConnectionTable {
     /// The connection has moved on, and holds so many bytes now. Takes a lock only where there is
     /// something to charge or to wait for, or has been. One thread at a time.
     void charge(std::size_t bytes, Waits waits);
+    /// What the connection waited for has come, and it holds what it held. The same thread.
+    void endWait() { charge(bytes_, Waits::kForNothing); }
 
    private:
     friend class ConnectionTable;

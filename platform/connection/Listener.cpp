@@ -43,6 +43,8 @@ class Listener::Door : public EventSource {
 
   Event serve() noexcept override {
     for (int accepted = 0; accepted < kAcceptedATurn; ++accepted) {
+      // Whoever comes now waits in the socket's queue, for the next start where somebody keeps it.
+      if (runLoop_.isStopping()) return Event::kNone;
       if (!acceptOne()) return Event::kInput;
     }
     return Event::kTurn;

@@ -29,8 +29,10 @@
 // wait for others. A helper that ends trims the heap, which takes a while, and leaves its thread to
 // be joined by the next helper that ends, or by `run`: by threads that have nothing else to do.
 //
-// When the run loop is stopped, the event that nobody reads wakes every thread; `run` waits for the
-// helpers and for the suspended sources, and only then destroys what is left, in the queues, too.
+// When the run loop is stopped, it goes on until no newcomer is left, or the time for them is up;
+// who has been served before is told to end by its own turn. Then the event that nobody reads wakes
+// every thread; `run` waits for the helpers and for the suspended sources, and only then destroys
+// what is left, in the queues, too.
 
 #include "platform/connection/RunLoop.h"
 
@@ -41,6 +43,7 @@
 #include <system_error>
 #include <tuple>
 #include <unistd.h>
+#include <utility>
 
 #include "platform/foundation/TimerDescriptor.h"
 
@@ -50,6 +53,8 @@ namespace {
 constexpr int kForEver = -1;
 /// A turn that has not ended for longer than this, or twice as much, takes long.
 constexpr std::chrono::milliseconds kLongTurn{30};
+/// For the first calls of newcomers, once the run loop is to stop.
+constexpr std::chrono::milliseconds kFarewell{1000};
 
 [[noreturn]] void throwSystemError(const char* what) {
   throw std::system_error(errno, std::generic_category(), what);
@@ -83,6 +88,20 @@ class RunLoop::LongTurnWatch : public EventSource {
   RunLoop& runLoop_;
 };
 
+/// Ends the run loop when its time has come.
+class RunLoop::Farewell : public EventSource {
+ public:
+  explicit Farewell(RunLoop& runLoop) : EventSource(idleTimer()), runLoop_(runLoop) {}
+
+  Event serve() noexcept override {
+    runLoop_.end();
+    return Event::kNone;
+  }
+
+ private:
+  RunLoop& runLoop_;
+};
+
 RunLoop::RunLoop(const TurnLimits& limits) noexcept
     : epoll_(opened(::epoll_create1(EPOLL_CLOEXEC), "epoll_create1")),
       stopEvent_(opened(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd")),
@@ -94,6 +113,9 @@ RunLoop::RunLoop(const TurnLimits& limits) noexcept
   auto watch = std::make_unique<LongTurnWatch>(*this);
   watchTimer_ = watch->descriptor();
   add(std::move(watch), Event::kInput);
+  auto farewell = std::make_unique<Farewell>(*this);
+  farewellTimer_ = farewell->descriptor();
+  add(std::move(farewell), Event::kInput);
 }
 
 /// Its events are told from those of sources by the address of its descriptor.
@@ -150,8 +172,24 @@ void RunLoop::run() {
 
 void RunLoop::stop() {
   isStopping_ = true;
+  if (newcomers_ == 0) {
+    end();
+  } else {
+    setTimer(farewellTimer_, kFarewell);
+  }
+}
+
+void RunLoop::end() {
+  hasEnded_ = true;
   // It can only fail for being full, and then it has been told long ago.
   ::eventfd_write(stopEvent_.get(), 1);
+}
+
+/// The last one and whoever stops the run loop each write before they read, so one of them sees
+/// that it is to end.
+void RunLoop::Newcomer::settle() {
+  RunLoop* const runLoop = std::exchange(runLoop_, nullptr);
+  if (runLoop != nullptr && --runLoop->newcomers_ == 0 && runLoop->isStopping_) runLoop->end();
 }
 
 /// Lets the source wait for what comes next. False when it waits for nothing, or the system has no

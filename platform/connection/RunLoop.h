@@ -43,14 +43,33 @@ class RunLoop {
 
   /// Serves until `stop`. Called by one thread.
   void run() VELTO_EXCLUDES(mutex_);
-  /// Makes `run` return once the calls under way have ended. Any thread, also within a call.
+  /// Makes `run` return once the calls under way have ended, and the first calls of newcomers; for
+  /// those that have not come it waits a second. Any thread, also within a call.
   void stop();
-  /// Whether nothing new is to be begun.
+  /// Whether nothing new is to be begun, but for newcomers.
   bool isStopping() const { return isStopping_; }
+
+  /// Somebody who has been let in, as long as they have not been served: their first call may be on
+  /// its way, and they cannot know that the run loop is about to stop. Any thread; one at a time.
+  class Newcomer {
+   public:
+    explicit Newcomer(RunLoop& runLoop) : runLoop_(&runLoop) { ++runLoop_->newcomers_; }
+    ~Newcomer() { settle(); }
+    Newcomer(const Newcomer&) = delete;
+    Newcomer& operator=(const Newcomer&) = delete;
+
+    bool isSettled() const { return runLoop_ == nullptr; }
+    /// They are served now. Nothing when they were before.
+    void settle();
+
+   private:
+    RunLoop* runLoop_;
+  };
 
  private:
   friend class WaitingPlace;
   class LongTurnWatch;
+  class Farewell;
   /// Wakes another thread at its end, when that is due. Stands before the lock, so as to be left
   /// after it.
   class Wake {
@@ -73,6 +92,7 @@ class RunLoop {
   /// What comes of waiting.
   enum class Came { kNothing, kSomething, kStop };
 
+  void end();
   void watchEvent(const FileDescriptor& own, std::uint32_t events) const;
   void takeOver(std::unique_ptr<EventSource> source) VELTO_EXCLUDES(mutex_);
   Came serveNext(int milliseconds) VELTO_EXCLUDES(mutex_);
@@ -98,7 +118,11 @@ class RunLoop {
   const FileDescriptor wakeEvent_;
   /// Of the watch for long turns, which is a source.
   int watchTimer_ = -1;
+  /// Of the time for newcomers, which is a source, too.
+  int farewellTimer_ = -1;
   std::atomic<bool> isStopping_ = false;
+  std::atomic<bool> hasEnded_ = false;  ///< no turn is begun any more
+  std::atomic<int> newcomers_ = 0;
 
   Mutex mutex_;
   std::condition_variable helperHasEnded_;

@@ -89,7 +89,7 @@ Turn RunLoop::serveTurn(Turn turn) {
 
 /// The next turn, for a thread that counts as waiting, if there is one.
 Turn RunLoop::takeTurn() {
-  if (!turns_.hasNext() || isStopping_) return {};
+  if (!turns_.hasNext() || hasEnded_) return {};
   const Turn next = turns_.next();
   if (--waiting_ == 0) startHelper();
   return next;

@@ -58,6 +58,7 @@ SocketConnection::SocketConnection(FileDescriptor socket, const AuditToken& audi
     : EventSource(std::move(socket), auditToken.effectiveUserIdentifier),
       auditToken_(auditToken),
       runLoop_(runLoop),
+      newcomer_(runLoop),
       entry_(table, auditToken.effectiveUserIdentifier, descriptor(), this),
       admission_(admission) {}
 
@@ -127,12 +128,16 @@ SocketConnection::Step SocketConnection::doNext() {
     reply_.writeNext(output_, takesMore_);
     return Step::kGoOn;
   }
-  if (runLoop_.isStopping()) isEnding_ = true;
+  if (runLoop_.isStopping() && newcomer_.isSettled()) isEnding_ = true;
   const auto message = isEnding_ ? std::nullopt : input_.next();
   if (message) {
-    if (runCall(*message)) return Step::kGoOn;
-    input_.putBack(*message);
-    return Step::kPark;
+    entry_.endWait();  // a call may take longer than its rest may
+    if (!runCall(*message)) {
+      input_.putBack(*message);
+      return Step::kPark;
+    }
+    newcomer_.settle();
+    return Step::kGoOn;
   }
   if (!output_.empty()) return flush();
   return isEnding_ || input_.size() > maximumCallSize_ ? Step::kEnd : Step::kWait;

@@ -85,6 +85,7 @@ class SocketConnection : public EventSource,
   const AuditToken auditToken_;
   RunLoop& runLoop_;
   std::atomic<bool> isGivenUp_ = false;
+  RunLoop::Newcomer newcomer_;  ///< until its first call has been run
   ConnectionTable::Entry entry_;
   Admission& admission_;
   std::shared_ptr<const Interface> exported_;

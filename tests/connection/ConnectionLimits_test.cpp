@@ -26,6 +26,7 @@ class ImpatientService {
   }
 
   const std::string& path() const { return path_; }
+  TestService& service() { return service_; }
 
  private:
   TemporaryDirectory directory_;
@@ -45,6 +46,21 @@ TEST(ConnectionLimits, endsWhenACallDoesNotGoOn) {
   EXPECT_EQ(halfway.receive(), kEchoed1);
   EXPECT_EQ(halfway.receive(), std::nullopt);
   EXPECT_EQ(patient.ask(kEcho1), kEchoed1);
+}
+
+TEST(ConnectionLimits, aCallThatCameInPartsMayTakeLonger) {
+  constexpr std::size_t kMoreThanIsReadAtOnce = 150'000;
+  ImpatientService service(kShortPatience, 2 * kMoreThanIsReadAtOnce);
+  TestClient caller(service.path());
+  caller.sendBytes(R"({"method":"test.service.Wait")" + std::string(kMoreThanIsReadAtOnce, ' ') +
+                   "}" + '\0');
+  waitUntil([&] { return service.service().shared().calls == 1; });
+  // One that begins to wait later ends first.
+  TestClient halfway(service.path());
+  halfway.sendBytes(R"({"method":)");
+  EXPECT_EQ(halfway.receive(), std::nullopt);
+  service.service().open();
+  EXPECT_EQ(caller.receive(), R"({"parameters":{"waited":true}})");
 }
 
 TEST(ConnectionLimits, endsWhenNobodyTakesTheReply) {

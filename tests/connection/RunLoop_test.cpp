@@ -87,6 +87,32 @@ TEST(RunLoop, letsTheCallsUnderWayEndWhenItIsStopped) {
   }
 }
 
+/// Who connected before the stop cannot know of it, so their first call is no call of too late.
+TEST(RunLoop, servesTheFirstCallOfANewcomerWhenItIsStopped) {
+  TestService service;
+  TestClient known(service.path());
+  EXPECT_EQ(known.ask(kNote), R"({"parameters":{}})");
+  TestClient newcomer(service.path());
+  TestClient second(service.path());
+  waitUntil([&] { return service.tokens().size() == 3; });
+  service.beginStop();
+  EXPECT_EQ(newcomer.ask(kNote), R"({"parameters":{}})");
+  EXPECT_EQ(newcomer.ask(kNote), std::nullopt);
+  EXPECT_TRUE(second.sendBytes(std::string(kNote) + '\0' + kNote + '\0'));
+  EXPECT_EQ(second.receive(), R"({"parameters":{}})");
+  EXPECT_EQ(second.receive(), std::nullopt) << "it is only the first call that is owed";
+  EXPECT_EQ(known.receive(), std::nullopt);
+  EXPECT_EQ(service.shared().calls, 3);
+}
+
+TEST(RunLoop, doesNotWaitForANewcomerForEverWhenItIsStopped) {
+  TestService service;
+  TestClient silent(service.path());
+  waitUntil([&] { return service.tokens().size() == 1; });
+  service.beginStop();
+  EXPECT_EQ(silent.receive(), std::nullopt);
+}
+
 TEST(RunLoop, waitsForCallsThatReplyLaterWhenItIsStopped) {
   RunLoop runLoop;
   TestObject::Shared shared;
