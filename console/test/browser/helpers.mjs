@@ -42,11 +42,11 @@ export async function subjects(page) {
 
 /** Waits until it is so. */
 export async function until(page, question, argument) {
-  await page.waitForFunction(question, argument, { timeout: 10_000 });
+  await page.waitForFunction(question, argument, { timeout: 60_000 });
 }
 
 export async function see(page, text) {
-  await page.getByText(text).first().waitFor({ timeout: 10_000 });
+  await page.getByText(text).first().waitFor({ timeout: 60_000 });
 }
 
 /** Waits for the button of a question, presses it, and waits for the question to be gone. */

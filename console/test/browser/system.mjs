@@ -38,7 +38,15 @@ export class System {
       executablePath: process.env.VELTO_CHROMIUM ?? "/usr/bin/chromium",
       args: process.getuid() === 0 ? ["--no-sandbox", "--disable-dev-shm-usage"] : [],
     });
+    await system.keepSession();
     return system;
+  }
+
+  /** The session ends for good when no page has been connected for a while, so one always is. */
+  async keepSession() {
+    const page = await this.browser.newPage();
+    await page.goto(this.address.replace("velto", "keeper"));
+    await page.waitForFunction(() => document.title === "kept");
   }
 
   async makeShare(manifests) {
@@ -48,6 +56,10 @@ export class System {
       await mkdir(join(packages, name), { recursive: true });
       await writeFile(join(packages, name, "manifest.json"), JSON.stringify(manifest));
     }
+    await mkdir(join(packages, "keeper"));
+    await writeFile(join(packages, "keeper/manifest.json"), "{}");
+    await writeFile(join(packages, "keeper/index.html"), '<!DOCTYPE html><script src="../base1/cockpit.js"></script><script src="keep.js"></script>');
+    await writeFile(join(packages, "keeper/keep.js"), "cockpit.transport.wait(() => (document.title = 'kept'));");
   }
 
   async makePrograms() {
@@ -122,7 +134,8 @@ socket.end(JSON.stringify([${JSON.stringify(name)}, ...process.argv.slice(2)]));
       XDG_CONFIG_HOME: this.folder,
       LANG: "C.UTF-8",
     };
-    this.cockpit = spawn("/usr/lib/cockpit/cockpit-ws", words, { env: environment, stdio: ["ignore", "ignore", "pipe"] });
+    // It must not outlive us, however we end.
+    this.cockpit = spawn("setpriv", ["--pdeathsig", "TERM", "/usr/lib/cockpit/cockpit-ws", ...words], { env: environment, stdio: ["ignore", "ignore", "pipe"] });
     this.cockpit.stderr.on("data", (text) => process.env.VELTO_CONSOLE_LOG && process.stderr.write(text));
     this.address = `http://127.0.0.1:${this.port}/cockpit/@localhost/velto/index.html`;
     await reachable(this.address, this.cockpit);
@@ -137,7 +150,7 @@ socket.end(JSON.stringify([${JSON.stringify(name)}, ...process.argv.slice(2)]));
       window.sessionStorage.setItem("veltoSocket", socket);
       window.localStorage.setItem("shell:style", style);
     }, settings);
-    context.setDefaultTimeout(10_000);
+    context.setDefaultTimeout(60_000); // the machine may be busy with other tests
     const page = await context.newPage();
     page.complaints = [];
     page.on("console", (message) => message.type() === "error" && page.complaints.push(message.text()));
