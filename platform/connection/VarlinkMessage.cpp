@@ -16,8 +16,8 @@ using Kind = JSONCursor::Kind;
 constexpr std::array<std::string_view, 5> kNames{"method", "parameters", "oneway", "more",
                                                  "upgrade"};
 
-/// Where the values of the envelope's members are, in the order of their names.
-using Envelope = std::array<std::optional<std::size_t>, kNames.size()>;
+/// The texts of the envelope's members, in the order of their names; empty for those left out.
+using Envelope = std::array<std::string_view, kNames.size()>;
 
 /// Finds the members, of several of one name the last. Nothing for what no call can have.
 std::optional<Envelope> readEnvelope(std::string_view message) {
@@ -27,23 +27,24 @@ std::optional<Envelope> readEnvelope(std::string_view message) {
   cursor.enter();
   while (const auto name = cursor.nextMember()) {
     const auto known = std::find(kNames.begin(), kNames.end(), *name);
-    if (known != kNames.end()) {
-      envelope[static_cast<std::size_t>(known - kNames.begin())] = cursor.position();
-    } else if (name->find('.') == std::string_view::npos) {
-      // Names with a dot are other people's extensions.
-      return std::nullopt;
-    }
+    const bool isKnown = known != kNames.end();
+    // Names with a dot are other people's extensions.
+    if (!isKnown && name->find('.') == std::string_view::npos) return std::nullopt;
+    const std::size_t start = cursor.position();
     cursor.skip();
+    if (isKnown) {
+      envelope[static_cast<std::size_t>(known - kNames.begin())] =
+          message.substr(start, cursor.position() - start);
+    }
   }
   return envelope;
 }
 
 /// Takes over a member with `take`. False when it is neither of this kind nor null.
 template <typename Take>
-bool takeMember(std::string_view message, std::optional<std::size_t> position, Kind kind,
-                const Take& take) {
-  if (!position) return true;
-  JSONCursor cursor(message, *position);
+bool takeMember(std::string_view text, Kind kind, const Take& take) {
+  if (text.empty()) return true;
+  JSONCursor cursor(text);
   if (cursor.kind() == kind) {
     take(cursor);
     return true;
@@ -63,18 +64,15 @@ std::optional<VarlinkCall> VarlinkCall::parse(std::string_view message) {
     hasMethod = true;
     call.method_ = cursor.takeString();
   };
-  const auto takeParameters = [&, start = parameters](JSONCursor& cursor) {
-    cursor.skip();
-    call.parameters_ = message.substr(*start, cursor.position() - *start);
-  };
+  const auto takeParameters = [&](JSONCursor& cursor) { call.parameters_ = cursor.text(); };
   const auto takeFlag = [](bool& flag) {
     return [&flag](JSONCursor& cursor) { flag = cursor.readBool(); };
   };
-  const bool isCall = takeMember(message, method, Kind::kString, takeMethod) && hasMethod &&
-                      takeMember(message, parameters, Kind::kObject, takeParameters) &&
-                      takeMember(message, oneway, Kind::kBool, takeFlag(call.oneway_)) &&
-                      takeMember(message, more, Kind::kBool, takeFlag(call.more_)) &&
-                      takeMember(message, upgrade, Kind::kBool, takeFlag(call.upgrade_));
+  const bool isCall = takeMember(method, Kind::kString, takeMethod) && hasMethod &&
+                      takeMember(parameters, Kind::kObject, takeParameters) &&
+                      takeMember(oneway, Kind::kBool, takeFlag(call.oneway_)) &&
+                      takeMember(more, Kind::kBool, takeFlag(call.more_)) &&
+                      takeMember(upgrade, Kind::kBool, takeFlag(call.upgrade_));
   return isCall ? std::optional(std::move(call)) : std::nullopt;
 }
 

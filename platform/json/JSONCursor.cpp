@@ -153,11 +153,14 @@ void JSONCursor::skipSpace() {
 }
 
 std::size_t JSONCursor::stringEnd() const {
-  std::size_t at = at_ + 1;
-  while (text_[at] != '"') {
-    at += text_[at] == '\\' ? 2U : 1U;
+  for (std::size_t quote = at_;;) {
+    quote = text_.find('"', quote + 1);
+    // An odd number of backslashes escapes it. The string's own quote, if nothing else, ends them.
+    std::size_t backslashes = 0;
+    while (text_[quote - backslashes - 1] == '\\')
+      ++backslashes;
+    if (backslashes % 2 == 0) return quote + 1;
   }
-  return at + 1;
 }
 
 }  // namespace velto
