@@ -5,7 +5,7 @@ import { EmptyState, EmptyStateBody } from "@patternfly/react-core/dist/esm/comp
 import { ExpandableSection } from "@patternfly/react-core/dist/esm/components/ExpandableSection/ExpandableSection.js";
 import { useCallback, useState } from "react";
 
-import { dayStart, now, toDay } from "../../service/dates.ts";
+import { now, toDay } from "../../service/dates.ts";
 import { href } from "../../ui/location.ts";
 import { Cell, Foreign, Loading, Problem, Table, TableRow } from "../../ui/parts.tsx";
 import { useLoaded, useService } from "../../ui/service.ts";
@@ -68,12 +68,13 @@ function ageNames(): string[] {
 
 /** The days that an age covers, for the filters of the list; a day at the edge is in both. */
 function ageOptions(index: number): Record<string, string> {
-  const today = new Date();
+  // Ages are hours that have passed, and not days of the calendar, of which some have 23 or 25.
+  const dayOfAge = (age: number) => toDay(new Date(Date.now() - age * 86400_000));
   const [youngest, oldest] = [AGES[index - 1] ?? 0, AGES[index] ?? Infinity];
   return {
     unresolved: "1",
-    ...(oldest === Infinity ? {} : { from: toDay(dayStart(today, -oldest)) }),
-    ...(youngest === 0 ? {} : { to: toDay(dayStart(today, -youngest)) }),
+    ...(oldest === Infinity ? {} : { from: dayOfAge(oldest) }),
+    ...(youngest === 0 ? {} : { to: dayOfAge(youngest) }),
   };
 }
 
