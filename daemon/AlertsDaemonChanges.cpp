@@ -80,7 +80,7 @@ void AlertsDaemon::deleteAlertsBeforeDate(std::optional<Date> date, Reply<std::i
 
 void AlertsDaemon::deleteAlertsWithIds(std::optional<std::vector<std::string>> alertIds,
                                        ErrorReply reply) {
-  const auto identifiers = std::move(alertIds).value_or(std::vector<std::string>());
+  const AlertIdentifiers identifiers(std::move(alertIds).value_or(std::vector<std::string>()));
   changeAsRoot(reply, SaveFailure::kNotTold, [&](ADAlertStore& store, std::optional<Error>& error) {
     return store.deleteAlertsWithIds(identifiers, &error) != 0;
   });

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "alerts/AlertBundleSettings.h"
@@ -35,6 +36,19 @@ struct AlertBundleSwitches {
   std::optional<std::string> bundle;
   std::optional<bool> pushEnabled;
   std::optional<bool> mailEnabled;
+};
+
+/// The identifiers of alerts to look for, made ready once: however long the list is and however
+/// often it is used, it is in memory once. A value; any thread.
+class AlertIdentifiers {
+ public:
+  explicit AlertIdentifiers(std::vector<std::string> identifiers)
+      : predicate_(Predicate::isIn("identifier", std::move(identifiers))) {}
+
+  const Predicate& predicate() const { return predicate_; }
+
+ private:
+  Predicate predicate_;
 };
 
 /// A handle to the daemon's one store: made for one piece of work, used by one thread, dropped
@@ -126,6 +140,7 @@ class ADAlertStore {
   std::uint64_t deleteAlertsBeforeDate(const std::optional<Date>& date, ErrorSlot error);
   /// All records of each identifier.
   std::uint64_t deleteAlertsWithIds(std::vector<std::string> identifiers, ErrorSlot error);
+  std::uint64_t deleteAlertsWithIds(const AlertIdentifiers& identifiers, ErrorSlot error);
   /// The alerts of the bundles, by their identifiers; those without one stay. Nothing is deleted
   /// with an error in the slot, be it from before.
   std::uint64_t deleteAlertsWithBundleIDs(const std::vector<std::string>& bundles, ErrorSlot error);

@@ -39,8 +39,12 @@ std::uint64_t ADAlertStore::deleteAlertsBeforeDate(const std::optional<Date>& da
 
 std::uint64_t ADAlertStore::deleteAlertsWithIds(std::vector<std::string> identifiers,
                                                 ErrorSlot error) {
-  return deleteAlerts(
-      oldestFirst(Predicate::isIn("identifier", std::move(identifiers)), Order::kSorted), error);
+  return deleteAlertsWithIds(AlertIdentifiers(std::move(identifiers)), error);
+}
+
+std::uint64_t ADAlertStore::deleteAlertsWithIds(const AlertIdentifiers& identifiers,
+                                                ErrorSlot error) {
+  return deleteAlerts(oldestFirst(identifiers.predicate(), Order::kSorted), error);
 }
 
 std::uint64_t ADAlertStore::deleteAlertsWithBundleIDs(const std::vector<std::string>& bundles,
