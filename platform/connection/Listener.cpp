@@ -43,6 +43,9 @@ class Listener::Door : public EventSource {
 
   Event serve() noexcept override {
     for (int accepted = 0; accepted < kAcceptedATurn; ++accepted) {
+      // Counted before anybody looks whether the run loop is to stop, so that it does not end
+      // between a client's leaving the socket's queue and its having a connection.
+      const RunLoop::Newcomer whoeverComes(runLoop_);
       // Whoever comes now waits in the socket's queue, for the next start where somebody keeps it.
       if (runLoop_.isStopping()) return Event::kNone;
       if (!acceptOne()) return Event::kInput;

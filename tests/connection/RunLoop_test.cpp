@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/connection/AcceptHook.h"
 #include "tests/connection/TestClient.h"
 #include "tests/connection/TestService.h"
 
@@ -103,6 +104,15 @@ TEST(RunLoop, servesTheFirstCallOfANewcomerWhenItIsStopped) {
   EXPECT_EQ(second.receive(), std::nullopt) << "it is only the first call that is owed";
   EXPECT_EQ(known.receive(), std::nullopt);
   EXPECT_EQ(service.shared().calls, 3);
+}
+
+/// The stop comes when the client has left the socket's queue and has no connection yet.
+TEST(RunLoop, servesTheFirstCallOfWhoIsBeingLetInWhenItIsStopped) {
+  TestService service;
+  const AcceptHook hook([&] { service.beginStop(); });
+  TestClient newcomer(service.path());
+  EXPECT_EQ(newcomer.ask(kNote), R"({"parameters":{}})");
+  EXPECT_EQ(newcomer.ask(kNote), std::nullopt);
 }
 
 TEST(RunLoop, doesNotWaitForANewcomerForEverWhenItIsStopped) {

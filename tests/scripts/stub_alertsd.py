@@ -10,6 +10,7 @@ import selectors
 import signal
 import socket
 import sqlite3
+import time
 
 INTERFACE = "com.ulmora.velto.AlertsDaemon"
 FAULT = (pathlib.Path(__file__).resolve().parent / "fault").read_text().strip()
@@ -86,6 +87,7 @@ class Server:
         self.selector = selectors.DefaultSelector()
         self.input = {}
         self.root = {}
+        self.newcomers = set()  # whose first call has not come
         self.is_stopping = False
         listener = self.listener()
         listener.setblocking(False)
@@ -96,6 +98,17 @@ class Server:
         while not self.is_stopping:
             for key, _ in self.selector.select(0.05):
                 self.accept(listener) if key.fileobj is listener else self.read(key.fileobj)
+        self.selector.unregister(listener)
+        self.serve_newcomers(time.monotonic() + 1)
+
+    def serve_newcomers(self, end):
+        """Who has been let in before the stop cannot know of it."""
+        while self.newcomers and time.monotonic() < end:
+            for key, _ in self.selector.select(0.05):
+                if key.fileobj in self.newcomers:
+                    self.read(key.fileobj)
+                else:
+                    self.close(key.fileobj)
 
     def stop(self, *_):
         signal.signal(signal.SIGTERM, signal.SIG_DFL)
@@ -120,6 +133,7 @@ class Server:
         user = connection.getsockopt(socket.SOL_SOCKET, socket.SO_PEERCRED, 12)[4:8]
         self.input[connection] = b""
         self.root[connection] = int.from_bytes(user, "little") == 0
+        self.newcomers.add(connection)
         self.selector.register(connection, selectors.EVENT_READ)
 
     def read(self, connection):
@@ -130,6 +144,10 @@ class Server:
                 return
         except OSError:
             pass
+        self.close(connection)
+
+    def close(self, connection):
+        self.newcomers.discard(connection)
         self.selector.unregister(connection)
         connection.close()
 
@@ -143,6 +161,7 @@ class Server:
             if FAULT == "breaks":
                 os._exit(1)
             return False
+        self.newcomers.discard(connection)
         text = {"parameters": reply} if reply is not None else \
             {"error": "org.varlink.service.InvalidParameter", "parameters": {}}
         if not call.get("oneway"):
