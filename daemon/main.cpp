@@ -11,6 +11,7 @@
 #include "daemon/AlertsDaemonListener.h"
 #include "daemon/CommandLine.h"
 #include "daemon/DaemonParts.h"
+#include "daemon/ICUMemory.h"
 #include "daemon/ReloadSignal.h"
 #include "daemon/StopSignal.h"
 #include "daemon/Watchdog.h"
@@ -38,6 +39,7 @@ int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);
   // Nor must a limit on the size of files: the write that meets it fails, as on a full disk.
   std::signal(SIGXFSZ, SIG_IGN);
+  keepMemoryForICU();
 
   DaemonParts parts;
   RunLoop runLoop;

@@ -16,6 +16,7 @@
 #include <sqlite3.h>
 
 #include "daemon/DaemonParts.h"
+#include "daemon/ICUMemory.h"
 #include "platform/connection/RunLoop.h"
 #include "tests/connection/TestClient.h"
 #include "tests/foundation/ScopedEnvironment.h"
@@ -31,8 +32,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Before anything uses it. Not ICU, which in version 72 goes through a null pointer when it has no
-/// memory for the names of time zones.
+/// Before anything uses it.
 const bool sqliteFailsToo = [] {
   static const sqlite3_mem_methods methods = {
       .xMalloc = [](int size) { return failableMalloc(static_cast<std::size_t>(size)); },
@@ -60,6 +60,13 @@ const bool libcurlFailsToo = [] {
                void* const memory = failableMalloc(count * size);
                return memory == nullptr ? nullptr : std::memset(memory, 0, count * size);
              }) == CURLE_OK;
+}();
+
+/// ICU has its reserve then.
+const bool icuFailsToo = [] {
+  keepMemoryForICU(
+      {.allocate = failableMalloc, .reallocate = failableRealloc, .release = kSystemHeap.release});
+  return true;
 }();
 
 constexpr std::string_view kMailScript = "#!/bin/sh\nexec cat >/dev/null\n";
@@ -261,7 +268,7 @@ using Lasts = FailingAllocation::Lasts;
 class AllocationFailure : public testing::TestWithParam<std::tuple<Operation, Lasts>> {
  protected:
   void SetUp() override {
-    ASSERT_TRUE(sqliteFailsToo && libcurlFailsToo);
+    ASSERT_TRUE(sqliteFailsToo && libcurlFailsToo && icuFailsToo);
     if (::geteuid() != 0) skipOrFail("only root may call every operation");
   }
 };
