@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "alerts/VLAlertJSON.h"
 
-#include <string_view>
-
-#include "platform/foundation/JSONText.h"
 #include "platform/propertylist/PropertyListJSON.h"
 
 namespace velto {
@@ -17,15 +14,25 @@ void add(JSONObjectText& object, std::string_view name, const std::optional<Date
 
 }  // namespace
 
+void addMembers(JSONObjectText& alert, const AlertFields& fields) {
+  alert.add("identifier", fields.identifier);
+  alert.add("type", fields.type);
+  alert.add("bundle", fields.bundle);
+  add(alert, "creationDate", fields.creationDate);
+  add(alert, "sentDate", fields.sentDate);
+  add(alert, "readDate", fields.readDate);
+  add(alert, "resolvedDate", fields.resolvedDate);
+}
+
 void appendJSON(std::string& text, const VLAlert& alert) {
   JSONObjectText object(text);
-  object.add("identifier", alert.identifier);
-  object.add("type", alert.type);
-  object.add("bundle", alert.bundle);
-  add(object, "creationDate", alert.creationDate);
-  add(object, "sentDate", alert.sentDate);
-  add(object, "readDate", alert.readDate);
-  add(object, "resolvedDate", alert.resolvedDate);
+  addMembers(object, {.identifier = alert.identifier,
+                      .type = alert.type,
+                      .bundle = alert.bundle,
+                      .creationDate = alert.creationDate,
+                      .sentDate = alert.sentDate,
+                      .readDate = alert.readDate,
+                      .resolvedDate = alert.resolvedDate});
   object.add("attributes", alert.attributes);
   object.end();
 }

@@ -23,15 +23,14 @@ class AlertList : public ReplyBody {
   bool append(std::string& text) override {
     const std::size_t end = text.size() + kPieceSize;
     text.reserve(end + kPieceSize / 8);
-    while (const VLAlert* alert = text.size() < end ? current() : nullptr) {
+    while (text.size() < end && hasNext()) {
       if (!isFirst_) {
         text += ',';
       }
       isFirst_ = false;
-      appendJSON(text, *alert);
-      alerts_.advance();
+      alerts_.appendNext(text);
     }
-    return current() != nullptr;
+    return hasNext();
   }
 
   void end(std::string& text, bool isLast) override {
@@ -45,13 +44,13 @@ class AlertList : public ReplyBody {
 
  private:
   /// An error on the way ends the list.
-  const VLAlert* current() {
+  bool hasNext() {
     std::optional<Error> failure;
-    const VLAlert* alert = alerts_.current(&failure);
+    const bool isThere = alerts_.hasNext(&failure);
     if (failure) {
       setIfEmpty(&error_, *std::move(failure));
     }
-    return alert;
+    return isThere;
   }
 
   const std::string_view name_;

@@ -37,16 +37,17 @@ class ADAlert : public ManagedObject {
   std::optional<Date> creationDate() const { return get<Date>(1); }
   void setCreationDate(std::optional<Date> value) { set(1, std::move(value)); }
 
-  std::optional<std::string> identifier() const { return get<std::string>(2); }
+  // Texts are in place, valid until they change.
+  std::optional<std::string_view> identifier() const { return text(2); }
   void setIdentifier(std::optional<std::string> value) { set(2, std::move(value)); }
 
   std::optional<Date> sentDate() const { return get<Date>(3); }
   void setSentDate(std::optional<Date> value) { set(3, std::move(value)); }
 
-  std::optional<std::string> type() const { return get<std::string>(4); }
+  std::optional<std::string_view> type() const { return text(4); }
   void setType(std::optional<std::string> value) { set(4, std::move(value)); }
 
-  std::optional<std::string> bundle() const { return get<std::string>(5); }
+  std::optional<std::string_view> bundle() const { return text(5); }
   void setBundle(std::optional<std::string> value) { set(5, std::move(value)); }
 
   std::optional<Date> readDate() const { return get<Date>(6); }
@@ -54,6 +55,12 @@ class ADAlert : public ManagedObject {
 
   std::optional<Date> resolvedDate() const { return get<Date>(7); }
   void setResolvedDate(std::optional<Date> value) { set(7, std::move(value)); }
+
+ private:
+  std::optional<std::string_view> text(std::size_t index) const {
+    const auto* found = find<std::string>(index);
+    return found == nullptr ? std::nullopt : std::optional<std::string_view>(*found);
+  }
 };
 
 }  // namespace velto

@@ -3,6 +3,9 @@
 
 #include <utility>
 
+#include "alerts/VLAlertJSON.h"
+#include "platform/propertylist/PropertyListBinaryJSON.h"
+#include "platform/propertylist/PropertyListJSON.h"
 #include "platform/propertylist/PropertyListSerialization.h"
 
 namespace velto {
@@ -17,6 +20,18 @@ std::optional<PropertyList::Dictionary> decodedAttributes(const Data* data) {
     return std::nullopt;
   }
   return std::move(*value->dictionary());
+}
+
+/// As the last member. Nearly all are as the writer makes them, and need not be values in between.
+void addAttributes(JSONObjectText& alert, std::string& text, const Data& data) {
+  const std::size_t size = text.size();
+  alert.beginMember("attributes");
+  if (appendPlainJSON(text, data.view())) return;
+  if (const auto attributes = decodedAttributes(&data)) {
+    appendJSON(text, *attributes);
+  } else {
+    text.resize(size);
+  }
 }
 
 /// Takes the absent values out of what the value holds, at any depth.
@@ -61,6 +76,19 @@ VLAlert initWithADAlert(const ADAlert& record) {
   alert.resolvedDate = record.resolvedDate();
   alert.attributes = decodedAttributes(record.attributes());
   return alert;
+}
+
+void appendJSON(std::string& text, const ADAlert& record) {
+  JSONObjectText alert(text);
+  addMembers(alert, {.identifier = record.identifier(),
+                     .type = record.type(),
+                     .bundle = record.bundle(),
+                     .creationDate = record.creationDate(),
+                     .sentDate = record.sentDate(),
+                     .readDate = record.readDate(),
+                     .resolvedDate = record.resolvedDate()});
+  if (record.attributes() != nullptr) addAttributes(alert, text, *record.attributes());
+  alert.end();
 }
 
 ADAlert insertADAlertObjectInManagedObjectContext(const VLAlert& alert,

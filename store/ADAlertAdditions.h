@@ -2,6 +2,7 @@
 #pragma once
 
 #include <optional>
+#include <string>
 
 #include "alerts/VLAlert.h"
 #include "platform/foundation/Data.h"
@@ -13,6 +14,9 @@ namespace velto {
 /// The alert that a record holds. Every field is copied as it stands; attributes that are no
 /// property-list dictionary read as absent.
 VLAlert initWithADAlert(const ADAlert& record);
+
+/// The JSON of that alert.
+void appendJSON(std::string& text, const ADAlert& record);
 
 /// The dictionary as a record holds it: a binary property list. Nothing for an absent dictionary or
 /// one that has no encoding.

@@ -81,7 +81,7 @@ std::vector<std::string> ADAlertStore::oldestIdentifiers(const std::string& bund
   std::vector<std::string> identifiers;
   for (const ADAlert& record :
        context.executeFetchRequest<ADAlert>(request, error).value_or(std::vector<ADAlert>())) {
-    identifiers.push_back(*record.identifier());
+    identifiers.emplace_back(*record.identifier());
   }
   return identifiers;
 }

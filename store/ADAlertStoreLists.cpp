@@ -100,10 +100,12 @@ std::vector<VLAlert> listing(ManagedObjectContext& context, const FetchRequest& 
   return alerts;
 }
 
-/// The next few alerts: some, if there are any, but not many, and not much.
+// The next few alerts: some, if there are any, but not many, and not much. None with an error: what
+// has been read would come again when the cursor goes on.
+constexpr std::size_t kMany = 64;
+constexpr std::size_t kMuch = std::size_t{64} * 1024;
+
 std::vector<VLAlert> nextFew(FetchCursor& cursor, ErrorSlot error) {
-  constexpr std::size_t kMany = 64;
-  constexpr std::size_t kMuch = std::size_t{64} * 1024;
   std::vector<VLAlert> alerts;
   alerts.reserve(kMany);
   std::size_t size = 0;
@@ -116,11 +118,28 @@ std::vector<VLAlert> nextFew(FetchCursor& cursor, ErrorSlot error) {
       },
       &failure);
   if (failure) {
-    // What has been read would come again when the cursor goes on.
     alerts.clear();
     replaceError(error, *std::move(failure));
   }
   return alerts;
+}
+
+AlertSequence::Texts nextTexts(FetchCursor& cursor, ErrorSlot error) {
+  AlertSequence::Texts texts;
+  texts.ends.reserve(kMany);
+  std::optional<Error> failure;
+  cursor.read<ADAlert>(
+      [&](const ADAlert& record) {
+        appendJSON(texts.text, record);
+        texts.ends.push_back(texts.text.size());
+        return texts.ends.size() < kMany && texts.text.size() < kMuch;
+      },
+      &failure);
+  if (failure) {
+    texts = {};
+    replaceError(error, *std::move(failure));
+  }
+  return texts;
 }
 
 std::optional<VLAlert> newest(ManagedObjectContext& context, FetchRequest request,
@@ -181,7 +200,8 @@ AlertSequence ADAlertStore::sequence(std::vector<FetchPart> parts, const FetchRe
     return {};
   }
   const auto cursor = std::make_shared<FetchCursor>(std::move(coordinator), std::move(parts));
-  AlertSequence alerts([cursor](ErrorSlot slot) { return nextFew(*cursor, slot); });
+  AlertSequence alerts([cursor](ErrorSlot slot) { return nextFew(*cursor, slot); },
+                       [cursor](ErrorSlot slot) { return nextTexts(*cursor, slot); });
   alerts.current(error);
   return alerts;
 }

@@ -4,6 +4,7 @@
 #include <limits>
 #include <random>
 
+#include "alerts/VLAlertJSON.h"
 #include "tests/store/StoreTesting.h"
 
 namespace velto {
@@ -40,6 +41,17 @@ class AlertSequencesTest : public StoreTest {
     EXPECT_FALSE(error);
     return found;
   }
+
+  static std::string text(AlertSequence alerts) {
+    std::string text;
+    std::optional<Error> error;
+    while (alerts.hasNext(&error)) {
+      alerts.appendNext(text);
+      text += '\n';
+    }
+    EXPECT_FALSE(error);
+    return text;
+  }
 };
 
 TEST_F(AlertSequencesTest, AreTheSameLists) {
@@ -54,6 +66,24 @@ TEST_F(AlertSequencesTest, AreTheSameLists) {
   EXPECT_EQ(all(store.alertsFromDate(std::nullopt, Date(0), nullptr)),
             store.getAlertsFromDate(std::nullopt, Date(0), nullptr));
   EXPECT_THAT(all(store.alertsOfType("Unheard", nullptr)), IsEmpty());
+}
+
+TEST_F(AlertSequencesTest, AreTheSameAsText) {
+  fill();
+  auto store = system_.store();
+  auto strange = alert("strange", 5);
+  strange.attributes = PropertyList::Dictionary{{"$date", "reserved"}, {"caf\xc3\xa9", Date(1)}};
+  auto bare = alert("bare", 5);
+  bare.attributes.reset();
+  store.insertAlert(strange);
+  store.insertAlert(bare);
+  save(store);
+  std::string expected;
+  for (const VLAlert& each : all(store.alertsOfType("AlmostFull", nullptr))) {
+    appendJSON(expected, each);
+    expected += '\n';
+  }
+  EXPECT_EQ(text(store.alertsOfType("AlmostFull", nullptr)), expected);
 }
 
 TEST_F(AlertSequencesTest, OutliveTheirHandle) {
