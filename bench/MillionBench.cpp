@@ -26,12 +26,14 @@ void print(const char* what, std::size_t size, const Cost& ours, const Cost& bar
   std::fflush(stdout);
 }
 
-std::size_t drain(AlertSequence alerts) {
-  std::size_t count = 0;
-  for (; alerts.current(nullptr) != nullptr; alerts.advance()) {
-    ++count;
+/// Has the alerts as a reply has them, a piece at a time.
+void drain(AlertSequence alerts) {
+  constexpr std::size_t kPiece = std::size_t{64} * 1024;
+  std::string piece;
+  while (alerts.hasNext(nullptr)) {
+    alerts.appendNext(piece);
+    if (piece.size() >= kPiece) piece.clear();
   }
-  return count;
 }
 
 using List = AlertSequence (*)(ADAlertStore&);
@@ -149,9 +151,11 @@ void measureDeletions(const MillionStore& store) {
   for (std::size_t number = 0; number < store.alerts(); number += 2) {
     identifiers.push_back(*sampleAlert(number).identifier);
   }
+  // The list that a caller has sent is there before the deletion begins.
+  const AlertIdentifiers sent(std::move(identifiers));
   measureDeletion(
       "delete half by identifier", store,
-      [&](ADAlertStore& handle) { return handle.deleteAlertsWithIds(identifiers, nullptr); },
+      [&](ADAlertStore& handle) { return handle.deleteAlertsWithIds(sent, nullptr); },
       "DELETE FROM ADAlert WHERE _id % 2 = 1");
   measureDeletion(
       "delete a tenth by bundle", store,
@@ -185,8 +189,7 @@ void measureAttributes(const BenchDirectory& directory, std::size_t count) {
   }
 }
 
-void measure(const BenchDirectory& directory, std::size_t alerts) {
-  const MillionStore store(directory, alerts);
+void measureLists(const MillionStore& store) {
   measureList(
       "list of all", store,
       [](ADAlertStore& handle) {
@@ -204,11 +207,16 @@ void measure(const BenchDirectory& directory, std::size_t alerts) {
       [](ADAlertStore& handle) { return handle.alertsOfBundle("Bundle3", nullptr); },
       "WHERE bundle = 'Bundle3' ORDER BY sentDate DESC");
   measurePeriod(store);
-  measureStart(store);
-  measureDeletions(store);
-  if (alerts <= 100000) {
-    measureAttributes(directory, alerts);
-  }
+}
+
+/// All of it, or the part of that name.
+void measure(const BenchDirectory& directory, std::size_t alerts, std::string_view part) {
+  const auto isWanted = [&](std::string_view name) { return part.empty() || part == name; };
+  const MillionStore store(directory, alerts);
+  if (isWanted("lists")) measureLists(store);
+  if (isWanted("start")) measureStart(store);
+  if (isWanted("deletions")) measureDeletions(store);
+  if (isWanted("attributes") && alerts <= 100000) measureAttributes(directory, alerts);
 }
 
 }  // namespace
@@ -217,10 +225,11 @@ void measure(const BenchDirectory& directory, std::size_t alerts) {
 int main(int argc, char** argv) {
   using namespace velto::bench;
   const bool isQuick = argc > 1 && std::strcmp(argv[1], "--quick") == 0;
+  const std::string_view part = argc > 1 && !isQuick ? argv[1] : "";
   const BenchDirectory directory;
   fmt::print("what\tsize\tours ms\tbare ms\tours KiB\tbare KiB\n");
   for (std::size_t alerts = 1000; alerts <= (isQuick ? 10000 : 1000000); alerts *= 10) {
-    measure(directory, alerts);
+    measure(directory, alerts, part);
   }
   return 0;
 }

@@ -48,8 +48,10 @@ std::string comparisonWithNil(const std::string& column, Operator comparison) {
 /// Turns a condition into text, noting the operands that its parameters stand for.
 class ConditionWriter {
  public:
-  ConditionWriter(const EntityDescription& entity, std::vector<const Predicate::Operand*>& operands)
-      : entity_(entity), operands_(operands) {}
+  /// With a `positionKey` the rows that it finds begin after a position in its descending order.
+  ConditionWriter(const EntityDescription& entity, std::vector<const Predicate::Operand*>& operands,
+                  std::string_view positionKey)
+      : entity_(entity), operands_(operands), positionKey_(positionKey) {}
 
   std::string write(const Predicate::Condition& condition) {
     return std::visit([this](const auto& one) { return text(one); }, condition);
@@ -65,7 +67,15 @@ class ConditionWriter {
     operands_.push_back(&leaf.operand);
     const std::string_view operand =
         leaf.comparison == Operator::kIn ? "(SELECT value FROM velto_strings(?))" : "?";
-    return column + std::string(symbol(leaf.comparison)).append(operand);
+    return plus(leaf) + column + std::string(symbol(leaf.comparison)).append(operand);
+  }
+
+  /// Unary plus keeps the end of a range from being what an index is entered by: the planner takes
+  /// the first of two, and would go through all that lies before the position, for each portion.
+  std::string plus(const Predicate::Comparison& leaf) const {
+    const bool isEnd =
+        leaf.comparison == Operator::kLess || leaf.comparison == Operator::kLessOrEqual;
+    return isEnd && leaf.key == positionKey_ ? "+" : "";
   }
 
   std::string text(const Predicate::Compound& compound) {
@@ -79,6 +89,7 @@ class ConditionWriter {
 
   const EntityDescription& entity_;
   std::vector<const Predicate::Operand*>& operands_;
+  const std::string_view positionKey_;
 };
 
 /// Whether the condition is one equality: then an index that begins with its attribute gives the
@@ -127,7 +138,10 @@ FetchQuery::FetchQuery(std::string select, const FetchRequest& request,
                        const FetchPosition* after)
     : sql(std::move(select)), limit(rowLimit) {
   if (request.predicate()) {
-    sql += " WHERE " + ConditionWriter(entity, operands).write(request.predicate()->condition());
+    const std::string_view positionKey =
+        after == nullptr ? std::string_view() : request.sortDescriptors().front().key;
+    sql += " WHERE " +
+           ConditionWriter(entity, operands, positionKey).write(request.predicate()->condition());
   }
   if (after != nullptr) {
     sql += request.predicate() ? " AND " : " WHERE ";

@@ -2,6 +2,7 @@
 #include "platform/persistence/PersistentStoreCoordinator.h"
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <future>
 #include <system_error>
@@ -21,8 +22,24 @@ namespace velto {
 
 namespace {
 
-/// So many rows of a long deletion go in one transaction, for which all others wait.
-constexpr std::size_t kDeletedAtOnce = 1000;
+/// How many rows of a long deletion go in one transaction, for which all others wait: as many as
+/// take about this long. Fewer would write the same pages of the indexes again and again.
+class DeletionPortion {
+ public:
+  std::size_t size() const { return size_; }
+  void adapt(std::chrono::steady_clock::duration taken) {
+    const auto fitting = static_cast<double>(size_) * (kTime / taken);
+    const auto size = static_cast<double>(size_);
+    size_ = std::clamp(static_cast<std::size_t>(std::clamp(fitting, size / 2, size * 2)), kLeast,
+                       kMost);
+  }
+
+ private:
+  static constexpr std::chrono::duration<double> kTime{0.025};
+  static constexpr std::size_t kLeast = 250;
+  static constexpr std::size_t kMost = 32768;
+  std::size_t size_ = 1000;
+};
 
 /// The file's own path: absolute, which means a file to SQLite, whatever it looks like, and with
 /// the links that lead to it followed, since the log is kept beside the file.
@@ -170,8 +187,10 @@ std::uint64_t PersistentStoreCoordinator::deleteRows(const EntityDescription& en
                                                      std::span<const std::int64_t> rowIds,
                                                      ErrorSlot error) {
   std::uint64_t deleted = 0;
+  DeletionPortion portion;
   while (!rowIds.empty()) {
-    const auto few = rowIds.first(std::min(kDeletedAtOnce, rowIds.size()));
+    const auto begin = std::chrono::steady_clock::now();
+    const auto few = rowIds.first(std::min(portion.size(), rowIds.size()));
     rowIds = rowIds.subspan(few.size());
     std::vector<RowChange> change{
         {RowChange::Kind::kDeleteMany, &sql(entity), 0, 0, nullptr, few, 0}};
@@ -183,6 +202,7 @@ std::uint64_t PersistentStoreCoordinator::deleteRows(const EntityDescription& en
       return deleted;
     }
     deleted += static_cast<std::uint64_t>(change.front().deleted);
+    portion.adapt(std::chrono::steady_clock::now() - begin);
   }
   return deleted;
 }

@@ -2,6 +2,7 @@
 // The model file of the alert store, and how SQLite answers the store's queries on it.
 
 #include <gmock/gmock.h>
+#include <sqlite3.h>
 
 #include "platform/persistence/FetchCursor.h"
 #include "platform/persistence/FetchQuery.h"
@@ -161,6 +162,36 @@ TEST_F(QueryPlanTest, PartsOfListsWalkAnIndexFromWhereTheyGoOn) {
       placePlan(sent, Date(1)),
       ElementsAre(
           "SEARCH ADAlert USING COVERING INDEX ADAlert(sentDate) (sentDate>? AND sentDate<?)"));
+}
+
+/// The plan shows which index is entered, but not whether at the position or at the period's end.
+TEST_F(QueryPlanTest, APortionOfAPeriodCostsTheSameWhereverItBegins) {
+  ASSERT_TRUE(store_.writer().execute(
+      "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 5000) "
+      "INSERT INTO ADAlert (_version, sentDate) SELECT 1, i FROM n"));
+  FetchRequest sent = newestFirst("sentDate <= %@", {Date(5000)});
+  sent.setOrder(FetchRequest::Order::kIndexed);
+  const auto stepsFrom = [&](double date) {
+    const FetchPosition after{Date(date), static_cast<std::int64_t>(date)};
+    const FetchQuery query("SELECT _id, sentDate FROM ADAlert", sent,
+                           *store_.model().entity("ADAlert"), 5, &after);
+    sqlite3_stmt* statement = nullptr;
+    EXPECT_EQ(sqlite3_prepare_v2(reader_->handle(), query.sql.c_str(), -1, &statement, nullptr),
+              SQLITE_OK);
+    int parameter = 0;
+    for (const double value : {5000.0, date, date, 5.0}) {
+      EXPECT_EQ(sqlite3_bind_double(statement, ++parameter, value), SQLITE_OK);
+    }
+    int rows = 0;
+    while (sqlite3_step(statement) == SQLITE_ROW) {
+      ++rows;
+    }
+    EXPECT_EQ(rows, 5);
+    const int steps = sqlite3_stmt_status(statement, SQLITE_STMTSTATUS_VM_STEP, 0);
+    sqlite3_finalize(statement);
+    return steps;
+  };
+  EXPECT_EQ(stepsFrom(10), stepsFrom(5000));
 }
 
 TEST_F(QueryPlanTest, WhatWasReadOrResolvedInAPeriodIsFoundWithoutTheTable) {

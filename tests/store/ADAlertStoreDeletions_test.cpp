@@ -189,7 +189,7 @@ TEST_F(DeletionsTest, OfManyTheOldestGoFirstAndStayGoneAfterAFailure) {
   const auto deleted = store.deleteAlertsBeforeDate(Date(1e300), &error);
   ASSERT_TRUE(error);
   EXPECT_EQ(error->domain, kPersistenceErrorDomain);
-  EXPECT_GT(deleted, 4000U);
+  EXPECT_GE(deleted, 1000U);
   EXPECT_LE(deleted, 5501U);
   const auto rest = system_.store().getAlertsOfBundle("Disk", nullptr);
   EXPECT_EQ(rest.size() + deleted, std::uint64_t{kMany} + 1U);
