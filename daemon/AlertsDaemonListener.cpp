@@ -4,9 +4,12 @@
 #include "daemon/AlertsDaemonListener.h"
 
 #include <cstring>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 #include "platform/foundation/Paths.h"
+#include "platform/foundation/SingleLine.h"
 #include "protocol/ArgumentClasses.h"
 
 namespace velto {
@@ -55,7 +58,11 @@ AlertsDaemonListener::AlertsDaemonListener(const AlertsDaemonServices& services,
     : services_(services),
       seams_(seams),
       exported_(std::make_shared<const Interface>(exportedInterface())) {
-  static_cast<void>(loadAlertBundles());
+  const auto error = loadAlertBundles();
+  // What is wrong with the store has been logged.
+  if (error && !services_.stores.problem()) {
+    services_.log.warning("No alert bundles are looked for: " + error->localizedDescription());
+  }
 }
 
 std::set<uid_t> AlertsDaemonListener::allowedUIDs() {
@@ -99,7 +106,19 @@ std::unique_ptr<AlertsDaemon> AlertsDaemonListener::serviceObject(
     return AlertsDaemon::initWithBundleEntitlements(services_, std::move(*bundles));
   }
   services_.log.warning("Connection attempt with insufficient privileges");
+  tellOfCaller(connection.auditToken());
   return AlertsDaemon::init(services_);
+}
+
+/// Who has no rights: a user's program says so itself, time and again, so it is told once a day.
+void AlertsDaemonListener::tellOfCaller(const AuditToken& token) const {
+  const std::string process = std::to_string(token.processIdentifier);
+  std::error_code failed;
+  const auto file = std::filesystem::read_symlink("/proc/" + process + "/exe", failed);
+  const std::string executable = failed ? "a program that is not seen" : singleLine(file.string());
+  const std::string user = std::to_string(token.effectiveUserIdentifier);
+  dailyLog_->warningOf(user + " " + executable,
+                       "No rights for process " + process + " of user " + user + ": " + executable);
 }
 
 bool AlertsDaemonListener::shouldAcceptNewConnection(Listener& /*listener*/,

@@ -10,6 +10,7 @@
 #include "platform/connection/Listener.h"
 #include "platform/events/VLEDaemonClient.h"
 #include "platform/foundation/FileManager.h"
+#include "platform/foundation/LimitedLog.h"
 #include "platform/identity/CodeSigning.h"
 
 namespace velto {
@@ -25,7 +26,7 @@ struct AlertsDaemonListenerSeams {
 
 /// Admits every connection, with the role that its caller's credentials give, and brings the
 /// store's bundle records into line with the alerts directory, when it is made and on every reload.
-/// Holds nothing that changes, so admissions may come on any thread.
+/// Admissions may come on any thread.
 class AlertsDaemonListener : public ListenerDelegate {
  public:
   /// Discovers the alert bundles; an error of that does not keep it from serving.
@@ -55,10 +56,14 @@ class AlertsDaemonListener : public ListenerDelegate {
  private:
   std::optional<Error> discover(ErrorSlot saveError);
   std::unique_ptr<AlertsDaemon> serviceObject(const Connection& connection) const;
+  void tellOfCaller(const AuditToken& token) const;
 
   const AlertsDaemonServices services_;
   const AlertsDaemonListenerSeams seams_;
   const std::shared_ptr<const Interface> exported_;
+  /// Shared with what waits for the events service, which may answer when this has gone.
+  const std::shared_ptr<LimitedLog> dailyLog_ =
+      std::make_shared<LimitedLog>(services_.log, services_.clock, LimitedLog::kDay);
 };
 
 }  // namespace velto

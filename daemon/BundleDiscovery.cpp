@@ -28,19 +28,22 @@ std::string displayName(const Bundle& bundle, const std::string& key) {
 }
 
 /// Has the events service watch with a new bundle. What is referred to outlives the client.
-void startMonitoring(VLEDaemonClient& events, Log& log, const std::string& path,
-                     const std::string& key) {
-  events.loadMonitorBundleWithPath(path, [&events, &log, key](const std::optional<Error>& failure) {
-    if (failure) {
-      log.warning("Error Loading Alert Bundle: " + key);
-      return;
-    }
-    events.enableMonitorBundleWithName(key, [&log, key](const std::optional<Error>& refusal) {
-      if (refusal) {
-        log.warning("Error Enabling Alert Bundle: " + key);
-      }
-    });
-  });
+void startMonitoring(VLEDaemonClient& events, Log& log, const std::shared_ptr<LimitedLog>& dailyLog,
+                     const std::string& path, const std::string& key) {
+  events.loadMonitorBundleWithPath(
+      path, [&events, &log, dailyLog, key](const std::optional<Error>& failure) {
+        if (failure) {
+          log.warning("Error Loading Alert Bundle: " + key);
+          dailyLog->warning("Alerts work, but nothing monitors for their bundles: " +
+                            failure->localizedDescription());
+          return;
+        }
+        events.enableMonitorBundleWithName(key, [&log, key](const std::optional<Error>& refusal) {
+          if (refusal) {
+            log.warning("Error Enabling Alert Bundle: " + key);
+          }
+        });
+      });
 }
 
 /// The bundle at an entry of the directory; nothing, with a log line that says why, when the entry
@@ -147,7 +150,7 @@ std::optional<Error> AlertsDaemonListener::discover(ErrorSlot saveError) {
   const auto found = openEntries(seams_.alertsDirectory, *entries, services_.log);
   const auto result = reconcileUntilSaved(services_.stores, found);
   for (const FoundBundle& bundle : result.added) {
-    startMonitoring(seams_.events, services_.log, bundle.path, bundle.key);
+    startMonitoring(seams_.events, services_.log, dailyLog_, bundle.path, bundle.key);
   }
   for (const std::string& key : result.forgotten) {
     services_.log.warning("Alert bundle '" + withoutInvalidUTF8(key) +

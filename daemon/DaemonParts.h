@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <filesystem>
 #include <memory>
 #include <string>
+#include <system_error>
 
 #include "alerts/AlertBundleRegistry.h"
 #include "daemon/AlertsDaemon.h"
@@ -40,14 +42,18 @@ struct DaemonParts {
 
   /// The listener writes it, and the rules of entitlement read it.
   GuestTable guests{};
+  const std::string alertsDirectory = rootedPath(VLAlertsDirectory);
   EntitledGuests codeSigning{
       {rootedPath(kEntitlementDirectories[0]), rootedPath(kEntitlementDirectories[1])},
       guests,
       fileManager,
       clock,
-      log};
+      log,
+      [this](const std::string& name) {
+        std::error_code code;
+        return std::filesystem::exists(alertsDirectory + "/" + name + ".bundle", code);
+      }};
 
-  const std::string alertsDirectory = rootedPath(VLAlertsDirectory);
   AlertBundleRegistry bundles{alertsDirectory, fileManager, clock, log};
   DefaultLanguages languages{alertsDirectory, fileManager, preferredLanguages};
   StoreContainer stores{

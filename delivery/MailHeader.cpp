@@ -39,6 +39,9 @@ std::optional<std::string> headerAddress(std::string_view name, const std::strin
 }  // namespace
 
 std::optional<std::string> objectionToAddress(const std::string& address) {
+  if (address.empty()) {
+    return "is empty";
+  }
   const std::string encoded = encodedAddress(address);
   if (std::any_of(encoded.begin(), encoded.end(), isControl)) {
     return "has a control character";

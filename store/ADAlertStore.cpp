@@ -35,10 +35,12 @@ std::string ADAlertStore::preferredLocalizationIdentifier() {
 ManagedObjectContext& ADAlertStore::managedObjectContext() {
   if (managedObjectContext_ == nullptr) {
     auto coordinator = container_.persistentStoreCoordinator();
+    managedObjectContext_ = std::make_unique<ManagedObjectContext>();
     if (coordinator == nullptr) {
       container_.log().warning("Failed to initialize the store");
+      managedObjectContext_->setWhyNoCoordinator("The store cannot be used: " +
+                                                 container_.problem().value_or("not opened yet"));
     }
-    managedObjectContext_ = std::make_unique<ManagedObjectContext>();
     managedObjectContext_->setPersistentStoreCoordinator(std::move(coordinator));
   }
   return *managedObjectContext_;

@@ -12,6 +12,7 @@
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <system_error>
+#include <unistd.h>
 
 #include <systemd/sd-daemon.h>
 
@@ -27,9 +28,12 @@ void fail(ErrorSlot error, int code, const std::string& description) {
   setIfEmpty(error, makeError(kListenerErrorDomain, code, description));
 }
 
-/// Fails with what the system says about `code`.
+/// Fails with what the system says about `code`, and with what to do where rights are lacking.
 void failWith(ErrorSlot error, int code, const std::string& what) {
-  fail(error, code, what + ": " + std::generic_category().message(code));
+  const bool lacksRights = (code == EACCES || code == EPERM) && ::geteuid() != 0;
+  fail(error, code,
+       what + ": " + std::generic_category().message(code) +
+           (lacksRights ? "; run it as root, or in a system of your own (VELTO_ROOT)" : ""));
 }
 
 void failInUse(ErrorSlot error, const std::string& path) {

@@ -6,28 +6,28 @@
 namespace velto {
 namespace {
 
-/// So many lines are remembered: what they hold may come from anybody.
-constexpr std::size_t kMaximumLines = 1000;
+/// So many are remembered: what they hold may come from anybody.
+constexpr std::size_t kMaximumKinds = 1000;
 
 }  // namespace
 
-void LimitedLog::warning(std::string_view line) {
+void LimitedLog::warningOf(std::string_view kind, std::string_view line) {
   std::size_t timesUnsaid = 0;
   {
     const MutexLock lock(mutex_);
     const Date now = clock_.now();
-    const auto found = lines_.find(line);
-    if (found != lines_.end() && isWithin(found->second.when, now, kIntervalInSeconds)) {
+    const auto found = kinds_.find(kind);
+    if (found != kinds_.end() && isWithin(found->second.when, now, interval_)) {
       ++found->second.timesUnsaid;
       return;
     }
-    if (found != lines_.end()) {
+    if (found != kinds_.end()) {
       timesUnsaid = std::exchange(found->second, {now}).timesUnsaid;
     } else {
-      if (lines_.size() >= kMaximumLines) {
-        lines_.clear();
+      if (kinds_.size() >= kMaximumKinds) {
+        kinds_.clear();
       }
-      lines_.emplace(line, Said{now});
+      kinds_.emplace(kind, Said{now});
     }
   }
   log_.warning(timesUnsaid == 0 ? std::string(line)

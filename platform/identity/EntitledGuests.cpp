@@ -8,7 +8,9 @@
 #include <utility>
 
 #include "platform/foundation/FileManager.h"
+#include "platform/foundation/Paths.h"
 #include "platform/foundation/RegularFile.h"
+#include "platform/foundation/SingleLine.h"
 #include "platform/foundation/TrustedFile.h"
 #include "platform/identity/Entitlements.h"
 #include "platform/propertylist/PropertyListSerialization.h"
@@ -47,11 +49,14 @@ void logIgnored(Log& log, const std::string& path, const Error& error) {
 }  // namespace
 
 EntitledGuests::EntitledGuests(std::vector<std::string> directories, const GuestTable& guests,
-                               const FileManager& fileManager, const Clock& clock, Log& log)
+                               const FileManager& fileManager, const Clock& clock, Log& log,
+                               IsBundle isBundle)
     : directories_(std::move(directories)),
       guests_(guests),
       fileManager_(fileManager),
-      log_(log, clock) {}
+      isBundle_(std::move(isBundle)),
+      log_(log, clock),
+      dailyLog_(log, clock, LimitedLog::kDay) {}
 
 SecStatus EntitledGuests::copyGuestWithAttributes(const std::map<std::string, Data>& attributes,
                                                   std::uint32_t /*flags*/,
@@ -122,7 +127,44 @@ void EntitledGuests::tellOfStrays(const std::string& directory, std::set<std::st
   known = std::move(strays);
 }
 
+/// A rule that was meant to entitle somebody, and does not, is a mistake that nobody else would
+/// tell.
+void EntitledGuests::tellOfVainRights(const std::string& path, const EntitlementRule& rule) {
+  const PropertyList* right = valueForKey(rule.entitlements(), kBundleEntitlement);
+  if (right == nullptr) {
+    const auto& others = rule.entitlements();
+    log_.warning("The rule in " + path + " gives no right that there is: its Entitlements have " +
+                 (others.empty() ? "nothing" : others.begin()->first) + " and not " +
+                 std::string(kBundleEntitlement));
+    return;
+  }
+  const PropertyList::Array one{*right};
+  for (const PropertyList& name : right->array() == nullptr ? one : *right->array()) {
+    if (name.string() == nullptr) {
+      log_.warning("The rule in " + path + " names a bundle by what is no text");
+    } else if (!isBundle_(*name.string())) {
+      log_.warning("The rule in " + path +
+                   " names a bundle that there is not: " + singleLine(*name.string()));
+    }
+  }
+}
+
+void EntitledGuests::tellOfNearest(const std::string& path, const std::vector<std::string>& unmet,
+                                   const Guest& guest) {
+  std::string names;
+  for (const std::string& name : unmet) {
+    names.append(names.empty() ? "" : " and ").append(name);
+  }
+  const std::string user = std::to_string(guest.token.effectiveUserIdentifier);
+  dailyLog_.warningOf(path + " " + user, "No rule holds for process " +
+                                             std::to_string(guest.token.processIdentifier) +
+                                             " of user " + user + "; nearest comes " + path +
+                                             ", but for its " + names);
+}
+
 std::optional<PropertyList::Dictionary> EntitledGuests::entitlementsOf(const Guest& guest) {
+  std::string nearest;
+  std::vector<std::string> unmetOfNearest;
   for (const std::string& directory : directories_) {
     for (const std::string& path : ruleFiles(directory)) {
       std::optional<Error> error;
@@ -132,11 +174,19 @@ std::optional<PropertyList::Dictionary> EntitledGuests::entitlementsOf(const Gue
         logIgnored(log_, path, *error);
       } else if (objection) {
         logIgnored(log_, path, *objection);
-      } else if (rule->holdsFor(guest)) {
-        return rule->entitlements();
+      } else {
+        tellOfVainRights(path, *rule);
+        auto unmet = rule->conditionsNotMet(guest);
+        if (unmet.empty()) return rule->entitlements();
+        const bool isNear = unmet.size() < rule->conditionCount();
+        if (isNear && (nearest.empty() || unmet.size() < unmetOfNearest.size())) {
+          nearest = path;
+          unmetOfNearest = std::move(unmet);
+        }
       }
     }
   }
+  if (!nearest.empty()) tellOfNearest(nearest, unmetOfNearest, guest);
   return std::nullopt;
 }
 

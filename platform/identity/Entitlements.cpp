@@ -19,6 +19,7 @@ namespace velto {
 namespace {
 
 constexpr std::string_view kEntitlements = "Entitlements";
+constexpr std::string_view kUser = "User";
 constexpr std::string_view kUnit = "Unit";
 
 std::optional<uid_t> userNamed(const std::string& name) {
@@ -29,6 +30,12 @@ std::optional<uid_t> userNamed(const std::string& name) {
   return found == nullptr ? std::nullopt : std::optional(found->pw_uid);
 }
 
+/// The old text form has no numbers.
+bool isNumber(const std::string& text) {
+  return !text.empty() &&
+         std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
 bool isUser(const PropertyList& user, const Guest& guest) {
   if (user.integer() != nullptr) {
     return *user.integer() == std::int64_t{guest.token.effectiveUserIdentifier};
@@ -37,11 +44,19 @@ bool isUser(const PropertyList& user, const Guest& guest) {
   if (text == nullptr || text->empty()) {
     return false;
   }
-  // The old text form has no numbers.
-  const bool isNumber =
-      std::all_of(text->begin(), text->end(), [](char c) { return c >= '0' && c <= '9'; });
-  return isNumber ? *text == std::to_string(guest.token.effectiveUserIdentifier)
-                  : userNamed(*text) == guest.token.effectiveUserIdentifier;
+  return isNumber(*text) ? *text == std::to_string(guest.token.effectiveUserIdentifier)
+                         : userNamed(*text) == guest.token.effectiveUserIdentifier;
+}
+
+/// A number is a user, also one that has no name.
+bool isKnownUser(const PropertyList& user) {
+  const std::string* text = user.string();
+  return user.integer() != nullptr ||
+         (text != nullptr && (isNumber(*text) || userNamed(*text).has_value()));
+}
+
+std::string nameOf(const PropertyList& user) {
+  return user.string() == nullptr ? "of that kind" : *user.string();
 }
 
 /// The unit is found by the process's id, which is the process's as long as it lives. A process of
@@ -86,7 +101,7 @@ struct Condition {
 };
 
 constexpr std::array<Condition, 4> kConditions = {{
-    {"User", isUser, true},
+    {kUser, isUser, true},
     {kUnit, isInUnit, true},
     {"Label", hasLabel, true},
     {"Executable", runsExecutable, false},
@@ -96,6 +111,14 @@ const Condition* conditionNamed(std::string_view name) {
   const auto* found = std::find_if(kConditions.begin(), kConditions.end(),
                                    [name](const Condition& each) { return each.name == name; });
   return found == kConditions.end() ? nullptr : found;
+}
+
+/// A phrase about the conditions that are none, or nothing.
+std::string strangeConditions(const PropertyList::Dictionary& conditions) {
+  for (const auto& [name, value] : conditions) {
+    if (conditionNamed(name) == nullptr) return "it has a condition that is not known, " + name;
+  }
+  return {};
 }
 
 }  // namespace
@@ -119,7 +142,9 @@ std::optional<EntitlementRule> EntitlementRule::fromPropertyList(const PropertyL
     return condition != nullptr && condition->isLasting;
   });
   if (!isSafe) {
-    return fail("it has none of User, Unit and Label");
+    const auto strange = strangeConditions(conditions);
+    return fail("it has none of User, Unit and Label" +
+                (strange.empty() ? "" : ", and " + strange));
   }
   return EntitlementRule(std::move(conditions), std::move(*entitlements.mapped().dictionary()));
 }
@@ -129,10 +154,12 @@ EntitlementRule::EntitlementRule(PropertyList::Dictionary conditions,
     : conditions_(std::move(conditions)), entitlements_(std::move(entitlements)) {}
 
 std::optional<std::string> EntitlementRule::objectionFor(const Guest& guest) const {
-  for (const auto& [name, value] : conditions_) {
-    if (conditionNamed(name) == nullptr) {
-      return "it has a condition that is not known, " + name;
-    }
+  if (auto strange = strangeConditions(conditions_); !strange.empty()) {
+    return strange;
+  }
+  const auto user = conditions_.find(std::string(kUser));
+  if (user != conditions_.end() && !isKnownUser(user->second)) {
+    return "there is no user " + nameOf(user->second);
   }
   if (conditions_.contains(std::string(kUnit)) && !guest.process.isOpen()) {
     return "its Unit cannot be checked without the kernel's reference to the caller "
@@ -142,10 +169,16 @@ std::optional<std::string> EntitlementRule::objectionFor(const Guest& guest) con
 }
 
 bool EntitlementRule::holdsFor(const Guest& guest) const {
-  return std::all_of(conditions_.begin(), conditions_.end(), [&guest](const auto& entry) {
-    const Condition* condition = conditionNamed(entry.first);
-    return condition != nullptr && condition->holds(entry.second, guest);
-  });
+  return conditionsNotMet(guest).empty();
+}
+
+std::vector<std::string> EntitlementRule::conditionsNotMet(const Guest& guest) const {
+  std::vector<std::string> names;
+  for (const auto& [name, value] : conditions_) {
+    const Condition* condition = conditionNamed(name);
+    if (condition == nullptr || !condition->holds(value, guest)) names.push_back(name);
+  }
+  return names;
 }
 
 }  // namespace velto

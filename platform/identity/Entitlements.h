@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/foundation/Error.h"
 #include "platform/foundation/PropertyList.h"
@@ -32,6 +34,9 @@ class EntitlementRule {
                                                          ErrorSlot error);
 
   bool holdsFor(const Guest& guest) const;
+  /// The names of those conditions that do not hold, and of how many there are.
+  std::vector<std::string> conditionsNotMet(const Guest& guest) const;
+  std::size_t conditionCount() const { return conditions_.size(); }
   /// Why the rule can hold for no such guest at all, in a phrase: a condition is not known, or this
   /// kernel gives nothing to check it by. Nothing when it could hold.
   std::optional<std::string> objectionFor(const Guest& guest) const;

@@ -48,8 +48,7 @@ EntityObjects& ManagedObjectContext::objectsOf(std::string_view entityName) {
 
 bool ManagedObjectContext::hasCoordinator(ErrorSlot error) const {
   if (coordinator_ == nullptr) {
-    replaceError(error, makeError(kPersistenceErrorDomain, kNoStoreErrorCode,
-                                  "the context has no store coordinator"));
+    replaceError(error, makeError(kPersistenceErrorDomain, kNoStoreErrorCode, whyNoCoordinator_));
   }
   return coordinator_ != nullptr;
 }

@@ -34,6 +34,8 @@ class ManagedObjectContext {
 
   /// May be null: the context then has no storage behind it. Set once, before first use.
   void setPersistentStoreCoordinator(std::shared_ptr<PersistentStoreCoordinator> coordinator);
+  /// What the errors of a context without a coordinator say, in a sentence.
+  void setWhyNoCoordinator(std::string why) { whyNoCoordinator_ = std::move(why); }
 
   /// The matching records as `Object` (a class derived from ManagedObject), or nothing with the
   /// error in the slot, whatever the slot held. Leaves the slot alone on success.
@@ -87,6 +89,7 @@ class ManagedObjectContext {
   void noteSaved(const PendingChanges& saved);
 
   std::shared_ptr<PersistentStoreCoordinator> coordinator_;
+  std::string whyNoCoordinator_ = "No store has been opened";
   std::map<std::string, EntityObjects, std::less<>> objects_;  ///< by the entity's name
 };
 

@@ -56,5 +56,20 @@ TEST_F(LimitedLogTest, ManyLinesAreAllSaid) {
   EXPECT_EQ(log_.lines().size(), 5000U);
 }
 
+TEST_F(LimitedLogTest, SaysTheFirstOfAKind) {
+  limited_.warningOf("kind", "process 1");
+  limited_.warningOf("kind", "process 2");
+  limited_.warningOf("other kind", "process 3");
+  EXPECT_THAT(log_.lines(), ElementsAre("process 1", "process 3"));
+}
+
+TEST_F(LimitedLogTest, SaysNothingAgainWithinItsTime) {
+  LimitedLog daily(log_, clock_, LimitedLog::kDay);
+  daily.warning("line");
+  clock_.set(1000 + LimitedLog::kDay - 1);
+  daily.warning("line");
+  EXPECT_THAT(log_.lines(), ElementsAre("line"));
+}
+
 }  // namespace
 }  // namespace velto

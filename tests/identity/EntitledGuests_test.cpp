@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/foundation/FileManager.h"
+#include "platform/foundation/Paths.h"
 #include "tests/identity/Peer.h"
 #include "tests/support/FakeClock.h"
 #include "tests/support/FakeLog.h"
@@ -18,6 +19,7 @@
 namespace velto {
 namespace {
 
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -40,9 +42,10 @@ class EntitledGuestsTest : public testing::Test {
   void write(const std::string& name, const std::string& text, mode_t mode = 0600) const {
     EXPECT_EQ(chmod(directory_.write(name, text).c_str(), mode), 0);
   }
-  /// A rule for the user that grants the entitlement "right" with a value.
+  /// A rule for the user that grants the right to a bundle.
   static std::string rule(const std::string& user, const std::string& value) {
-    return "{ User = " + user + "; Entitlements = { right = " + value + "; }; }";
+    return "{ User = " + user + "; Entitlements = { \"com.ulmora.velto.alert-bundles\" = " + value +
+           "; }; }";
   }
 
   Data attribute(const void* address) const {
@@ -54,15 +57,16 @@ class EntitledGuestsTest : public testing::Test {
     return guests_.copyGuestWithAttributes(attributes, 0, code_);
   }
 
-  /// The value of the entitlement "right" that the peer has, or "none".
+  /// The bundle that the peer has the right to, or "none".
   std::string rightOf(const Peer& peer) {
     const GuestTable::Entry entry(table_, peer.token(), peer.socket());
     EXPECT_EQ(lookUp({{"audit", attribute(&peer.token())}}), kSecSuccess);
     std::optional<Dictionary> information;
     EXPECT_EQ(guests_.copySigningInformation(*code_, 4, information), kSecSuccess);
     const PropertyList* entitlements = valueForKey(*information, kSecCodeInfoEntitlementsDict);
-    const std::string* right =
-        entitlements == nullptr ? nullptr : stringForKey(*entitlements->dictionary(), "right");
+    const std::string* right = entitlements == nullptr
+                                   ? nullptr
+                                   : stringForKey(*entitlements->dictionary(), kBundleEntitlement);
     return right == nullptr ? "none" : *right;
   }
 
@@ -70,8 +74,12 @@ class EntitledGuestsTest : public testing::Test {
   FakeLog log_;
   FakeClock clock_;
   GuestTable table_;
-  EntitledGuests guests_{
-      {path("etc"), path("usr"), path("missing")}, table_, FileManager::system(), clock_, log_};
+  EntitledGuests guests_{{path("etc"), path("usr"), path("missing")},
+                         table_,
+                         FileManager::system(),
+                         clock_,
+                         log_,
+                         [](const std::string& name) { return name != "A, B"; }};
   std::unique_ptr<CodeReference> code_;
 };
 
@@ -114,7 +122,8 @@ TEST_F(EntitledGuestsTest, AFileOfAnotherNameIsToldOfOnceAsLongAsItIsThere) {
 TEST_F(EntitledGuestsTest, RulesOfAnyFormatAreRead) {
   write("etc/1.plist",
         "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>User</key><integer>12345"
-        "</integer><key>Entitlements</key><dict><key>right</key><string>xml</string></dict></dict>"
+        "</integer><key>Entitlements</key><dict><key>com.ulmora.velto.alert-bundles</"
+        "key><string>xml</string></dict></dict>"
         "</plist>");
   EXPECT_EQ(rightOf(Peer(12345)), "xml");
 }
@@ -193,6 +202,45 @@ TEST_F(EntitledGuestsTest, EntitlementsAreGivenToWhoAsksForThem) {
   EXPECT_EQ(information, Dictionary());
   const CodeReference foreign{};
   EXPECT_NE(guests_.copySigningInformation(foreign, 4, information), kSecSuccess);
+}
+
+TEST_F(EntitledGuestsTest, ARuleThatGivesNothingThatThereIsSaysSo) {
+  write("etc/1.plist",
+        "{ User = 12345; Entitlements = { \"com.ulmora.velto.alert-bundels\" = A; }; }");
+  write("etc/2.plist", "{ User = 12345; Entitlements = {}; }");
+  EXPECT_EQ(rightOf(Peer(12345)), "none");
+  write("etc/1.plist", rule("54321", "(\"A, B\", A, <ff>)"));
+  EXPECT_EQ(rightOf(Peer(1)), "none");
+  EXPECT_THAT(
+      log_.lines(),
+      ElementsAre(
+          HasSubstr("1.plist gives no right that there is: its Entitlements have "
+                    "com.ulmora.velto.alert-bundels and not com.ulmora.velto.alert-bundles"),
+          HasSubstr("1.plist names a bundle that there is not: A, B"),
+          HasSubstr("1.plist names a bundle by what is no text"),
+          HasSubstr("2.plist gives no right that there is: its Entitlements have nothing")));
+}
+
+TEST_F(EntitledGuestsTest, AUserThatThereIsNotIsNamed) {
+  write("etc/1.plist", rule("nosuchuser", "A"));
+  EXPECT_EQ(rightOf(Peer(12345)), "none");
+  EXPECT_THAT(log_.lines(), ElementsAre(HasSubstr("ignored: there is no user nosuchuser")));
+}
+
+TEST_F(EntitledGuestsTest, TheNearestRuleIsNamedOnceADay) {
+  write("etc/1.plist",
+        "{ User = 1; Executable = \"/nowhere\"; Entitlements = "
+        "{ \"com.ulmora.velto.alert-bundles\" = A; }; }");
+  write("etc/2.plist",
+        "{ User = 12345; Executable = \"/nowhere\"; Entitlements = "
+        "{ \"com.ulmora.velto.alert-bundles\" = A; }; }");
+  for (int time = 0; time < 3; ++time) {
+    EXPECT_EQ(rightOf(Peer(12345)), "none");
+    EXPECT_EQ(rightOf(Peer(54321)), "none") << "nothing is near";
+    clock_.set(clock_.now().secondsSinceReference() + 3600);
+  }
+  EXPECT_THAT(log_.lines(), ElementsAre(AllOf(HasSubstr("of user 12345; nearest comes "),
+                                              HasSubstr("2.plist, but for its Executable"))));
 }
 
 }  // namespace

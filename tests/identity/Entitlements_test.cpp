@@ -52,7 +52,8 @@ TEST(EntitlementRule, NeedsEntitlementsAndALastingCondition) {
   const std::string unsafe = "it has none of User, Unit and Label";
   EXPECT_EQ(refusal(Dictionary{{"Entitlements", kGranted}}), unsafe);
   EXPECT_EQ(refusal(Dictionary{{"Executable", "/bin/sh"}, {"Entitlements", kGranted}}), unsafe);
-  EXPECT_EQ(refusal(Dictionary{{"Group", "staff"}, {"Entitlements", kGranted}}), unsafe);
+  EXPECT_EQ(refusal(Dictionary{{"Groop", "staff"}, {"Entitlements", kGranted}}),
+            unsafe + ", and it has a condition that is not known, Groop");
 }
 
 TEST(EntitlementRule, GivesItsEntitlements) {

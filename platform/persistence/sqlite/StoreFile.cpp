@@ -40,6 +40,7 @@
 
 #include "platform/foundation/FileDescriptor.h"
 #include "platform/persistence/PersistenceErrors.h"
+#include "platform/persistence/sqlite/StoreFileErrors.h"
 #include "platform/persistence/sqlite/StoreSchema.h"
 #include "platform/persistence/sqlite/WriteAheadLog.h"
 
@@ -82,17 +83,6 @@ std::uint32_t tagOf(const ManagedObjectModel& model) {
 bool setHeaderField(SQLiteConnection& connection, std::string_view field, std::uint32_t value) {
   return connection.execute("PRAGMA " + std::string(field) + " = " +
                             std::to_string(static_cast<std::int32_t>(value)));
-}
-
-Error unusable(const std::string& path, int errorNumber) {
-  return makeError(kPersistenceErrorDomain, SQLITE_CANTOPEN,
-                   path + ": " + std::generic_category().message(errorNumber));
-}
-
-/// The file is there, though perhaps as the link to nothing that could not be opened.
-bool exists(const std::string& path) {
-  struct stat status {};
-  return ::lstat(path.c_str(), &status) == 0;
 }
 
 }  // namespace
@@ -229,7 +219,7 @@ bool StoreFile::fill(const std::string& newFile, ErrorSlot error) const {
   const FileDescriptor file(
       ::open(newFile.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
   if (!file.isOpen()) {
-    replaceError(error, unusable(newFile, errno));
+    replaceError(error, errno == EEXIST ? unusable(newFile, errno) : cannotMake(path_, errno));
     return false;
   }
   const auto connection = SQLiteConnection::open(newFile, SQLiteConnection::Role::kWriter, error);

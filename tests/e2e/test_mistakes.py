@@ -1,0 +1,189 @@
+# SPDX-License-Identifier: Apache-2.0
+"""What people do wrong, and what they are told: one line of a table each. Where the reply is fixed,
+the log says beside it what to do."""
+
+import plistlib
+import shutil
+import subprocess
+
+import pytest
+from velto.system import ALERTSD
+from velto.varlink import DEADLINE, CallFailed, wait_for
+
+pytestmark = pytest.mark.needs_root
+
+SERVICE_USER = 65534
+JAM = {"bundle": "Printer", "type": "Jam"}
+
+
+def invalid(parameter):
+    return {"error": "org.varlink.service.InvalidParameter", "parameters": {"parameter": parameter}}
+
+
+def settings(**members):
+    return {"settings": {"Printer": {"name": "Printer", **members}}}
+
+
+# What is called, with what, and the parameter that the reply names. Nothing is changed by any.
+WRONG_CALLS = (
+    ("PostAlert", {"alert": {"bundle": "Printer", "type": 3}}, "alert.type"),
+    ("PostAlert", {"alert": {"bundel": "Printer", "type": "Jam"}}, "alert.bundel"),
+    ("SaveAlerts", {"alerts": [JAM, {"sentDate": "now"}]}, "alerts[1].sentDate"),
+    ("SetAlertBundleSettings", settings(mailEnabeld=False), "settings.Printer.mailEnabeld"),
+    ("SetMailRecipients", {"recipients": [{"adress": "a@example.org"}]}, "recipients[0].adress"),
+    ("AddPushRecipients", {"recipients": [{"guid": "1", "token": "%"}]}, "recipients[0].token"),
+    ("GetAlertsFromDate", {"fromDate": "2026-01-01"}, "fromDate"),
+    ("DeleteAlertsBeforeDate", {"before": 1}, "before"),
+)
+
+
+@pytest.fixture(scope="module")
+def untouched(module_system):
+    """A running system whose state a test can compare with."""
+    module_system.make_bundle("Printer.bundle", texts={"en": {"Jam.subject": "Jam"}})
+    module_system.start()
+    client = module_system.client()
+    client.call("AddMailRecipients", recipients=["ann@example.org"])
+    client.call("SaveAlerts", alerts=[{**JAM, "identifier": "1"}])
+    return client
+
+
+def state(client):
+    return [client.call(method) for method in ("GetMailRecipients", "GetPushRecipients",
+                                               "GetAlertBundleSettings", "GetAttributes")] + \
+        [client.call("GetAlertsOfBundle", bundle="Printer")]
+
+
+@pytest.mark.parametrize("method, parameters, named", WRONG_CALLS)
+def test_a_wrong_call_is_told_where_and_changes_nothing(untouched, method, parameters, named):
+    before = state(untouched)
+    with pytest.raises(CallFailed) as failure:
+        untouched.call(method, **parameters)
+    assert (failure.value.name, failure.value.parameters) == \
+        (invalid(named)["error"], invalid(named)["parameters"])
+    assert state(untouched) == before
+
+
+def bundle(system):
+    return system.make_bundle("Printer.bundle", texts={"en": {"Jam.subject": "Jam"}})
+
+
+def rule(name, **content):
+    """Leaves a rule for the service's user; the file's name and what it holds."""
+    def leave(system):
+        bundle(system)
+        directory = system.root / "etc/velto/entitlements.d"
+        directory.mkdir(parents=True)
+        file = directory / name
+        file.write_bytes(plistlib.dumps(content))
+        file.chmod(0o600)
+    return leave
+
+
+def rights(value, key="com.ulmora.velto.alert-bundles"):
+    return {key: value}
+
+
+def info(text):
+    def leave(system):
+        (bundle(system) / "Contents/Info.plist").write_text(text)
+    return leave
+
+
+def recipients(*addresses):
+    def leave(client):
+        client.call("AddMailRecipients", recipients=list(addresses))
+        client.call("PostAlert", alert=JAM)
+    return leave
+
+
+def post(client):
+    client.call("PostAlert", alert=JAM)
+
+
+def nothing(_):
+    pass
+
+
+# What is there when the daemon starts, who does what then, and what the log says.
+WRONG_SYSTEMS = {
+    "a right that there is not": (
+        rule("a.plist", User=SERVICE_USER, Entitlements=rights(["Printer"], "com.ulmora.alerts")),
+        SERVICE_USER, post,
+        "a.plist gives no right that there is: its Entitlements have com.ulmora.alerts"),
+    "one text for two bundles": (
+        rule("a.plist", User=SERVICE_USER, Entitlements=rights("Printer, Disk")), SERVICE_USER, post,
+        "a.plist names a bundle that there is not: Printer, Disk"),
+    "a user that there is not": (
+        rule("a.plist", User="nosuch", Entitlements=rights("Printer")), SERVICE_USER, post,
+        "a.plist ignored: there is no user nosuch"),
+    "a condition that there is not": (
+        rule("a.plist", Groop="staff", Entitlements=rights("Printer")), SERVICE_USER, post,
+        "a.plist ignored: it has none of User, Unit and Label, and it has a condition that is not "
+        "known, Groop"),
+    "a rule's file of another name": (
+        rule("a", User=SERVICE_USER, Entitlements=rights("Printer")), SERVICE_USER, post,
+        "entitlements.d/a ignored: its name does not end in .plist"),
+    "a rule that nearly holds": (
+        rule("a.plist", User=SERVICE_USER, Executable="/nowhere", Entitlements=rights("Printer")),
+        SERVICE_USER, post, "a.plist, but for its Executable"),
+    "nobody with rights": (
+        bundle, SERVICE_USER, post, f"of user {SERVICE_USER}: /usr/bin/python3"),
+    "no events service": (
+        bundle, 0, nothing, "Alerts work, but nothing monitors for their bundles: "),
+    "no alerts directory": (
+        lambda system: system.bundles.rmdir(), 0, nothing,
+        "No alert bundles are looked for: "),
+    "a syntax error": (
+        info("{ a = 1;\n b = ; }"), 0, nothing, "Info.plist: unexpected character at line 2"),
+    "an Info.plist that is a list": (
+        info("(1, 2)"), 0, nothing, "Info.plist: it holds no dictionary"),
+    "an empty address": (
+        bundle, 0, recipients("", "ann@example.org"), 'alert email: "" is empty and is left out'),
+    "no directory for the store": (
+        lambda system: system.library.rmdir(), 0, nothing,
+        "/Library/Velto does not exist; create it"),
+    "another program's file": (
+        lambda system: (system.store_directory.mkdir(mode=0o700),
+                        system.store_file.write_bytes(b"x" * 4096)), 0, nothing,
+        "alertData.db: not a store of this program"),
+}
+
+
+@pytest.mark.parametrize("left, user, act, line", WRONG_SYSTEMS.values(), ids=WRONG_SYSTEMS.keys())
+def test_the_log_says_what_is_wrong_and_where(system, left, user, act, line):
+    left(system)
+    daemon = system.start()
+    act(system.client_as(user, user) if user else system.client())
+    wait_for(lambda: any(line in each for each in daemon.log_lines()), f"'{line}'\n{daemon.log()}")
+    assert len([each for each in daemon.log_lines() if line in each]) == 1
+
+
+def test_a_reply_without_a_store_says_why(system):
+    system.library.rmdir()
+    system.start()
+    reply = system.client().call("SaveAlerts", alerts=[JAM])
+    why = reply["error"]["userInfo"]["NSLocalizedDescription"]
+    assert why == f"The store cannot be used: {system.store_file} cannot be made: " \
+                  f"{system.library} does not exist; create it"
+
+
+def test_an_ordinary_user_is_told_how_to_run_it(system):
+    program = shutil.copy(ALERTSD, system.root)
+    result = subprocess.run([program], user=SERVICE_USER, group=SERVICE_USER, capture_output=True,
+                            text=True, timeout=DEADLINE, check=False, extra_groups=[],
+                            env=system.environment())
+    assert result.returncode == 1
+    assert result.stderr.endswith("run it as root, or in a system of your own (VELTO_ROOT)\n"), \
+        result.stderr
+
+
+def test_who_has_no_rights_is_named_once_a_day(system):
+    bundle(system)
+    daemon = system.start()
+    for _ in range(5):
+        post(system.client_as(SERVICE_USER, SERVICE_USER))
+    lines = daemon.log_lines()
+    assert lines.count("Connection attempt with insufficient privileges") == 5
+    named = [line for line in lines if line.startswith("No rights for process ")]
+    assert len(named) == 1
