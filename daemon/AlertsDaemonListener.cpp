@@ -8,6 +8,7 @@
 #include <system_error>
 #include <utility>
 
+#include "daemon/AlertsMonitor.h"
 #include "platform/foundation/Paths.h"
 #include "platform/foundation/SingleLine.h"
 #include "protocol/ArgumentClasses.h"
@@ -36,6 +37,7 @@ std::optional<PropertyList::Array> bundleList(const PropertyList::Dictionary& en
 
 Interface exportedInterface() {
   auto interface = Interface::interfaceWithProtocol(alertsDaemonProtocol());
+  interface.addProtocol(alertsMonitorProtocol());
   interface.setClasses({kVLAlertClass, kArrayClass}, "saveAlerts:callback:", 0, false);
   interface.setClasses({kStringClass, kArrayClass}, "deleteAlertsWithIds:callback:", 0, false);
   interface.setClasses({kStringClass, kDictionaryClass, kArrayClass},
@@ -126,7 +128,9 @@ bool AlertsDaemonListener::shouldAcceptNewConnection(Listener& /*listener*/,
   auto object = serviceObject(connection);
   connection.setMaximumCallSize(maximumCallSize(*object));
   connection.setExportedInterface(exported_);
-  connection.setExportedObject(std::move(object));
+  auto monitor = std::make_unique<AlertsMonitor>(services_, object->isRoot());
+  connection.addExportedObject(std::move(object));
+  connection.addExportedObject(std::move(monitor));
   connection.resume();
   return true;
 }

@@ -6,9 +6,9 @@
 #include <tuple>
 #include <utility>
 
-#include "protocol/InterfaceDescription.h"
+#include "protocol/CallParameters.h"
+#include "protocol/InterfaceDescriptions.h"
 #include "protocol/JSONCoding.h"
-#include "protocol/JSONStructure.h"
 #include "protocol/ReplyText.h"
 #include "protocol/VLAlertsDaemon.h"
 
@@ -33,9 +33,7 @@ WrongPath decodeArguments(const Invocation& invocation, const Names<sizeof...(In
                           Arguments& arguments, std::index_sequence<Index...>) {
   const std::array<JSONMember<Arguments>, sizeof...(Index)> members{
       {{names[Index], decodeArgument<Index, Arguments>}...}};
-  JSONSource source{JSONCursor(invocation.parameters), MemoryBudget(kCallBudget)};
-  WrongPath wrong = decodeStructure(source, invocation.classes, arguments, members);
-  return wrong ? wrong->substr(1) : wrong;  // the parameters have no name of their own
+  return decodeParameters(invocation, arguments, members);
 }
 
 /// Makes the reply block of one call. It may be copied, and the promise is one: a second call, of
@@ -142,7 +140,7 @@ std::vector<ProtocolMethod> methodTable() {
 
 const Protocol& alertsDaemonProtocol() {
   static const Protocol protocol{.name = "com.ulmora.velto.AlertsDaemon",
-                                 .description = kInterfaceDescription,
+                                 .description = kAlertsDaemonDescription,
                                  .product = "Velto Alerts Daemon",
                                  .version = VELTO_VERSION,
                                  .methods = methodTable()};

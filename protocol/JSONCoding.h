@@ -6,6 +6,7 @@
 // another type, or a member that its structure does not have. A member that is null is absent. Of
 // several members of one name the last counts.
 
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
@@ -36,6 +37,8 @@ inline constexpr std::size_t kCallBudget = std::size_t{64} * 1024 * 1024;
 // that it admits as an element is checked and not kept.
 WrongPath decode(JSONSource& source, const ArgumentClasses* classes, bool& value);
 WrongPath decode(JSONSource& source, const ArgumentClasses* classes, std::string& value);
+WrongPath decode(JSONSource& source, const ArgumentClasses* classes, std::int64_t& value);
+WrongPath decode(JSONSource& source, const ArgumentClasses* classes, double& value);
 WrongPath decode(JSONSource& source, const ArgumentClasses* classes, Date& value);
 WrongPath decode(JSONSource& source, const ArgumentClasses* classes, Data& value);
 WrongPath decode(JSONSource& source, const ArgumentClasses* classes, VLAlert& value);

@@ -15,14 +15,8 @@ bool admits(const ArgumentClasses* classes, ArgumentClass wanted) {
   return classes == nullptr || classes->contains(wanted);
 }
 
-/// What a white-list says of the structure's own class does not hold for its members.
-template <auto Member, typename Structure>
-WrongPath decodeMember(JSONSource& source, const ArgumentClasses* /*classes*/,
-                       Structure& structure) {
-  return decodeOptional(source, nullptr, structure.*Member);
-}
-
-/// But it does for those of a plain dictionary.
+/// What a white-list says of the structure's own class does hold for the members of a plain
+/// dictionary.
 template <auto Member, typename Structure>
 WrongPath decodePlainMember(JSONSource& source, const ArgumentClasses* classes,
                             Structure& structure) {
@@ -75,10 +69,26 @@ WrongPath decode(JSONSource& source, const ArgumentClasses* classes, std::string
   return source.budget.take(heapSize(value)) ? std::nullopt : WrongPath("");
 }
 
-WrongPath decode(JSONSource& source, const ArgumentClasses* /*classes*/, Date& value) {
+WrongPath decode(JSONSource& source, const ArgumentClasses* /*classes*/, std::int64_t& value) {
   if (source.cursor.kind() != Kind::kNumber) return wrongValue(source);
-  value = Date(source.cursor.readDouble());
+  const JSONNumber number = source.cursor.readNumber();
+  const auto* integer = std::get_if<std::int64_t>(&number);
+  if (integer == nullptr) return std::string();
+  value = *integer;
   return std::nullopt;
+}
+
+WrongPath decode(JSONSource& source, const ArgumentClasses* /*classes*/, double& value) {
+  if (source.cursor.kind() != Kind::kNumber) return wrongValue(source);
+  value = source.cursor.readDouble();
+  return std::nullopt;
+}
+
+WrongPath decode(JSONSource& source, const ArgumentClasses* classes, Date& value) {
+  double seconds = 0;
+  WrongPath wrong = decode(source, classes, seconds);
+  value = Date(seconds);
+  return wrong;
 }
 
 WrongPath decode(JSONSource& source, const ArgumentClasses* /*classes*/, Data& value) {

@@ -34,6 +34,14 @@ WrongPath decodeOptional(JSONSource& source, const ArgumentClasses* classes,
   return std::nullopt;
 }
 
+/// Reads a member that may be absent. What a white-list says of the structure's own class does not
+/// hold for its members.
+template <auto Member, typename Structure>
+WrongPath decodeMember(JSONSource& source, const ArgumentClasses* /*classes*/,
+                       Structure& structure) {
+  return decodeOptional(source, nullptr, structure.*Member);
+}
+
 /// Reads an object. What is wrong is a member that the structure does not have, or else the first
 /// in the structure's order that does not fit.
 template <typename Structure, std::size_t N>

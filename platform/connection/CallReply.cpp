@@ -9,6 +9,7 @@ namespace velto {
 namespace {
 
 constexpr std::string_view kBeforeParameters = R"({"parameters":)";
+constexpr std::string_view kAfterPiece = R"(,"continues":true})";
 
 }  // namespace
 
@@ -33,6 +34,13 @@ CallReply CallReply::parameters(std::unique_ptr<ReplyBody> body) {
   return reply;
 }
 
+CallReply CallReply::stream(std::unique_ptr<ReplyStream> stream) {
+  CallReply reply;
+  reply.kind_ = Kind::kStream;
+  reply.stream_ = std::move(stream);
+  return reply;
+}
+
 CallReply CallReply::error(std::string_view name, std::string_view parameter,
                            std::string_view value) {
   CallReply reply;
@@ -51,13 +59,15 @@ CallReply CallReply::invalidParameter(std::string_view path) {
   return error("org.varlink.service.InvalidParameter", "parameter", path);
 }
 
-void CallReply::writeNext(std::string& output, bool more) {
+bool CallReply::writeNext(std::string& output, bool more) {
+  if (kind_ == Kind::kStream) return writeStream(output);
   if (kind_ == Kind::kMessage) {
     output.append(text_) += '\0';
     clear();
   } else if (kind_ == Kind::kParts) {
     writePart(output, more);
   }
+  return true;
 }
 
 void CallReply::writePart(std::string& output, bool more) {
@@ -69,9 +79,22 @@ void CallReply::writePart(std::string& output, bool more) {
   isWithinMessage_ = continues && !more;
   if (!isWithinMessage_) {
     body_->end(output, !continues);
-    output.append(continues ? R"(,"continues":true})" : "}") += '\0';
+    output.append(continues ? kAfterPiece : "}") += '\0';
   }
   if (!continues) clear();
+}
+
+bool CallReply::writeStream(std::string& output) {
+  const std::size_t before = output.size();
+  if (!isWithinMessage_) output.append(kBeforeParameters);
+  const ReplyStream::Part part = stream_->append(output);
+  if (part == ReplyStream::Part::kNone) {
+    output.resize(before);
+    return false;
+  }
+  isWithinMessage_ = part == ReplyStream::Part::kMore;
+  if (!isWithinMessage_) output.append(kAfterPiece) += '\0';
+  return true;
 }
 
 void CallReply::clear() {

@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/connection/ReplyStream.h"
+
 namespace velto {
 
 /// The parameters of a reply that is too long to be written at once: a JSON object, in parts. The
@@ -25,9 +27,9 @@ class ReplyBody {
   virtual void end(std::string& text, bool isLast) = 0;
 };
 
-/// What a call is answered with, from the operation that makes it to the socket: parameters, whole
-/// or in parts, or one of Varlink's errors. It also stands for the two ways in which there is no
-/// answer. A value that moves; one thread at a time.
+/// What a call is answered with, from the operation that makes it to the socket: parameters, whole,
+/// in parts or without an end, or one of Varlink's errors. It also stands for the two ways in which
+/// there is no answer. A value that moves; one thread at a time.
 class CallReply {
  public:
   enum class Kind : std::uint8_t {
@@ -35,6 +37,7 @@ class CallReply {
     kLost,        ///< the answer could not be made
     kMessage,     ///< `text` is the message
     kParts,
+    kStream,  ///< without an end
   };
 
   /// One that is not offered.
@@ -43,6 +46,8 @@ class CallReply {
   /// `object` is the JSON text of the parameters.
   static CallReply parameters(std::string_view object);
   static CallReply parameters(std::unique_ptr<ReplyBody> body);
+  /// For a caller that takes the reply in pieces.
+  static CallReply stream(std::unique_ptr<ReplyStream> stream);
   /// An error with one parameter, a string, or none when the parameter's name is empty.
   static CallReply error(std::string_view name, std::string_view parameter, std::string_view value);
   /// org.varlink.service.InvalidParameter: the parameter is unknown, or not of its type.
@@ -51,21 +56,28 @@ class CallReply {
   Kind kind() const { return kind_; }
   /// The whole message, without its NUL.
   const std::string& text() const { return text_; }
+  /// Who is to be told when a stream has something to tell.
+  void setListener(ReplyStream::Listener& listener) {
+    if (stream_ != nullptr) stream_->setListener(listener);
+  }
 
   /// Whether there is nothing left to write.
-  bool isWritten() const { return kind_ != Kind::kMessage && kind_ != Kind::kParts; }
+  bool isWritten() const { return kind_ == Kind::kNotOffered || kind_ == Kind::kLost; }
   /// Appends the next part, with what makes messages of the parts, each ended by its NUL. `more`
-  /// tells that the caller takes each part as a message of its own.
-  void writeNext(std::string& output, bool more);
+  /// tells that the caller takes each part as a message of its own. False when it is a stream that
+  /// has nothing to tell yet.
+  bool writeNext(std::string& output, bool more);
 
  private:
   void writePart(std::string& output, bool more);
+  bool writeStream(std::string& output);
   void clear();
 
   Kind kind_ = Kind::kNotOffered;
   bool isWithinMessage_ = false;
   std::string text_;
   std::unique_ptr<ReplyBody> body_;
+  std::unique_ptr<ReplyStream> stream_;
 };
 
 }  // namespace velto

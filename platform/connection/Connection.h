@@ -33,7 +33,9 @@ class Connection {
   /// The most bytes that a call of this client may have, kMaximumCallSize unless it is set. A
   /// longer one ends the connection.
   virtual void setMaximumCallSize(std::size_t bytes) = 0;
-  virtual void setExportedObject(std::unique_ptr<ExportedObject> object) = 0;
+  /// The object that the calls of the interface's next protocol are for: called once for each, in
+  /// their order.
+  virtual void addExportedObject(std::unique_ptr<ExportedObject> object) = 0;
   virtual void resume() = 0;
 };
 

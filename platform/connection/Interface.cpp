@@ -7,11 +7,18 @@
 
 namespace velto {
 
-Interface::Interface(const Protocol& protocol) : protocol_(&protocol) {
+Interface Interface::interfaceWithProtocol(const Protocol& protocol) {
+  Interface interface;
+  interface.addProtocol(protocol);
+  return interface;
+}
+
+void Interface::addProtocol(const Protocol& protocol) {
   for (const ProtocolMethod& method : protocol.methods) {
     rows_.emplace(std::string(protocol.name).append(".").append(method.wireName),
-                  Row{.method = &method, .classes = std::nullopt});
+                  Row{.method = &method, .protocol = &protocol, .object = protocols_.size()});
   }
+  protocols_.push_back(&protocol);
 }
 
 void Interface::setClasses(ArgumentClasses classes, std::string_view selector,
@@ -20,7 +27,7 @@ void Interface::setClasses(ArgumentClasses classes, std::string_view selector,
     return entry.second.method->selector == selector;
   });
   if (found == rows_.end() || argumentIndex != 0 || ofReply) {
-    programMistake("classes for what " + std::string(protocol_->name) +
+    programMistake("classes for what " + std::string(protocols_.front()->name) +
                    " does not check: " + std::string(selector) + ", argument " +
                    std::to_string(argumentIndex) + (ofReply ? " of its reply" : ""));
   }
@@ -30,6 +37,12 @@ void Interface::setClasses(ArgumentClasses classes, std::string_view selector,
 const Interface::Row* Interface::row(std::string_view fullName) const {
   const auto found = rows_.find(fullName);
   return found == rows_.end() ? nullptr : &found->second;
+}
+
+const Protocol* Interface::protocol(std::string_view name) const {
+  const auto found = std::find_if(protocols_.begin(), protocols_.end(),
+                                  [name](const Protocol* each) { return each->name == name; });
+  return found == protocols_.end() ? nullptr : *found;
 }
 
 }  // namespace velto

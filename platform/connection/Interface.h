@@ -50,6 +50,8 @@ struct Invocation {
   std::string_view parameters;  ///< the JSON text of an object, valid until the invocation returns
   /// The white-list of the method's first argument, or null when none is set.
   const ArgumentClasses* classes;
+  /// Whether the caller takes the reply in pieces, as they come.
+  bool more = false;
 };
 
 /// How long a method takes.
@@ -62,7 +64,8 @@ enum class Pace : std::uint8_t {
 
 /// One method of a protocol: a row of its table.
 struct ProtocolMethod {
-  std::string_view selector;  ///< full, with argument labels: "postAlert:callback:"
+  /// Full, with argument labels: "postAlert:callback:"; empty where no white-list is ever set.
+  std::string_view selector;
   std::string_view wireName;  ///< "PostAlert"
   /// Checks the parameters' shape, calls the object and keeps the promise, then or later. Called on
   /// the thread that delivers the call; only the object may be used after it has returned. What it
@@ -80,18 +83,22 @@ struct Protocol {
   std::vector<ProtocolMethod> methods;
 };
 
-/// What connections export: the table of a protocol's methods, each with the white-list of its
-/// first argument. Set up once and then shared by all connections; any thread as long as nobody
-/// changes it.
+/// What connections export: the table of the methods of one or several protocols, each with the
+/// white-list of its first argument. Set up once and then shared by all connections; any thread as
+/// long as nobody changes it.
 class Interface {
  public:
   struct Row {
     const ProtocolMethod* method;
-    std::optional<ArgumentClasses> classes;  ///< none when none is set
+    const Protocol* protocol;
+    std::size_t object;  ///< which of the connection's objects it is for
+    std::optional<ArgumentClasses> classes = std::nullopt;  ///< none when none is set
   };
 
   /// `protocol` must outlive the interface.
-  static Interface interfaceWithProtocol(const Protocol& protocol) { return Interface(protocol); }
+  static Interface interfaceWithProtocol(const Protocol& protocol);
+  /// Adds the methods of another protocol, which has another name and must outlive the interface.
+  void addProtocol(const Protocol& protocol);
 
   /// Sets the classes admitted for an argument of the method with this selector. Only the first
   /// argument of a call can have some: a selector that does not exist, another argument, or a
@@ -102,12 +109,15 @@ class Interface {
   /// The row of the method with this full wire name ("com.example.Interface.Method"), or null.
   const Row* row(std::string_view fullName) const;
 
-  const Protocol& protocol() const { return *protocol_; }
+  /// In the order in which they were added; the first one tells of the product.
+  const std::vector<const Protocol*>& protocols() const { return protocols_; }
+  /// The one of this name, or null.
+  const Protocol* protocol(std::string_view name) const;
 
  private:
-  explicit Interface(const Protocol& protocol);
+  Interface() = default;
 
-  const Protocol* protocol_;
+  std::vector<const Protocol*> protocols_;
   std::map<std::string, Row, std::less<>> rows_;  ///< by full wire name
 };
 

@@ -172,9 +172,10 @@ bool SocketConnection::callWithPlace(const VarlinkCall& call, const Interface::R
 void SocketConnection::callMethod(const VarlinkCall& call, const Interface::Row& row) {
   if (row.method->pace != Pace::kQuick) flush();
   pending_ = std::make_shared<PendingReply>(static_cast<ReplyReceiver&>(*this));
-  row.method->invoke({.object = *object_,
+  row.method->invoke({.object = *objects_[row.object],
                       .parameters = call.parameters(),
-                      .classes = row.classes ? &*row.classes : nullptr},
+                      .classes = row.classes ? &*row.classes : nullptr,
+                      .more = call.more()},
                      ReplyPromise(pending_));
 }
 
@@ -190,7 +191,7 @@ void SocketConnection::setReply(CallReply reply) {
     isEnding_ = true;
   } else if (!isOneway_) {
     const bool isOffered = reply.kind() != CallReply::Kind::kNotOffered;
-    reply_ = isOffered ? std::move(reply) : notImplemented(*row_, *exported_);
+    reply_ = isOffered ? std::move(reply) : notImplemented(*row_);
   }
 }
 

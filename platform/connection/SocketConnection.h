@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/connection/Connection.h"
 #include "platform/connection/ConnectionTable.h"
@@ -53,14 +54,16 @@ class SocketConnection : public EventSource,
   void setExportedInterface(std::shared_ptr<const Interface> exported) override {
     exported_ = std::move(exported);
   }
-  void setExportedObject(std::unique_ptr<ExportedObject> object) override {
-    object_ = std::move(object);
+  void addExportedObject(std::unique_ptr<ExportedObject> object) override {
+    objects_.push_back(std::move(object));
   }
   void setMaximumCallSize(std::size_t bytes) override { maximumCallSize_ = bytes; }
   void resume() override { isResumed_ = true; }
 
   /// Whether the connection is ready to be served.
-  bool isResumed() const { return isResumed_ && exported_ != nullptr && object_ != nullptr; }
+  bool isResumed() const {
+    return isResumed_ && exported_ != nullptr && objects_.size() == exported_->protocols().size();
+  }
 
   Event serve() noexcept override;
 
@@ -89,7 +92,7 @@ class SocketConnection : public EventSource,
   ConnectionTable::Entry entry_;
   Admission& admission_;
   std::shared_ptr<const Interface> exported_;
-  std::unique_ptr<ExportedObject> object_;
+  std::vector<std::unique_ptr<ExportedObject>> objects_;  ///< one for each protocol exported
   std::size_t maximumCallSize_ = kMaximumCallSize;
   Event awaited_ = Event::kOutput;
   bool isResumed_ = false;

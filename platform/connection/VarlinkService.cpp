@@ -63,34 +63,41 @@ CallReply unknownParameter(std::string_view name) {
   return CallReply::invalidParameter(pathWithin(name, "").substr(1));
 }
 
-CallReply info(const VarlinkCall& call, const Protocol& protocol) {
+CallReply info(const VarlinkCall& call, const Interface& exported) {
   JSONCursor cursor(call.parameters());
   cursor.enter();
   if (const auto name = cursor.nextMember()) return unknownParameter(*name);
-  std::string text;
-  JSONObjectText parameters(text);
-  parameters.add("vendor", std::string_view("Velto"));
-  parameters.add("product", protocol.product);
-  parameters.add("version", protocol.version);
-  parameters.add("url", std::string_view());
-  parameters.add("interfaces", std::vector{kServiceInterface, protocol.name});
-  parameters.end();
-  return CallReply::parameters(text);
-}
-
-CallReply descriptionOf(std::string_view interface, const Protocol& protocol) {
-  if (interface != kServiceInterface && interface != protocol.name) {
-    return failure("InterfaceNotFound", "interface", interface);
+  const Protocol& first = *exported.protocols().front();
+  std::vector names{kServiceInterface};
+  for (const Protocol* protocol : exported.protocols()) {
+    names.push_back(protocol->name);
   }
   std::string text;
   JSONObjectText parameters(text);
-  parameters.add("description",
-                 interface == kServiceInterface ? kServiceDescription : protocol.description);
+  parameters.add("vendor", std::string_view("Velto"));
+  parameters.add("product", first.product);
+  parameters.add("version", first.version);
+  parameters.add("url", std::string_view());
+  parameters.add("interfaces", names);
   parameters.end();
   return CallReply::parameters(text);
 }
 
-CallReply interfaceDescription(const VarlinkCall& call, const Protocol& protocol) {
+CallReply interfaceNotFound(std::string_view interface) {
+  return failure("InterfaceNotFound", "interface", interface);
+}
+
+CallReply descriptionOf(std::string_view interface, const Interface& exported) {
+  const Protocol* protocol = exported.protocol(interface);
+  if (interface != kServiceInterface && protocol == nullptr) return interfaceNotFound(interface);
+  std::string text;
+  JSONObjectText parameters(text);
+  parameters.add("description", protocol == nullptr ? kServiceDescription : protocol->description);
+  parameters.end();
+  return CallReply::parameters(text);
+}
+
+CallReply interfaceDescription(const VarlinkCall& call, const Interface& exported) {
   std::optional<std::string> interface;
   JSONCursor cursor(call.parameters());
   cursor.enter();
@@ -103,7 +110,7 @@ CallReply interfaceDescription(const VarlinkCall& call, const Protocol& protocol
       cursor.skip();
     }
   }
-  return interface ? descriptionOf(*interface, protocol) : CallReply::invalidParameter("interface");
+  return interface ? descriptionOf(*interface, exported) : CallReply::invalidParameter("interface");
 }
 
 }  // namespace
@@ -115,21 +122,19 @@ CallReply serviceReply(const VarlinkCall& call, const Interface& exported) {
   const std::string_view method = std::string_view(call.method()).substr(dot + 1);
 
   if (call.upgrade()) return CallReply::invalidParameter("upgrade");
-  if (interface != kServiceInterface && interface != exported.protocol().name) {
-    return failure("InterfaceNotFound", "interface", interface);
+  if (interface != kServiceInterface && exported.protocol(interface) == nullptr) {
+    return interfaceNotFound(interface);
   }
-  if (interface == kServiceInterface && method == "GetInfo") {
-    return info(call, exported.protocol());
-  }
+  if (interface == kServiceInterface && method == "GetInfo") return info(call, exported);
   if (interface == kServiceInterface && method == "GetInterfaceDescription") {
-    return interfaceDescription(call, exported.protocol());
+    return interfaceDescription(call, exported);
   }
   return methodNotFound(call.method());
 }
 
-CallReply notImplemented(const Interface::Row& row, const Interface& exported) {
+CallReply notImplemented(const Interface::Row& row) {
   return failure("MethodNotImplemented", "method",
-                 std::string(exported.protocol().name).append(".").append(row.method->wireName));
+                 std::string(row.protocol->name).append(".").append(row.method->wireName));
 }
 
 }  // namespace velto

@@ -13,6 +13,6 @@ namespace velto {
 CallReply serviceReply(const VarlinkCall& call, const Interface& exported);
 
 /// The error of a method that the interface has and the object does not offer.
-CallReply notImplemented(const Interface::Row& row, const Interface& exported);
+CallReply notImplemented(const Interface::Row& row);
 
 }  // namespace velto

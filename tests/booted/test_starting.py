@@ -21,7 +21,8 @@ def test_a_post_before_the_daemon_has_ever_run_starts_it(bare):
     assert bare.post() == {}
     assert bare.is_active(SERVICE)
     assert len(bare.alerts()) == 1
-    assert bare.path("/run/varlink/registry/com.ulmora.velto.AlertsDaemon").is_symlink()
+    for interface in ("AlertsDaemon", "AlertsMonitor"):
+        assert bare.path(f"/run/varlink/registry/com.ulmora.velto.{interface}").is_symlink()
 
 
 def test_the_packages_start_it_and_the_next_start_of_the_machine_does(shared):

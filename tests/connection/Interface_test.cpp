@@ -29,6 +29,26 @@ TEST(Interface, findsRowsByTheirWholeNames) {
   }
 }
 
+TEST(Interface, hasTheRowsOfSeveralProtocols) {
+  static const Protocol second{.name = "a.c",
+                               .description = "",
+                               .product = "",
+                               .version = "",
+                               .methods = {{.selector = {}, .wireName = "Other", .invoke = {}}}};
+  Interface interface = Interface::interfaceWithProtocol(protocol());
+  interface.addProtocol(second);
+  const Interface::Row* row = interface.row("a.c.Other");
+  ASSERT_NE(row, nullptr);
+  EXPECT_EQ(row->method, second.methods.data());
+  EXPECT_EQ(row->protocol, &second);
+  EXPECT_EQ(row->object, 1u);
+  EXPECT_EQ(interface.row("a.b.Other")->protocol, &protocol());
+  EXPECT_EQ(interface.row("a.b.Other")->object, 0u);
+  EXPECT_EQ(interface.row("a.c.One"), nullptr);
+  EXPECT_EQ(interface.protocol("a.c"), &second);
+  EXPECT_EQ(interface.protocol("a"), nullptr);
+}
+
 TEST(Interface, resolvesClassesToRows) {
   Interface interface = Interface::interfaceWithProtocol(protocol());
   interface.setClasses({kText, kLast}, "one:two:", 0, false);

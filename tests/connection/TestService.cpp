@@ -231,7 +231,7 @@ bool TestService::shouldAcceptNewConnection(Listener& /*listener*/, Connection& 
   }
   connection.setExportedInterface(exported_);
   connection.setMaximumCallSize(maximumCallSize_);
-  connection.setExportedObject(std::make_unique<TestObject>(shared_));
+  connection.addExportedObject(std::make_unique<TestObject>(shared_));
   connection.resume();
   return accepting_;
 }

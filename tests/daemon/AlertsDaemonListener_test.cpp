@@ -9,6 +9,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "daemon/AlertsMonitor.h"
 #include "platform/connection/RunLoop.h"
 #include "platform/foundation/Paths.h"
 #include "platform/identity/GuestTable.h"
@@ -34,15 +35,22 @@ class FakeConnection : public Connection {
   void setExportedInterface(std::shared_ptr<const Interface> exported) override {
     interface = std::move(exported);
   }
-  void setExportedObject(std::unique_ptr<ExportedObject> exported) override {
-    object.reset(dynamic_cast<AlertsDaemon*>(exported.release()));
+  void addExportedObject(std::unique_ptr<ExportedObject> exported) override {
+    if (object == nullptr) {
+      object.reset(dynamic_cast<AlertsDaemon*>(exported.release()));
+    } else {
+      monitor.reset(dynamic_cast<AlertsMonitor*>(exported.release()));
+    }
   }
   void setMaximumCallSize(std::size_t bytes) override { maximumCallSize = bytes; }
-  void resume() override { resumed = object != nullptr && interface != nullptr; }
+  void resume() override {
+    resumed = object != nullptr && monitor != nullptr && interface != nullptr;
+  }
 
   std::shared_ptr<const Interface> interface;
   std::size_t maximumCallSize = 0;
   std::unique_ptr<AlertsDaemon> object;
+  std::unique_ptr<AlertsMonitor> monitor;
   bool resumed = false;
 
  private:

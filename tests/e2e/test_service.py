@@ -4,22 +4,24 @@
 import pathlib
 
 import pytest
-from velto.values import INTERFACE, METHODS, SERVICE
+from velto.values import INTERFACE, METHODS, MONITOR, SERVICE
 
-DESCRIPTION = pathlib.Path(__file__).resolve().parents[2] / "protocol" / f"{INTERFACE}.varlink"
+FILES = pathlib.Path(__file__).resolve().parents[2] / "protocol"
+DESCRIPTION = FILES / f"{INTERFACE}.varlink"
 
 
 def test_the_service_tells_its_interfaces(client):
     info = client.call(f"{SERVICE}.GetInfo")
     assert set(info) == {"vendor", "product", "version", "url", "interfaces"}
-    assert info["interfaces"] == [SERVICE, INTERFACE]
+    assert info["interfaces"] == [SERVICE, INTERFACE, MONITOR]
     assert all(isinstance(info[key], str) for key in ("vendor", "product", "version", "url"))
 
 
-def test_the_description_is_the_interface_file(client):
-    reply = client.call(f"{SERVICE}.GetInterfaceDescription", interface=INTERFACE)
+@pytest.mark.parametrize("interface", [INTERFACE, MONITOR])
+def test_the_description_is_the_interface_file(client, interface):
+    reply = client.call(f"{SERVICE}.GetInterfaceDescription", interface=interface)
     assert set(reply) == {"description"}
-    assert reply["description"].encode() == DESCRIPTION.read_bytes()
+    assert reply["description"].encode() == (FILES / f"{interface}.varlink").read_bytes()
 
 
 def test_the_description_of_the_service_interface_declares_what_it_answers(client):
@@ -38,7 +40,8 @@ def test_every_declared_method_is_known_here():
 
 
 @pytest.mark.parametrize("method", [
-    f"{INTERFACE}.Explode", f"{INTERFACE}.postAlert", f"{INTERFACE}.", f"{SERVICE}.GetEverything"])
+    f"{INTERFACE}.Explode", f"{INTERFACE}.postAlert", f"{INTERFACE}.", f"{SERVICE}.GetEverything",
+    f"{INTERFACE}.Follow", f"{MONITOR}.PostAlert"])
 def test_an_unknown_method_is_not_found(client, method):
     assert client.exchange(method, {}) == {
         "error": f"{SERVICE}.MethodNotFound", "parameters": {"method": method}}

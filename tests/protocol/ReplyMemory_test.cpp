@@ -53,7 +53,7 @@ class Service : public ListenerDelegate {
 
   bool shouldAcceptNewConnection(Listener& /*listener*/, Connection& connection) override {
     connection.setExportedInterface(exported_);
-    connection.setExportedObject(std::make_unique<SomeDaemon>(other_));
+    connection.addExportedObject(std::make_unique<SomeDaemon>(other_));
     connection.resume();
     return true;
   }

@@ -2,6 +2,7 @@
 """Names and errors that many tests compare with."""
 
 INTERFACE = "com.ulmora.velto.AlertsDaemon"
+MONITOR = "com.ulmora.velto.AlertsMonitor"
 SERVICE = "org.varlink.service"
 
 METHODS = ("GetAttributes", "SetAttributes", "PostAlert", "SaveAlerts",
