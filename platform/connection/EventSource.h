@@ -20,7 +20,8 @@ enum class Event : std::uint32_t {
   kNone = 0,
   kInput = EPOLLIN,
   kOutput = EPOLLOUT,
-  kLater = EPOLLHUP,  ///< nothing, until the source is resumed
+  kHangUp = EPOLLRDHUP,  ///< that the other end hangs up, or the source is nudged
+  kLater = EPOLLHUP,     ///< nothing, until the source is resumed
   kTurn = EPOLLERR,   ///< nothing: it has more to do, once the others of its user had their turns
   kPlace = EPOLLMSG,  ///< a place among the waiting calls of its user (WaitingPlace)
 };
@@ -48,6 +49,7 @@ class EventSource : public boost::intrusive::list_base_hook<> {
   virtual Event serve() noexcept = 0;
 
  private:
+  friend class RunLoop;
   friend class UserTurns;
 
   const FileDescriptor descriptor_;
@@ -56,7 +58,9 @@ class EventSource : public boost::intrusive::list_base_hook<> {
   // Where it stands among the turns; guarded by the run loop's lock.
   bool isParked_ = false;
   bool isRoused_ = false;
-  bool hasPlace_ = false;  ///< kept for it, until it takes it
+  bool hasPlace_ = false;     ///< kept for it, until it takes it
+  bool isListening_ = false;  ///< waits for kHangUp
+  bool isNudged_ = false;     ///< before it came to wait for that
   TurnsOfUser* turns_ = nullptr;
   Turn* turn_ = nullptr;  ///< while it is served; its thread's alone
 };

@@ -21,8 +21,9 @@
 //      its queue: it takes all that has come at once then, and finds the one whose user is free.
 //   6. When more turns could be taken than the thread takes that has found them, it wakes another
 //      one (wakeEvent_, edge-triggered: a write wakes one thread), which does the same in turn.
+//   7. A source that waits for kHangUp lines up when it is nudged, although it is armed (lineUp).
 //
-// On a daemon that has nothing else to do a call costs one event and two locks: none of 5 and 6.
+// On a daemon that has nothing else to do a call costs one event and two locks: none of 5 to 7.
 //
 // mutex_ guards the lists and counters and nothing slow: a thread that loses its processor within
 // it stops all others. A source is destroyed outside it, since its destructor may close files or
@@ -63,11 +64,6 @@ constexpr std::chrono::milliseconds kFarewell{1000};
 FileDescriptor opened(int descriptor, const char* what) {
   if (descriptor < 0) throwSystemError(what);
   return FileDescriptor(descriptor);
-}
-
-/// One event wakes one thread, which has the source for itself until it waits again.
-epoll_event eventOf(EventSource& source, Event event) {
-  return {.events = static_cast<std::uint32_t>(event) | EPOLLONESHOT, .data = {.ptr = &source}};
 }
 
 }  // namespace
@@ -124,6 +120,14 @@ void RunLoop::watchEvent(const FileDescriptor& own, std::uint32_t events) const 
   if (::epoll_ctl(epoll_.get(), EPOLL_CTL_ADD, own.get(), &event) != 0) {
     throwSystemError("epoll_ctl");
   }
+}
+
+/// One event wakes one thread, which has the source for itself until it waits again. That of a
+/// source which may be nudged has a mark in its address (lineUp).
+epoll_event RunLoop::eventOf(EventSource& source, Event event) {
+  const auto address = reinterpret_cast<std::uintptr_t>(&source);
+  return {.events = static_cast<std::uint32_t>(event) | EPOLLONESHOT,
+          .data = {.u64 = event == Event::kHangUp ? address | kMayBeNudged : address}};
 }
 
 void RunLoop::add(std::unique_ptr<EventSource> source, Event first) {
@@ -207,10 +211,21 @@ bool RunLoop::keep(EventSource& source, Event next) {
     case Event::kPlace:
       turns_.park(source);
       return true;
+    case Event::kHangUp:
+      if (!std::exchange(source.isNudged_, false)) {
+        source.isListening_ = arm(source, next);
+        return source.isListening_;
+      }
+      turns_.lineUp(source);
+      return true;
     default:
-      epoll_event event = eventOf(source, next);
-      return ::epoll_ctl(epoll_.get(), EPOLL_CTL_MOD, source.descriptor(), &event) == 0;
+      return arm(source, next);
   }
+}
+
+bool RunLoop::arm(EventSource& source, Event next) const {
+  epoll_event event = eventOf(source, next);
+  return ::epoll_ctl(epoll_.get(), EPOLL_CTL_MOD, source.descriptor(), &event) == 0;
 }
 
 /// Whether another thread is to be woken, once the lock has been left.

@@ -41,6 +41,10 @@ class RunLoop {
   /// Serves a source soon that is to end, also when it waits for a place. It is alive.
   void rouse(EventSource& source) noexcept VELTO_EXCLUDES(mutex_);
 
+  /// Serves a source soon that waits for kHangUp; one that does not is served as soon as it comes
+  /// to wait for it. It is alive, at least until its destructor has begun.
+  void nudge(EventSource& source) noexcept VELTO_EXCLUDES(mutex_);
+
   /// Serves until `stop`. Called by one thread.
   void run() VELTO_EXCLUDES(mutex_);
   /// Makes `run` return once the calls under way have ended, and the first calls of newcomers; for
@@ -89,6 +93,9 @@ class RunLoop {
   using Sources = std::unordered_map<EventSource*, std::unique_ptr<EventSource>>;
   using Threads = std::list<std::thread>;
 
+  /// In the event of a source that may be nudged: no source is at an odd address.
+  static constexpr std::uint64_t kMayBeNudged = 1;
+
   /// What comes of waiting.
   enum class Came { kNothing, kSomething, kStop };
 
@@ -101,6 +108,9 @@ class RunLoop {
   Turn serveTurn(Turn turn) VELTO_EXCLUDES(mutex_);
   Turn takeTurn() VELTO_REQUIRES(mutex_);
   bool keep(EventSource& source, Event next) VELTO_REQUIRES(mutex_);
+  static epoll_event eventOf(EventSource& source, Event event);
+  bool arm(EventSource& source, Event next) const;
+  void lineUp(const epoll_event& event) VELTO_REQUIRES(mutex_);
   void destroy(EventSource& source) VELTO_EXCLUDES(mutex_);
   bool needsAnother() VELTO_REQUIRES(mutex_);
   bool takePlace(EventSource& source) VELTO_EXCLUDES(mutex_);

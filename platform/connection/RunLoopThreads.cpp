@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <exception>
 #include <malloc.h>
+#include <utility>
 
 #include "platform/connection/RunLoop.h"
 
@@ -53,12 +54,37 @@ bool RunLoop::collect(std::span<const epoll_event> events, Turn& turn) {
     if (event.data.ptr == &wakeEvent_) {
       isWakeSent_ = false;
     } else {
-      turns_.lineUp(*static_cast<EventSource*>(event.data.ptr));
+      lineUp(event);
     }
   }
   turn = takeTurn();
   wake.isDue = needsAnother();
   return true;
+}
+
+/// Lines up the source that the event is for. That of a source that could be nudged may come when
+/// the source is being served, or gone, or another one stands at its address. So it carries a mark,
+/// and counts only where a source listens at the address: at worst it is the event of that one's
+/// predecessor, and a source is served without need. An event that does not count is lost to
+/// nobody, since whoever serves the source arms it anew.
+void RunLoop::lineUp(const epoll_event& event) {
+  auto* const source =
+      reinterpret_cast<EventSource*>(static_cast<std::uintptr_t>(event.data.u64 & ~kMayBeNudged));
+  if ((event.data.u64 & kMayBeNudged) == 0) return turns_.lineUp(*source);
+  if (sources_.contains(source) && std::exchange(source->isListening_, false)) {
+    turns_.lineUp(*source);
+  }
+}
+
+void RunLoop::nudge(EventSource& source) noexcept {
+  Wake wake(*this);
+  MutexLock lock(mutex_);
+  if (std::exchange(source.isListening_, false)) {
+    turns_.lineUp(source);
+  } else {
+    source.isNudged_ = true;
+  }
+  wake.isDue = needsAnother();
 }
 
 void RunLoop::serve(Turn turn) {

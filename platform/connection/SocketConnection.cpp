@@ -10,6 +10,9 @@
 //     kTurn      the turn is over (kStepsATurn, kTurnTime), and others of its user come first
 //     kPlace     the next call is one that waits, and its user has no place for it: the call stays
 //                in the buffer, and is looked at again when there is one
+//     kHangUp    the reply is a stream that has nothing to tell: waits for the client to hang up,
+//     not
+//                for bytes, which may be the next calls. The stream nudges it.
 //     kLater     a call is under way on some other thread. The connection is in no thread's hands
 //                until PendingReply::arrive, whose thread sends the reply and lets it wait again.
 //     kNone      the client is gone, sent what is not a call, or memory ran out: the run loop
@@ -26,6 +29,7 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <poll.h>
 #include <sys/socket.h>
 #include <utility>
 
@@ -87,6 +91,7 @@ Event SocketConnection::serveAwaited() {
     return isAdmitted_ ? Event::kInput : Event::kNone;
   }
   if (awaited_ == Event::kInput && !takeInput()) return Event::kNone;
+  if (awaited_ == Event::kHangUp && hasHungUp()) return Event::kNone;
   const Event next = proceed();
   input_.keep();
   return next;
@@ -117,6 +122,7 @@ Event SocketConnection::proceed() {
   if (flushed == Step::kLater) return Event::kLater;
   if (!output_.empty()) return Event::kOutput;
   if (last == Step::kPark) return Event::kPlace;
+  if (last == Step::kListen) return Event::kHangUp;
   return last == Step::kGoOn ? Event::kTurn : Event::kInput;
 }
 
@@ -124,10 +130,7 @@ Event SocketConnection::proceed() {
 SocketConnection::Step SocketConnection::doNext() {
   if (output_.size() >= kMuchOutput) return flush();
   if (pending_ != nullptr && !takeReply()) return Step::kLater;
-  if (!reply_.isWritten()) {
-    reply_.writeNext(output_, takesMore_);
-    return Step::kGoOn;
-  }
+  if (!reply_.isWritten()) return writeReply();
   if (runLoop_.isStopping() && newcomer_.isSettled()) isEnding_ = true;
   const auto message = isEnding_ ? std::nullopt : input_.next();
   if (message) {
@@ -141,6 +144,21 @@ SocketConnection::Step SocketConnection::doNext() {
   }
   if (!output_.empty()) return flush();
   return isEnding_ || input_.size() > maximumCallSize_ ? Step::kEnd : Step::kWait;
+}
+
+SocketConnection::Step SocketConnection::writeReply() {
+  if (reply_.writeNext(output_, takesMore_)) return Step::kGoOn;
+  // A stream is over when the service stops; its client knows by the end of the connection.
+  if (runLoop_.isStopping()) isEnding_ = true;
+  if (!output_.empty()) return flush();
+  output_.shrink_to_fit();
+  return isEnding_ ? Step::kEnd : Step::kListen;
+}
+
+/// Whether the client has gone, or will not say more; what it said before may not have been read.
+bool SocketConnection::hasHungUp() const {
+  pollfd wait{.fd = descriptor(), .events = POLLRDHUP, .revents = 0};
+  return ::poll(&wait, 1, 0) != 0;
 }
 
 /// Runs a call, which replies then or later. A message that is not a call ends the connection.
@@ -192,6 +210,7 @@ void SocketConnection::setReply(CallReply reply) {
   } else if (!isOneway_) {
     const bool isOffered = reply.kind() != CallReply::Kind::kNotOffered;
     reply_ = isOffered ? std::move(reply) : notImplemented(*row_);
+    reply_.setListener(*this);
   }
 }
 

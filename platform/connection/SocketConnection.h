@@ -37,10 +37,12 @@ class Admission {
 /// all output has been taken, so a client that does not read its replies holds up nobody but
 /// itself. A connection that waits for a new call holds no buffer, and one whose call replies
 /// later holds no thread: the thread that brings the reply sends it; nor does one whose next call
-/// has no place yet among those of its user that wait. One thread at a time.
+/// has no place yet among those of its user that wait, or whose reply is a stream that has nothing
+/// to tell. Such a one ends when its client hangs up, or just its own end. One thread at a time.
 class SocketConnection : public EventSource,
                          public Connection,
                          private ReplyReceiver,
+                         private ReplyStream::Listener,
                          private ConnectionTable::Owner {
  public:
   /// `socket` is connected and does not block; the first event to wait for is kOutput. `runLoop`,
@@ -69,7 +71,7 @@ class SocketConnection : public EventSource,
 
  private:
   /// What is left to do after a step.
-  enum class Step { kGoOn, kWait, kLater, kPark, kEnd };
+  enum class Step { kGoOn, kWait, kLater, kPark, kListen, kEnd };
 
   Event serveAwaited();
   bool takeInput();
@@ -81,6 +83,9 @@ class SocketConnection : public EventSource,
   bool takeReply();
   void setReply(CallReply reply);
   void goOnWithReply() noexcept override;
+  void rouse() noexcept override { runLoop_.nudge(*this); }
+  Step writeReply();
+  bool hasHungUp() const;
   void giveUp() noexcept override;
   Step flush();
   void charge();

@@ -51,6 +51,33 @@ TEST(CallReply, isOneMessageOfAllPartsOtherwise) {
             "|{\"parameters\":{[1|2|3]!}}\0"s);
 }
 
+/// Tells a message in two parts, and then nothing.
+class TwoParts : public ReplyStream {
+ public:
+  Part append(std::string& text) override {
+    if (told_ == 2) return Part::kNone;
+    text += ++told_ == 1 ? "{[1" : ",2]}";
+    return told_ == 1 ? Part::kMore : Part::kWhole;
+  }
+  void setListener(Listener& /*listener*/) override {}
+
+ private:
+  int told_ = 0;
+};
+
+TEST(CallReply, isMessagesWithoutAnEnd) {
+  CallReply reply = CallReply::stream(std::make_unique<TwoParts>());
+  std::string output;
+  EXPECT_TRUE(reply.writeNext(output, true));
+  EXPECT_EQ(output, "{\"parameters\":{[1");
+  EXPECT_TRUE(reply.writeNext(output, true));
+  EXPECT_EQ(output, "{\"parameters\":{[1,2]},\"continues\":true}\0"s);
+  const std::string before = output;
+  EXPECT_FALSE(reply.writeNext(output, true));
+  EXPECT_EQ(output, before);
+  EXPECT_FALSE(reply.isWritten());
+}
+
 TEST(CallReply, isAppended) {
   std::string output = "before";
   CallReply reply = CallReply::parameters("{}");

@@ -110,6 +110,10 @@ void count(const Invocation& call, ReplyPromise promise) {
   promise.keep(CallReply::parameters(std::make_unique<Numbers>(sharedOf(call), to, size)));
 }
 
+void follow(const Invocation& call, ReplyPromise promise) {
+  promise.keep(CallReply::stream(sharedOf(call).news.stream()));
+}
+
 void missing(const Invocation& /*call*/, const ReplyPromise& /*promise*/) {}
 
 void runOutOfMemory(const Invocation& /*call*/, const ReplyPromise& /*promise*/) {
@@ -162,6 +166,7 @@ const Protocol& testProtocol() {
                   {.selector = "later:", .wireName = "Later", .invoke = later},
                   {.selector = "elsewhere:", .wireName = "Elsewhere", .invoke = elsewhere},
                   {.selector = "count:", .wireName = "Count", .invoke = count},
+                  {.selector = "follow", .wireName = "Follow", .invoke = follow},
                   {.selector = "missing", .wireName = "Missing", .invoke = missing},
                   {.selector = "throw",
                    .wireName = "Throw",

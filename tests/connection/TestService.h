@@ -14,6 +14,7 @@
 #include "platform/foundation/Mutex.h"
 #include "platform/foundation/SerialQueue.h"
 #include "platform/identity/GuestTable.h"
+#include "tests/connection/TestNews.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace velto {
@@ -41,6 +42,7 @@ class TestObject : public ExportedObject {
     std::atomic<bool> isOpen = false;  ///< lets the calls of Wait end
     HeldReplies held;                  ///< to the calls of Later
     SerialQueue other;                 ///< replies to the calls of Elsewhere
+    TestNews news;                     ///< what Follow tells
   };
 
   explicit TestObject(Shared& shared) : shared_(shared) { ++shared_.objects; }
@@ -58,6 +60,7 @@ class TestObject : public ExportedObject {
 ///  - Later(value): returns without a reply; replies as Echo does when the test opens the gate
 ///  - Elsewhere(value): the same without a gate, on another thread
 ///  - Count(to, size): the numbers from 1 on, one a piece, filled up to `size` bytes
+///  - Follow(): tells what the test tells the news, without an end
 ///  - Missing(): not implemented
 ///  - Throw(), WaitThrow(): run out of memory; the latter is a call that waits, as Wait is
 ///  - LaterThrow(value): as Later, and runs out of memory
