@@ -101,11 +101,6 @@ struct Reconciliation {
   std::optional<Error> saveError;
   std::vector<FoundBundle> added;
   std::vector<std::string> forgotten;
-
-  bool hasConflict() const {
-    return saveError && saveError->domain == kPersistenceErrorDomain &&
-           saveError->code == kConflictErrorCode;
-  }
 };
 
 /// Also deletes the records of bundles that the directory does not hold, or holds broken. Their
@@ -129,7 +124,7 @@ Reconciliation reconcileAll(StoreContainer& stores, const std::vector<FoundBundl
 Reconciliation reconcileUntilSaved(StoreContainer& stores, const std::vector<FoundBundle>& found) {
   for (int attempt = 1;; ++attempt) {
     auto result = reconcileAll(stores, found);
-    if (!result.hasConflict() || attempt == kMostAttempts) return result;
+    if (!isConflict(result.saveError) || attempt == kMostAttempts) return result;
   }
 }
 

@@ -10,10 +10,6 @@ namespace {
 /// time becomes less likely than anything else that could fail.
 constexpr int kAttempts = 100;
 
-bool isConflict(const std::optional<Error>& error) {
-  return error && error->domain == kPersistenceErrorDomain && error->code == kConflictErrorCode;
-}
-
 std::optional<Error> trySaving(StoreContainer& container,
                                const std::function<bool(ADAlertStore&)>& change) {
   ADAlertStore store(container);

@@ -47,14 +47,24 @@ namespace {
 /// up fewer saves, but all of it is read and written at the next start.
 constexpr int kLongLog = 2000;
 
+Error refusalOf(const SQLiteConnection& connection, int code, std::string_view why) {
+  return makeError(kPersistenceErrorDomain, code,
+                   std::string(connection.path())
+                       .append(": ")
+                       .append(why)
+                       .append(" until the service is started again"));
+}
+
 }  // namespace
 
-CommitQueue::CommitQueue(SQLiteConnection& connection)
+CommitQueue::CommitQueue(SQLiteConnection& connection, CommitObserver* observer)
     : connection_(connection),
-      untrusted_(makeError(kPersistenceErrorDomain, kUntrustedStoreErrorCode,
-                           connection.path() +
-                               ": a sync has failed, so nothing is saved any more until the "
-                               "service is started again")) {
+      untrusted_(refusalOf(connection, kUntrustedStoreErrorCode,
+                           "a sync has failed, so nothing is saved any more")),
+      moved_(refusalOf(connection, kMovedStoreErrorCode,
+                       "the store's file has been renamed or deleted, so nothing is saved")),
+      rows_(connection),
+      observer_(observer) {
   if (!teller_.start() || !writer_.start()) {
     throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
   }
@@ -64,10 +74,16 @@ void CommitQueue::save(std::vector<RowChange>& changes, ErrorReply completion) {
   {
     const MutexLock lock(mutex_);
     waiting_.push_back({&changes, std::move(completion), std::nullopt});
-    if (isTaken_) {
-      return;
-    }
-    isTaken_ = true;
+    if (std::exchange(isTaken_, true)) return;
+  }
+  takeTurn();
+}
+
+void CommitQueue::betweenCommits(std::function<void()> work) {
+  {
+    const MutexLock lock(mutex_);
+    betweenCommits_.push_back(std::move(work));
+    if (std::exchange(isTaken_, true)) return;
   }
   takeTurn();
 }
@@ -103,7 +119,7 @@ void CommitQueue::goOn() {
 
 CommitQueue::Batch CommitQueue::serveWaiting() {
   Batch batch = takeWaiting();
-  serve(batch);
+  if (!batch.empty()) serve(batch);
   return batch;
 }
 
@@ -127,13 +143,22 @@ void CommitQueue::tell(Batch& batch) {
 /// Gives the turn up when nothing waits.
 bool CommitQueue::keepTurn() {
   const MutexLock lock(mutex_);
-  isTaken_ = !waiting_.empty();
+  isTaken_ = !waiting_.empty() || !betweenCommits_.empty();
   return isTaken_;
 }
 
 CommitQueue::Batch CommitQueue::takeWaiting() {
-  const MutexLock lock(mutex_);
-  return std::exchange(waiting_, {});
+  std::vector<std::function<void()>> works;
+  Batch batch;
+  {
+    const MutexLock lock(mutex_);
+    works.swap(betweenCommits_);
+    batch.swap(waiting_);
+  }
+  for (const auto& work : works) {
+    work();
+  }
+  return batch;
 }
 
 std::size_t CommitQueue::waiting() const {
@@ -160,44 +185,69 @@ void CommitQueue::serve(Batch& batch) noexcept {
 
 /// When it throws, none of the saves has been written.
 void CommitQueue::serveTogether(std::span<Save> saves) {
-  std::optional<Error> failure = isTrusted_ ? movedFile() : untrusted_;
+  // Should the file come back under its name, saving goes on.
+  const Error* const refusal = !isTrusted_              ? &untrusted_
+                               : connection_.hasMoved() ? &moved_
+                                                        : nullptr;
+  std::optional<Error> failure = refusal == nullptr ? std::nullopt : std::optional(*refusal);
   if (!failure && !commit(saves)) {
     // The error first, then the rollback, which has a result of its own.
     failure = connection_.lastError();
     distrustAfterFailedSync();
     connection_.rollBack();
   }
+  std::int64_t changed = 0;
   for (Save& save : saves) {
     if (!failure && !save.error) {
-      settle(save);
+      changed += settle(save);
     } else if (failure && !save.error) {
       save.error = failure;
     }
   }
+  if (changed != 0 && observer_ != nullptr) {
+    observer_->noteCommit(static_cast<std::uint64_t>(changed), rows_.rows());
+  }
+  noteEnd(saves, refusal);
 }
 
-/// The error when the file is not under its name any more. Should it come back, saving goes on.
-std::optional<Error> CommitQueue::movedFile() const {
-  return connection_.hasMoved()
-             ? std::optional(makeError(kPersistenceErrorDomain, kMovedStoreErrorCode,
-                                       connection_.path() +
-                                           ": the store's file has been renamed or deleted, so "
-                                           "nothing is saved until the service is started again"))
-             : std::nullopt;
+/// Before anybody is told, so that whoever asks then is not told less.
+void CommitQueue::noteEnd(std::span<const Save> saves, const Error* refusal) noexcept {
+  const MutexLock lock(mutex_);
+  for (const Save& save : saves) {
+    if (isConflict(save.error)) continue;
+    ++counts_.all;
+    if (save.error) ++counts_.failed;
+  }
+  refusal_ = isTrusted_ ? refusal : &untrusted_;
+}
+
+std::optional<Error> CommitQueue::refusal() const {
+  const MutexLock lock(mutex_);
+  return refusal_ == nullptr ? std::nullopt : std::optional(*refusal_);
+}
+
+SaveCounts CommitQueue::counts() const {
+  const MutexLock lock(mutex_);
+  return counts_;
 }
 
 /// When it fails, the transaction may be left open: also one for which there was no memory to roll
 /// it back.
 bool CommitQueue::commit(std::span<Save> saves) {
   connection_.rollBack();
+  rows_.begin(observer_ != nullptr && observer_->wantsRows());
   return connection_.execute("BEGIN IMMEDIATE") && applyAll(saves) && end(saves);
 }
 
-/// What the rows have now. Not before they are committed: a save may be tried again.
-void CommitQueue::settle(const Save& save) {
+/// What the rows have now. Not before they are committed: a save may be tried again. Returns how
+/// many they are.
+std::int64_t CommitQueue::settle(const Save& save) {
+  std::int64_t rows = 0;
   for (RowChange& change : *save.changes) {
     ++change.version;
+    rows += change.rows();
   }
+  return rows;
 }
 
 /// What is committed is safe in the log, so a failure is none of the saves; the next commit tries
@@ -228,7 +278,9 @@ bool CommitQueue::apply(Save& save) {
   if (!connection_.execute("SAVEPOINT save")) {
     return false;
   }
-  save.error = write(*save.changes);
+  const std::size_t before = rows_.rows().size();
+  save.error = rows_.write(*save.changes);
+  if (save.error) rows_.forgetRows(before);
   // Some errors make SQLite roll back everything, and the saves before this one with it.
   if (save.error && !(connection_.inTransaction() && connection_.execute("ROLLBACK TO save"))) {
     return false;
@@ -240,56 +292,6 @@ bool CommitQueue::end(std::span<const Save> saves) {
   const bool allFailed = std::all_of(saves.begin(), saves.end(),
                                      [](const Save& save) { return save.error.has_value(); });
   return connection_.execute(allFailed ? "ROLLBACK" : "COMMIT");
-}
-
-std::optional<Error> CommitQueue::write(std::vector<RowChange>& changes) {
-  for (RowChange& change : changes) {
-    if (std::optional<Error> error = write(change)) {
-      return error;
-    }
-  }
-  return std::nullopt;
-}
-
-std::optional<Error> CommitQueue::write(RowChange& change) {
-  if (change.kind == RowChange::Kind::kDeleteMany) {
-    return deleteMany(change);
-  }
-  const bool inserts = change.kind == RowChange::Kind::kInsert;
-  const bool deletes = change.kind == RowChange::Kind::kDelete;
-  Statement statement = connection_.statement(inserts   ? change.sql->insert
-                                              : deletes ? change.sql->remove
-                                                        : change.sql->update);
-  if (!deletes) {
-    for (const AttributeValue& value : *change.values) {
-      statement.bind(value);
-    }
-  }
-  if (!inserts) {
-    statement.bind(change.rowId);
-    statement.bind(change.version);
-  }
-  if (statement.step() != Statement::Step::kDone) {
-    return connection_.lastError();
-  }
-  if (connection_.changes() != 1) {
-    return makeError(kPersistenceErrorDomain, kConflictErrorCode,
-                     connection_.path() + ": a record was changed or deleted since it was read");
-  }
-  if (inserts) {
-    change.rowId = connection_.lastInsertRowId();
-  }
-  return std::nullopt;
-}
-
-std::optional<Error> CommitQueue::deleteMany(RowChange& change) {
-  Statement statement = connection_.statement(change.sql->removeByRowIds);
-  statement.bind(change.rowIds);
-  if (statement.step() != Statement::Step::kDone) {
-    return connection_.lastError();
-  }
-  change.deleted = connection_.changes();
-  return std::nullopt;
 }
 
 }  // namespace velto

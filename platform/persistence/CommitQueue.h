@@ -3,35 +3,19 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
-#include <string>
 #include <vector>
 
 #include "platform/foundation/Error.h"
 #include "platform/foundation/Mutex.h"
 #include "platform/foundation/SerialQueue.h"
-#include "platform/persistence/AttributeValue.h"
-#include "platform/persistence/EntitySql.h"
+#include "platform/persistence/CommitObserver.h"
+#include "platform/persistence/RowWriter.h"
 #include "platform/persistence/sqlite/SQLiteConnection.h"
 
 namespace velto {
-
-/// One row to write, or several to delete.
-struct RowChange {
-  enum class Kind { kInsert, kUpdate, kDelete, kDeleteMany };
-
-  Kind kind;
-  const EntitySql* sql;
-  /// An insert gets the new row's.
-  std::int64_t rowId;
-  /// What an updated or deleted row must still have; afterwards what the row has now.
-  std::int64_t version;
-  const std::vector<AttributeValue>* values;
-  /// Of kDeleteMany: the rows that go, whatever their versions, and afterwards how many there were.
-  std::span<const std::int64_t> rowIds = {};
-  std::int64_t deleted = 0;
-};
 
 /// The saves that wait for the writing connection, and their commits. A save that finds nobody at
 /// work commits at once, on its own thread. What has come meanwhile is for a thread of the queue:
@@ -44,9 +28,9 @@ struct RowChange {
 /// success would mean anything. Opening the file anew ends this state.
 class CommitQueue {
  public:
-  /// From now on the connection is used by the queue alone. Throws std::system_error when there are
-  /// no threads to be had.
-  explicit CommitQueue(SQLiteConnection& connection);
+  /// From now on the connection is used by the queue alone. `observer` hears of the commits; it may
+  /// be null, and outlives the queue. Throws std::system_error when there are no threads to be had.
+  explicit CommitQueue(SQLiteConnection& connection, CommitObserver* observer = nullptr);
   CommitQueue(const CommitQueue&) = delete;
   CommitQueue& operator=(const CommitQueue&) = delete;
 
@@ -58,6 +42,13 @@ class CommitQueue {
   /// memory to ask for it std::bad_alloc is thrown, and `completion` not called.
   void save(std::vector<RowChange>& changes, ErrorReply completion);
 
+  /// Calls `work`, which must not throw, between two commits, or before the first: on this thread
+  /// or another one, while all saves wait.
+  void betweenCommits(std::function<void()> work);
+
+  /// Why nothing is saved any more, as the last save has found; nothing when it could be.
+  std::optional<Error> refusal() const;
+  SaveCounts counts() const;
   /// How many saves wait for the next commit.
   std::size_t waiting() const;
 
@@ -79,25 +70,29 @@ class CommitQueue {
   Batch takeWaiting();
   void serve(Batch& batch) noexcept;
   void serveTogether(std::span<Save> saves);
-  std::optional<Error> movedFile() const;
   bool commit(std::span<Save> saves);
-  static void settle(const Save& save);
+  static std::int64_t settle(const Save& save);
   void checkpointLongLog() noexcept;
   void distrustAfterFailedSync();
   bool applyAll(std::span<Save> saves);
   bool apply(Save& save);
   bool end(std::span<const Save> saves);
-  std::optional<Error> write(std::vector<RowChange>& changes);
-  std::optional<Error> write(RowChange& change);
-  std::optional<Error> deleteMany(RowChange& change);
+  void noteEnd(std::span<const Save> saves, const Error* refusal) noexcept;
 
   // Used by whoever has the turn.
   SQLiteConnection& connection_;
-  const Error untrusted_;  ///< why nothing is written any more
+  // Why nothing is written any more.
+  const Error untrusted_;
+  const Error moved_;
   bool isTrusted_ = true;
+  RowWriter rows_;
+  CommitObserver* const observer_;
 
   mutable Mutex mutex_;
   Batch waiting_ VELTO_GUARDED_BY(mutex_);
+  std::vector<std::function<void()>> betweenCommits_ VELTO_GUARDED_BY(mutex_);
+  const Error* refusal_ VELTO_GUARDED_BY(mutex_) = nullptr;
+  SaveCounts counts_ VELTO_GUARDED_BY(mutex_);
   bool isTaken_ VELTO_GUARDED_BY(mutex_) = false;  ///< somebody has the turn
 
   // The writer ends first, since it needs all the others.

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <filesystem>
 #include <future>
+#include <new>
 #include <system_error>
 #include <utility>
 
@@ -60,12 +61,55 @@ void bind(Statement& statement, const Predicate::Operand& operand) {
   std::visit([&](const auto& value) { statement.bind(value); }, operand);
 }
 
+/// False when the rows cannot be read; the reader knows why.
+bool run(const FetchQuery& query, SQLiteConnection& reader,
+         const std::function<bool(const Statement&)>& row) {
+  Statement statement = reader.statement(query.sql);
+  for (const Predicate::Operand* operand : query.operands) {
+    bind(statement, *operand);
+  }
+  if (query.limit != 0) {
+    statement.bind(static_cast<std::int64_t>(query.limit));
+  }
+  Statement::Step step = statement.step();
+  while (step == Statement::Step::kRow && row(statement)) {
+    step = statement.step();
+  }
+  return step != Statement::Step::kError;
+}
+
+/// What a reader sees stays as it is from `begin` to the end of this object.
+class ReadTransaction {
+ public:
+  explicit ReadTransaction(SQLiteConnection& reader) : reader_(reader) {}
+  ~ReadTransaction() { reader_.rollBack(); }
+  ReadTransaction(const ReadTransaction&) = delete;
+  ReadTransaction& operator=(const ReadTransaction&) = delete;
+
+  /// False when it cannot be had.
+  bool begin() const noexcept {
+    try {
+      // It begins with the first statement that reads.
+      return reader_.execute("BEGIN") && reader_.execute("SELECT 1 FROM sqlite_schema LIMIT 1");
+    } catch (const std::bad_alloc&) {
+      return false;
+    }
+  }
+
+ private:
+  SQLiteConnection& reader_;
+};
+
 }  // namespace
 
 /// An open file. The readers close first, so that the writer, as the last, checkpoints the log.
 struct PersistentStoreCoordinator::Store {
-  Store(const std::string& path, std::unique_ptr<SQLiteConnection> connection)
-      : writer(std::move(connection)), commits(*writer), readers(path), version(readers) {}
+  Store(const std::string& path, std::unique_ptr<SQLiteConnection> connection,
+        CommitObserver* observer)
+      : writer(std::move(connection)),
+        commits(*writer, observer),
+        readers(path),
+        version(readers) {}
 
   const std::unique_ptr<SQLiteConnection> writer;
   CommitQueue commits;
@@ -89,7 +133,7 @@ bool PersistentStoreCoordinator::addPersistentStore(
     return false;
   }
   try {
-    store_ = std::make_unique<Store>(file, std::move(writer));
+    store_ = std::make_unique<Store>(file, std::move(writer), observer_);
   } catch (const std::system_error& noThread) {
     replaceError(error, makeError(kPersistenceErrorDomain, kNoStoreErrorCode,
                                   file + ": no thread to save with: " + noThread.what()));
@@ -112,21 +156,9 @@ bool PersistentStoreCoordinator::fetch(const FetchQuery& query,
   if (reader == nullptr) {
     return false;
   }
-  Statement statement = reader->statement(query.sql);
-  for (const Predicate::Operand* operand : query.operands) {
-    bind(statement, *operand);
-  }
-  if (query.limit != 0) {
-    statement.bind(static_cast<std::int64_t>(query.limit));
-  }
-  Statement::Step step = statement.step();
-  while (step == Statement::Step::kRow && row(statement)) {
-    step = statement.step();
-  }
-  if (step == Statement::Step::kError) {
-    replaceError(error, reader->lastError());
-  }
-  return step != Statement::Step::kError;
+  const bool isRead = run(query, *reader, row);
+  if (!isRead) replaceError(error, reader->lastError());
+  return isRead;
 }
 
 std::optional<std::size_t> PersistentStoreCoordinator::fetchRows(
@@ -181,6 +213,55 @@ std::optional<std::vector<std::int64_t>> PersistentStoreCoordinator::rowIds(
     return true;
   };
   return fetch(query, take, error) ? std::optional(std::move(found)) : std::nullopt;
+}
+
+std::optional<Error> PersistentStoreCoordinator::refusal() const {
+  return store_ == nullptr ? noStoreError() : store_->commits.refusal();
+}
+
+SaveCounts PersistentStoreCoordinator::saveCounts() const {
+  return store_ == nullptr ? SaveCounts() : store_->commits.counts();
+}
+
+std::optional<std::int64_t> PersistentStoreCoordinator::freeSize() {
+  const auto reader = store_ == nullptr ? ReaderPool::Reader() : store_->readers.lend(nullptr);
+  if (reader == nullptr) return std::nullopt;
+  const auto pages = reader->integer("PRAGMA freelist_count");
+  const auto pageSize = reader->integer("PRAGMA page_size");
+  return pages && pageSize ? std::optional(*pages * *pageSize) : std::nullopt;
+}
+
+/// What the reader sees is fixed between two commits; the counting itself holds up nobody.
+std::optional<std::vector<std::int64_t>> PersistentStoreCoordinator::counts(
+    std::span<const FetchRequest> requests, const std::function<void()>& moment, ErrorSlot error) {
+  if (store_ == nullptr) {
+    replaceError(error, noStoreError());
+    return std::nullopt;
+  }
+  const ReaderPool::Reader reader = store_->readers.lend(error);
+  if (reader == nullptr) return std::nullopt;
+  const ReadTransaction transaction(*reader);
+  // Shared, since whoever sets the result may still be at it when this thread has it already.
+  const auto isFixed = std::make_shared<std::promise<bool>>();
+  store_->commits.betweenCommits([&transaction, &moment, isFixed] {
+    const bool isBegun = transaction.begin();
+    if (isBegun) moment();
+    isFixed->set_value(isBegun);
+  });
+  std::vector<std::int64_t> counts;
+  const auto take = [&counts](const Statement& row) {
+    counts.push_back(row.integer(0));
+    return true;
+  };
+  bool isRead = isFixed->get_future().get();
+  for (std::size_t index = 0; isRead && index < requests.size(); ++index) {
+    const std::string& entity = requests[index].entityName();
+    const FetchQuery query("SELECT COUNT(*) FROM " + quoted(entity), requests[index],
+                           *model_->entity(entity), 0);
+    isRead = run(query, *reader, take);
+  }
+  if (!isRead) replaceError(error, reader->lastError());
+  return isRead ? std::optional(std::move(counts)) : std::nullopt;
 }
 
 std::uint64_t PersistentStoreCoordinator::deleteRows(const EntityDescription& entity,

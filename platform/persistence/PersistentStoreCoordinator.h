@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "platform/foundation/Error.h"
+#include "platform/persistence/CommitObserver.h"
 #include "platform/persistence/ManagedObjectModel.h"
 #include "platform/persistence/PersistenceErrors.h"
 #include "platform/persistence/sqlite/DirectoryEntries.h"
@@ -52,7 +53,16 @@ class PersistentStoreCoordinator {
   bool addPersistentStore(const std::string& path, ErrorSlot error,
                           const std::function<void(std::string_view)>& notice = {});
 
+  /// Hears of the commits. Set before the store is added, and outlives the coordinator.
+  void setCommitObserver(CommitObserver& observer) { observer_ = &observer; }
+
   const ManagedObjectModel& model() const { return *model_; }
+
+  /// Why nothing is saved any more, as the last save has found; nothing when it could be.
+  std::optional<Error> refusal() const;
+  SaveCounts saveCounts() const;
+  /// The bytes of pages in the file that hold nothing; nothing when they cannot be told.
+  std::optional<std::int64_t> freeSize();
 
   // For contexts.
 
@@ -81,6 +91,12 @@ class PersistentStoreCoordinator {
 
   // For many records at once, past any context.
 
+  /// How many records each of the requests finds, all as of one moment between two commits, at
+  /// which `moment` is called, once, on any thread: it must not throw, and saves wait for it.
+  /// Nothing with the error; `moment` may have been called then.
+  std::optional<std::vector<std::int64_t>> counts(std::span<const FetchRequest> requests,
+                                                  const std::function<void()>& moment,
+                                                  ErrorSlot error);
   /// The row ids of what the request finds, in its order; nothing with the error.
   std::optional<std::vector<std::int64_t>> rowIds(const FetchRequest& request, ErrorSlot error);
   /// Deletes these rows, in their order and whatever their versions, in short transactions between
@@ -95,7 +111,8 @@ class PersistentStoreCoordinator {
   const std::shared_ptr<const ManagedObjectModel> model_;
   const DirectoryEntries& entries_;
   const std::vector<EntitySql> sql_;  ///< in the order of the model's entities
-  std::unique_ptr<Store> store_;      ///< null until added
+  CommitObserver* observer_ = nullptr;
+  std::unique_ptr<Store> store_;  ///< null until added
 };
 
 }  // namespace velto
