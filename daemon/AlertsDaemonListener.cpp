@@ -8,7 +8,6 @@
 #include <system_error>
 #include <utility>
 
-#include "daemon/AlertsMonitor.h"
 #include "platform/foundation/Paths.h"
 #include "platform/foundation/SingleLine.h"
 #include "protocol/ArgumentClasses.h"
@@ -56,8 +55,10 @@ std::size_t maximumCallSize(const AlertsDaemon& object) {
 }  // namespace
 
 AlertsDaemonListener::AlertsDaemonListener(const AlertsDaemonServices& services,
+                                           const AlertsMonitorServices& watching,
                                            const AlertsDaemonListenerSeams& seams)
     : services_(services),
+      watching_(watching),
       seams_(seams),
       exported_(std::make_shared<const Interface>(exportedInterface())) {
   const auto error = loadAlertBundles();
@@ -123,12 +124,12 @@ void AlertsDaemonListener::tellOfCaller(const AuditToken& token) const {
                        "No rights for process " + process + " of user " + user + ": " + executable);
 }
 
-bool AlertsDaemonListener::shouldAcceptNewConnection(Listener& /*listener*/,
-                                                     Connection& connection) {
+bool AlertsDaemonListener::shouldAcceptNewConnection(Listener& listener, Connection& connection) {
   auto object = serviceObject(connection);
   connection.setMaximumCallSize(maximumCallSize(*object));
   connection.setExportedInterface(exported_);
-  auto monitor = std::make_unique<AlertsMonitor>(services_, object->isRoot());
+  auto monitor =
+      std::make_unique<AlertsMonitor>(services_, watching_, listener.counts(), object->isRoot());
   connection.addExportedObject(std::move(object));
   connection.addExportedObject(std::move(monitor));
   connection.resume();

@@ -7,6 +7,7 @@
 #include <sys/types.h>
 
 #include "daemon/AlertsDaemon.h"
+#include "daemon/AlertsMonitor.h"
 #include "platform/connection/Listener.h"
 #include "platform/events/VLEDaemonClient.h"
 #include "platform/foundation/FileManager.h"
@@ -30,7 +31,7 @@ struct AlertsDaemonListenerSeams {
 class AlertsDaemonListener : public ListenerDelegate {
  public:
   /// Discovers the alert bundles; an error of that does not keep it from serving.
-  AlertsDaemonListener(const AlertsDaemonServices& services,
+  AlertsDaemonListener(const AlertsDaemonServices& services, const AlertsMonitorServices& watching,
                        const AlertsDaemonListenerSeams& seams);
 
   /// Updates the records of the bundles in the alerts directory, inserts new ones, deletes those
@@ -59,6 +60,7 @@ class AlertsDaemonListener : public ListenerDelegate {
   void tellOfCaller(const AuditToken& token) const;
 
   const AlertsDaemonServices services_;
+  const AlertsMonitorServices watching_;
   const AlertsDaemonListenerSeams seams_;
   const std::shared_ptr<const Interface> exported_;
   /// Shared with what waits for the events service, which may answer when this has gone.

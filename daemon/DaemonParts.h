@@ -9,8 +9,11 @@
 #include "alerts/AlertBundleRegistry.h"
 #include "daemon/AlertsDaemon.h"
 #include "daemon/AlertsDaemonListener.h"
+#include "daemon/AlertsMonitor.h"
+#include "daemon/StoreWatch.h"
 #include "delivery/ADAlertMailer.h"
 #include "delivery/ADAlertPusher.h"
+#include "delivery/DeliveryCounts.h"
 #include "delivery/DeliveryJournal.h"
 #include "platform/events/EventsServiceClient.h"
 #include "platform/foundation/Clock.h"
@@ -38,7 +41,9 @@ struct DaemonParts {
   const DirectoryEntries& entries = DirectoryEntries::system();
   const Clock& clock = Clock::system();
   Log& log = Log::system();
-  DeliveryJournal& deliveries = DeliveryJournal::system();
+  const Date startDate = clock.now();
+  DeliveryCounts deliveries{DeliveryJournal::system(), clock};
+  StoreWatch watch{};
 
   /// The listener writes it, and the rules of entitlement read it.
   GuestTable guests{};
@@ -56,10 +61,14 @@ struct DaemonParts {
 
   AlertBundleRegistry bundles{alertsDirectory, fileManager, clock, log};
   DefaultLanguages languages{alertsDirectory, fileManager, preferredLanguages};
-  StoreContainer stores{
-      resourceDirectory(),
-      rootedPath(kStoreDirectory),
-      {.bundles = bundles, .languages = languages, .entries = entries, .clock = clock, .log = log}};
+  StoreContainer stores{resourceDirectory(),
+                        rootedPath(kStoreDirectory),
+                        {.bundles = bundles,
+                         .languages = languages,
+                         .entries = entries,
+                         .clock = clock,
+                         .log = log,
+                         .observer = &watch}};
 
   /// Sends what is still queued when it goes.
   ADAlertPusher pusher{bundles, clock, deliveries, [this](const std::string& preference) {
@@ -85,6 +94,9 @@ struct DaemonParts {
             .mailer = mailer,
             .clock = clock,
             .log = log};
+  }
+  AlertsMonitorServices watching() {
+    return {.watch = watch, .deliveries = deliveries, .startDate = startDate};
   }
   AlertsDaemonListenerSeams listenerSeams() {
     return {.codeSigning = codeSigning,

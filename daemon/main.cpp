@@ -11,6 +11,7 @@
 #include "daemon/AlertsDaemonListener.h"
 #include "daemon/CommandLine.h"
 #include "daemon/DaemonParts.h"
+#include "daemon/FeedPacer.h"
 #include "daemon/ICUMemory.h"
 #include "daemon/ReloadSignal.h"
 #include "daemon/StopSignal.h"
@@ -53,9 +54,10 @@ int main(int argc, char** argv) {
   }
 
   // After the listener, which refuses to start beside another daemon.
-  AlertsDaemonListener delegate(parts.services(), parts.listenerSeams());
+  AlertsDaemonListener delegate(parts.services(), parts.watching(), parts.listenerSeams());
   listener->setDelegate(&delegate);
   runLoop.add(std::make_unique<ReloadSignal>([&delegate] { delegate.reload(); }), Event::kInput);
+  runLoop.add(std::make_unique<FeedPacer>(parts.watch.feed), Event::kInput);
   listener->resume();
   if (auto watchdog = Watchdog::wanted()) runLoop.add(std::move(watchdog), Event::kInput);
   tellReadiness(parts.stores);

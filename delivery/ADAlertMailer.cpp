@@ -46,6 +46,13 @@ std::optional<Error> handOver(Task& task, const std::vector<std::string>& addres
   return error ? error : task.write(message.value_or(""));
 }
 
+/// Why a message has not been sent, in a line; empty when it has.
+std::string reasonOf(const std::optional<Error>& error, int status) {
+  if (error) return singleLine(error->localizedDescription());
+  if (status == kNotHandedOver) return "not all of the mail could be handed over";
+  return status == 0 ? "" : "the mail program ended with status " + std::to_string(status);
+}
+
 std::string joined(const std::vector<std::string>& addresses) {
   std::string list;
   for (const std::string& address : addresses) {
@@ -85,14 +92,15 @@ std::optional<Error> ADAlertMailer::mailAlert(const VLAlert& alert, ADAlertStore
   }
   int firstStatus = 0;
   for (const auto& [localization, addresses] : recipients) {
-    const DeliveryStopwatch watch;
+    const DeliveryUnderWay delivery(journal_, "mail");
     const int status = mailInLanguage(*bundleAlert, localization, addresses, &error);
     journal_.add(alert, {.channel = "mail",
                          .recipients = joined(addresses),
                          .locale = localization,
                          .isDelivered = !error && status == 0,
                          .status = error ? error->code : status,
-                         .duration = watch.elapsed()});
+                         .reason = reasonOf(error, status),
+                         .duration = delivery.elapsed()});
     if (error) {
       return error;
     }

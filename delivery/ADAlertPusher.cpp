@@ -9,6 +9,7 @@
 
 #include "delivery/DeviceNames.h"
 #include "platform/foundation/Shared.h"
+#include "platform/foundation/SingleLine.h"
 
 namespace velto {
 namespace {
@@ -113,7 +114,7 @@ std::optional<Error> ADAlertPusher::sendAlert(const VLAlert& alert, ADAlertStore
   const DeviceNames names(store, recipients);
   const PushBatch batch(*ulmoraPushProvider_);
   for (const auto& [localization, tokens] : recipients) {
-    const DeliveryStopwatch watch;
+    const DeliveryUnderWay delivery(journal_, "push");
     const auto message = bundleAlert->subject(localization);
     auto result =
         message ? sendPushNotificationToTokens(tokens, *message, alert.sentDate)
@@ -124,7 +125,8 @@ std::optional<Error> ADAlertPusher::sendAlert(const VLAlert& alert, ADAlertStore
                          .locale = localization,
                          .isDelivered = !result,
                          .status = result ? result->code : 0,
-                         .duration = watch.elapsed()});
+                         .reason = result ? singleLine(result->localizedDescription()) : "",
+                         .duration = delivery.elapsed()});
     if (result) {
       setIfEmpty(&error, std::move(*result));
     }

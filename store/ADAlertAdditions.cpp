@@ -34,6 +34,13 @@ void addAttributes(JSONObjectText& alert, std::string& text, const Data& data) {
   }
 }
 
+template <typename T>
+void copyValue(const AttributeValue& value, std::optional<T>& field) {
+  if (const T* present = std::get_if<T>(&value)) {
+    field = *present;
+  }
+}
+
 /// Takes the absent values out of what the value holds, at any depth.
 void leaveOutAbsent(PropertyList& value) {
   const auto isAbsent = [](const PropertyList& one) { return one.isAbsent(); };
@@ -89,6 +96,20 @@ void appendJSON(std::string& text, const ADAlert& record) {
                      .resolvedDate = record.resolvedDate()});
   if (record.attributes() != nullptr) addAttributes(alert, text, *record.attributes());
   alert.end();
+}
+
+VLAlert alertWithValues(const std::vector<AttributeValue>& values) {
+  VLAlert alert;
+  copyValue(values[positionOf<ADAlert>("bundle")], alert.bundle);
+  copyValue(values[positionOf<ADAlert>("type")], alert.type);
+  copyValue(values[positionOf<ADAlert>("identifier")], alert.identifier);
+  copyValue(values[positionOf<ADAlert>("creationDate")], alert.creationDate);
+  copyValue(values[positionOf<ADAlert>("sentDate")], alert.sentDate);
+  copyValue(values[positionOf<ADAlert>("readDate")], alert.readDate);
+  copyValue(values[positionOf<ADAlert>("resolvedDate")], alert.resolvedDate);
+  alert.attributes =
+      decodedAttributes(std::get_if<Data>(&values[positionOf<ADAlert>("attributes")]));
+  return alert;
 }
 
 ADAlert insertADAlertObjectInManagedObjectContext(const VLAlert& alert,

@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "alerts/VLAlert.h"
 #include "platform/foundation/Data.h"
@@ -17,6 +18,9 @@ VLAlert initWithADAlert(const ADAlert& record);
 
 /// The JSON of that alert.
 void appendJSON(std::string& text, const ADAlert& record);
+
+/// The same of the values that a record has, in the order of its attributes.
+VLAlert alertWithValues(const std::vector<AttributeValue>& values);
 
 /// The dictionary as a record holds it: a binary property list. Nothing for an absent dictionary or
 /// one that has no encoding.

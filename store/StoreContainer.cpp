@@ -115,15 +115,15 @@ void StoreContainer::openStore() {
   }
   createIfMissing(directory_);
   auto coordinator = std::make_shared<PersistentStoreCoordinator>(model, services_.entries);
+  if (services_.observer != nullptr) coordinator->setCommitObserver(*services_.observer);
   std::optional<Error> error;
   // In this order, since the opening tells best what is wrong with the directory itself.
   const auto notice = [this](std::string_view line) { services_.log.warning(line); };
-  if (coordinator->addPersistentStore(directory_ + "/" + kStoreFile, &error, notice) &&
-      isLasting(&error)) {
+  if (coordinator->addPersistentStore(storePath(), &error, notice) && isLasting(&error)) {
     coordinator_ = std::move(coordinator);
     warnOfWriters(directory_, services_.log);
     for (const char* suffix : {"", "-wal", "-shm"}) {
-      warnOfWriters(directory_ + "/" + kStoreFile + suffix, services_.log);
+      warnOfWriters(storePath() + suffix, services_.log);
     }
   } else {
     fail(error ? error->localizedDescription() : "The store could not be opened");
@@ -134,6 +134,10 @@ void StoreContainer::fail(std::string why) {
   services_.log.warning(why);
   const MutexLock lock(mutex_);
   problem_ = std::move(why);
+}
+
+std::string StoreContainer::storePath() const {
+  return directory_ + "/" + kStoreFile;
 }
 
 std::optional<std::string> StoreContainer::problem() const {

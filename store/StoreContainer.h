@@ -28,6 +28,7 @@ struct StoreServices {
   const DirectoryEntries& entries;
   const Clock& clock;
   Log& log;
+  CommitObserver* observer = nullptr;  ///< hears of the store's commits
 };
 
 /// The model and the coordinator that all store handles of a process share. Each is made on first
@@ -49,6 +50,9 @@ class StoreContainer {
   /// Why the store could not be opened, in a sentence; nothing when it could, and as long as nobody
   /// has asked for it.
   std::optional<std::string> problem() const;
+
+  /// The path of the store's file, also where there is none.
+  std::string storePath() const;
 
   /// The keys of the enabled bundles, which everybody may ask for as often as they like. They are
   /// kept until something is committed. Null when they are not known for this version of the data.

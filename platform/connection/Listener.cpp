@@ -36,8 +36,13 @@ constexpr int kAcceptedATurn = 16;
 /// The listening socket, waiting for clients.
 class Listener::Door : public EventSource {
  public:
-  Door(RunLoop& runLoop, FileDescriptor socket, ConnectionTable& table, Admission& admission)
-      : EventSource(std::move(socket)), runLoop_(runLoop), table_(table), admission_(admission) {
+  Door(RunLoop& runLoop, FileDescriptor socket, ConnectionTable& table, ServiceCounts& counts,
+       Admission& admission)
+      : EventSource(std::move(socket)),
+        runLoop_(runLoop),
+        table_(table),
+        counts_(counts),
+        admission_(admission) {
     ::listen(descriptor(), kQueue);
   }
 
@@ -72,7 +77,7 @@ class Listener::Door : public EventSource {
       if (!token) return;
       // Admitted when its first event is served, so that admissions overlap.
       runLoop_.add(std::make_unique<SocketConnection>(std::move(client), *token, runLoop_, table_,
-                                                      admission_),
+                                                      counts_, admission_),
                    Event::kOutput);
     } catch (const std::exception&) {
       // No means to serve this client: it finds its connection closed.
@@ -81,6 +86,7 @@ class Listener::Door : public EventSource {
 
   RunLoop& runLoop_;
   ConnectionTable& table_;
+  ServiceCounts& counts_;
   Admission& admission_;
 };
 
@@ -115,9 +121,10 @@ class Listener::Implementation : public Admission {
         guests_(guests),
         lock_(std::move(socket.lock)),
         table_(makeRoomForConnections(), limits),
-        door_(std::make_unique<Door>(runLoop_, std::move(socket.socket), table_, *this)) {}
+        door_(std::make_unique<Door>(runLoop_, std::move(socket.socket), table_, counts_, *this)) {}
 
   void setDelegate(ListenerDelegate* delegate) { delegate_ = delegate; }
+  const ServiceCounts& counts() const { return counts_; }
   void resume() {
     runLoop_.add(std::make_unique<Watch>(table_), Event::kInput);
     runLoop_.add(std::move(door_), Event::kInput);
@@ -135,6 +142,7 @@ class Listener::Implementation : public Admission {
   GuestTable& guests_;
   const FileDescriptor lock_;
   ConnectionTable table_;
+  ServiceCounts counts_;
   std::unique_ptr<Door> door_;  ///< until it is resumed
   ListenerDelegate* delegate_ = nullptr;
 };
@@ -173,6 +181,10 @@ Listener::~Listener() = default;
 
 void Listener::setDelegate(ListenerDelegate* delegate) {
   implementation_->setDelegate(delegate);
+}
+
+const ServiceCounts& Listener::counts() const {
+  return implementation_->counts();
 }
 
 void Listener::resume() noexcept {

@@ -14,6 +14,7 @@ namespace velto {
 class GuestTable;
 class Listener;
 class RunLoop;
+struct ServiceCounts;
 struct ListeningSocket;
 
 /// Decides about new connections. Called on the threads of the run loop, several at once.
@@ -51,6 +52,8 @@ class Listener {
 
   /// Not owned; must outlive the run loop's `run`.
   void setDelegate(ListenerDelegate* delegate);
+  /// Of its connections; as long as the listener.
+  const ServiceCounts& counts() const;
   /// Starts to accept; called once, with the delegate set. Ends the process when the system has no
   /// means to wait for clients.
   void resume() noexcept;

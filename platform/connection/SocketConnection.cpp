@@ -58,12 +58,15 @@ bool meansToWait(int error) {
 }  // namespace
 
 SocketConnection::SocketConnection(FileDescriptor socket, const AuditToken& auditToken,
-                                   RunLoop& runLoop, ConnectionTable& table, Admission& admission)
+                                   RunLoop& runLoop, ConnectionTable& table, ServiceCounts& counts,
+                                   Admission& admission)
     : EventSource(std::move(socket), auditToken.effectiveUserIdentifier),
       auditToken_(auditToken),
       runLoop_(runLoop),
       newcomer_(runLoop),
       entry_(table, auditToken.effectiveUserIdentifier, descriptor(), this),
+      counts_(counts),
+      counted_(counts.connections),
       admission_(admission) {}
 
 Event SocketConnection::serve() noexcept {
@@ -131,11 +134,13 @@ SocketConnection::Step SocketConnection::doNext() {
   if (output_.size() >= kMuchOutput) return flush();
   if (pending_ != nullptr && !takeReply()) return Step::kLater;
   if (!reply_.isWritten()) return writeReply();
+  call_.reset();
   if (runLoop_.isStopping() && newcomer_.isSettled()) isEnding_ = true;
   const auto message = isEnding_ ? std::nullopt : input_.next();
   if (message) {
     entry_.endWait();  // a call may take longer than its rest may
     if (!runCall(*message)) {
+      call_.reset();
       input_.putBack(*message);
       return Step::kPark;
     }
@@ -169,10 +174,12 @@ bool SocketConnection::runCall(std::string_view message) {
     isEnding_ = true;
     return true;
   }
+  call_.emplace(counts_.calls);
   isOneway_ = call->oneway();
   takesMore_ = call->more();
   row_ = call->upgrade() ? nullptr : exported_->row(call->method());
   if (row_ == nullptr) {
+    ++counts_.served;
     setReply(serviceReply(*call, *exported_));
     return true;
   }
@@ -188,6 +195,7 @@ bool SocketConnection::callWithPlace(const VarlinkCall& call, const Interface::R
 }
 
 void SocketConnection::callMethod(const VarlinkCall& call, const Interface::Row& row) {
+  ++counts_.served;
   if (row.method->pace != Pace::kQuick) flush();
   pending_ = std::make_shared<PendingReply>(static_cast<ReplyReceiver&>(*this));
   row.method->invoke({.object = *objects_[row.object],
@@ -222,6 +230,7 @@ void SocketConnection::goOnWithReply() noexcept {
     if (!reply_.isWritten()) reply_.writeNext(output_, takesMore_);
     const bool isAlive = flush() != Step::kEnd;
     const bool isIdle = output_.empty() && reply_.isWritten() && input_.size() == 0 && !isEnding_;
+    if (isIdle) call_.reset();
     awaited_ = !isAlive ? Event::kNone : isIdle ? Event::kInput : Event::kOutput;
   } catch (...) {
     awaited_ = Event::kNone;

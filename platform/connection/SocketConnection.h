@@ -15,6 +15,7 @@
 #include "platform/connection/MessageBuffer.h"
 #include "platform/connection/PendingReply.h"
 #include "platform/connection/RunLoop.h"
+#include "platform/connection/ServiceCounts.h"
 
 namespace velto {
 
@@ -46,9 +47,9 @@ class SocketConnection : public EventSource,
                          private ConnectionTable::Owner {
  public:
   /// `socket` is connected and does not block; the first event to wait for is kOutput. `runLoop`,
-  /// which the connection is added to, `table` and `admission` must outlive the connection.
+  /// which the connection is added to, and all the others must outlive the connection.
   SocketConnection(FileDescriptor socket, const AuditToken& auditToken, RunLoop& runLoop,
-                   ConnectionTable& table, Admission& admission);
+                   ConnectionTable& table, ServiceCounts& counts, Admission& admission);
 
   uid_t effectiveUserIdentifier() const override { return auditToken_.effectiveUserIdentifier; }
   gid_t effectiveGroupIdentifier() const override { return auditToken_.effectiveGroupIdentifier; }
@@ -95,6 +96,8 @@ class SocketConnection : public EventSource,
   std::atomic<bool> isGivenUp_ = false;
   RunLoop::Newcomer newcomer_;  ///< until its first call has been run
   ConnectionTable::Entry entry_;
+  ServiceCounts& counts_;
+  const Counted counted_;
   Admission& admission_;
   std::shared_ptr<const Interface> exported_;
   std::vector<std::unique_ptr<ExportedObject>> objects_;  ///< one for each protocol exported
@@ -109,6 +112,7 @@ class SocketConnection : public EventSource,
   std::size_t sent_ = 0;  ///< how much of `output_` the client has
 
   // Of the call that was run last.
+  std::optional<Counted> call_;  ///< to the end of the reply
   bool isOneway_ = false;
   bool takesMore_ = false;
   const Interface::Row* row_ = nullptr;    ///< of the method

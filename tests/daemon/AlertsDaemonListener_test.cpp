@@ -122,7 +122,7 @@ class ListenerTest : public ::testing::Test {
  protected:
   std::unique_ptr<AlertsDaemonListener> start(const FileManager& files = FileManager::system()) {
     return std::make_unique<AlertsDaemonListener>(
-        servicesOf(system_),
+        servicesOf(system_), watching_,
         AlertsDaemonListenerSeams{signing_, files, system_.bundlesDirectory().string(), events_});
   }
 
@@ -141,6 +141,9 @@ class ListenerTest : public ::testing::Test {
   }
 
   ScratchSystem system_;
+  StoreWatch watch_;
+  DeliveryCounts deliveries_{system_.deliveries, system_.clock};
+  const AlertsMonitorServices watching_{watch_, deliveries_, Date(0)};
   FakeCodeSigning signing_;
   FakeEvents events_;
   GuestTable guests_;
@@ -381,7 +384,7 @@ TEST_F(ListenerTest, AStoreThatCannotBeReadGivesItsErrorAndTheListenerServesAllT
   StoreContainer broken(nothing.path().string(), nothing.path().string(), system_.storeServices);
   AlertsDaemonListener listener(
       {broken, system_.bundles, system_.pusher, system_.mailer, system_.clock, system_.log},
-      {signing_, system_.fileManager, system_.bundlesDirectory().string(), events_});
+      watching_, {signing_, system_.fileManager, system_.bundlesDirectory().string(), events_});
   const auto error = listener.loadAlertBundles();
   ASSERT_TRUE(error);
   EXPECT_EQ(error->domain, kPersistenceErrorDomain);
