@@ -33,28 +33,6 @@ constexpr std::uintmax_t kLongLog = 7'500'000;
 /// The next alert to save.
 std::atomic<std::size_t> nextNew = kFirstNew;
 
-std::string saveOfAlert(std::size_t number) {
-  const VLAlert alert = newAlert(number);
-  return callOf("SaveAlerts",
-                fmt::format(R"({{"alerts":[{{"identifier":"{}","type":"{}","bundle":"{}",)"
-                            R"("creationDate":{},"sentDate":{},"attributes":{{"volume":"/home",)"
-                            R"("percent":93,"device":"/dev/disk/by-uuid/{}"}}}}]}})",
-                            *alert.identifier, *alert.type, *alert.bundle,
-                            alert.creationDate->secondsSinceReference(),
-                            alert.sentDate->secondsSinceReference(), number));
-}
-
-/// The whole reply to a call, however many pieces it has.
-std::string ask(MessageSocket& socket, std::string_view message) {
-  socket.send(message);
-  std::string reply;
-  do {
-    socket.receive();
-    reply.append(socket.received());
-  } while (reply.back() != '\0');
-  return reply;
-}
-
 /// Where a copy of the system's store has been made.
 std::string copyOfStore(const BenchDirectory& directory, const std::string& root) {
   const std::string copy = directory.path() + "/bare.db";
@@ -160,7 +138,7 @@ void saveAlerts(benchmark::State& state) {
   // Made before, since it is the daemon that is measured.
   std::vector<std::string> calls;
   for (std::size_t first = nextNew.fetch_add(kCalls), made = 0; made < kCalls; ++made) {
-    calls.push_back(saveOfAlert(first + made));
+    calls.push_back(saveOfNewAlert(first + made));
   }
   std::size_t next = 0;
   for (auto _ : state) {
@@ -241,7 +219,7 @@ std::string milliseconds(std::chrono::duration<double> time) {
 std::string startWithLongLog() {
   const std::string log = service->root + std::string(kStoreDirectory) + "/alertData.db-wal";
   while (std::filesystem::file_size(log) < kLongLog) {
-    ask(service->client, saveOfAlert(nextNew++));
+    ask(service->client, saveOfNewAlert(nextNew++));
   }
   service->daemon.reset();
   service->daemon = std::make_unique<DaemonProcess>(service->root);

@@ -135,6 +135,27 @@ std::size_t MessageSocket::receive() {
   return static_cast<std::size_t>(std::count(received_.begin(), received_.end(), '\0'));
 }
 
+std::string ask(MessageSocket& socket, std::string_view message) {
+  socket.send(message);
+  std::string reply;
+  do {
+    socket.receive();
+    reply.append(socket.received());
+  } while (reply.back() != '\0');
+  return reply;
+}
+
+std::string saveOfNewAlert(std::size_t number) {
+  const VLAlert alert = newAlert(number);
+  return callOf("SaveAlerts",
+                fmt::format(R"({{"alerts":[{{"identifier":"{}","type":"{}","bundle":"{}",)"
+                            R"("creationDate":{},"sentDate":{},"attributes":{{"volume":"/home",)"
+                            R"("percent":93,"device":"/dev/disk/by-uuid/{}"}}}}]}})",
+                            *alert.identifier, *alert.type, *alert.bundle,
+                            alert.creationDate->secondsSinceReference(),
+                            alert.sentDate->secondsSinceReference(), number));
+}
+
 EchoProcess::EchoProcess(const std::string& answer) : socket_(FileDescriptor()) {
   std::array<int, 2> ends{};
   if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {

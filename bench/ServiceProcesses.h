@@ -44,6 +44,12 @@ class MessageSocket {
   std::string_view received_;
 };
 
+/// The whole reply to a call, however many pieces it has.
+std::string ask(MessageSocket& socket, std::string_view message);
+
+/// The call that saves the new alert of this number.
+std::string saveOfNewAlert(std::size_t number);
+
 /// A process that answers every message with one that is always the same. It takes all that has
 /// come at once, and answers it at once.
 class EchoProcess {

@@ -61,6 +61,11 @@ def _built(prefix, tmp_path_factory):
     return build
 
 
+@pytest.fixture(scope="module", name="tests")
+def _tests(built):
+    return built(ROOT / "tests/e2e/library")
+
+
 @pytest.fixture(scope="module", name="examples")
 def _examples(built):
     return built(EXAMPLES)
@@ -150,9 +155,10 @@ def test_the_example_in_cpp_posts(system, examples):
 
 
 @pytest.mark.needs_root
-def test_every_operation_of_the_daemon_through_the_library(served, built):
-    programs = built(ROOT / "tests/e2e/library")
-    assert succeed(served.run(programs / "operations")) == "all operations\n"
+@pytest.mark.parametrize("program, said", [("operations", "all operations"),
+                                           ("watching", "watched")])
+def test_the_daemon_through_the_library(served, tests, program, said):
+    assert succeed(served.run(tests / program)) == said + "\n"
 
 
 @pytest.mark.needs_root

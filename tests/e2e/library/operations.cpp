@@ -2,30 +2,17 @@
 // Calls every operation of the daemon through the installed library, as root. Needs a bundle
 // Printer with the type Jam, and nothing else in the store.
 #include <algorithm>
-#include <cstdlib>
 #include <future>
 #include <iostream>
 #include <limits>
 
 #include <velto/Client.h>
 
+#include "check.h"
+
 using namespace velto::alerts;
 
 namespace {
-
-void check(bool isRight, const char* what, int line) {
-  if (isRight) return;
-  std::cerr << "line " << line << ": " << what << '\n';
-  std::exit(1);
-}
-#define CHECK(condition) check((condition), #condition, __LINE__)
-
-template <typename Result>
-void succeed(const Outcome<Result>& outcome, int line) {
-  check(outcome.error == std::nullopt, outcome.error ? outcome.error->description.c_str() : "",
-        line);
-}
-#define SUCCEED(outcome) succeed(outcome, __LINE__)
 
 const Alert kAlert = {
     .identifier = "first",
