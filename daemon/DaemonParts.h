@@ -41,8 +41,11 @@ struct DaemonParts {
   const DirectoryEntries& entries = DirectoryEntries::system();
   const Clock& clock = Clock::system();
   Log& log = Log::system();
+  DeliveryJournal& deliveries = DeliveryJournal::system();
+
+  // What administrators' tools are told.
   const Date startDate = clock.now();
-  DeliveryCounts deliveries{DeliveryJournal::system(), clock};
+  DeliveryCounts deliveryCounts{deliveries, clock};
   StoreWatch watch{};
 
   /// The listener writes it, and the rules of entitlement read it.
@@ -71,11 +74,11 @@ struct DaemonParts {
                          .observer = &watch}};
 
   /// Sends what is still queued when it goes.
-  ADAlertPusher pusher{bundles, clock, deliveries, [this](const std::string& preference) {
+  ADAlertPusher pusher{bundles, clock, deliveryCounts, [this](const std::string& preference) {
                          return std::make_unique<UlmoraPushServiceProvider>(
                              preference, PushTimeLimits(), clock);
                        }};
-  ADAlertMailer mailer{bundles, rootedPath(kMailProgram), log, clock, deliveries};
+  ADAlertMailer mailer{bundles, rootedPath(kMailProgram), log, clock, deliveryCounts};
 
   /// Answers what is under way when it goes, with lines in the log.
   EventsServiceClient events{rootedPath(kEventsServiceSocket)};
@@ -96,7 +99,7 @@ struct DaemonParts {
             .log = log};
   }
   AlertsMonitorServices watching() {
-    return {.watch = watch, .deliveries = deliveries, .startDate = startDate};
+    return {.watch = watch, .deliveries = deliveryCounts, .startDate = startDate};
   }
   AlertsDaemonListenerSeams listenerSeams() {
     return {.codeSigning = codeSigning,

@@ -16,6 +16,7 @@
 #include <sqlite3.h>
 
 #include "daemon/DaemonParts.h"
+#include "daemon/FeedPacer.h"
 #include "daemon/ICUMemory.h"
 #include "platform/connection/RunLoop.h"
 #include "tests/connection/TestClient.h"
@@ -75,9 +76,10 @@ constexpr std::string_view kMailScript = "#!/bin/sh\nexec cat >/dev/null\n";
 class Service {
  public:
   Service() {
-    delegate_.emplace(parts_->services(), parts_->listenerSeams());
+    delegate_.emplace(parts_->services(), parts_->watching(), parts_->listenerSeams());
     listener_ = Listener::listenerWithPath(runLoop_, parts_->guests, path(), nullptr);
     listener_->setDelegate(&*delegate_);
+    runLoop_.add(std::make_unique<FeedPacer>(parts_->watch.feed), Event::kInput);
     listener_->resume();
     thread_ = std::thread([this] { runLoop_.run(); });
   }
@@ -146,8 +148,15 @@ Service& service() {
   return made;
 }
 
-std::string asked(TestClient& client, std::string_view method, std::string_view parameters = "{}") {
-  const auto reply = client.ask(std::string(R"({"method":"com.ulmora.velto.AlertsDaemon.)")
+/// Somebody follows all the time, and reads nothing.
+constexpr std::string_view kFollow =
+    R"({"method":"com.ulmora.velto.AlertsMonitor.Follow","more":true})";
+constexpr std::string_view kMonitor = "com.ulmora.velto.AlertsMonitor.";
+
+std::string asked(TestClient& client, std::string_view method, std::string_view parameters = "{}",
+                  std::string_view interface = "com.ulmora.velto.AlertsDaemon.") {
+  const auto reply = client.ask(std::string(R"({"method":")")
+                                    .append(interface)
                                     .append(method)
                                     .append(R"(","parameters":)")
                                     .append(parameters)
@@ -164,9 +173,16 @@ std::string withoutSentDates(std::string text) {
   return text;
 }
 
+/// How many alerts there are, as the service counts them.
+std::string counts(TestClient& client) {
+  const std::string status = asked(client, "GetStatus", "{}", kMonitor);
+  const auto start = status.find(R"("counts")");
+  return status.substr(start, status.find('}', start) - start);
+}
+
 /// All that the store holds.
 std::string state(TestClient& client) {
-  std::string text;
+  std::string text = counts(client) + "\n";
   for (const char* method : {"GetAttributes", "GetAlertBundleSettings", "GetMailRecipients",
                              "GetPushRecipients", "GetAlertsOfBundle"}) {
     const bool ofBundle = method == std::string_view("GetAlertsOfBundle");
@@ -199,6 +215,7 @@ void reset(TestClient& client) {
 struct Operation {
   const char* method;
   const char* parameters = "{}";
+  std::string_view interface = "com.ulmora.velto.AlertsDaemon.";
 };
 
 constexpr Operation kOperations[] = {
@@ -230,7 +247,12 @@ constexpr Operation kOperations[] = {
     {"AddMailRecipients", R"({"recipients":[{"address":"c@example.org"},"d@example.org"]})"},
     {"GetPushRecipients"},
     {"SetPushRecipients", R"({"recipients":[{"guid":"3","token":"aGVsbG8=","name":"three"}]})"},
-    {"AddPushRecipients", R"({"recipients":[{"guid":"3","token":"aGVsbG8=","name":"three"}]})"}};
+    {"AddPushRecipients", R"({"recipients":[{"guid":"3","token":"aGVsbG8=","name":"three"}]})"},
+    {"GetStatus", "{}", kMonitor},
+    {"List", R"({"bundle":"Disk","text":"a","locale":"en"})", kMonitor},
+    {"GetAlert", R"({"identifier":"1","locale":"en"})", kMonitor},
+    {"GetHistory", R"({"from":0,"to":100,"step":10})", kMonitor},
+    {"Follow", R"({"bundle":"Disk"})", kMonitor}};
 
 std::ostream& operator<<(std::ostream& out, const Operation& operation) {
   return out << operation.method;
@@ -275,12 +297,14 @@ class AllocationFailure : public testing::TestWithParam<std::tuple<Operation, La
 
 TEST_P(AllocationFailure, EndsAtMostTheCallOrItsConnection) {
   const auto& [operation, lasts] = GetParam();
+  TestClient follower(service().path());
+  ASSERT_NE(follower.ask(kFollow), std::nullopt);
   TestClient bystander(service().path());
   reset(bystander);
   const std::string before = state(bystander);
   {
     TestClient client(service().path());
-    ASSERT_NE(asked(client, operation.method, operation.parameters), "closed");
+    ASSERT_NE(asked(client, operation.method, operation.parameters, operation.interface), "closed");
   }
   const std::string after = state(bystander);
   reset(bystander);
@@ -296,7 +320,8 @@ TEST_P(AllocationFailure, EndsAtMostTheCallOrItsConnection) {
     ASSERT_NE(asked(client, "GetAlertBundleNames"), "closed");  // it has been admitted
     {
       const FailingAllocation failing(number, lasts);
-      lost += asked(client, operation.method, operation.parameters) == "closed" ? 1 : 0;
+      lost +=
+          asked(client, operation.method, operation.parameters, operation.interface) == "closed";
       hasFailed = failing.hasFailed();
     }
     const std::string now = state(bystander);
@@ -321,8 +346,11 @@ TEST(AllocationFailureTable, HasEveryOperation) {
   for (const Operation& operation : kOperations)
     named.push_back(operation.method);
   std::vector<std::string_view> all;
-  for (const ProtocolMethod& method : alertsDaemonProtocol().methods)
-    all.push_back(method.wireName);
+  for (const Protocol* protocol : {&alertsDaemonProtocol(), &alertsMonitorProtocol()}) {
+    for (const ProtocolMethod& method : protocol->methods) {
+      all.push_back(method.wireName);
+    }
+  }
   EXPECT_EQ(named, all);
 }
 
