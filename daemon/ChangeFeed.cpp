@@ -46,7 +46,10 @@ class ChangeFeed::Follower : public ReplyStream {
     feed_.followers_.erase(this);
   }
 
-  Part append(std::string& text) override;
+  Part append(std::string& text) override {
+    const MutexLock lock(feed_.mutex_);
+    return append(feed_.log_, text);
+  }
   void setListener(Listener& listener) override { listener_ = &listener; }
 
   bool wants(const ChangeEvent& event) const {
@@ -61,6 +64,7 @@ class ChangeFeed::Follower : public ReplyStream {
   void pace(const EventLog& log);
 
  private:
+  Part append(const EventLog& log, std::string& text);
   bool hasNews(const EventLog& log);
   Part begin(const EventLog& log, std::string& text);
   void appendLost(const EventLog& log, std::string& text);
@@ -69,9 +73,8 @@ class ChangeFeed::Follower : public ReplyStream {
   ChangeFeed& feed_;
   const FollowedChanges wanted_;
   Listener* listener_ = nullptr;
-  std::uint64_t position_ =
-      0;                    ///< of the last event that it has been told, or that is nothing to it
-  std::uint64_t last_ = 0;  ///< of the message under way
+  std::uint64_t position_ = 0;  ///< has been told, or passed over, up to this event
+  std::uint64_t last_ = 0;      ///< of the message under way
   bool isLost_ = false;
   bool hasBegun_ = false;
   bool mayBegin_ = false;  ///< another message
@@ -108,9 +111,7 @@ void ChangeFeed::Follower::drop(const ChangeEvent& event) {
   position_ = event.sequence;
 }
 
-ReplyStream::Part ChangeFeed::Follower::append(std::string& text) {
-  const MutexLock lock(feed_.mutex_);
-  const EventLog& log = feed_.log_;
+ReplyStream::Part ChangeFeed::Follower::append(const EventLog& log, std::string& text) {
   if (!isWithinMessage_ && begin(log, text) == Part::kNone) return Part::kNone;
   const std::size_t end = text.size() + kPartSize;
   const ChangeEvent* event = isLost_ ? nullptr : next(log);
