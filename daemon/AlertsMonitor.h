@@ -22,6 +22,7 @@ struct AlertsMonitorServices {
 /// any thread.
 class AlertsMonitor : public VLAlertsMonitor {
  public:
+  /// All of it outlives the object, which there is one of for each connection.
   AlertsMonitor(const AlertsDaemonServices& services, const AlertsMonitorServices& watching,
                 const ServiceCounts& connections, bool isPermitted)
       : services_(services),
@@ -41,8 +42,8 @@ class AlertsMonitor : public VLAlertsMonitor {
   MonitorStore storeStatus(PersistentStoreCoordinator* coordinator) const;
   MonitorChannel channelStatus(std::string_view name) const;
 
-  const AlertsDaemonServices services_;
-  const AlertsMonitorServices watching_;
+  const AlertsDaemonServices& services_;
+  const AlertsMonitorServices& watching_;
   const ServiceCounts& connections_;
   const bool isPermitted_;
 };

@@ -23,22 +23,13 @@ VLAlert alertNamed(std::string identifier) {
 
 class AlertsMonitorTest : public ::testing::Test {
  protected:
-  AlertsMonitorTest() {
-    StoreServices services = system_.storeServices;
-    services.observer = &watch_;
-    stores_ = std::make_unique<StoreContainer>(resourceDirectory(),
-                                               system_.path(kStoreDirectory).string(), services);
-  }
-
   AlertsMonitor monitor(bool isPermitted = true) {
-    return AlertsMonitor(
-        {*stores_, system_.bundles, system_.pusher, system_.mailer, system_.clock, system_.log},
-        {watch_, deliveries_, Date(5)}, connections_, isPermitted);
+    return AlertsMonitor(services_, watching_, connections_, isPermitted);
   }
   MonitorStatus status() { return std::get<MonitorStatus>(monitor().getStatus()); }
 
   void change(const std::function<bool(ADAlertStore&)>& work) {
-    EXPECT_EQ(saveSettled(*stores_, work), std::nullopt);
+    EXPECT_EQ(saveSettled(stores_, work), std::nullopt);
   }
   void insert(int count) {
     change([count](ADAlertStore& store) {
@@ -53,7 +44,17 @@ class AlertsMonitorTest : public ::testing::Test {
   StoreWatch watch_;
   DeliveryCounts deliveries_{system_.deliveries, system_.clock};
   ServiceCounts connections_;
-  std::unique_ptr<StoreContainer> stores_;
+  const AlertsMonitorServices watching_{watch_, deliveries_, Date(5)};
+  StoreContainer stores_{resourceDirectory(),
+                         system_.path(kStoreDirectory).string(),
+                         {.bundles = system_.bundles,
+                          .languages = system_.languages,
+                          .entries = DirectoryEntries::system(),
+                          .clock = system_.clock,
+                          .log = system_.log,
+                          .observer = &watch_}};
+  const AlertsDaemonServices services_{stores_,        system_.bundles, system_.pusher,
+                                       system_.mailer, system_.clock,   system_.log};
 };
 
 TEST_F(AlertsMonitorTest, WhoMayNotWatchIsToldSoByEveryMethod) {
@@ -129,7 +130,7 @@ TEST_F(AlertsMonitorTest, TellsWhyThereIsNoStore) {
   system_.root.write("Library/Velto/Alerts/alertData.db", std::string(5000, 'x'));
   const MonitorStatus now = status();
   EXPECT_FALSE(now.store.usable);
-  EXPECT_EQ(now.store.problem, stores_->problem());
+  EXPECT_EQ(now.store.problem, stores_.problem());
   EXPECT_EQ(now.store.size, 5000);
   EXPECT_EQ(now.counts, MonitorCounts());
 }
