@@ -103,7 +103,7 @@ std::optional<std::string_view> PropertyListBinaryObjects::asciiString(std::size
 }
 
 std::optional<std::string> PropertyListBinaryObjects::utf16String(std::size_t offset) {
-  const auto bytes = countedContent(offset, 2);
+  const auto bytes = utf16Bytes(offset);
   if (!bytes) return std::nullopt;
   std::optional<std::string> text = utf8FromUTF16(utf16FromBytes(*bytes, true));
   if (!text) return fail("an invalid UTF-16 string", offset);

@@ -33,6 +33,10 @@ class PropertyListBinaryObjects {
   std::optional<double> floatingPoint(std::size_t offset);
   std::optional<std::string_view> data(std::size_t offset) { return countedContent(offset, 1); }
   std::optional<std::string_view> asciiString(std::size_t offset);
+  /// Of a string of UTF-16, the more significant byte of a unit first.
+  std::optional<std::string_view> utf16Bytes(std::size_t offset) {
+    return countedContent(offset, 2);
+  }
   /// A string of UTF-16 as UTF-8.
   std::optional<std::string> utf16String(std::size_t offset);
 

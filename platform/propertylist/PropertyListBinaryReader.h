@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string_view>
 
@@ -15,6 +16,13 @@ namespace velto {
 class PropertyListBinaryReader {
  public:
   static std::optional<PropertyList> read(std::string_view bytes, ErrorSlot error);
+
+  /// Says of a text whether it is the one; `bytes` are ASCII, or else UTF-16, the more significant
+  /// byte of a unit first.
+  using TextTest = std::function<bool(std::string_view bytes, bool isASCII)>;
+  /// Whether the test holds for one of the texts among the values, at any depth; keys are none.
+  /// Nothing when the bytes could not be gone through so far.
+  static std::optional<bool> anyText(std::string_view bytes, const TextTest& test);
 
  private:
   using Result = std::optional<PropertyList>;
