@@ -47,6 +47,10 @@ class Statement {
   Step step();
 
   std::int64_t integer(int column) const;
+  double real(int column) const;
+  bool isAbsent(int column) const;
+  /// The text or data as it lies in SQLite's memory, until the next step; empty when it is absent.
+  std::string_view bytes(int column) const;
   AttributeValue value(int column, AttributeType type) const;
   /// The same, in the memory that `value` has.
   void read(int column, AttributeType type, AttributeValue& value) const;

@@ -84,6 +84,23 @@ std::int64_t Statement::integer(int column) const {
   return sqlite3_column_int64(statement_, column);
 }
 
+double Statement::real(int column) const {
+  return sqlite3_column_double(statement_, column);
+}
+
+bool Statement::isAbsent(int column) const {
+  return sqlite3_column_type(statement_, column) == SQLITE_NULL;
+}
+
+/// As a blob, text and data both come without conversion; the length is known only after the
+/// pointer, which is null for what is empty, too. The value is asked for once, since that takes the
+/// connection's lock; it is this thread's alone.
+std::string_view Statement::bytes(int column) const {
+  sqlite3_value* const value = sqlite3_column_value(statement_, column);
+  const auto* start = static_cast<const char*>(sqlite3_value_blob(value));
+  return {start, static_cast<std::size_t>(sqlite3_value_bytes(value))};
+}
+
 AttributeValue Statement::value(int column, AttributeType type) const {
   AttributeValue value;
   read(column, type, value);
@@ -95,28 +112,24 @@ void Statement::read(int column, AttributeType type, AttributeValue& value) cons
     readBytes<std::string>(column, value);
   } else if (type == AttributeType::kData) {
     readBytes<Data>(column, value);
-  } else if (sqlite3_column_type(statement_, column) == SQLITE_NULL) {
+  } else if (isAbsent(column)) {
     value = std::monostate();
   } else if (type == AttributeType::kDate) {
-    value = Date(sqlite3_column_double(statement_, column));
+    value = Date(real(column));
   } else {
-    value = sqlite3_column_int64(statement_, column) != 0;
+    value = integer(column) != 0;
   }
 }
 
-/// As a blob, text and data both come without conversion; the length is known only after the
-/// pointer, which is null for what is empty, too.
 template <typename T>
 void Statement::readBytes(int column, AttributeValue& value) const {
-  const auto* start = static_cast<const char*>(sqlite3_column_blob(statement_, column));
-  if (start == nullptr && sqlite3_column_type(statement_, column) == SQLITE_NULL) {
+  const std::string_view read = bytes(column);
+  if (read.data() == nullptr && isAbsent(column)) {
     value = std::monostate();
     return;
   }
   T* kept = std::get_if<T>(&value);
-  (kept == nullptr ? value.emplace<T>() : *kept)
-      .assign(std::string_view(start,
-                               static_cast<std::size_t>(sqlite3_column_bytes(statement_, column))));
+  (kept == nullptr ? value.emplace<T>() : *kept).assign(read);
 }
 
 }  // namespace velto
