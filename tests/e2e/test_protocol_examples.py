@@ -60,3 +60,20 @@ def test_it_posts_and_says_what_is_wrong(system, tmp_path, make):
     system.start()
     assert outcome() == (True, "")
     assert len(system.client().call("GetAlertsOfBundle", bundle="Common")["alerts"]) == 1
+
+
+def test_it_prints_what_is_unresolved_page_by_page(system):
+    system.install_bundle("Common.bundle")
+    system.start()
+    alerts = [{"identifier": str(number), "bundle": "Common", "type": "Test",
+               "sentDate": float(number)} for number in range(25)]
+    alerts[7]["resolvedDate"] = 100.0
+    alerts[8]["bundle"] = "Nowhere"
+    system.client().call("SaveAlerts", alerts=alerts)
+    result = system.run(sys.executable, "-c", example("# Prints what is unresolved"))
+    assert result.stderr == ""
+    lines = result.stdout.splitlines()
+    assert [line.split()[0] for line in lines] == [
+        str(number) for number in range(24, -1, -1) if number != 7]
+    assert lines[-8] == "8 (no text)"
+    assert lines[0] != "24 (no text)"
