@@ -15,7 +15,7 @@
 #include "platform/persistence/search/PageSearch.h"
 #include "store/ADAlert.h"
 #include "store/ADAlertAdditions.h"
-#include "store/AlertRowTest.h"
+#include "store/AlertSearch.h"
 
 namespace velto {
 namespace {

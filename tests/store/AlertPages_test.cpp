@@ -11,7 +11,7 @@
 #include "platform/persistence/search/PageSearch.h"
 #include "platform/propertylist/PropertyListSerialization.h"
 #include "store/ADAlertAdditions.h"
-#include "store/AlertRowTest.h"
+#include "store/AlertSearch.h"
 #include "tests/store/StoreTesting.h"
 
 namespace velto {

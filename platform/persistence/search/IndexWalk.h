@@ -31,7 +31,7 @@ class IndexWalk {
   IndexWalk(PersistentStoreCoordinator& coordinator, const RowSearch& search, const Predicate* way,
             const std::optional<RowPlace>& after, std::size_t limit);
 
-  /// Tests so many more rows, as of one moment.
+  /// Tests so many more rows; those of a stretch of the list as of one moment.
   State goOn(std::size_t rows, ErrorSlot error);
 
   std::vector<RowPlace> takeFound() { return std::move(found_); }

@@ -12,6 +12,7 @@
 #include "platform/persistence/search/TableScan.h"
 
 namespace velto {
+
 std::optional<std::vector<RowPlace>> findPage(PersistentStoreCoordinator& coordinator,
                                               const RowSearch& search,
                                               const std::optional<RowPlace>& after,

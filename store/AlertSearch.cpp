@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "store/AlertRowTest.h"
+#include "store/AlertSearch.h"
 
 #include <algorithm>
 #include <string_view>
