@@ -38,20 +38,14 @@ std::optional<AttributeValue> DatedGroups::next(const std::optional<AttributeVal
   return found;
 }
 
-std::optional<Date> DatedGroups::earliest(const AttributeValue& group, const Predicate& dates,
-                                          ErrorSlot error) const {
+bool DatedGroups::dates(const AttributeValue& group, const Predicate& dates,
+                        const std::function<bool(Date)>& take, ErrorSlot error) const {
   FetchRequest request = of(group, dates);
   request.setSortDescriptors({{.key = date_}});
   request.setOrder(FetchRequest::Order::kIndexed);
-  std::optional<Date> found;
-  coordinator_.fetch(
-      query(quoted(date_), request),
-      [&](const Statement& row) {
-        found = Date(row.real(0));
-        return false;
-      },
+  return coordinator_.fetch(
+      query(quoted(date_), request), [&](const Statement& row) { return take(Date(row.real(0))); },
       error);
-  return found;
 }
 
 std::optional<std::int64_t> DatedGroups::count(const AttributeValue& group, const Predicate& dates,

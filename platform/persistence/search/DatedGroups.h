@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -26,10 +27,10 @@ class DatedGroups {
   /// others. Nothing when there is none, or with the error.
   std::optional<AttributeValue> next(const std::optional<AttributeValue>& group,
                                      ErrorSlot error) const;
-  /// The earliest date of the group of those that the condition holds for; nothing when there is
-  /// none, or with the error.
-  std::optional<Date> earliest(const AttributeValue& group, const Predicate& dates,
-                               ErrorSlot error) const;
+  /// Calls `take` for the dates of those of the group that the condition holds for, in ascending
+  /// order, until it returns false. False with the error.
+  bool dates(const AttributeValue& group, const Predicate& dates,
+             const std::function<bool(Date)>& take, ErrorSlot error) const;
   /// How many of the group the condition holds for; nothing with the error.
   std::optional<std::int64_t> count(const AttributeValue& group, const Predicate& dates,
                                     ErrorSlot error) const;
