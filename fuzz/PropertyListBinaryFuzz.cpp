@@ -37,10 +37,14 @@ std::size_t textsIn(const PropertyList& value) {
 /// What can be read can be searched, and searching finds all its texts.
 void checkSearch(std::string_view bytes, const std::optional<PropertyList>& value) {
   std::size_t texts = 0;
-  const auto found = PropertyListBinaryReader::anyText(bytes, [&](std::string_view, bool) {
-    ++texts;
-    return false;
-  });
+  bool isASCII = true;
+  const auto found =
+      PropertyListBinaryReader::anyText(bytes, [&](std::string_view, bool isOfASCII) {
+        ++texts;
+        isASCII = isASCII && isOfASCII;
+        return false;
+      });
+  require(isASCII || !PropertyListBinaryReader::hasASCIITextsOnly(bytes), "no other text");
   require(!value || (found == false && texts >= textsIn(*value)), "all texts are found");
 }
 

@@ -32,6 +32,10 @@ class TextTest {
 
  private:
   bool isInAttributes(std::string_view bytes) {
+    // Mostly nothing is found, which the bytes as a whole tell sooner than their texts.
+    if (!search_.isInASCII(bytes) && PropertyListBinaryReader::hasASCIITextsOnly(bytes)) {
+      return false;
+    }
     const auto found =
         PropertyListBinaryReader::anyText(bytes, [this](std::string_view text, bool isASCII) {
           return isASCII ? search_.isInASCII(text) : search_.isInUTF16(text);

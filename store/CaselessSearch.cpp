@@ -2,6 +2,7 @@
 #include "store/CaselessSearch.h"
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 
 #include <unicode/stringoptions.h>
@@ -20,6 +21,17 @@ bool isASCII(std::string_view text) {
 
 char lowered(char c) {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+char raised(char c) {
+  return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+}
+
+/// How often a character comes in texts, roughly: the letters of a few languages in their order;
+/// digits and signs, of which identifiers and paths are full, more often than those.
+std::size_t frequency(char c) {
+  const std::size_t place = std::string_view("qxzjvkwyfpbghmucldosrtnaie").find(c);
+  return place == std::string_view::npos ? 100 : place;
 }
 
 /// ICU counts in 32 bits; a text of the store is far shorter.
@@ -54,6 +66,9 @@ CaselessSearch::CaselessSearch(std::string_view text) {
   fold(units_, folded_);
   if (std::all_of(folded_.begin(), folded_.end(), [](char16_t unit) { return unit < 0x80; })) {
     ascii_.emplace(folded_.begin(), folded_.end());
+    const auto isRarer = [](char one, char other) { return frequency(one) < frequency(other); };
+    rarest_ = static_cast<std::size_t>(std::min_element(ascii_->begin(), ascii_->end(), isRarer) -
+                                       ascii_->begin());
   }
 }
 
@@ -65,13 +80,37 @@ bool CaselessSearch::isIn(std::string_view text) {
   return isInUnits();
 }
 
+/// Letters of both cases are found faster one after the other than each by comparing.
 bool CaselessSearch::isInASCII(std::string_view text) const {
   if (!ascii_ || ascii_->size() > text.size()) {
     return false;
   }
-  const auto isSame = [](char one, char other) { return lowered(one) == other; };
-  return ascii_->empty() || std::search(text.begin(), text.end(), ascii_->begin(), ascii_->end(),
-                                        isSame) != text.end();
+  if (ascii_->empty()) {
+    return true;
+  }
+  const char letter = (*ascii_)[rarest_];
+  const char other = raised(letter);
+  return isAround(text, letter) || (other != letter && isAround(text, other));
+}
+
+/// Whether the text has it with this letter as the rarest one.
+bool CaselessSearch::isAround(std::string_view text, char letter) const {
+  const auto isSame = [](char one, char other) { return one == lowered(other); };
+  const std::size_t end = text.size() - (ascii_->size() - rarest_) + 1;
+  std::size_t at = rarest_;
+  while (at < end) {
+    const void* const found = std::memchr(text.data() + at, letter, end - at);
+    if (found == nullptr) {
+      return false;
+    }
+    at = static_cast<std::size_t>(static_cast<const char*>(found) - text.data());
+    if (std::equal(ascii_->begin(), ascii_->end(),
+                   text.begin() + static_cast<std::ptrdiff_t>(at - rarest_), isSame)) {
+      return true;
+    }
+    ++at;
+  }
+  return false;
 }
 
 bool CaselessSearch::isInUTF16(std::string_view bytes) {

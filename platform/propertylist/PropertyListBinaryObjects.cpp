@@ -54,7 +54,6 @@ bool PropertyListBinaryObjects::readTrailer() {
     fail("the trailer contradicts the file", start);
     return false;
   }
-  open_.resize(objectCount_);
   return true;
 }
 
@@ -142,6 +141,7 @@ std::optional<std::uint64_t> PropertyListBinaryObjects::Container::operator[](st
 }
 
 bool PropertyListBinaryObjects::enter(std::uint64_t object, std::size_t offset) {
+  open_.resize(objectCount_);
   if (open_[object]) {
     fail("a container that contains itself", offset);
     return false;

@@ -22,6 +22,8 @@ class PropertyListBinaryObjects {
 
   /// The number of the object that holds all others; first of all.
   std::optional<std::uint64_t> top();
+  /// How many there are, once the top one is known.
+  std::uint64_t count() const { return objectCount_; }
   /// Where the object of a number that there is begins, with its marker.
   std::optional<std::size_t> offsetOf(std::uint64_t object);
   unsigned typeAt(std::size_t offset) const { return byteAt(offset) >> 4; }
@@ -92,7 +94,8 @@ class PropertyListBinaryObjects {
   std::size_t tableOffset_ = 0;  ///< also where the objects end
 
   std::uint64_t budget_;
-  std::vector<bool> open_;  ///< by object: whether it is a container now being read
+  /// By object: whether it is a container now being read. Empty until one is.
+  std::vector<bool> open_;
   int depth_ = 0;
 };
 

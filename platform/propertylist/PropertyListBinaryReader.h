@@ -23,6 +23,8 @@ class PropertyListBinaryReader {
   /// Whether the test holds for one of the texts among the values, at any depth; keys are none.
   /// Nothing when the bytes could not be gone through so far.
   static std::optional<bool> anyText(std::string_view bytes, const TextTest& test);
+  /// Whether all texts among the objects are surely ASCII, and so lie in the bytes as they are.
+  static bool hasASCIITextsOnly(std::string_view bytes);
 
  private:
   using Result = std::optional<PropertyList>;

@@ -66,4 +66,14 @@ std::optional<bool> PropertyListBinaryReader::anyText(std::string_view bytes,
   return Search(bytes, test).run();
 }
 
+bool PropertyListBinaryReader::hasASCIITextsOnly(std::string_view bytes) {
+  PropertyListBinaryObjects objects(bytes, nullptr);
+  if (!objects.top()) return false;
+  for (std::uint64_t object = 0; object < objects.count(); ++object) {
+    const auto offset = objects.offsetOf(object);
+    if (!offset || objects.typeAt(*offset) == kUTF16String) return false;
+  }
+  return true;
+}
+
 }  // namespace velto

@@ -88,6 +88,21 @@ TEST(PropertyListBinaryTexts, EndWhereAContainerContainsItselfOrNestsTooDeep) {
   EXPECT_EQ(textsIn(shared.bytes()), std::nullopt);
 }
 
+TEST(PropertyListBinaryTexts, AreASCIIOnlyWhereThatIsSure) {
+  const auto isSure = [](const PropertyList& value) {
+    return PropertyListBinaryReader::hasASCIITextsOnly(bytesOf(value));
+  };
+  EXPECT_TRUE(isSure(PropertyList::Dictionary{{"key", PropertyList("value")}}));
+  EXPECT_TRUE(isSure(PropertyList(std::int64_t{0x6060606060606060})));
+  EXPECT_FALSE(isSure(PropertyList::Dictionary{{"key", PropertyList("größe")}}));
+  EXPECT_FALSE(isSure(PropertyList::Dictionary{{"größe", PropertyList("value")}}));
+  EXPECT_FALSE(PropertyListBinaryReader::hasASCIITextsOnly("{ key = value; }"));
+  EXPECT_FALSE(PropertyListBinaryReader::hasASCIITextsOnly(""));
+  BinaryFile odd{{"\x51x"}};
+  odd.tableOffset = 8;
+  EXPECT_FALSE(PropertyListBinaryReader::hasASCIITextsOnly(odd.bytes()));
+}
+
 /// The texts of a value that has been read.
 void collect(const PropertyList& value, Texts& texts) {
   if (const auto* text = value.string()) {

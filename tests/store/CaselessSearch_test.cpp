@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "store/CaselessSearch.h"
 
+#include <random>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -78,6 +79,32 @@ TEST(CaselessSearch, WhatIsNoTextIsNotFoundAndHurtsNobody) {
   EXPECT_FALSE(search.isIn("fu\xFFll"));
   EXPECT_TRUE(search.isInUTF16(std::string("\xDC\x00", 2) + bytesOf(u"Full")));
   EXPECT_FALSE(search.isInUTF16(bytesOf(u"full").substr(1)));
+}
+
+/// Beside a search that compares at every place.
+TEST(CaselessSearch, FindsEveryPlaceInASCII) {
+  std::mt19937 random(1);  // NOLINT(cert-msc51-cpp): the same each time
+  const auto randomText = [&](std::size_t most) {
+    std::string text(random() % (most + 1), 'a');
+    for (char& c : text)
+      c = "aAbBzZ1/"[random() % 8];
+    return text;
+  };
+  const auto lower = [](std::string text) {
+    for (char& c : text)
+      c = c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
+    return text;
+  };
+  int found = 0;
+  for (int round = 0; round < 20000; ++round) {
+    const std::string text = randomText(4);
+    const std::string other = randomText(30);
+    const bool isThere = lower(other).find(lower(text)) != std::string::npos;
+    EXPECT_EQ(CaselessSearch(text).isInASCII(other), isThere) << text << " in " << other;
+    found += isThere ? 1 : 0;
+  }
+  EXPECT_GT(found, 5000);
+  EXPECT_LT(found, 15000);
 }
 
 TEST(CaselessSearch, IsUsedForOneTextAfterTheOther) {
