@@ -12,12 +12,18 @@ namespace {
 
 namespace json = boost::json;
 
-void append(std::string& text, const json::value& value, std::size_t level);
+/// How a value is laid out: on lines of their own, at a level, or all in one line.
+struct Layout {
+  bool isPretty = true;
+  std::size_t level = 0;
 
-void appendLineStart(std::string& text, std::size_t level) {
-  text.push_back('\n');
-  text.append(2 * level, ' ');
-}
+  Layout inside() const { return {isPretty, level + 1}; }
+  void startLine(std::string& text) const {
+    if (isPretty) text.append(1, '\n').append(2 * level, ' ');
+  }
+};
+
+void append(std::string& text, const json::value& value, Layout layout);
 
 /// Without an exponent as long as that is readable; never like an integer.
 void appendReal(std::string& text, double real) {
@@ -28,28 +34,28 @@ void appendReal(std::string& text, double real) {
 /// Appends the members or elements of `container`, each by `appendOne`, within `brackets`.
 template <typename Container, typename AppendOne>
 void appendAll(std::string& text, const Container& container, std::string_view brackets,
-               std::size_t level, AppendOne appendOne) {
+               Layout layout, AppendOne appendOne) {
   text.push_back(brackets.front());
   bool isFirst = true;
   for (const auto& element : container) {
     if (!isFirst) text.push_back(',');
     isFirst = false;
-    appendLineStart(text, level + 1);
+    layout.inside().startLine(text);
     appendOne(element);
   }
-  if (!isFirst) appendLineStart(text, level);
+  if (!isFirst) layout.startLine(text);
   text.push_back(brackets.back());
 }
 
-void append(std::string& text, const json::value& value, std::size_t level) {
+void append(std::string& text, const json::value& value, Layout layout) {
   if (const json::object* object = value.if_object()) {
-    appendAll(text, *object, "{}", level, [&](const json::key_value_pair& member) {
-      text.append(json::serialize(json::string(member.key()))).append(": ");
-      append(text, member.value(), level + 1);
+    appendAll(text, *object, "{}", layout, [&](const json::key_value_pair& member) {
+      text.append(json::serialize(json::string(member.key()))).append(layout.isPretty ? ": " : ":");
+      append(text, member.value(), layout.inside());
     });
   } else if (const json::array* array = value.if_array()) {
-    appendAll(text, *array, "[]", level,
-              [&](const json::value& element) { append(text, element, level + 1); });
+    appendAll(text, *array, "[]", layout,
+              [&](const json::value& element) { append(text, element, layout.inside()); });
   } else if (const double* real = value.if_double()) {
     appendReal(text, *real);
   } else {
@@ -59,9 +65,15 @@ void append(std::string& text, const json::value& value, std::size_t level) {
 
 }  // namespace
 
-std::string prettyJSON(const json::value& value) {
+std::string prettyJSON(const json::value& value, std::size_t level) {
   std::string text;
-  append(text, value, 0);
+  append(text, value, {.isPretty = true, .level = level});
+  return text;
+}
+
+std::string shortJSON(const json::value& value) {
+  std::string text;
+  append(text, value, {.isPretty = false});
   return text;
 }
 

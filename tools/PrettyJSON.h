@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include <boost/json/value.hpp>
@@ -8,6 +9,10 @@
 namespace velto {
 
 /// The text of a JSON value for people: one member or element a line, two spaces a level.
-std::string prettyJSON(const boost::json::value& value);
+/// What stands behind its first line is indented by `level` levels more.
+std::string prettyJSON(const boost::json::value& value, std::size_t level = 0);
+
+/// The same in one line without blanks.
+std::string shortJSON(const boost::json::value& value);
 
 }  // namespace velto

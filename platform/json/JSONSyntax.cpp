@@ -29,10 +29,19 @@ class Syntax {
 
   bool document() {
     skipSpace();
-    return value(0) && (skipSpace(), at_ == text_.size());
+    if (!value(0)) return false;
+    skipSpace();
+    return at_ == text_.size() || misses("the end");
   }
 
+  /// What was missed first; meaningful when there is no document.
+  JSONMistake mistake() const { return {at_, missed_}; }
+
  private:
+  bool misses(std::string_view what) {
+    if (missed_.empty()) missed_ = what;
+    return false;
+  }
   /// The character here; NUL, which begins nothing, at the end.
   char here() const { return at_ < text_.size() ? text_[at_] : '\0'; }
   bool take(char character) {
@@ -67,7 +76,7 @@ class Syntax {
   }
 
   bool container(std::size_t depth, char end) {
-    if (depth == kMaximumJSONDepth) return false;
+    if (depth == kMaximumJSONDepth) return misses("less nesting");
     ++at_;
     skipSpace();
     if (take(end)) return true;
@@ -76,21 +85,22 @@ class Syntax {
       if (!value(depth + 1)) return false;
       skipSpace();
       if (take(end)) return true;
-      if (!take(',')) return false;
+      if (!take(',')) return misses(end == '}' ? "',' or '}'" : "',' or ']'");
       skipSpace();
     }
   }
 
   bool name() {
-    if (here() != '"' || !string()) return false;
+    if (here() != '"') return misses("a name in quotes");
+    if (!string()) return false;
     skipSpace();
-    if (!take(':')) return false;
+    if (!take(':')) return misses("':'");
     skipSpace();
     return true;
   }
 
   bool word(std::string_view word) {
-    if (!text_.substr(at_).starts_with(word)) return false;
+    if (!text_.substr(at_).starts_with(word)) return misses("a value");
     at_ += word.size();
     return true;
   }
@@ -101,9 +111,10 @@ class Syntax {
       while (at_ < text_.size() && kIsPlain[static_cast<unsigned char>(text_[at_])])
         ++at_;
       if (take('"')) return true;
-      if (at_ == text_.size() || static_cast<unsigned char>(text_[at_]) < 0x20) return false;
+      if (at_ == text_.size()) return misses("'\"'");
+      if (static_cast<unsigned char>(text_[at_]) < 0x20) return misses("a character or its escape");
       if (!(here() == '\\' ? escapedCharacter(text_, at_) : nextCharacter(text_, at_))) {
-        return false;
+        return misses("a character or its escape");
       }
     }
   }
@@ -111,14 +122,14 @@ class Syntax {
   bool number() {
     const std::size_t start = at_;
     take('-');
-    if (!take('0') && !digits()) return false;
-    if (take('.') && !digits()) return false;
+    if (!take('0') && !digits()) return misses(at_ == start ? "a value" : "a digit");
+    if (take('.') && !digits()) return misses("a digit");
     bool hasExponent = take('e') || take('E');
-    if (hasExponent && !((take('+') || take('-') || true) && digits())) return false;
+    if (hasExponent && !((take('+') || take('-') || true) && digits())) return misses("a digit");
     // No number of so few digits is beyond a double's range.
     constexpr std::size_t kShort = 300;
     return (!hasExponent && at_ - start < kShort) ||
-           jsonNumber(text_.substr(start, at_ - start)).has_value();
+           jsonNumber(text_.substr(start, at_ - start)).has_value() || misses("a smaller number");
   }
 
   /// At least one.
@@ -131,6 +142,7 @@ class Syntax {
 
   std::string_view text_;
   std::size_t at_ = 0;
+  std::string_view missed_;
 };
 
 /// The number in the four hexadecimal digits behind `\u`; moves `at` behind them.
@@ -161,6 +173,11 @@ std::optional<char32_t> unicodeEscape(std::string_view text, std::size_t& at) {
 
 bool isJSON(std::string_view text) {
   return Syntax(text).document();
+}
+
+std::optional<JSONMistake> jsonMistake(std::string_view text) {
+  Syntax syntax(text);
+  return syntax.document() ? std::nullopt : std::optional(syntax.mistake());
 }
 
 std::optional<char32_t> escapedCharacter(std::string_view text, std::size_t& at) {

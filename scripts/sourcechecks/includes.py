@@ -31,7 +31,8 @@ MAY_INCLUDE = {
     "client/velto": set(),
     "client/examples": {"client/velto"},
     "client": {"platform/foundation", "platform/connection", "client/velto"},
-    "tools": {"platform/foundation", "platform/connection", "client/velto"},
+    "tools": {"platform/foundation", "platform/json", "platform/propertylist", "platform/connection",
+              "delivery", "client/velto", "client"},
     "bundles": {"platform/foundation", "alerts/velto"},
 }
 # Where the compiler looks for an include, besides the folder of the file itself.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tools/CallCommand.h"
+#include "tools/service/CallCommand.h"
 
 #include <cstdlib>
 #include <sstream>
@@ -10,6 +10,7 @@
 #include "platform/foundation/Paths.h"
 #include "tests/connection/TestService.h"
 #include "tests/support/TemporaryDirectory.h"
+#include "tools/frame/Failure.h"
 
 namespace velto {
 namespace {
@@ -49,7 +50,18 @@ class CallCommandTest : public testing::Test {
   CallCommandTest() { setenv("VELTO_ROOT", root_.path().c_str(), 1); }
   ~CallCommandTest() override { unsetenv("VELTO_ROOT"); }
 
-  ExitStatus run(const CallCommand& command) { return command.run(input_, output_, errors_); }
+  /// Its status, and what it said when it failed in `errors_`, as `main` tells it.
+  ExitStatus run(const CallCommand& command, const Ways& ways = {}) {
+    try {
+      Session session(ways, {}, input_, output_, errors_);
+      const ExitStatus status = command.run(session);
+      session.finish();
+      return status;
+    } catch (const Failure& failure) {
+      errors_ << failure.line();
+      return failure.status;
+    }
+  }
 
   TemporaryDirectory root_;
   std::istringstream input_;
@@ -67,71 +79,112 @@ class ServedCallCommandTest : public CallCommandTest {
 };
 
 TEST_F(ServedCallCommandTest, printsTheReply) {
-  EXPECT_EQ(run({.method = "Answer", .parameters = R"({"a":[1]})"}), kExitSuccess);
+  EXPECT_EQ(run({.method = "Answer", .parameters = R"({"a":[1]})"}), kExitDone);
   EXPECT_EQ(output_.str(), "{\n  \"a\": [\n    1\n  ]\n}\n");
   EXPECT_EQ(errors_.str(), "");
 }
 
 TEST_F(ServedCallCommandTest, takesFullNamesAndNoParameters) {
-  EXPECT_EQ(run({.method = "org.varlink.service.GetInfo", .parameters = ""}), kExitSuccess);
+  EXPECT_EQ(run({.method = "org.varlink.service.GetInfo", .parameters = ""}), kExitDone);
   EXPECT_THAT(output_.str(), HasSubstr("\"org.varlink.service\""));
 }
 
 TEST_F(ServedCallCommandTest, readsParametersFromItsInput) {
   input_.str("{\"a\":\n1}\n");
-  EXPECT_EQ(run({.method = "Answer", .parameters = "-"}), kExitSuccess);
+  EXPECT_EQ(run({.method = "Answer", .parameters = "-"}), kExitDone);
   EXPECT_EQ(output_.str(), "{\n  \"a\": 1\n}\n");
 }
 
 TEST_F(ServedCallCommandTest, tellsTheDaemonsError) {
-  EXPECT_EQ(run({.method = "Answer", .parameters = R"({"error":{"domain":"AlertsDaemon","code":103,
-                 "userInfo":{"NSLocalizedDescription":"Error: Insufficient privileges."}}})"}),
-            kExitRefused);
-  EXPECT_THAT(output_.str(), HasSubstr("\"code\": 103"));
-  EXPECT_EQ(errors_.str(), "alertsctl: Error: Insufficient privileges. (AlertsDaemon 103)\n");
+  EXPECT_EQ(
+      run({.method = "Answer", .parameters = R"({"error":{"domain":"VeltoAlertsStore","code":1,
+                 "userInfo":{"NSLocalizedDescription":"Update Alert: Alert not found."}}})"}),
+      kExitFailed);
+  EXPECT_THAT(output_.str(), HasSubstr("\"code\": 1"));
+  EXPECT_EQ(errors_.str(), "Update Alert: Alert not found (VeltoAlertsStore 1)");
 }
 
-TEST_F(ServedCallCommandTest, tellsAnErrorWithoutADescription) {
+TEST_F(ServedCallCommandTest, tellsAnErrorOfWantOfRights) {
+  for (const int code : {103, 150}) {
+    EXPECT_EQ(run({.method = "Answer",
+                   .parameters = R"({"error":{"domain":"AlertsDaemon","code":)" +
+                                 std::to_string(code) + R"(,"userInfo":{}}})"}),
+              kExitNotPermitted);
+  }
+}
+
+TEST_F(ServedCallCommandTest, saysWhatTheStatusOfAMailProgramMeans) {
   EXPECT_EQ(
       run({.method = "Answer",
            .parameters = R"({"error":{"domain":"VeltoAlertsMailer","code":75,"userInfo":{}}})"}),
-      kExitRefused);
-  EXPECT_EQ(errors_.str(), "alertsctl: VeltoAlertsMailer 75\n");
+      kExitFailed);
+  EXPECT_THAT(errors_.str(), HasSubstr("the mail program ended with status 75; see"));
+}
+
+TEST_F(ServedCallCommandTest, decodesWhatAGatewayAnswered) {
+  EXPECT_EQ(
+      run({.method = "Answer", .parameters = R"({"error":{"domain":"UlmoraPushProvider","code":404,
+                     "userInfo":{"NSLocalizedDescription":{"$data":"Tm90IEZvdW5kCg=="}}}})"}),
+      kExitFailed);
+  EXPECT_THAT(errors_.str(), HasSubstr("the push gateway answered 404: Not Found"));
 }
 
 TEST_F(ServedCallCommandTest, takesAnAbsentErrorForSuccess) {
-  EXPECT_EQ(run({.method = "Answer", .parameters = R"({"error":null})"}), kExitSuccess);
+  EXPECT_EQ(run({.method = "Answer", .parameters = R"({"error":null})"}), kExitDone);
 }
 
 TEST_F(ServedCallCommandTest, tellsTheErrorOfACallThatWasNotCarriedOut) {
-  EXPECT_EQ(run({.method = "Nothing", .parameters = "{}"}), kExitRefused);
+  EXPECT_EQ(run({.method = "Nothing", .parameters = "{}"}), kExitFailed);
   EXPECT_EQ(output_.str(), "");
-  EXPECT_EQ(errors_.str(),
-            "alertsctl: The service has no method com.ulmora.velto.AlertsDaemon.Nothing. "
-            "(org.varlink.service.MethodNotFound)\n");
+  EXPECT_THAT(errors_.str(), HasSubstr("no method com.ulmora.velto.AlertsDaemon.Nothing"));
 }
 
 TEST_F(ServedCallCommandTest, printsEveryPiece) {
-  EXPECT_EQ(run({.method = "Answer", .parameters = R"({"a":1})", .more = true}), kExitSuccess);
+  EXPECT_EQ(run({.method = "Answer", .parameters = R"({"a":1})", .more = true}), kExitDone);
   EXPECT_EQ(output_.str(), "{\n  \"a\": 1\n}\n{\n  \"a\": 1\n}\n");
 }
 
 TEST_F(ServedCallCommandTest, refusesParametersThatAreNoObject) {
   for (const auto* text : {"[]", "{", "x", "{} {}"}) {
-    EXPECT_EQ(run({.method = "Answer", .parameters = text}), kExitFailure) << text;
+    EXPECT_EQ(run({.method = "Answer", .parameters = text}), kExitUsage) << text;
   }
+  EXPECT_THAT(errors_.str(), HasSubstr("a name in quotes expected at character 2"));
+  EXPECT_EQ(service_.tokens().size(), 0U);
+}
+
+TEST_F(ServedCallCommandTest, refusesACallThatIsTooLong) {
+  EXPECT_EQ(run({.method = "Answer", .parameters = std::string(std::size_t{40} << 20, ' ')}),
+            kExitUsage);
+  EXPECT_THAT(errors_.str(), HasSubstr("the call has 40.0 MiB; the daemon takes 16 MiB"));
+}
+
+TEST_F(ServedCallCommandTest, refusesSecondsSince1970ForADate) {
+  const CallCommand command{.method = "DeleteAlertsBeforeDate",
+                            .parameters = R"({"date":1787000000})"};
+  EXPECT_EQ(run(command), kExitUsage);
+  EXPECT_THAT(errors_.str(), HasSubstr("2057"));
+  EXPECT_EQ(service_.tokens().size(), 0U);
+  EXPECT_EQ(run(command, {.isSure = true}), kExitFailed);  // the test's protocol has no such method
+}
+
+TEST_F(ServedCallCommandTest, refusesToForgetAllRecipientsByChance) {
+  for (const auto* method : {"SetMailRecipients", "SetPushRecipients"}) {
+    EXPECT_EQ(run({.method = method, .parameters = "{}"}), kExitUsage);
+    EXPECT_EQ(run({.method = method, .parameters = ""}), kExitUsage);
+  }
+  EXPECT_THAT(errors_.str(), HasSubstr("recipients is missing"));
   EXPECT_EQ(service_.tokens().size(), 0U);
 }
 
 TEST_F(ServedCallCommandTest, failsWhenTheReplyCannotBeWritten) {
   output_.setstate(std::ios::badbit);
-  EXPECT_EQ(run({.method = "Answer", .parameters = "{}"}), kExitFailure);
+  EXPECT_EQ(run({.method = "Answer", .parameters = "{}"}), kExitFailed);
 }
 
 TEST_F(CallCommandTest, asksWhetherTheDaemonIsRunning) {
-  EXPECT_EQ(run({.method = "Answer", .parameters = "{}"}), kExitFailure);
+  EXPECT_EQ(run({.method = "Answer", .parameters = "{}"}), kExitNoDaemon);
   EXPECT_THAT(errors_.str(), testing::AllOf(HasSubstr("cannot connect to " + root_.path().string()),
-                                            HasSubstr("is alertsd running?")));
+                                            HasSubstr("is alertsd running with the same?")));
 }
 
 }  // namespace

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include <velto/Alert.h>
+#include <velto/Error.h>
+
+#include "tools/frame/Session.h"
+
+namespace velto {
+
+/// What came of posting an alert.
+struct Posted {
+  std::string identifier = {};
+  /// Of its delivery, when it is stored all the same.
+  std::optional<alerts::Error> error = {};
+  bool isStored = true;
+};
+
+/// Posts an alert under an identifier of its own, created now.
+Posted post(Session& session, alerts::Alert alert);
+
+}  // namespace velto

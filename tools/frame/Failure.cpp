@@ -1,0 +1,121 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/frame/Failure.h"
+
+#include <string_view>
+#include <unistd.h>
+
+#include <velto/Client.h>
+
+#include "platform/foundation/Paths.h"
+#include "tools/text/Message.h"
+#include "tools/text/Printable.h"
+
+namespace velto {
+namespace {
+
+using alerts::ErrorKind;
+
+constexpr std::string_view kDaemonDomain = "AlertsDaemon";
+constexpr std::int64_t kInsufficientPrivileges = 103;
+constexpr std::int64_t kInsufficientEntitlements = 150;
+constexpr std::string_view kMailerDomain = "VeltoAlertsMailer";
+constexpr std::string_view kPusherDomain = "UlmoraPushProvider";
+
+std::string withoutPoint(std::string text) {
+  while (!text.empty() && (text.back() == '.' || text.back() == '\n'))
+    text.pop_back();
+  return text;
+}
+
+/// How somebody who is not root goes on.
+std::string asRootAdvice() {
+  return geteuid() == 0 ? tr("ask as the host's user 0, not from within a container")
+                        : tr("try it with sudo");
+}
+
+std::string noDaemonAdvice() {
+  if (isPrivateSystem()) return tr("VELTO_ROOT is set: is alertsd running with the same?");
+  return tr("is it running? systemctl start velto-alerts.socket");
+}
+
+bool isDenied(const alerts::Error& error) {
+  return error.kind == ErrorKind::kNotPermitted || error.kind == ErrorKind::kSocketNotPermitted ||
+         (error.domain == kDaemonDomain &&
+          (error.code == kInsufficientPrivileges || error.code == kInsufficientEntitlements));
+}
+
+/// What a gateway answered; nothing when it did not.
+std::optional<std::string> gatewayWords(const alerts::Error& error) {
+  const auto words = error.information.find("NSLocalizedDescription");
+  // They come as bytes, since a gateway's words need not be text.
+  const auto* bytes =
+      words == error.information.end() ? nullptr : words->second.get<alerts::Data>();
+  if (bytes == nullptr) return std::nullopt;
+  return printable({reinterpret_cast<const char*>(bytes->data()), bytes->size()});
+}
+
+Failure failureOfService(const alerts::Error& error, Failure failure) {
+  const std::string words = withoutPoint(printable(error.description));
+  if (error.domain == kMailerDomain) {
+    failure.what = error.code < 0 ? tr("the mail program could not be started")
+                                  : say("the mail program ended with status {}", error.code);
+    failure.advice = tr("see alertsctl deliveries, and the log: journalctl -u velto-alerts");
+  } else if (error.domain == kPusherDomain) {
+    const auto answer = gatewayWords(error);
+    failure.what = answer ? say("the push gateway answered {}: {}", error.code, *answer)
+                          : say("the push gateway was not reached: {}", words);
+    failure.advice = tr("see alertsctl deliveries, and /etc/velto/push");
+  } else {
+    failure.what = say("{} ({} {})", words, printable(error.domain), error.code);
+  }
+  return failure;
+}
+
+std::string adviceFor(const alerts::Error& error) {
+  switch (error.kind) {
+    case ErrorKind::kNoDaemon:
+      return noDaemonAdvice();
+    case ErrorKind::kInterfaceNotFound:
+    case ErrorKind::kMethodNotImplemented:
+      return tr("the daemon is older than this tool: systemctl restart velto-alerts");
+    case ErrorKind::kNoSuchAlert:
+      return tr("see alertsctl list");
+    case ErrorKind::kConnectionLost:
+    case ErrorKind::kTimedOut:
+      return error.mayHaveBeenCarriedOut
+                 ? tr("it may have been carried out: look before you repeat it")
+                 : tr("see systemctl status velto-alerts");
+    default:
+      return {};
+  }
+}
+
+}  // namespace
+
+std::string Failure::line() const {
+  return advice.empty() ? what : what + "; " + advice;
+}
+
+Failure usageFailure(std::string what, std::string advice) {
+  return {.status = kExitUsage, .what = std::move(what), .advice = std::move(advice)};
+}
+
+Failure failureOf(const alerts::Error& error) {
+  Failure failure{.status = kExitFailed, .error = error};
+  if (isDenied(error)) {
+    failure.status = kExitNotPermitted;
+    failure.what = error.kind == ErrorKind::kSocketNotPermitted
+                       ? say("the socket does not let user {} in: {}", geteuid(),
+                             printable(alerts::serviceSocketPath()))
+                       : tr("only root and its group may do this");
+    failure.advice = asRootAdvice();
+    return failure;
+  }
+  if (error.kind == ErrorKind::kService) return failureOfService(error, std::move(failure));
+  if (error.kind == ErrorKind::kNoDaemon) failure.status = kExitNoDaemon;
+  failure.what = withoutPoint(printable(error.description));
+  failure.advice = adviceFor(error);
+  return failure;
+}
+
+}  // namespace velto

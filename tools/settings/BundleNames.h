@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include <velto/Error.h>
+
+#include "tools/frame/Failure.h"
+#include "tools/frame/Session.h"
+
+namespace velto {
+
+/// A bundle on this machine's disk.
+struct InstalledBundle {
+  std::string title = {};               ///< what people call it; may be empty
+  std::vector<std::string> types = {};  ///< the kinds of alerts that it declares, sorted
+};
+
+/// The bundles in the alerts directory, by name; what cannot be read is left out. They are read
+/// beside the daemon, which tells their names only.
+std::map<std::string, InstalledBundle> installedBundles();
+
+/// The names of bundles that a user may have meant: those in use, and those installed.
+std::vector<std::string> knownBundles(Session& session);
+
+/// Throws a Failure with the nearest names for a bundle that there is not.
+void requireBundle(Session& session, const std::string& name);
+
+/// Why an alert was not taken, with what its author may have meant.
+Failure failureOfPosting(Session& session, const alerts::Error& error, const std::string& bundle);
+
+}  // namespace velto
