@@ -5,7 +5,7 @@
 #include <unistd.h>
 #include <utility>
 
-#include <CLI/App.hpp>
+#include <CLI/CLI.hpp>
 
 #include "tools/frame/Failure.h"
 #include "tools/text/Message.h"

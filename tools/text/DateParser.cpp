@@ -198,10 +198,10 @@ std::optional<Date> dateOfCalendar(std::string_view text, Date now) {
   const bool hasDay = scanner.rest().find('-') == 4;
   if (hasDay ? !readDay(scanner, reading.time) : weekday.has_value()) return std::nullopt;
   if (!hasDay) reading.time = localDay(now);
-  const bool hasTime = !hasDay || scanner.take("T") || scanner.take("t") || scanner.take(" ");
+  const bool isJoined = hasDay && (scanner.take("T") || scanner.take("t"));
   scanner.skipBlanks();
-  const bool isZone = hasDay && (scanner.rest() == "UTC" || scanner.isAtEnd());
-  if (hasTime && !isZone && !readTime(scanner, reading)) return std::nullopt;
+  const bool isDayAlone = hasDay && !isJoined && (scanner.isAtEnd() || scanner.rest() == "UTC");
+  if (!isDayAlone && !readTime(scanner, reading)) return std::nullopt;
   if (!readZone(scanner, reading) || !scanner.isAtEnd()) return std::nullopt;
   return dateOf(reading, weekday);
 }

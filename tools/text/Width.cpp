@@ -44,14 +44,14 @@ std::size_t displayWidth(std::string_view text) {
 }
 
 std::string fitted(std::string_view text, std::size_t width, std::string_view ellipsis) {
-  const std::size_t room = width - std::min(width, displayWidth(ellipsis));
+  const std::string_view end = displayWidth(ellipsis) <= width ? ellipsis : "";
+  const std::size_t room = width - displayWidth(end);
   std::size_t used = 0;
   std::size_t kept = 0;  // of the text, were the ellipsis to follow
   for (std::size_t at = 0; at < text.size();) {
     used += nextWidth(text, at);
     if (used <= room) kept = at;
     if (used > width) {
-      const std::string_view end = displayWidth(ellipsis) <= width ? ellipsis : "";
       return std::string(text.substr(0, kept)).append(end);
     }
   }
