@@ -60,11 +60,11 @@ def test_a_bundle_is_disabled_and_enabled(ctl, system):
 def test_mail_recipients_come_and_go(ctl):
     assert ctl.done("mail", "list").output == "Nobody gets mail.\n"
     ctl.done("mail", "add", "ann@example.org", "-l", "fr_ca")
-    ctl.done("mail", "add", "bob@example.de", '"Carla, C." <carla@example.org>')
+    ctl.done("mail", "add", "bob@example.de", '"carla c"@example.org')
     listed = ctl.json("mail", "list")["recipients"]
     assert listed[0] == {"address": "ann@example.org", "language": "fr-CA"}
     assert [one["address"] for one in listed[1:]] == [
-        "bob@example.de", '"Carla, C." <carla@example.org>']
+        "bob@example.de", '"carla c"@example.org']
     assert "French (Canada)" in ctl.done("mail").output
     assert "Französisch (Kanada)" in ctl.done("mail", LANGUAGE="de").output
     ctl.done("mail", "remove", "--dry-run", "bob@example.de")

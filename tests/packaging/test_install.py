@@ -66,6 +66,30 @@ def test_the_units_name_programs_that_are_installed(installed):
         assert (installed / program.lstrip("/")).is_file()
 
 
+def test_old_alerts_are_deleted_only_when_the_timer_is_switched_on(installed):
+    units = installed / "usr/lib/systemd/system"
+    service = (units / "velto-alerts-prune.service").read_text()
+    (program,) = re.findall(r"^ExecStart=(/\S+) prune --older-than 400d$", service, re.MULTILINE)
+    assert (installed / program.lstrip("/")).is_file()
+    assert "[Install]" not in service
+    rules = (ROOT / "packaging/debian/rules").read_text()
+    assert "--no-enable --no-start velto-alerts-prune.timer" in rules
+    result = subprocess.run(["systemd-analyze", "calendar", "daily"], check=False,
+                            capture_output=True, text=True)
+    assert "OnCalendar=daily" in (units / "velto-alerts-prune.timer").read_text()
+    assert result.returncode == 0
+
+
+def test_translations_and_pages_are_found_where_they_are_installed(installed):
+    result = subprocess.run([installed / "usr/bin/alertsctl", "nix"], check=False, text=True,
+                            capture_output=True, env={"LANG": "C.UTF-8", "LANGUAGE": "de"})
+    assert result.returncode == 2
+    assert "es gibt kein" in result.stderr
+    pages = sorted(path.name for path in (installed / "usr/share/man").rglob("*.[158]"))
+    assert pages == ["alertsctl.1", "alertsd.8", "velto-alert-bundle.5", "velto-entitlements.5",
+                     "velto-push.5"]
+
+
 def test_the_sandbox_is_as_tight_as_the_documents_say(installed):
     unit = installed / "usr/lib/systemd/system/velto-alerts.service"
     result = subprocess.run(["systemd-analyze", "security", "--offline=true", unit], check=False,

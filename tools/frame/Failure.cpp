@@ -112,8 +112,12 @@ Failure failureOf(const alerts::Error& error) {
     return failure;
   }
   if (error.kind == ErrorKind::kService) return failureOfService(error, std::move(failure));
-  if (error.kind == ErrorKind::kNoDaemon) failure.status = kExitNoDaemon;
   failure.what = withoutPoint(printable(error.description));
+  if (error.kind == ErrorKind::kNoDaemon) {
+    failure.status = kExitNoDaemon;
+    failure.what =
+        say("cannot connect to {}: nobody answers there", printable(alerts::serviceSocketPath()));
+  }
   failure.advice = adviceFor(error);
   return failure;
 }

@@ -98,12 +98,12 @@ void addBundleVerbs(VerbSet& verbs) {
             {.name = "enable",
              .description = tr("Take alerts of a bundle"),
              .example = "alertsctl bundle enable Disk"},
-            &alerts::Client::enableAlertBundle, "Enabled {}.");
+            &alerts::Client::enableAlertBundle, trLater("Enabled {}."));
   addChange(group,
             {.name = "disable",
              .description = tr("Take no alerts of a bundle, and forget its switches"),
              .example = "alertsctl bundle disable Disk"},
-            &alerts::Client::disableAlertBundle, "Disabled {}.");
+            &alerts::Client::disableAlertBundle, trLater("Disabled {}."));
   const auto options = std::make_shared<Options>();
   Verb verb = group.add({.name = "set",
                          .description = tr("Say who is told of a bundle's alerts"),

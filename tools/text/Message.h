@@ -18,6 +18,11 @@ inline std::string tr(const char* text) {
   return gettext(text);
 }
 
+/// Marks a text that is said later.
+constexpr const char* trLater(const char* text) {
+  return text;
+}
+
 template <typename... Values>
 std::string say(const char* text, const Values&... values) {
   return fmt::format(fmt::runtime(gettext(text)), values...);
