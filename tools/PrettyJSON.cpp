@@ -7,6 +7,8 @@
 #include <boost/json/serialize.hpp>
 #include <fmt/format.h>
 
+#include "tools/text/Printable.h"
+
 namespace velto {
 namespace {
 
@@ -68,13 +70,13 @@ void append(std::string& text, const json::value& value, Layout layout) {
 std::string prettyJSON(const json::value& value, std::size_t level) {
   std::string text;
   append(text, value, {.isPretty = true, .level = level});
-  return text;
+  return printableJSON(text);
 }
 
 std::string shortJSON(const json::value& value) {
   std::string text;
   append(text, value, {.isPretty = false});
-  return text;
+  return printableJSON(text);
 }
 
 }  // namespace velto

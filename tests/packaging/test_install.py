@@ -74,10 +74,9 @@ def test_old_alerts_are_deleted_only_when_the_timer_is_switched_on(installed):
     assert "[Install]" not in service
     rules = (ROOT / "packaging/debian/rules").read_text()
     assert "--no-enable --no-start velto-alerts-prune.timer" in rules
-    result = subprocess.run(["systemd-analyze", "calendar", "daily"], check=False,
-                            capture_output=True, text=True)
-    assert "OnCalendar=daily" in (units / "velto-alerts-prune.timer").read_text()
-    assert result.returncode == 0
+    timer = (units / "velto-alerts-prune.timer").read_text()
+    (calendar,) = re.findall("^OnCalendar=(.*)$", timer, re.MULTILINE)
+    subprocess.run(["systemd-analyze", "calendar", calendar], check=True, capture_output=True)
 
 
 def test_translations_and_pages_are_found_where_they_are_installed(installed):

@@ -118,8 +118,8 @@ TEST(DateParser, agreesWithSystemd) {
   if (!peersSeconds("@0")) return skipOrFail("there is no systemd-analyze");
   for (const auto* text :
        {"2026-11-20", "2026-11-20 14:00", "2026-11-20 14:00:30", "Fri 2026-11-20 14:00:00",
-        "Thu 2026-11-20", "2028-02-29", "1970-01-02", "@1795183200",
-        "2026-11-20 14:00:30.5", "2026-11-20 25:00", "2026-11-20 14:00 UTC", "nonsense"}) {
+        "Thu 2026-11-20", "2028-02-29", "1970-01-02", "@1795183200", "2026-11-20 14:00:30.5",
+        "2026-11-20 25:00", "2026-11-20 14:00 UTC", "nonsense"}) {
     EXPECT_EQ(seconds(text), peersSeconds(text)) << text;
   }
 }

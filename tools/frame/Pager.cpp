@@ -21,7 +21,7 @@ namespace {
 
 /// A pager that is not there shows nothing, so `cat` takes its place.
 constexpr const char* kScript =
-    R"(command -v "${PAGER%% *}" >/dev/null 2>&1 || exec cat; eval "exec $PAGER")";
+    R"(command -v "${PAGER%% *}" >/dev/null 2>&1 || exec cat; eval "$PAGER")";
 
 /// What stands in the environment already is the reader's own wish.
 void setDefaults() {

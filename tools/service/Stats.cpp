@@ -170,6 +170,17 @@ void printDays(Session& session, const std::vector<Day>& days) {
   }
 }
 
+void printAges(Session& session, const Ages& ages) {
+  session.tell("\n" + tr("Open alerts by age:"));
+  const auto line = [&session](std::int64_t count, const std::string& text) {
+    session.write(paddedBefore(std::to_string(count), 8) + "  " + text + '\n');
+  };
+  line(ages.counts[0], tr("up to a day"));
+  line(ages.counts[1], tr("up to a week"));
+  line(ages.counts[2], tr("up to 30 days"));
+  line(ages.older, tr("older"));
+}
+
 ExitStatus stats(Session& session) {
   const std::vector<Day> days = lastDays(session);
   const auto status = required(session.client().getStatus());
@@ -181,10 +192,7 @@ ExitStatus stats(Session& session) {
   session.page();
   if (session.ways().hasLegend) session.tell(say("Alerts a day over {} days:", kDays) + "\n");
   printDays(session, days);
-  session.tell(
-      "\n" +
-      say("Open alerts: {} of the last day, {} of the week before, {} of the month, {} older.",
-          ages.counts[0], ages.counts[1], ages.counts[2], ages.older));
+  printAges(session, ages);
   return kExitDone;
 }
 

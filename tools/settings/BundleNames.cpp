@@ -20,7 +20,7 @@ namespace {
 constexpr std::size_t kMaximumInfoSize = std::size_t{1} << 20;
 constexpr std::string_view kSuffix = ".bundle";
 constexpr std::string_view kBundleDomain = "VeltoFoundation";
-constexpr std::int64_t kBundleNotOpened = 3;
+constexpr std::string_view kStoreDomain = "VeltoAlertsStore";
 constexpr std::int64_t kNoSuchType = 4;
 
 InstalledBundle bundleAt(const std::string& path) {
@@ -86,15 +86,16 @@ void requireBundle(Session& session, const std::string& name) {
 
 Failure failureOfPosting(Session& session, const alerts::Error& error, const std::string& bundle) {
   Failure failure = failureOf(error);
-  if (error.domain != kBundleDomain) return failure;
+  if (error.domain != kBundleDomain && error.domain != kStoreDomain) return failure;
   const auto bundles = installedBundles();
   const auto found = bundles.find(bundle);
-  if (error.code == kBundleNotOpened && found == bundles.end()) {
-    Failure missing = noSuchBundle(bundle, knownBundles(session));
+  const auto names = knownBundles(session);
+  if (std::find(names.begin(), names.end(), bundle) == names.end()) {
+    Failure missing = noSuchBundle(bundle, names);
     missing.error = error;
     return missing;
   }
-  if (error.code == kNoSuchType && found != bundles.end()) {
+  if (error.domain == kBundleDomain && error.code == kNoSuchType && found != bundles.end()) {
     std::string types;
     for (const std::string& type : found->second.types) {
       types += (types.empty() ? "" : ", ") + printable(type);

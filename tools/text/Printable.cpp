@@ -79,6 +79,17 @@ std::string printableLines(std::string_view text) {
   });
 }
 
+std::string printableJSON(std::string_view json) {
+  return replaced(json, [](char32_t character) -> std::optional<std::string> {
+    // JSON has the others escaped already, but for the line breaks between its values.
+    if (character < kDelete || !isHarmful(character)) return std::nullopt;
+    const auto number = static_cast<std::uint32_t>(character);
+    if (number < 0x10000) return fmt::format("\\u{:04x}", number);
+    const std::uint32_t rest = number - 0x10000;
+    return fmt::format("\\u{:04x}\\u{:04x}", 0xd800 + (rest >> 10), 0xdc00 + (rest & 0x3ff));
+  });
+}
+
 std::string asciiOnly(std::string_view text) {
   return replaced(text, [](char32_t character) {
     return character < 0x80 ? std::nullopt : std::optional(escaped(character));

@@ -33,7 +33,7 @@ template <typename T>
 std::string lineOf(const char* name, const T& value) {
   auto text = alerts::CallText().add(name, value).finish();
   if (text.error) throw failureOf(*text.error);
-  return std::move(*text.value) + '\n';
+  return printableJSON(*text.value) + '\n';
 }
 
 /// A member that nothing is known of would be lost without a word.
