@@ -16,7 +16,8 @@ std::string printable(std::string_view text);
 /// As lines: line breaks stay, and tabulators become blanks.
 std::string printableLines(std::string_view text);
 
-/// JSON with what is harmful in its texts escaped as JSON does it, which changes none of its values.
+/// JSON with what is harmful in its texts escaped as JSON does it, which changes none of its
+/// values.
 std::string printableJSON(std::string_view json);
 
 /// With every character beyond ASCII escaped as well, for terminals that have no others.
