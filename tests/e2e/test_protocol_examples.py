@@ -30,7 +30,7 @@ def in_python(_folder):
 
 
 def in_a_shell(_folder):
-    return "sh", "-c", example("if alertsctl call PostAlert")
+    return "sh", "-c", example("if alertsctl post")
 
 
 def in_go(folder):

@@ -33,8 +33,9 @@ def test_the_bundle_in_ten_lines(system):
     system.start()
     client = system.client()
     client.call("AddMailRecipients", recipients=["ann@example.org"])
-    call = re.search(r"call PostAlert '(.*)'", example("alertsctl call PostAlert"), re.S)[1]
-    result = system.run(ALERTSCTL, "call", "PostAlert", call)
+    program, *arguments = example("alertsctl post").split()
+    assert program == "alertsctl"
+    result = system.run(ALERTSCTL, *arguments)
     assert (result.returncode, result.stderr) == (0, "")
     (mail,) = system.mail.mails()
     assert mail.message["Subject"] == "/home is almost full"
