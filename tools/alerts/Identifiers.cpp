@@ -5,6 +5,7 @@
 
 #include "tools/alerts/AlertPages.h"
 #include "tools/frame/Failure.h"
+#include "tools/text/Joined.h"
 #include "tools/text/Message.h"
 #include "tools/text/Printable.h"
 
@@ -39,7 +40,7 @@ std::string identifierBeginning(Session& session, const std::string& written) {
   if (found.size() == 1) return found.front();
   std::string names;
   for (std::size_t index = 0; index < std::min(found.size(), kMostNamed); ++index) {
-    names += (index > 0 ? ", " : "") + printable(found[index]);
+    appendItem(names, ", ", printable(found[index]));
   }
   throw Failure{.status = kExitFailed,
                 .what = say("more than one alert begins with {}", printable(written)),

@@ -7,6 +7,7 @@
 #include "tools/Verbs.h"
 #include "tools/alerts/Identifiers.h"
 #include "tools/frame/Failure.h"
+#include "tools/text/Joined.h"
 #include "tools/text/Message.h"
 #include "tools/text/Nearest.h"
 #include "tools/text/Printable.h"
@@ -26,7 +27,7 @@ void requireAction(const alerts::AlertDetails& details, const Options& options) 
   for (const alerts::Action& action : details.actions) {
     if (action.name == options.action) return;
     names.push_back(action.name);
-    list += (list.empty() ? "" : ", ") + printable(action.name);
+    appendItem(list, ", ", printable(action.name));
   }
   const std::string suggested = suggestion(options.action, names);
   throw Failure{.what = say("alert {} has no action {}", printable(options.identifier),

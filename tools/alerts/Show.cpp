@@ -9,6 +9,7 @@
 #include "tools/alerts/ValueText.h"
 #include "tools/frame/JSONList.h"
 #include "tools/frame/JSONShape.h"
+#include "tools/text/Joined.h"
 #include "tools/text/Message.h"
 #include "tools/text/Printable.h"
 #include "tools/text/TimeText.h"
@@ -49,7 +50,7 @@ std::string orDash(const std::optional<std::string>& text) {
 std::string attributes(const Session& session, const alerts::Alert& alert) {
   std::string lines;
   for (const auto& [name, value] : alert.attributes.value_or(alerts::Value::Dictionary())) {
-    lines += (lines.empty() ? "" : "\n") + printable(name) + " = " + valueText(session, value);
+    appendItem(lines, "\n", printable(name) + " = " + valueText(session, value));
   }
   return lines;
 }
@@ -57,7 +58,7 @@ std::string attributes(const Session& session, const alerts::Alert& alert) {
 std::string actions(const alerts::AlertDetails& details) {
   std::string lines;
   for (const alerts::Action& action : details.actions) {
-    lines += (lines.empty() ? "" : "\n") + printable(action.name) + ": " + printable(action.title);
+    appendItem(lines, "\n", printable(action.name) + ": " + printable(action.title));
   }
   return lines;
 }

@@ -171,7 +171,8 @@ void printDays(Session& session, const std::vector<Day>& days) {
 }
 
 void printAges(Session& session, const Ages& ages) {
-  session.tell("\n" + tr("Open alerts by age:"));
+  session.tell("");
+  session.tell(tr("Open alerts by age:"));
   const auto line = [&session](std::int64_t count, const std::string& text) {
     session.write(paddedBefore(std::to_string(count), 8) + "  " + text + '\n');
   };

@@ -10,6 +10,7 @@
 #include "platform/foundation/Paths.h"
 #include "platform/foundation/RegularFile.h"
 #include "platform/propertylist/PropertyListSerialization.h"
+#include "tools/text/Joined.h"
 #include "tools/text/Message.h"
 #include "tools/text/Nearest.h"
 #include "tools/text/Printable.h"
@@ -98,7 +99,7 @@ Failure failureOfPosting(Session& session, const alerts::Error& error, const std
   if (error.domain == kBundleDomain && error.code == kNoSuchType && found != bundles.end()) {
     std::string types;
     for (const std::string& type : found->second.types) {
-      types += (types.empty() ? "" : ", ") + printable(type);
+      appendItem(types, ", ", printable(type));
     }
     failure.advice = say("its kinds are {}", types);
   }

@@ -10,6 +10,7 @@
 #include "tools/alerts/AlertCounts.h"
 #include "tools/frame/JSONList.h"
 #include "tools/settings/BundleNames.h"
+#include "tools/text/Joined.h"
 #include "tools/text/Message.h"
 #include "tools/text/Printable.h"
 #include "tools/text/Table.h"
@@ -52,7 +53,7 @@ KnownBundles bundles(Session& session) {
 std::string joined(const std::vector<std::string>& names) {
   std::string text;
   for (const std::string& name : names) {
-    text += (text.empty() ? "" : ", ") + printable(name);
+    appendItem(text, ", ", printable(name));
   }
   return text.empty() ? "-" : text;
 }

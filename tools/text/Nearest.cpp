@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <utility>
 
+#include "tools/text/Joined.h"
 #include "tools/text/Message.h"
 #include "tools/text/Printable.h"
 
@@ -68,7 +69,7 @@ std::vector<std::string> nearestNames(std::string_view written,
 std::string suggestion(std::string_view written, const std::vector<std::string>& names) {
   std::string list;
   for (const std::string& name : nearestNames(written, names)) {
-    list += (list.empty() ? "" : ", ") + printable(name);
+    appendItem(list, ", ", printable(name));
   }
   return list.empty() ? "" : say("did you mean {}?", list);
 }
