@@ -2,35 +2,15 @@
 #include "alerts/AlertBundle.h"
 
 #include <algorithm>
-#include <filesystem>
-#include <system_error>
 #include <utility>
-
-#include "alerts/AlertText.h"
-#include "platform/foundation/Languages.h"
-#include "platform/foundation/Log.h"
-#include "platform/foundation/RegularFile.h"
 
 namespace velto {
 namespace {
 
-constexpr std::size_t kMaximumLanguages = 1000;
-constexpr std::size_t kMaximumStringsSize = std::size_t{1} << 20;
-
-/// The dictionary in a strings file; nothing when there is none, or, with a log line, when it
-/// cannot be read as one.
-std::optional<PropertyList::Dictionary> readStrings(const std::string& path, Log& log) {
-  std::error_code ignored;
-  if (!std::filesystem::exists(path, ignored)) {
-    return std::nullopt;
-  }
-  std::optional<Error> error;
-  const auto bytes = contentsOfRegularFile(path, kMaximumStringsSize, &error);
-  auto texts = bytes ? textsInStringsFile(*bytes, &error) : std::nullopt;
-  if (!texts) {
-    log.warning("Alert texts " + path + " not used: " + error->localizedDescription());
-  }
-  return texts;
+/// The text under `<name><suffix>`, or the name itself.
+std::string textOrName(const BundleTexts& texts, std::string_view name, std::string_view suffix,
+                       std::string_view localization) {
+  return texts.text(std::string(name).append(suffix), localization).value_or(std::string(name));
 }
 
 /// An alert whose texts and recovery actions its bundle declares.
@@ -51,6 +31,13 @@ class DeclaredAlert : public VLAlertSubclass {
   std::optional<std::string> message(std::string_view localization) const override {
     return text(".message", localization);
   }
+  std::optional<std::string> bundleName(std::string_view localization) const override {
+    return bundle_->name(localization);
+  }
+  std::optional<std::string> typeName(std::string_view localization) const override {
+    return alert().type ? std::optional(bundle_->nameOfType(*alert().type, localization))
+                        : std::nullopt;
+  }
   std::vector<std::string> recoveryOptions() const override {
     return alert().type ? bundle_->recoveryOptions(*alert().type) : std::vector<std::string>();
   }
@@ -60,10 +47,12 @@ class DeclaredAlert : public VLAlertSubclass {
     if (!alert().type) {
       return std::nullopt;
     }
+    static const PropertyList::Dictionary kNone;
     const std::string& type = *alert().type;
-    const auto pattern = bundle_->text(type + std::string(kind), localization);
-    return pattern ? expandedText(*pattern, alert().attributes.value_or(PropertyList::Dictionary()))
-                   : type;
+    const auto& attributes = alert().attributes;
+    auto text = bundle_->texts().textAbout(attributes ? *attributes : kNone,
+                                           type + std::string(kind), localization);
+    return text ? std::move(text) : bundle_->nameOfType(type, localization);
   }
 
   const std::shared_ptr<const AlertBundle> bundle_;
@@ -72,60 +61,27 @@ class DeclaredAlert : public VLAlertSubclass {
 }  // namespace
 
 AlertBundle::AlertBundle(std::string key, Bundle bundle, const FileManager& fileManager, Log& log)
-    : key_(std::move(key)), bundle_(std::move(bundle)) {
-  for (const std::string& language : bundle_.localizations(fileManager)) {
-    const std::string folder = bundle_.path() + "/Contents/Resources/" + language + ".lproj";
-    if (auto strings = readStrings(folder + "/Alerts.strings", log)) {
-      languages_.push_back(language);
-      texts_.emplace(language, std::move(*strings));
-    }
-  }
-  const std::string* region = stringForKey(bundle_.infoDictionary(), "CFBundleDevelopmentRegion");
-  const auto best = preferredLocalizationsFromArray(languages_, {region ? *region : "en", "en"});
-  fallback_ = best.empty() ? "" : best.front();
-}
+    : key_(std::move(key)), bundle_(std::move(bundle)), texts_(bundle_, fileManager, log) {}
 
 std::unique_ptr<VLAlertSubclass> AlertBundle::makeAlert(std::shared_ptr<const AlertBundle> bundle,
                                                         const VLAlert& alert) {
   return std::make_unique<DeclaredAlert>(std::move(bundle), alert);
 }
 
-std::optional<std::string> AlertBundle::text(std::string_view key,
-                                             std::string_view localization) const {
-  for (const PropertyList::Dictionary* texts : textsFor(localization)) {
-    if (const std::string* text = stringForKey(*texts, key)) {
-      return *text;
-    }
-  }
-  return std::nullopt;
+std::string AlertBundle::name(std::string_view localization) const {
+  constexpr std::string_view kKey = "CFBundleGetInfoString";
+  if (auto name = texts_.text(kKey, localization); name && !name->empty()) return *std::move(name);
+  const std::string* name = stringForKey(bundle_.infoDictionary(), kKey);
+  return name == nullptr || name->empty() ? key_ : *name;
 }
 
-AlertBundle::TextsInOrder AlertBundle::textsFor(std::string_view localization) const {
-  {
-    const MutexLock lock(foundLock_);
-    const auto found = found_.find(localization);
-    if (found != found_.end()) {
-      return found->second;
-    }
-  }
-  TextsInOrder texts = findTextsFor(localization);
-  const MutexLock lock(foundLock_);
-  if (found_.size() >= kMaximumLanguages) {
-    found_.clear();  // whoever sends so many names must not make it grow
-  }
-  found_.emplace(localization, texts);
-  return texts;
+std::string AlertBundle::nameOfType(std::string_view type, std::string_view localization) const {
+  return textOrName(texts_, type, ".name", localization);
 }
 
-AlertBundle::TextsInOrder AlertBundle::findTextsFor(std::string_view localization) const {
-  TextsInOrder texts;
-  for (const std::string& language : localizationsForReader(languages_, localization)) {
-    texts.push_back(&texts_.at(language));
-  }
-  if (const auto last = texts_.find(fallback_); last != texts_.end()) {
-    texts.push_back(&last->second);
-  }
-  return texts;
+std::string AlertBundle::titleOfAction(std::string_view action,
+                                       std::string_view localization) const {
+  return textOrName(texts_, action, ".title", localization);
 }
 
 std::vector<std::string> AlertBundle::recoveryOptions(std::string_view type) const {

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -10,7 +9,7 @@
 
 #include "alerts/Bundle.h"
 #include "alerts/VLAlert.h"
-#include "platform/foundation/Mutex.h"
+#include "alerts/texts/BundleTexts.h"
 
 namespace velto {
 
@@ -22,7 +21,7 @@ class Log;
 /// thread.
 class AlertBundle {
  public:
-  /// Texts that cannot be read are logged and count as missing.
+  /// Texts that cannot be read or understood are logged and count as missing.
   AlertBundle(std::string key, Bundle bundle, const FileManager& fileManager, Log& log);
 
   /// The name by which everybody knows the bundle.
@@ -36,35 +35,25 @@ class AlertBundle {
   static std::unique_ptr<VLAlertSubclass> makeAlert(std::shared_ptr<const AlertBundle> bundle,
                                                     const VLAlert& alert);
 
-  /// The text under `key` in the bundle's language that suits `localization` best, or else in that
-  /// language without its region. What is not there, and any text for a reader whom no language
-  /// suits, is in the development region's (CFBundleDevelopmentRegion, "en" unless given), or where
-  /// the bundle does not carry that one, in English or else its first by name.
-  std::optional<std::string> text(std::string_view key, std::string_view localization) const;
+  /// What it says in its languages.
+  const BundleTexts& texts() const { return texts_; }
+  /// The bundle's name as people see it: its languages' own, else CFBundleGetInfoString, else the
+  /// key.
+  std::string name(std::string_view localization) const;
+  /// The name of an alert type likewise; the type where the texts have no "<type>.name".
+  std::string nameOfType(std::string_view type, std::string_view localization) const;
+  /// What a recovery action does; its name where there is no "<action>.title".
+  std::string titleOfAction(std::string_view action, std::string_view localization) const;
 
   std::vector<std::string> recoveryOptions(std::string_view type) const;
 
  private:
-  using TextsInOrder = std::vector<const PropertyList::Dictionary*>;
-
   /// The declaration of a type, or null.
   const PropertyList::Dictionary* alertType(std::string_view type) const;
-  /// The texts to look in for a reader, in their order.
-  TextsInOrder textsFor(std::string_view localization) const;
-  TextsInOrder findTextsFor(std::string_view localization) const;
 
   const std::string key_;
   const Bundle bundle_;
-  /// The languages with texts that can be read, sorted.
-  std::vector<std::string> languages_;
-  /// By language.
-  std::map<std::string, PropertyList::Dictionary> texts_;
-  /// Whose texts those get whom no language suits; "" without any.
-  std::string fallback_;
-
-  /// What `findTextsFor` has found out by localization, which takes a while each time.
-  mutable Mutex foundLock_;
-  mutable std::map<std::string, TextsInOrder, std::less<>> found_ VELTO_GUARDED_BY(foundLock_);
+  const BundleTexts texts_;
 };
 
 }  // namespace velto

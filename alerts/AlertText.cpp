@@ -6,24 +6,16 @@
 #include <cmath>
 #include <cstdio>
 #include <ctime>
-#include <utility>
 
-#include "alerts/AlertBundleErrors.h"
+#include "alerts/texts/ReaderFormats.h"
 #include "platform/foundation/Hexadecimal.h"
-#include "platform/propertylist/PropertyListSerialization.h"
 
 namespace velto {
 namespace {
 
 std::string dateText(Date date) {
-  // The years 0000 to 9999, so that the conversions below are in range.
-  constexpr double kFirst = -62167219200.0;
-  constexpr double kEnd = 253402300800.0;
-  const double seconds = std::floor(date.unixSeconds());
-  if (!(seconds >= kFirst && seconds < kEnd)) {
-    return {};
-  }
-  const auto time = static_cast<std::time_t>(seconds);
+  if (!hasCalendarYear(date)) return {};  // the conversions below would be out of range
+  const auto time = static_cast<std::time_t>(std::floor(date.unixSeconds()));
   std::tm parts{};
   std::array<char, 64> buffer;
   const std::size_t length =
@@ -70,34 +62,6 @@ struct ReadableText {
 
 std::string readableText(const PropertyList& value) {
   return value.visit(ReadableText{});
-}
-
-std::optional<PropertyList::Dictionary> textsInStringsFile(std::string_view bytes,
-                                                           ErrorSlot error) {
-  auto strings = PropertyListSerialization::propertyList(Data(bytes), error);
-  if (strings && strings->dictionary() == nullptr) {
-    setIfEmpty(error, makeError(kBundleErrorDomain, kBundleNotOpenedErrorCode, "no dictionary"));
-    return std::nullopt;
-  }
-  return strings ? std::optional(std::move(*strings->dictionary())) : std::nullopt;
-}
-
-std::string expandedText(std::string_view pattern, const PropertyList::Dictionary& attributes) {
-  std::string text;
-  for (std::size_t percent; (percent = pattern.find('%')) != std::string_view::npos;) {
-    text.append(pattern.substr(0, percent));
-    pattern.remove_prefix(percent + 1);
-    const std::size_t end = pattern.starts_with('{') ? pattern.find('}') : std::string_view::npos;
-    if (end != std::string_view::npos) {
-      const PropertyList* value = valueForKey(attributes, pattern.substr(1, end - 1));
-      text += value == nullptr ? std::string() : readableText(*value);
-      pattern.remove_prefix(end + 1);
-    } else {
-      text += '%';
-      pattern.remove_prefix(pattern.starts_with('%') ? 1 : 0);
-    }
-  }
-  return text.append(pattern);
 }
 
 }  // namespace velto

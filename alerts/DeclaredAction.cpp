@@ -75,7 +75,7 @@ class DeclaredAction : public VLAlertAction {
   }
 
   std::string title(std::string_view localization) const override {
-    return bundle_->text(className_ + ".title", localization).value_or(className_);
+    return bundle_->titleOfAction(className_, localization);
   }
 
   bool hasBeenResolved() override {

@@ -51,6 +51,14 @@ class VLAlertSubclass {
   virtual std::optional<std::string> subject(std::string_view localization) const = 0;
   /// The whole text for people, likewise.
   virtual std::optional<std::string> message(std::string_view localization) const = 0;
+  /// The names of the alert's bundle and of its type as people see them, likewise. Absent where
+  /// they have none but their keys.
+  virtual std::optional<std::string> bundleName(std::string_view /*localization*/) const {
+    return std::nullopt;
+  }
+  virtual std::optional<std::string> typeName(std::string_view /*localization*/) const {
+    return std::nullopt;
+  }
   /// The names of the alert's recovery actions, in the order to offer them.
   virtual std::vector<std::string> recoveryOptions() const = 0;
   /// Whether any alert of this bundle and type may have recovery actions.

@@ -36,7 +36,7 @@ class NativeAction : public VLAlertAction {
   }
 
   std::string title(std::string_view localization) const override {
-    return bundle_->text(className_ + ".title", localization).value_or(className_);
+    return bundle_->titleOfAction(className_, localization);
   }
 
   bool hasBeenResolved() override {

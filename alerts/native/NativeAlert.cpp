@@ -30,6 +30,12 @@ class NativeAlert : public VLAlertSubclass {
     const auto own = text(class_.message, "message", localization);
     return own ? own : declared_->message(localization);
   }
+  std::optional<std::string> bundleName(std::string_view localization) const override {
+    return declared_->bundleName(localization);
+  }
+  std::optional<std::string> typeName(std::string_view localization) const override {
+    return declared_->typeName(localization);
+  }
   std::vector<std::string> recoveryOptions() const override {
     if (class_.recovery_options == nullptr) {
       return declared_->recoveryOptions();

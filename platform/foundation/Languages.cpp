@@ -219,4 +219,13 @@ std::vector<std::string> preferredLocalizationsFromArray(
   return matches;
 }
 
+std::string localeForText(std::string_view language, std::string_view reader) {
+  const auto text = localeFromPosixName(language);
+  const auto wanted = localeFromPosixName(reader);
+  const bool isReaders = text && wanted && languageOf(*text) == languageOf(*wanted) &&
+                         std::string_view(withLikelySubtags(*text).getScript()) ==
+                             withLikelySubtags(*wanted).getScript();
+  return isReaders ? wanted->getName() : text ? text->getName() : "en";
+}
+
 }  // namespace velto

@@ -37,4 +37,9 @@ std::vector<std::string> localizationsForReader(const std::vector<std::string>& 
 std::vector<std::string> preferredLocalizationsFromArray(
     const std::vector<std::string>& localizations, const std::vector<std::string>& preferences);
 
+/// ICU's name of the locale in which numbers and dates stand in a text in the localization
+/// `language` for a reader of `reader`: the reader's, with its region, where that is the same
+/// language in the same script, else the text's.
+std::string localeForText(std::string_view language, std::string_view reader);
+
 }  // namespace velto

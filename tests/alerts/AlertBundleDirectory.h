@@ -14,6 +14,7 @@ class AlertBundleDirectory {
  public:
   std::string path() const { return directory_.path().string(); }
 
+  void write(const std::string& path, std::string_view text) const { directory_.write(path, text); }
   /// Writes the Info.plist of the entry, such as "Disk.bundle".
   void writeInfo(const std::string& entry, std::string_view text) const {
     directory_.write(entry + "/Contents/Info.plist", text);

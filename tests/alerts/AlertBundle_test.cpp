@@ -118,7 +118,7 @@ TEST_F(AlertBundleTest, LooksForAMissingTextInTheLanguageOfTheRegion) {
   const AlertBundle bundle("Disk",
                            *Bundle::bundleWithPath(directory_.path() + "/Disk.bundle", nullptr),
                            FileManager::system(), log_);
-  EXPECT_EQ(bundle.text("Free.title", "fr-CA"), "Free space");
+  EXPECT_EQ(bundle.titleOfAction("Free", "fr-CA"), "Free space");
 }
 
 TEST_F(AlertBundleTest, DoesNotTakeARelatedLanguageForTheReaders) {

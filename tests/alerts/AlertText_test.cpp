@@ -9,16 +9,6 @@
 namespace velto {
 namespace {
 
-const PropertyList::Dictionary& sampleAttributes() {
-  static const PropertyList::Dictionary attributes{
-      {"volume", "/home"}, {"percent", 97}, {"trap", "%{volume} %%"}, {"", "unnamed"}};
-  return attributes;
-}
-
-std::string expanded(std::string_view pattern) {
-  return expandedText(pattern, sampleAttributes());
-}
-
 TEST(ReadableText, OfStringsAndNumbers) {
   EXPECT_EQ(readableText("Zwölf"), "Zwölf");
   EXPECT_EQ(readableText(-12), "-12");
@@ -50,31 +40,6 @@ TEST(ReadableText, OfDataAndCollections) {
   EXPECT_EQ(readableText(PropertyList::Array{1, "two", PropertyList::Array{}}), "1, two, ");
   EXPECT_EQ(readableText(PropertyList::Dictionary{{"b", 2}, {"a", true}}), "a: yes, b: 2");
   EXPECT_EQ(readableText(PropertyList()), "");
-}
-
-TEST(ExpandedText, PutsAttributesIn) {
-  EXPECT_EQ(expanded("%{volume} is %{percent}%% full"), "/home is 97% full");
-  EXPECT_EQ(expanded("%{volume}%{volume}"), "/home/home");
-  EXPECT_EQ(expanded("no attribute"), "no attribute");
-  EXPECT_EQ(expanded(""), "");
-}
-
-TEST(ExpandedText, LeavesAMissingAttributeOut) {
-  EXPECT_EQ(expanded("<%{missing}>"), "<>");
-  EXPECT_EQ(expandedText("<%{volume}>", {}), "<>");
-}
-
-TEST(ExpandedText, NeverLooksAtWhatItPutIn) {
-  EXPECT_EQ(expanded("%{trap}"), "%{volume} %%");
-  EXPECT_EQ(expanded("%%{volume}"), "%{volume}");
-}
-
-TEST(ExpandedText, LeavesOtherPercentSignsAlone) {
-  EXPECT_EQ(expanded("%"), "%");
-  EXPECT_EQ(expanded("50 % of %d"), "50 % of %d");
-  EXPECT_EQ(expanded("%%%"), "%%");
-  EXPECT_EQ(expanded("%{unclosed"), "%{unclosed");
-  EXPECT_EQ(expanded("%{}"), "unnamed");
 }
 
 }  // namespace

@@ -112,6 +112,14 @@ TEST_F(CommonBundleTest, TellsItsTestAlertInEveryLanguage) {
   EXPECT_EQ(alert->subject("nb-NO"), "Testvarsel");
 }
 
+TEST_F(CommonBundleTest, HasANameInEveryLanguage) {
+  const auto alert = registry_.alertSubclass(alert_, nullptr);
+  ASSERT_NE(alert, nullptr);
+  EXPECT_EQ(alert->bundleName("de-AT"), "Warnungsdienst");
+  EXPECT_EQ(alert->bundleName("es"), "Alerts service");
+  EXPECT_EQ(alert->typeName("zh"), "测试");
+}
+
 TEST_F(CommonBundleTest, SendsFromThisMachine) {
   EXPECT_THAT(*formatter_->fromAddress("en"),
               testing::MatchesRegex("Alerts <alerts@[-.a-zA-Z0-9]+>"));

@@ -33,7 +33,7 @@ TEST_F(LoadBundleTest, TheCodeTellsItsAlert) {
   ASSERT_NE(alert, nullptr) << error->localizedDescription();
   EXPECT_EQ(alert->subject("en"), "12.5: The processors are overloaded");
   EXPECT_EQ(alert->subject("de"), "12.5: Die Prozessoren sind überlastet");
-  EXPECT_THAT(*alert->message("fr"), testing::HasSubstr("La charge moyenne est de 12.54."));
+  EXPECT_THAT(*alert->message("fr"), testing::HasSubstr("La charge moyenne est de 12,54."));
   EXPECT_THAT(alert->recoveryOptions(), testing::ElementsAre("Recheck"));
   alert_.attributes = std::nullopt;
   EXPECT_EQ(registry_.alertSubclass(alert_, nullptr)->subject("en"),
