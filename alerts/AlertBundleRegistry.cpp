@@ -228,9 +228,8 @@ std::unique_ptr<VLAlertSubclass> AlertBundleRegistry::Implementation::makeAlert(
       return nullptr;
     }
   }
-  auto declared = AlertBundle::makeAlert(bundle.data, alert);
-  return alertClass == nullptr ? std::move(declared)
-                               : makeNativeAlert(*alertClass, std::move(declared), repeatedLines_);
+  return alertClass == nullptr ? AlertBundle::makeAlert(bundle.data, alert)
+                               : makeNativeAlert(*alertClass, bundle.data, alert, repeatedLines_);
 }
 
 AlertBundleRegistry::AlertBundleRegistry(std::string directory, const FileManager& fileManager,

@@ -50,14 +50,14 @@ class NativeAction : public VLAlertAction {
 
   bool runWithLocalization(std::string_view localization, ErrorSlot error) override {
     velto_error failure;
-    const std::string language(localization);
-    const int result =
-        callNative([&] { return class_.run(object_, &handle_, language.c_str(), &failure); });
+    const velto_alert handle{*alert_, readerOf(*bundle_, localization)};
+    const int result = callNative(
+        [&] { return class_.run(object_, &handle, handle.reader.language.c_str(), &failure); });
     if (result == 0) {
       return true;
     }
     if (failure.isSet) {
-      setIfEmpty(error, makeError(className_, failure.code, failure.description));
+      setIfEmpty(error, makeError(bundle_->key(), failure.code, failure.description));
     } else {
       setIfEmpty(error, makeError(kBundleErrorDomain, kActionFailedErrorCode,
                                   name() + " ended with " + std::to_string(result) + "."));
@@ -71,7 +71,7 @@ class NativeAction : public VLAlertAction {
   const std::string className_;
   const std::unique_ptr<VLAlertSubclass> alert_;
   Log& log_;
-  const velto_alert handle_{*alert_};
+  const velto_alert handle_{*alert_, {}};
   void* const object_;
 };
 

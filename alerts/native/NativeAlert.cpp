@@ -15,11 +15,12 @@ using TextFunction = int (*)(const velto_alert*, const char*, velto_text*);
 
 class NativeAlert : public VLAlertSubclass {
  public:
-  NativeAlert(const velto_alert_class& alertClass, std::unique_ptr<VLAlertSubclass> declared,
-              Log& log)
-      : VLAlertSubclass(declared->alert()),
+  NativeAlert(const velto_alert_class& alertClass, std::shared_ptr<const AlertBundle> bundle,
+              const VLAlert& alert, Log& log)
+      : VLAlertSubclass(alert),
         class_(alertClass),
-        declared_(std::move(declared)),
+        bundle_(std::move(bundle)),
+        declared_(AlertBundle::makeAlert(bundle_, alert)),
         log_(log) {}
 
   std::optional<std::string> subject(std::string_view localization) const override {
@@ -40,7 +41,7 @@ class NativeAlert : public VLAlertSubclass {
     if (class_.recovery_options == nullptr) {
       return declared_->recoveryOptions();
     }
-    const velto_alert handle{*declared_};
+    const velto_alert handle{*declared_, {}};
     velto_names names;
     callNative([&] { return class_.recovery_options(&handle, &names), 0; });
     return std::move(names.names);
@@ -56,10 +57,10 @@ class NativeAlert : public VLAlertSubclass {
     if (function == nullptr) {
       return std::nullopt;
     }
-    const velto_alert handle{*declared_};
-    velto_text text;
-    const std::string language(localization);
-    if (callNative([&] { return function(&handle, language.c_str(), &text); }) != 0) {
+    const NativeReader reader = readerOf(*bundle_, localization);
+    const velto_alert handle{*declared_, reader};
+    velto_text text{{}, reader};
+    if (callNative([&] { return function(&handle, reader.language.c_str(), &text); }) != 0) {
       return std::nullopt;
     }
     if (invalidUTF8Offset(text.utf8)) {
@@ -71,6 +72,7 @@ class NativeAlert : public VLAlertSubclass {
   }
 
   const velto_alert_class& class_;
+  const std::shared_ptr<const AlertBundle> bundle_;
   const std::unique_ptr<VLAlertSubclass> declared_;
   Log& log_;
 };
@@ -78,9 +80,9 @@ class NativeAlert : public VLAlertSubclass {
 }  // namespace
 
 std::unique_ptr<VLAlertSubclass> makeNativeAlert(const velto_alert_class& alertClass,
-                                                 std::unique_ptr<VLAlertSubclass> declared,
-                                                 Log& log) {
-  return std::make_unique<NativeAlert>(alertClass, std::move(declared), log);
+                                                 std::shared_ptr<const AlertBundle> bundle,
+                                                 const VLAlert& alert, Log& log) {
+  return std::make_unique<NativeAlert>(alertClass, std::move(bundle), alert, log);
 }
 
 }  // namespace velto

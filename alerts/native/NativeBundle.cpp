@@ -104,7 +104,7 @@ std::optional<Error> loadNativeBundle(const Bundle& bundle, std::string_view nam
   }
   const RegisterFunction registerClasses = loadEntry(std::move(code), &error);
   if (registerClasses == nullptr) return error;
-  velto_registry registry{classes, std::string(name), {}};
+  velto_registry registry{classes, std::string(name), {}, classes.bundleNamed(std::string(name))};
   registry.classes.code = identity;
   const int result = callNative([&] { return registerClasses(&nativeHost(), &registry); });
   if (result != 0) {

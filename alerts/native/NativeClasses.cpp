@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "alerts/native/NativeEmailFormatter.h"
+#include "alerts/native/NativeHost.h"
 
 namespace velto {
 namespace {
@@ -24,6 +25,10 @@ const velto_action_class* NativeClasses::OfBundle::actionClass(std::string_view 
   return classNamed(actions, name);
 }
 
+NativeClasses::NativeClasses(Log& log) : log_(log) {}
+
+NativeClasses::~NativeClasses() = default;
+
 bool NativeClasses::isTaken(std::string_view className, std::string_view bundle) const {
   MutexLock lock(mutex_);
   const auto found = formatters_.find(className);
@@ -40,6 +45,13 @@ void NativeClasses::add(const std::string& bundle, OfBundle classes) {
 void NativeClasses::remove(std::string_view bundle) {
   MutexLock lock(mutex_);
   forget(bundle);
+}
+
+const velto_bundle& NativeClasses::bundleNamed(const std::string& name) {
+  MutexLock lock(mutex_);
+  auto& handle = handles_[name];
+  if (handle == nullptr) handle.reset(new velto_bundle{name, log_});
+  return *handle;
 }
 
 void NativeClasses::forget(std::string_view bundle) {

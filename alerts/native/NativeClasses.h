@@ -52,7 +52,10 @@ class NativeClasses {
   };
 
   /// `log` is told of text that is not UTF-8. It outlives the classes and their objects.
-  explicit NativeClasses(Log& log) : log_(log) {}
+  explicit NativeClasses(Log& log);
+  ~NativeClasses();
+  NativeClasses(const NativeClasses&) = delete;
+  NativeClasses& operator=(const NativeClasses&) = delete;
 
   /// Whether a bundle other than `bundle` has a formatter class of this name.
   bool isTaken(std::string_view className, std::string_view bundle) const;
@@ -60,6 +63,8 @@ class NativeClasses {
   /// formatters' names are not taken by others.
   void add(const std::string& bundle, OfBundle classes);
   void remove(std::string_view bundle);
+  /// What the bundle's code logs with. Stays as long as this.
+  const velto_bundle& bundleNamed(const std::string& name);
   /// Null when the bundle has registered nothing.
   std::shared_ptr<const OfBundle> ofBundle(std::string_view bundle) const;
   /// A new object of the class, or null when there is no such class or it makes no object.
@@ -72,6 +77,9 @@ class NativeClasses {
   mutable Mutex mutex_;
   Formatters formatters_ VELTO_GUARDED_BY(mutex_);
   std::map<std::string, std::shared_ptr<const OfBundle>, std::less<>> bundles_
+      VELTO_GUARDED_BY(mutex_);
+  /// By name. Code that a reload has replaced may still use its bundle's.
+  std::map<std::string, std::unique_ptr<velto_bundle>, std::less<>> handles_
       VELTO_GUARDED_BY(mutex_);
 };
 

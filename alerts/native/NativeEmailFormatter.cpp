@@ -39,7 +39,7 @@ std::optional<std::string> NativeEmailFormatter::fromAddress(std::string_view lo
 std::optional<std::string> NativeEmailFormatter::formatMessage(const VLAlertSubclass& alert,
                                                                std::string_view localization,
                                                                ErrorSlot error) {
-  const velto_alert handle{alert};
+  const velto_alert handle{alert, {}};
   velto_text message;
   velto_error problem;
   const std::string language(localization);
@@ -47,7 +47,7 @@ std::optional<std::string> NativeEmailFormatter::formatMessage(const VLAlertSubc
     return class_.functions->format_message(object_, &handle, language.c_str(), &message, &problem);
   });
   if (problem.isSet) {
-    setIfEmpty(error, makeError(className_, problem.code, problem.description));
+    setIfEmpty(error, makeError(class_.bundle, problem.code, problem.description));
     return std::nullopt;
   }
   if (result != 0) {

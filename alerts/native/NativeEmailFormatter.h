@@ -23,7 +23,7 @@ class NativeEmailFormatter : public EmailFormatter {
 
   /// Nothing also when the bundle fails or gives a text that is not UTF-8.
   std::optional<std::string> fromAddress(std::string_view localization) override;
-  /// The error's domain is the class's name when the bundle set the error.
+  /// The error's domain is the bundle's key when the bundle set the error.
   std::optional<std::string> formatMessage(const VLAlertSubclass& alert,
                                            std::string_view localization, ErrorSlot error) override;
 

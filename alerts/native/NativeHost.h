@@ -4,17 +4,40 @@
 #include <cstdint>
 #include <new>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <velto/alert_bundle.h>
 
+#include "alerts/AlertBundle.h"
 #include "alerts/VLAlert.h"
 #include "alerts/native/NativeClasses.h"
 
 // What is behind the handles that a bundle's code gets.
 
+namespace velto {
+
+/// Whom a text is for: the bundle's code is told one of the bundle's languages, and what it hands
+/// back means the reader whom that was chosen for.
+struct NativeReader {
+  std::string language;  ///< as the code knows it
+  std::string reader;    ///< as the daemon does
+
+  std::string meantBy(std::string_view localization) const {
+    return !language.empty() && localization == language ? reader : std::string(localization);
+  }
+};
+
+/// A reader as the code of a bundle knows them.
+inline NativeReader readerOf(const AlertBundle& bundle, std::string_view localization) {
+  return {bundle.texts().languageFor(localization), std::string(localization)};
+}
+
+}  // namespace velto
+
 struct velto_text {
   std::string utf8;
+  velto::NativeReader reader;
 };
 
 struct velto_error {
@@ -26,6 +49,13 @@ struct velto_error {
 
 struct velto_alert {
   const velto::VLAlertSubclass& alert;
+  velto::NativeReader reader;
+};
+
+/// For the life of the classes.
+struct velto_bundle {
+  std::string name;
+  velto::Log& log;
 };
 
 struct velto_names {
@@ -37,6 +67,7 @@ struct velto_registry {
   const velto::NativeClasses& known;  ///< whose names are taken
   std::string bundle;
   velto::NativeClasses::OfBundle classes;
+  const velto_bundle& handle;
 };
 
 namespace velto {

@@ -14,7 +14,7 @@ MOST_ENTRIES = 40
 
 def _file_problems(tree):
     for path in tree.files:
-        if path.suffix in (".c", ".cpp", ".css", ".h", ".js", ".mjs", ".py", ".ts", ".tsx"):
+        if path.suffix in (".c", ".cpp", ".css", ".h", ".hpp", ".js", ".mjs", ".py", ".ts", ".tsx"):
             most = LONGEST_PRODUCT_FILE if is_product(path) else LONGEST_FILE
             lines = len(tree.lines(path))
             if lines > most:

@@ -5,7 +5,7 @@ import os
 import pathlib
 
 TEST_FOLDERS = ("tests", "bench", "fuzz")
-_C_SUFFIXES = (".c", ".cpp", ".h")
+_C_SUFFIXES = (".c", ".cpp", ".h", ".hpp")
 _PAGE_SUFFIXES = (".css", ".html", ".js", ".mjs", ".ts", ".tsx")
 # What is made, or had from elsewhere, in a folder of sources.
 _FOREIGN = (pathlib.Path("build"), pathlib.Path("console/dist"), pathlib.Path("console/node_modules"))

@@ -33,7 +33,11 @@ class NativeClassesTest : public testing::Test {
     directory_.writeStrings("Test.bundle", "en",
                             "\"Full.subject\" = \"data's\"; \"Full.message\" = \"message\";"
                             "\"Fix.title\" = \"Fix it\";");
+    directory_.writeStrings("Test.bundle", "fr", "/* none yet */");
   }
+
+  /// Has the code do it.
+  void ask(const std::string& what) { alert_.attributes->insert_or_assign("do", what); }
 
   void write(const std::string& module) {
     directory_.writeNativeBundle("Test.bundle",
@@ -57,21 +61,23 @@ class NativeClassesTest : public testing::Test {
 TEST_F(NativeClassesTest, TheCodeSpeaksForItsAlerts) {
   const auto made = alert();
   ASSERT_NE(made, nullptr);
-  EXPECT_EQ(made->subject("fr"), "fr: /home 93%, data's");
+  EXPECT_EQ(made->subject("fr-CA"), "fr: /home 93%, data's");
+  EXPECT_EQ(made->subject("no such locale"), "en: /home 93%, data's");
   EXPECT_EQ(made->message("fr"), "message") << "what the code leaves out, the data says";
   EXPECT_THAT(made->recoveryOptions(), ElementsAre("Fix", "Declared"));
   EXPECT_EQ(made->alert(), alert_);
 }
 
 TEST_F(NativeClassesTest, WhereTheCodeFailsTheDataSpeaks) {
-  const auto made = alert();
-  EXPECT_EQ(made->subject("none"), "data's");
+  ask("fail");
+  EXPECT_EQ(alert()->subject("en"), "data's");
   EXPECT_THAT(log_.lines(), IsEmpty());
 }
 
 TEST_F(NativeClassesTest, TextThatIsNotUTF8IsNoneAndToldOnce) {
+  ask("binary");
   for (int count = 0; count < 3; ++count) {
-    EXPECT_EQ(alert()->subject("binary"), "data's");
+    EXPECT_EQ(alert()->subject("en"), "data's");
   }
   EXPECT_THAT(log_.lines(), ElementsAre("The code of alert bundle 'Test' gave a subject that is "
                                         "not UTF-8."));
@@ -128,15 +134,18 @@ TEST_F(NativeClassesTest, TheCodeActs) {
   std::optional<Error> error;
   EXPECT_TRUE(action("Fix")->runWithLocalization("en", &error));
   EXPECT_EQ(error, std::nullopt);
-  EXPECT_TRUE(action("Fix")->runWithLocalization("leak", &error)) << "there is one object only";
+  ask("leak");
+  EXPECT_TRUE(action("Fix")->runWithLocalization("en", &error)) << "there is one object only";
   EXPECT_THAT(log_.lines(), IsEmpty());
 }
 
 TEST_F(NativeClassesTest, WhatTheCodeReportsIsTheError) {
   std::optional<Error> error;
-  EXPECT_FALSE(action("Fix")->runWithLocalization("error", &error));
-  EXPECT_EQ(error, makeError("Fix", 42, "No hammer."));
+  ask("error");
+  EXPECT_FALSE(action("Fix")->runWithLocalization("fr", &error));
+  EXPECT_EQ(error, makeError("Test", 42, "No hammer."));
   error.reset();
+  ask("fail");
   EXPECT_FALSE(action("Fix")->runWithLocalization("fr", &error));
   EXPECT_EQ(error, makeError(kBundleErrorDomain, kActionFailedErrorCode,
                              "Recovery action 'Fix' of alert bundle 'Test' ended with 1."));

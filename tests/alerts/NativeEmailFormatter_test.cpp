@@ -97,9 +97,9 @@ TEST_F(NativeEmailFormatterTest, TheHostEnduresMissingArguments) {
 }
 
 TEST_F(NativeEmailFormatterTest, TheBundlesErrorComesThrough) {
-  EXPECT_EQ(errorOf("error"), makeError("Probe", 42, "No ink."));
-  EXPECT_EQ(errorOf("nameless error"), makeError("Probe", 43, ""));
-  EXPECT_EQ(errorOf("binary error"), makeError("Probe", 44, ""));
+  EXPECT_EQ(errorOf("error"), makeError("Test", 42, "No ink."));
+  EXPECT_EQ(errorOf("nameless error"), makeError("Test", 43, ""));
+  EXPECT_EQ(errorOf("binary error"), makeError("Test", 44, ""));
 }
 
 TEST_F(NativeEmailFormatterTest, AFailureWithoutAnErrorNamesClassAndBundle) {

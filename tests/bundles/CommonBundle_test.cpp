@@ -176,7 +176,7 @@ TEST_F(CommonBundleTest, TellsWhenTheAlertWasSentRatherThanMade) {
 TEST_F(CommonBundleTest, AnAlertWithoutAMessageIsAnError) {
   std::optional<Error> error;
   EXPECT_EQ(formatter_->formatMessage(SpokenAlert({}, std::nullopt), "en", &error), std::nullopt);
-  EXPECT_EQ(error, makeError("EmailFormatter", 1, "The alert has no message."));
+  EXPECT_EQ(error, makeError("Common", 1, "The alert has no message."));
 }
 
 TEST_F(CommonBundleTest, FormattersDoNotShareAnything) {

@@ -17,9 +17,19 @@ static void append(velto_text* text, const char* line) {
   host->text_append(text, line, strlen(line));
 }
 
+/* Whether the alert's attribute "do" asks for this. */
+static int is_to(const velto_alert* alert, const char* what) {
+  size_t length = 0;
+  velto_text* asked = host->text_create();
+  host->alert_attribute_text(alert, "do", asked);
+  const int is_asked = strcmp(host->text_bytes(asked, &length), what) == 0;
+  host->text_destroy(asked);
+  return is_asked;
+}
+
 static int subject(const velto_alert* alert, const char* localization, velto_text* text) {
-  if (strcmp(localization, "none") == 0) return -1;
-  append(text, strcmp(localization, "binary") == 0 ? "\xff" : localization);
+  if (is_to(alert, "fail")) return -1;
+  append(text, is_to(alert, "binary") ? "\xff" : localization);
   append(text, ": ");
   if (host->alert_attribute_text(alert, "volume", text) != 0) append(text, "?");
   double percent = 0;
@@ -66,9 +76,8 @@ static int has_been_resolved(void* self, const velto_alert* alert) {
 }
 
 static int run(void* self, const velto_alert* alert, const char* localization, velto_error* error) {
-  (void)alert;
-  if (strcmp(localization, "error") == 0) host->error_set(error, 42, "No hammer.");
-  if (strcmp(localization, "leak") == 0) return *(int*)self - 1;
+  if (is_to(alert, "error")) host->error_set(error, 42, "No hammer.");
+  if (is_to(alert, "leak")) return *(int*)self - 1;
   return strcmp(localization, "en") != 0;
 }
 

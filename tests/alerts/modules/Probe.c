@@ -136,6 +136,6 @@ int velto_alert_bundle_register(const velto_host* daemon, velto_registry* regist
     registration[index] = results[index] == 0 ? 'y' : 'n';
   }
   if (host->interface_version != VELTO_ALERT_BUNDLE_INTERFACE) return 1;
-  if (host->size != sizeof *host) return 2;
+  if (host->size < sizeof *host) return 2;
   return 0;
 }
