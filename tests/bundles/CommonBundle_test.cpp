@@ -147,7 +147,9 @@ TEST_F(CommonBundleTest, MailProgramsReadTheMessage) {
                                  "Content-Transfer-Encoding: quoted-printable\n"
                                  "Auto-Submitted: auto-generated\n\n" +
                                  *alert->message(language) + "\n\n"));
-    EXPECT_THAT(seen, testing::ContainsRegex("\n[^\n]*Common\n[^\n]*Test\n[^\n]*2026[^\n]*\n$"));
+    const std::string names =
+        *alert->bundleName(language) + "\n[^\n]*" + *alert->typeName(language);
+    EXPECT_THAT(seen, testing::ContainsRegex("\n[^\n]*" + names + "\n[^\n]*2026[^\n]*\n$"));
   }
 }
 
@@ -165,6 +167,12 @@ TEST_F(CommonBundleTest, MailProgramsReadAnyText) {
   const std::string seen = read("To: a@b.example\n" + *message);
   EXPECT_THAT(seen, testing::EndsWith("\n\n" + text + "\n\n"));
   EXPECT_EQ(seen.find("defect"), std::string::npos);
+}
+
+TEST_F(CommonBundleTest, ThereIsNoEnglishInAGermanMail) {
+  EXPECT_THAT(read("To: a@b.example\n" + format("de-AT")),
+              testing::ContainsRegex("Modul: Warnungsdienst\nArt: Test\n"
+                                     "Zeit: 2[01]. November 2026 um [0-9:]+ [^\n]+\n$"));
 }
 
 TEST_F(CommonBundleTest, TellsWhenTheAlertWasSentRatherThanMade) {

@@ -58,6 +58,8 @@ TEST(MailText, TellsTheTimeInTheLanguage) {
   const MailContent content{"x", std::nullopt, std::nullopt, time};
   EXPECT_THAT(body(content, "en"), testing::ContainsRegex("Time: November 2[01], 2026 at "));
   EXPECT_THAT(body(content, "de"), testing::ContainsRegex("Zeit: 2[01]. November 2026"));
+  EXPECT_THAT(body(content, "en-GB"), testing::ContainsRegex("Time: 2[01] November 2026 at "));
+  EXPECT_THAT(body(content, "it"), HasSubstr("Time: November"));
   EXPECT_THAT(body(content, "ja"), Not(HasSubstr("November")));
 }
 

@@ -9,6 +9,7 @@
 
 #include "bundles/Common/Code/QuotedPrintable.h"
 #include "bundles/Common/Code/Words.h"
+#include "platform/foundation/Languages.h"
 
 namespace velto {
 namespace {
@@ -25,10 +26,10 @@ bool isHostCharacter(char character) {
          (character >= '0' && character <= '9') || character == '-' || character == '.';
 }
 
-/// Date, time and zone as the language writes them, in the machine's time zone.
-std::string timeText(Date time, const char* language) {
+/// Date, time and zone as the locale writes them, in the machine's time zone.
+std::string timeText(Date time, const std::string& locale) {
   const std::unique_ptr<icu::DateFormat> format(icu::DateFormat::createDateTimeInstance(
-      icu::DateFormat::kLong, icu::DateFormat::kLong, icu::Locale(language)));
+      icu::DateFormat::kLong, icu::DateFormat::kLong, icu::Locale(locale.c_str())));
   std::string text;
   if (format != nullptr) {
     icu::UnicodeString characters;
@@ -71,7 +72,8 @@ std::string mailText(const MailContent& content, std::string_view localization) 
   text += "\n\n";
   appendLine(text, words.bundleLabel, content.bundle.value_or(""));
   appendLine(text, words.typeLabel, content.type.value_or(""));
-  appendLine(text, words.timeLabel, content.time ? timeText(*content.time, words.language) : "");
+  const std::string locale = localeForText(words.language, localization);
+  appendLine(text, words.timeLabel, content.time ? timeText(*content.time, locale) : "");
   return std::string(kHeader) + quotedPrintable(text);
 }
 

@@ -12,8 +12,8 @@ namespace velto {
 /// What a message tells about an alert.
 struct MailContent {
   std::string message;
-  std::optional<std::string> bundle;
-  std::optional<std::string> type;
+  std::optional<std::string> bundle;  ///< by its name for people
+  std::optional<std::string> type;    ///< likewise
   std::optional<Date> time;
 };
 

@@ -5,6 +5,7 @@
 #include <new>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include <velto/alert_bundle.h>
 
@@ -23,11 +24,14 @@ std::optional<std::string> optionalText(const char* text) {
   return text == nullptr ? std::nullopt : std::optional<std::string>(text);
 }
 
-/// The alert's message in the language, or nothing when it has none.
-std::optional<std::string> messageOf(const velto_alert* alert, const char* localization) {
+using TextFunction = int (*)(const velto_alert*, const char*, velto_text*);
+
+/// What a function of the daemon appends in the language, or nothing when there is nothing.
+std::optional<std::string> textOf(TextFunction function, const velto_alert* alert,
+                                  const char* localization) {
   const std::unique_ptr<velto_text, decltype(host->text_destroy)> text(host->text_create(),
                                                                        host->text_destroy);
-  if (text == nullptr || host->alert_message(alert, localization, text.get()) != 0) {
+  if (text == nullptr || function(alert, localization, text.get()) != 0) {
     return std::nullopt;
   }
   std::size_t length = 0;
@@ -76,14 +80,17 @@ int fromAddress(void*, const char* localization, velto_text* sender) noexcept {
 
 int format(const velto_alert* alert, const char* localization, velto_text* message,
            velto_error* error) {
-  auto text = messageOf(alert, localization);
+  auto text = textOf(host->alert_message, alert, localization);
   if (!text) {
     host->error_set(error, kNoMessageCode, "The alert has no message.");
     return -1;
   }
-  const std::string mail = mailText({std::move(*text), optionalText(host->alert_bundle(alert)),
-                                     optionalText(host->alert_type(alert)), timeOf(alert)},
-                                    localization);
+  auto bundle = textOf(host->alert_bundle_name, alert, localization);
+  auto type = textOf(host->alert_type_name, alert, localization);
+  const std::string mail = mailText(
+      {std::move(*text), bundle ? std::move(bundle) : optionalText(host->alert_bundle(alert)),
+       type ? std::move(type) : optionalText(host->alert_type(alert)), timeOf(alert)},
+      localization);
   host->text_append(message, mail.data(), mail.size());
   return 0;
 }
@@ -103,16 +110,10 @@ constexpr velto_email_formatter_class kEmailFormatter = {
 }  // namespace
 }  // namespace velto
 
-extern "C" {
-
-__attribute__((visibility("default"))) extern const std::uint32_t velto_alert_bundle_interface;
 const std::uint32_t velto_alert_bundle_interface = VELTO_ALERT_BUNDLE_INTERFACE;
 
-__attribute__((visibility("default"))) int velto_alert_bundle_register(const velto_host* daemon,
-                                                                       velto_registry* registry);
 int velto_alert_bundle_register(const velto_host* daemon, velto_registry* registry) {
+  if (!VELTO_HOST_HAS(daemon, alert_type_name)) return 1;
   velto::host = daemon;
   return daemon->register_email_formatter(registry, "EmailFormatter", &velto::kEmailFormatter);
 }
-
-}  // extern "C"
