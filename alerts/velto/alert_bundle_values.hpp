@@ -48,7 +48,7 @@ class Value {
   /// Of a list or a dictionary.
   std::size_t size() const { return host->value_count(value_); }
   Value at(std::size_t index) const { return Value(host->value_at(value_, index)); }
-  Value at(const char* key) const { return Value(host->value_for_key(value_, key)); }
+  Value forKey(const char* key) const { return Value(host->value_for_key(value_, key)); }
   /// Calls `visit(key, value)` for each value of a list, with an empty key, or of a dictionary.
   template <typename Visit>
   void each(Visit visit) const {

@@ -121,5 +121,80 @@ TEST_F(NativeInterfaceTest, TheCodeWritesForTheReader) {
   EXPECT_THAT(log_.lines(), ElementsAre("Alert bundle 'Test': a line and ?")) << "once a minute";
 }
 
+class WrapperTest : public NativeInterfaceTest {
+ protected:
+  WrapperTest() { write("libWrapped.so"); }
+
+  /// The lines of the log after the one that shows that the code can log.
+  std::vector<std::string> lines() const {
+    auto lines = log_.lines();
+    EXPECT_EQ(lines.front(), "Alert bundle 'Test': registered");
+    lines.erase(lines.begin());
+    return lines;
+  }
+};
+
+TEST_F(WrapperTest, GivesEveryKindOfValueAType) {
+  alert_.attributes = PropertyList::Dictionary{
+      {"a", -7},
+      {"b", std::numeric_limits<std::uint64_t>::max()},
+      {"c", 2.5},
+      {"d", false},
+      {"e", Date(3)},
+      {"f", Data(std::string_view("x"))},
+      {"list", PropertyList::Array{"text", PropertyList()}},
+      {"map", PropertyList::Dictionary{{"key", true}}},
+  };
+  EXPECT_EQ(alert()->subject("en"),
+            "a i-7; b u18446744073709551615; c r2.500000; d false; e d3.000000; f bx; "
+            "list 2(=stext =none ); map 1(key=true ); stext none true");
+  EXPECT_THAT(lines(), IsEmpty());
+}
+
+TEST_F(WrapperTest, WritesForTheReader) {
+  directory_.writeStrings("Test.bundle", "de", "\"Test.message\" = \"Nachricht\";");
+  alert_.attributes = PropertyList::Dictionary{{"list", PropertyList::Array{1.5, 2}}};
+  EXPECT_EQ(alert()->message("de-CH"),
+            "de|1.5 und 2|1’234.5|1. Januar 2001 um 00:00:00 UTC|-TestTest"
+            R"({"type":"Test","bundle":"Test","attributes":{"list":[1.5,2]}}not sent|Nachricht)");
+}
+
+TEST_F(WrapperTest, AnExceptionIsALineInTheLogAndTheDataSpeaks) {
+  alert_.attributes = PropertyList::Dictionary{{"throw", true}};
+  EXPECT_EQ(alert()->subject("en"), "A test");
+  EXPECT_EQ(alert()->message("en"), "It is one.");
+  EXPECT_EQ(registry_.alertAction("Fix", alert_, nullptr), nullptr);
+  EXPECT_THAT(lines(),
+              ElementsAre("Alert bundle 'Test': subject failed: thrown in a visit",
+                          "Alert bundle 'Test': message",
+                          "Alert bundle 'Test': the constructor failed: thrown in a constructor"));
+}
+
+TEST_F(WrapperTest, LeavesToTheDataWhatAClassDoesNotOverride) {
+  EXPECT_FALSE(alert()->mayHaveRecoveryOptions());
+  alert_.type = "Unknown";
+  EXPECT_EQ(alert()->subject("en"), "Unknown");
+  EXPECT_THAT(alert()->recoveryOptions(), ElementsAre("Fix", "Unknown"));
+}
+
+TEST_F(WrapperTest, ActionsAnswerAndFail) {
+  const auto action = [this](bool isResolved) {
+    alert_.attributes = PropertyList::Dictionary{{"resolved", isResolved}};
+    return registry_.alertAction("Fix", alert_, nullptr);
+  };
+  EXPECT_TRUE(action(true)->hasBeenResolved());
+  EXPECT_TRUE(action(true)->runWithLocalization("en", nullptr));
+  EXPECT_FALSE(action(false)->hasBeenResolved());
+  std::optional<Error> error;
+  EXPECT_FALSE(action(false)->runWithLocalization("en", &error));
+  EXPECT_EQ(error, makeError("Test", 5, "en"));
+  alert_.attributes = std::nullopt;
+  const auto undecided = registry_.alertAction("Fix", alert_, nullptr);
+  EXPECT_FALSE(undecided->hasBeenResolved());
+  EXPECT_FALSE(undecided->runWithLocalization("en", nullptr));
+  EXPECT_THAT(lines(), ElementsAre(HasSubstr("answered -1"),
+                                   "Alert bundle 'Test': run failed: thrown in run"));
+}
+
 }  // namespace
 }  // namespace velto
