@@ -26,44 +26,51 @@ def example(start):
     return found
 
 
-def test_the_bundle_in_ten_lines(system):
-    subprocess.run(["sh", "-eu", "-c", example("mkdir -p Disk.bundle")], cwd=system.bundles,
-                   check=True)
+def start_with_reader(system, locale):
+    """A client of a running system with a recipient of mails."""
     system.install_bundle("Common.bundle")
     system.start()
     client = system.client()
-    client.call("AddMailRecipients", recipients=["ann@example.org"])
+    client.call("AddMailRecipients", recipients=[{"address": "ann@example.org", "locale": locale}])
+    return client
+
+
+def test_the_bundle_in_ten_minutes(system):
+    subprocess.run(["sh", "-eu", "-c", example("mkdir -p Disk.bundle")], cwd=system.bundles,
+                   check=True)
+    start_with_reader(system, "de")
     program, *arguments = example("alertsctl post").split()
     assert program == "alertsctl"
     result = system.run(ALERTSCTL, *arguments)
     assert (result.returncode, result.stderr) == (0, "")
     (mail,) = system.mail.mails()
-    assert mail.message["Subject"] == "/home is almost full"
-    assert "/home is 93 percent full. Delete what you do not need." in mail.text
+    assert mail.message["Subject"] == "/home ist fast voll"
+    assert mail.text.startswith("Auf /home sind 1,5 GB frei.\n\nModul: Disks\nArt: Platte fast voll\n")
 
 
-def test_the_code_in_c(system, tmp_path):
-    source = tmp_path / "load.c"
-    source.write_text(example("#include <velto/alert_bundle.h>"))
+@pytest.mark.parametrize("language, standard, marker", [
+    ("cc", "-std=c11", "#include <velto/alert_bundle.h>"),
+    ("c++", "-std=c++17", "#include <velto/alert_bundle.hpp>")])
+def test_the_code(system, tmp_path, language, standard, marker):
+    source = tmp_path / ("load.c" if language == "cc" else "load.cpp")
+    source.write_text(example(marker))
     contents = system.make_bundle(
         "Load.bundle", {"CFBundleExecutable": "libLoad.so"},
-        texts={"en": {"HighLoad.subject": "The processors are overloaded"}}) / "Contents"
+        texts={"en": {"HighLoad.subject": "The processors are overloaded"},
+               "de": {"HighLoad.subject": "Die Prozessoren sind überlastet"}}) / "Contents"
     (contents / "Linux").mkdir(mode=0o755)
     sanitizer = ["-fsanitize=address,undefined"] if BUILD.name == "asan" else []
-    subprocess.run(["cc", *sanitizer, "-shared", "-fPIC", "-Wall", "-Werror", "-o",
-                    contents / "Linux/libLoad.so", source, f"-I{ROOT}/alerts"],
+    subprocess.run([language, standard, *sanitizer, "-shared", "-fPIC", "-fvisibility=hidden", "-Wall",
+                    "-Wextra", "-Werror", "-o", contents / "Linux/libLoad.so", source, f"-I{ROOT}/alerts"],
                    check=True)
     (contents / "Linux/libLoad.so").chmod(0o755)
-    system.install_bundle("Common.bundle")
-    system.start()
-    client = system.client()
-    client.call("AddMailRecipients", recipients=["ann@example.org"])
+    client = start_with_reader(system, "de-DE")
     assert client.call("PostAlert", alert={"bundle": "Load", "type": "HighLoad",
-                                           "attributes": {"load": 12.5}}) == {}
+                                           "attributes": {"load": 1234.56}}) == {}
     (mail,) = system.mail.mails()
-    assert mail.message["Subject"] == "12.5: The processors are overloaded"
+    assert mail.message["Subject"] == "1.234,6: Die Prozessoren sind überlastet"
     for load in (1e28, -1.7976931348623157e308, 5e-324, 2 ** 64 - 1, True, "x" * 1000, [1], {"a": 1}, None):
         assert client.call("PostAlert", alert={"bundle": "Load", "type": "HighLoad",
                                                "attributes": {"load": load}}) == {}
     subjects = [mail.message["Subject"] for mail in system.mail.mails()]
-    assert f"{1e28:.1f}: The processors are overloaded" in "".join(subjects).replace("\n ", " ")
+    assert "10.000.000.000.000.000.000.000.000.000: Die" in "".join(subjects).replace("\n ", " ")

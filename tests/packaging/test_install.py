@@ -42,6 +42,20 @@ def test_what_is_installed_is_what_is_listed(installed):
     assert [row.pattern for row in rows if not any(row.fullmatch(file) for file in files)] == []
 
 
+@pytest.mark.parametrize("compiler, source", [("cc", "bundles/Backup/Code/Backup.c"),
+                                              ("c++", "bundles/Load/Code/Load.cpp")])
+def test_the_code_of_a_bundle_is_compiled_with_what_is_installed(installed, tmp_path, compiler, source):
+    (package,) = installed.glob("usr/lib/*/pkgconfig/velto-alert-bundle.pc")
+    flags = subprocess.run(["pkg-config", "--cflags", package], check=True, capture_output=True,
+                           text=True).stdout.split()
+    subprocess.run([compiler, "-shared", *flags, "-Wall", "-Werror", "-o", tmp_path / "code.so",
+                    ROOT / source], check=True)
+    symbols = subprocess.run(["nm", "-D", "--defined-only", tmp_path / "code.so"], check=True,
+                             capture_output=True, text=True).stdout
+    assert {"velto_alert_bundle_interface", "velto_alert_bundle_register"} <= set(symbols.split())
+    assert not re.search(r" u .*velto", symbols)  # would be one with that of another bundle
+
+
 def test_nobody_but_the_owner_can_write_what_is_installed(installed):
     modes = {path: path.stat().st_mode for path in (installed / "usr").rglob("*")}
     assert [path for path, mode in modes.items() if mode & 0o022] == []
