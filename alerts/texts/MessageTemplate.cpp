@@ -132,4 +132,14 @@ std::optional<MessageTemplate> MessageTemplate::parse(std::string_view pattern,
   return MessageTemplate(std::move(parsed));
 }
 
+std::vector<std::string> MessageTemplate::attributeNames() const {
+  std::vector<std::string> names;
+  for (std::int32_t index = 0; index < pattern_.countParts(); ++index) {
+    if (pattern_.getPartType(index) == UMSGPAT_PART_TYPE_ARG_START) {
+      names.push_back(argumentOf(pattern_, index).name);
+    }
+  }
+  return names;
+}
+
 }  // namespace velto

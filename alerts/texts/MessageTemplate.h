@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include <unicode/messagepattern.h>
 
@@ -37,6 +38,8 @@ class MessageTemplate {
   static std::optional<MessageTemplate> parse(std::string_view pattern, PatternProblem& problem);
 
   std::string text(const PropertyList::Dictionary& attributes, const ReaderFormats& formats) const;
+  /// The names in it, in their order, as often as they stand there.
+  std::vector<std::string> attributeNames() const;
 
  private:
   explicit MessageTemplate(icu::MessagePattern pattern) : pattern_(std::move(pattern)) {}

@@ -90,29 +90,55 @@ std::string ReaderText::take() {
   return std::move(text_);
 }
 
-std::string expandedText(std::string_view pattern, const PropertyList::Dictionary& attributes,
-                         const ReaderFormats& formats) {
-  ReaderText text(formats);
+namespace {
+
+/// Gives the pieces of a pattern, one after the other, to `literal` or `named`, as long as both say
+/// true.
+template <typename Literal, typename Named>
+void forEachPiece(std::string_view pattern, const Literal& literal, const Named& named) {
   bool mayClose = true;  // so that many that are not closed are not looked for again and again
-  for (std::size_t percent;
-       !text.isFull() && (percent = pattern.find('%')) != std::string_view::npos;) {
-    text.append(pattern.substr(0, percent));
+  for (std::size_t percent; (percent = pattern.find('%')) != std::string_view::npos;) {
+    if (!literal(pattern.substr(0, percent))) return;
     pattern.remove_prefix(percent + 1);
     const bool isOpen = mayClose && pattern.starts_with('{');
     const std::size_t end = isOpen ? pattern.find('}') : std::string_view::npos;
     mayClose = mayClose && (!isOpen || end != std::string_view::npos);
     if (end != std::string_view::npos) {
-      if (const PropertyList* value = valueForKey(attributes, pattern.substr(1, end - 1))) {
-        text.appendValue(*value);
-      }
+      if (!named(pattern.substr(1, end - 1))) return;
       pattern.remove_prefix(end + 1);
     } else {
-      text.append("%");
+      if (!literal("%")) return;
       pattern.remove_prefix(pattern.starts_with('%') ? 1 : 0);
     }
   }
-  text.append(pattern);
+  literal(pattern);
+}
+
+}  // namespace
+
+std::string expandedText(std::string_view pattern, const PropertyList::Dictionary& attributes,
+                         const ReaderFormats& formats) {
+  ReaderText text(formats);
+  const auto literal = [&text](std::string_view piece) {
+    text.append(piece);
+    return !text.isFull();
+  };
+  forEachPiece(pattern, literal, [&](std::string_view name) {
+    if (const PropertyList* value = valueForKey(attributes, name)) text.appendValue(*value);
+    return !text.isFull();
+  });
   return text.take();
+}
+
+std::vector<std::string> attributesNamedIn(std::string_view pattern) {
+  std::vector<std::string> names;
+  forEachPiece(
+      pattern, [](std::string_view) { return true; },
+      [&names](std::string_view name) {
+        names.emplace_back(name);
+        return true;
+      });
+  return names;
 }
 
 }  // namespace velto

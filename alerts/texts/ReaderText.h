@@ -54,4 +54,7 @@ class ReaderText {
 std::string expandedText(std::string_view pattern, const PropertyList::Dictionary& attributes,
                          const ReaderFormats& formats);
 
+/// The names in such a pattern, in their order, as often as they stand there. Any thread.
+std::vector<std::string> attributesNamedIn(std::string_view pattern);
+
 }  // namespace velto

@@ -31,9 +31,11 @@ MAY_INCLUDE = {
     "client/velto": set(),
     "client/examples": {"client/velto"},
     "client": {"platform/foundation", "platform/connection", "client/velto"},
-    "tools": {"platform/foundation", "platform/json", "platform/propertylist", "platform/connection",
-              "delivery", "client/velto", "client"},
     "bundles": {"platform/foundation", "alerts/velto"},
+    "tools/bundlecheck": {"platform/foundation", "platform/json", "platform/propertylist", "alerts",
+                          "bundles"},
+    "tools": {"platform/foundation", "platform/json", "platform/propertylist", "platform/connection",
+              "delivery", "client/velto", "client", "tools/bundlecheck"},
 }
 # Where the compiler looks for an include, besides the folder of the file itself.
 _INCLUDE_FOLDERS = ("", "alerts", "client")

@@ -65,7 +65,7 @@ std::string mailSender(std::string_view hostName, std::string_view localization)
          mailHost(hostName) + ">";
 }
 
-std::string mailText(const MailContent& content, std::string_view localization) {
+std::string mailBody(const MailContent& content, std::string_view localization) {
   const Words& words = wordsForLocalization(localization);
   // The message's own last line breaks would only widen the gap that follows.
   std::string text = content.message.substr(0, content.message.find_last_not_of("\r\n") + 1);
@@ -74,7 +74,11 @@ std::string mailText(const MailContent& content, std::string_view localization) 
   appendLine(text, words.typeLabel, content.type.value_or(""));
   const std::string locale = localeForText(words.language, localization);
   appendLine(text, words.timeLabel, content.time ? timeText(*content.time, locale) : "");
-  return std::string(kHeader) + quotedPrintable(text);
+  return text;
+}
+
+std::string mailText(const MailContent& content, std::string_view localization) {
+  return std::string(kHeader) + quotedPrintable(mailBody(content, localization));
 }
 
 }  // namespace velto

@@ -23,8 +23,11 @@ std::string mailHost(std::string_view hostName);
 /// The sender, `Alerts <alerts@HOST>`, with the name in the language.
 std::string mailSender(std::string_view hostName, std::string_view localization);
 
-/// The further header lines, the empty line, and the encoded text: the alert's message and the
-/// labelled lines, which are left out where the alert says nothing.
+/// The text: the alert's message and the labelled lines, which are left out where the alert says
+/// nothing.
+std::string mailBody(const MailContent& content, std::string_view localization);
+
+/// The further header lines, the empty line, and the encoded text.
 std::string mailText(const MailContent& content, std::string_view localization);
 
 }  // namespace velto
