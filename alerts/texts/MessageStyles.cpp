@@ -20,6 +20,21 @@ bool isSkeleton(const icu::UnicodeString& style) {
   return style.startsWith(icu::UnicodeString(kSkeleton));
 }
 
+/// More is no style, but may take long.
+constexpr std::int32_t kMaximumStyle = 200;
+
+/// Whether a skeleton has a number with an exponent, "scale/1E999999999", whose zeros ICU would all
+/// write.
+bool hasExponent(const icu::UnicodeString& skeleton) {
+  for (std::int32_t index = 1; index < skeleton.length(); ++index) {
+    const char16_t before = skeleton.charAt(index - 1);
+    const char16_t here = skeleton.charAt(index);
+    const bool isBehindDigit = (before >= u'0' && before <= u'9') || before == u'.';
+    if (isBehindDigit && (here == u'E' || here == u'e')) return true;
+  }
+  return false;
+}
+
 /// What follows the colons.
 icu::UnicodeString skeletonOf(const icu::UnicodeString& style) {
   return style.tempSubString(2);
@@ -57,6 +72,7 @@ icu::DateFormat* makeDateFormat(DateParts parts, const icu::UnicodeString& style
 
 std::optional<LocalizedNumberFormatter> numberStyle(const icu::UnicodeString& style,
                                                     const icu::Locale& locale) {
+  if (style.length() > kMaximumStyle) return std::nullopt;
   UErrorCode status = U_ZERO_ERROR;
   std::optional<LocalizedNumberFormatter> made;
   if (style.isEmpty()) {
@@ -68,10 +84,10 @@ std::optional<LocalizedNumberFormatter> numberStyle(const icu::UnicodeString& st
                .unit(icu::NoUnit::percent())
                .scale(icu::number::Scale::powerOfTen(2))
                .precision(Precision::integer());
-  } else if (isSkeleton(style)) {
+  } else if (isSkeleton(style) && !hasExponent(style)) {
     UParseError where;
     made = NumberFormatter::forSkeleton(skeletonOf(style), where, status).locale(locale);
-  } else {
+  } else if (!isSkeleton(style)) {
     made = numberPattern(style, locale, status);
   }
   if (U_SUCCESS(status) && made) made->copyErrorTo(status);
@@ -81,6 +97,7 @@ std::optional<LocalizedNumberFormatter> numberStyle(const icu::UnicodeString& st
 
 std::unique_ptr<icu::DateFormat> dateStyle(DateParts parts, const icu::UnicodeString& style,
                                            const icu::Locale& locale) {
+  if (style.length() > kMaximumStyle) return nullptr;
   UErrorCode status = U_ZERO_ERROR;
   std::unique_ptr<icu::DateFormat> format(makeDateFormat(parts, style, locale, status));
   throwIfOutOfMemory(status);

@@ -90,8 +90,16 @@ class Inspection {
     if (part.getArgType() == UMSGPAT_ARG_TYPE_CHOICE) {
       return problemAt(index, "\"choice\" is not supported; use \"plural\" or \"select\"");
     }
+    return part.getArgType() == UMSGPAT_ARG_TYPE_SIMPLE ? problemOfStyle(index) : std::nullopt;
+  }
+
+  std::optional<PatternProblem> problemOfStyle(std::int32_t index) {
+    if (++styled_ > MessageTemplate::kMaximumStyled) {
+      return problemAt(index, "more than " + std::to_string(MessageTemplate::kMaximumStyled) +
+                                  " arguments with a format");
+    }
     const auto argument = argumentOf(pattern_, index);
-    return part.getArgType() != UMSGPAT_ARG_TYPE_SIMPLE || isStyleKnown(argument)
+    return isStyleKnown(argument)
                ? std::nullopt
                : problemAt(index, "an unknown format or style of \"" + argument.name + "\"");
   }
@@ -103,6 +111,7 @@ class Inspection {
 
   const icu::MessagePattern& pattern_;
   int arguments_ = 0;
+  int styled_ = 0;
 };
 
 }  // namespace

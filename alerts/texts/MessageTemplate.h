@@ -32,6 +32,7 @@ class MessageTemplate {
  public:
   static constexpr std::size_t kMaximumSize = std::size_t{64} * 1024;  ///< bytes
   static constexpr int kMaximumArguments = 1000;  ///< those in the forms of others included
+  static constexpr int kMaximumStyled = 100;      ///< those with a format: ICU takes a while
   static constexpr int kMaximumDepth = 32;        ///< of forms within forms
 
   /// Nothing, with what is wrong, when it cannot be understood or is too large.

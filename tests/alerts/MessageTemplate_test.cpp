@@ -152,11 +152,23 @@ TEST(MessageTemplate, RefusesWhatIsTooLarge) {
   problemOf(std::string(MessageTemplate::kMaximumSize + 1, 'x'));
   problemOf(repeated("{a}", MessageTemplate::kMaximumArguments + 1));
   problemOf(repeated("{n,plural,other{#}}", 2000));
+  problemOf(repeated("{n,number}", MessageTemplate::kMaximumStyled + 1));
+  problemOf("{n, number, " + std::string(1000, '0') + "}");
+  problemOf("{d, date, " + std::string(1000, 'y') + "}");
   for (const int depth : {40, 1000, 30000}) {
     problemOf(repeated("{a,select,other{", depth) + repeated("}}", depth));
     problemOf(repeated("{a,select,other{'}}}}'", depth) + repeated("}}", depth));
   }
   EXPECT_EQ(textIn("en", repeated("{a,select,other{", 20) + "x" + repeated("}}", 20), {}), "x");
+}
+
+TEST(MessageTemplate, RefusesStylesThatWriteZerosWithoutEnd) {
+  for (const std::string_view style :
+       {"::scale/1E999999999", "::scale/1e-999999999", "::precision-increment/1.E999999999",
+        "::percent scale/0.1E99"}) {
+    problemOf("{n, number, " + std::string(style) + "}");
+  }
+  EXPECT_EQ(textIn("en", "{n, number, ::scale/1000 E0}", {{"n", 5}}), "5E3");
 }
 
 TEST(MessageTemplate, TheTextHasALimit) {
