@@ -113,6 +113,16 @@ std::unique_ptr<AlertsDaemon> AlertsDaemonListener::serviceObject(
   return AlertsDaemon::init(services_);
 }
 
+/// One line of a user, whichever of its processes it is.
+void AlertsDaemonListener::didReceiveNoCall(const Connection& connection, std::string_view what) {
+  const AuditToken& token = connection.auditToken();
+  const std::string user = std::to_string(token.effectiveUserIdentifier);
+  repeatedLines_.warningOf("no call of " + user, "A connection has ended: process " +
+                                                     std::to_string(token.processIdentifier) +
+                                                     " of user " + user + " has sent " +
+                                                     std::string(what));
+}
+
 /// Who has no rights: a user's program says so itself, time and again, so it is told once a day.
 void AlertsDaemonListener::tellOfCaller(const AuditToken& token) const {
   const std::string process = std::to_string(token.processIdentifier);

@@ -53,6 +53,7 @@ class AlertsDaemonListener : public ListenerDelegate {
   std::optional<PropertyList::Array> entitledBundlesForAuditToken(const AuditToken& token) const;
 
   bool shouldAcceptNewConnection(Listener& listener, Connection& connection) override;
+  void didReceiveNoCall(const Connection& connection, std::string_view what) override;
 
  private:
   std::optional<Error> discover(ErrorSlot saveError);
@@ -63,6 +64,7 @@ class AlertsDaemonListener : public ListenerDelegate {
   const AlertsMonitorServices watching_;
   const AlertsDaemonListenerSeams seams_;
   const std::shared_ptr<const Interface> exported_;
+  LimitedLog repeatedLines_{services_.log, services_.clock};
   /// Shared with what waits for the events service, which may answer when this has gone.
   const std::shared_ptr<LimitedLog> dailyLog_ =
       std::make_shared<LimitedLog>(services_.log, services_.clock, LimitedLog::kDay);

@@ -8,7 +8,9 @@
 #include <vector>
 
 #include "alerts/Bundle.h"
+#include "alerts/InfoObjections.h"
 #include "daemon/AlertsDaemonListener.h"
+#include "platform/foundation/SingleLine.h"
 #include "platform/foundation/UTF8.h"
 #include "platform/persistence/PersistenceErrors.h"
 #include "store/ADAlertStore.h"
@@ -55,6 +57,10 @@ std::optional<Bundle> openEntry(const std::string& path, const std::string& name
   if (!bundle) {
     log.warning("Entry '" + withoutInvalidUTF8(name) + "' of the alerts directory passed over: " +
                 (isText ? error->localizedDescription() : "its name is not UTF-8"));
+    return std::nullopt;
+  }
+  for (const std::string& objection : objectionsToInfo(bundle->infoDictionary())) {
+    log.warning("Info.plist of '" + name + "': " + singleLine(objection));
   }
   return bundle;
 }

@@ -4,6 +4,8 @@
 #include <utility>
 
 #include "delivery/MailHeader.h"
+#include "platform/foundation/Languages.h"
+#include "platform/foundation/Paths.h"
 #include "platform/foundation/Shared.h"
 #include "platform/foundation/SingleLine.h"
 #include "platform/process/Task.h"
@@ -79,6 +81,7 @@ ADAlertMailer::ADAlertMailer(AlertBundleRegistry& bundles, std::string mailProgr
       mailProgram_(std::move(mailProgram)),
       log_(log),
       repeatedLines_(log, clock),
+      dailyLog_(log, clock, LimitedLog::kDay),
       journal_(journal),
       timeLimit_(timeLimit) {}
 
@@ -113,6 +116,10 @@ std::optional<Error> ADAlertMailer::mailAlert(const VLAlert& alert, ADAlertStore
 /// The status, or an error of the formatter, with which nothing is sent.
 int ADAlertMailer::mailInLanguage(const VLAlertSubclass& alert, const std::string& localization,
                                   const std::vector<std::string>& addresses, ErrorSlot error) {
+  if (!localization.empty() && !namesLanguage(localization)) {
+    dailyLog_.warning("Mail for " + singleLine(joined(addresses)) + ": there is no language \"" +
+                      singleLine(localization) + "\"; its text is in another one");
+  }
   const auto subject = alert.subject(localization);
   std::optional<std::string> sender;
   std::optional<std::string> message;
@@ -127,6 +134,12 @@ std::unique_ptr<EmailFormatter> ADAlertMailer::getEmailFormatter() {
   auto formatter = bundles_.makeEmailFormatter(kFormatterClass);
   if (formatter == nullptr && bundles_.VLLoadAlertBundle(kFormatterBundle)) {
     formatter = bundles_.makeEmailFormatter(kFormatterClass);
+  }
+  if (formatter == nullptr) {
+    repeatedLines_.warning(
+        "Mails are sent without a text and a sender, which are made by the alert "
+        "bundle Common: put Common.bundle into " +
+        rootedPath(VLAlertsDirectory));
   }
   return formatter;
 }

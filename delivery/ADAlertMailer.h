@@ -77,6 +77,7 @@ class ADAlertMailer {
   const std::string mailProgram_;
   Log& log_;
   LimitedLog repeatedLines_;
+  LimitedLog dailyLog_;
   DeliveryJournal& journal_;
   const std::chrono::milliseconds timeLimit_;
 };

@@ -35,12 +35,16 @@ const std::string* executableName(const Bundle& bundle, ErrorSlot error) {
 
 /// Loads the very file that was checked. The descriptor stays open: the loader knows the code by
 /// this name, and would take another file under the same number for the same code.
-void* loadCode(FileDescriptor code, ErrorSlot error) {
+void* loadCode(FileDescriptor code, const std::string& name, ErrorSlot error) {
   const std::string path = "/proc/self/fd/" + std::to_string(code.get());
   void* library = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (library == nullptr) {
-    const char* message = ::dlerror();
-    return fail(error, message == nullptr ? "cannot be loaded" : message);
+    const char* told = ::dlerror();
+    std::string message = told == nullptr ? path + " cannot be loaded" : told;
+    for (auto at = message.find(path); at != std::string::npos; at = message.find(path)) {
+      message.replace(at, path.size(), name);
+    }
+    return fail(error, message);
   }
   code.release();
   return library;
@@ -86,8 +90,8 @@ FileIdentity identityOf(const FileDescriptor& file) {
 }
 
 /// The entry point of the bundle's code, which is loaded then, or null with an error.
-RegisterFunction loadEntry(FileDescriptor code, ErrorSlot error) {
-  void* library = loadCode(std::move(code), error);
+RegisterFunction loadEntry(FileDescriptor code, const std::string& name, ErrorSlot error) {
+  void* library = loadCode(std::move(code), name, error);
   return library == nullptr ? nullptr : findEntry(library, error);
 }
 
@@ -102,7 +106,9 @@ std::optional<Error> loadNativeBundle(const Bundle& bundle, std::string_view nam
   if (const auto known = classes.ofBundle(name); known && known->code == identity) {
     return std::nullopt;
   }
-  const RegisterFunction registerClasses = loadEntry(std::move(code), &error);
+  const RegisterFunction registerClasses =
+      loadEntry(std::move(code),
+                bundle.path() + "/Contents/Linux/" + *executableName(bundle, &error), &error);
   if (registerClasses == nullptr) return error;
   velto_registry registry{classes, std::string(name), {}, classes.bundleNamed(std::string(name))};
   registry.classes.code = identity;

@@ -135,6 +135,9 @@ class Listener::Implementation : public Admission {
     const GuestTable::Entry guest(guests_, connection.auditToken(), connection.descriptor());
     return delegate_->shouldAcceptNewConnection(listener_, connection) && connection.isResumed();
   }
+  void refuse(const SocketConnection& connection, std::string_view why) override {
+    delegate_->didReceiveNoCall(connection, why);
+  }
 
  private:
   Listener& listener_;

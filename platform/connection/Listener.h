@@ -23,6 +23,8 @@ class ListenerDelegate {
   virtual ~ListenerDelegate() = default;
   /// True to keep the connection, which must then have been resumed; false closes it.
   virtual bool shouldAcceptNewConnection(Listener& listener, Connection& connection) = 0;
+  /// The connection ends, since its client has sent what is no call, as the phrase says.
+  virtual void didReceiveNoCall(const Connection& /*connection*/, std::string_view /*what*/) {}
 };
 
 /// The service's door: a listening Unix stream socket. Made with a service name it takes the socket

@@ -36,6 +36,7 @@
 #include "platform/connection/VarlinkMessage.h"
 #include "platform/connection/VarlinkService.h"
 #include "platform/connection/WaitingPlace.h"
+#include "platform/foundation/SingleLine.h"
 
 namespace velto {
 namespace {
@@ -50,6 +51,15 @@ constexpr int kStepsALook = 8;
 constexpr std::size_t kMuchOutput = std::size_t{16} * 1024;
 /// An idle connection keeps a buffer no larger than this.
 constexpr std::size_t kKeptOutput = 128;
+
+constexpr std::string_view kTooLong = "a call that is longer than its client's may be";
+/// So much of what is no call tells whoever sent it what it was.
+constexpr std::size_t kBeginning = 40;
+
+std::string beginningOf(std::string_view message) {
+  return "what is no call: \"" + singleLine(message.substr(0, kBeginning)) +
+         (message.size() > kBeginning ? "...\"" : "\"");
+}
 
 bool meansToWait(int error) {
   return error == EAGAIN || error == EWOULDBLOCK || error == EINTR;
@@ -148,7 +158,9 @@ SocketConnection::Step SocketConnection::doNext() {
     return Step::kGoOn;
   }
   if (!output_.empty()) return flush();
-  return isEnding_ || input_.size() > maximumCallSize_ ? Step::kEnd : Step::kWait;
+  const bool isTooLong = !isEnding_ && input_.size() > maximumCallSize_;
+  if (isTooLong) admission_.refuse(*this, kTooLong);
+  return isEnding_ || isTooLong ? Step::kEnd : Step::kWait;
 }
 
 SocketConnection::Step SocketConnection::writeReply() {
@@ -169,8 +181,10 @@ bool SocketConnection::hasHungUp() const {
 /// Runs a call, which replies then or later. A message that is not a call ends the connection.
 /// False when the call cannot be begun for want of a place.
 bool SocketConnection::runCall(std::string_view message) {
-  const auto call = message.size() <= maximumCallSize_ ? VarlinkCall::parse(message) : std::nullopt;
+  const bool isTooLong = message.size() > maximumCallSize_;
+  const auto call = isTooLong ? std::nullopt : VarlinkCall::parse(message);
   if (!call) {
+    admission_.refuse(*this, isTooLong ? kTooLong : beginningOf(message));
     isEnding_ = true;
     return true;
   }

@@ -28,6 +28,8 @@ class Admission {
   virtual ~Admission() = default;
   /// True for a connection that has been set up and resumed; false to close it.
   virtual bool admit(SocketConnection& connection) = 0;
+  /// The connection ends, since what came from its client is no call, as the phrase says.
+  virtual void refuse(const SocketConnection& connection, std::string_view why) = 0;
 };
 
 /// The daemon's end of a client's connection. It is new until it is admitted; from then on it waits

@@ -174,6 +174,11 @@ std::vector<std::string> preferredLanguages() {
   return languages.empty() ? std::vector<std::string>{"en"} : languages;
 }
 
+bool namesLanguage(std::string_view identifier) {
+  const auto locale = localeFromPosixName(identifier);
+  return locale && *locale->getISO3Language() != '\0';
+}
+
 std::string canonicalLocaleIdentifier(std::string_view identifier) {
   const auto locale = localeFromIdentifier(identifier);
   return locale ? std::string(locale->getName()) : std::string(identifier);

@@ -13,6 +13,9 @@ namespace velto {
 /// "en". Never empty. Any thread, as long as nobody changes the environment.
 std::vector<std::string> preferredLanguages();
 
+/// Whether the text, a language tag or a POSIX locale name, names a language that there is.
+bool namesLanguage(std::string_view identifier);
+
 /// The canonical form of a locale identifier, as ICU makes it ("pt-br" is "pt_BR"). Text that is no
 /// locale identifier comes back as it is.
 std::string canonicalLocaleIdentifier(std::string_view identifier);

@@ -3,19 +3,49 @@
 
 #include <cerrno>
 #include <csignal>
+#include <fstream>
+#include <string>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <utility>
 
 namespace velto {
+namespace {
+
+/// What a script names as its interpreter; empty for what is no script.
+std::string interpreterOf(const std::string& executable) {
+  std::ifstream script(executable);
+  std::string line;
+  if (!std::getline(script, line) || !line.starts_with("#!")) return {};
+  const auto start = line.find_first_not_of(" \t", 2);
+  return start == std::string::npos ? ""
+                                    : line.substr(start, line.find_first_of(" \t", start) - start);
+}
+
+/// The system has the same code for a script and for its interpreter.
+Error notStarted(const std::string& executable, int code) {
+  const std::string what = "Cannot start " + executable;
+  std::string interpreter =
+      code == ENOENT && ::access(executable.c_str(), F_OK) == 0 ? interpreterOf(executable) : "";
+  if (interpreter.empty()) return makePOSIXError(code, what);
+  const bool isOfDOS = interpreter.ends_with('\r');
+  if (isOfDOS) interpreter.pop_back();
+  return makeError(kPOSIXErrorDomain, code,
+                   what + (isOfDOS ? ": its lines end in CR LF, which is taken as a part of its "
+                                     "interpreter's name, " +
+                                         interpreter
+                                   : ": its interpreter " + interpreter + " does not exist"));
+}
+
+}  // namespace
 
 std::optional<ChildProcess> ChildProcess::start(const std::string& executable,
                                                 const std::vector<std::string>& arguments,
                                                 const SpawnSettings& settings, ErrorSlot error) {
   pid_t process = -1;
   if (const int code = spawnProgram(executable, arguments, settings, process); code != 0) {
-    setIfEmpty(error, makePOSIXError(code, "Cannot start " + executable));
+    setIfEmpty(error, notStarted(executable, code));
     return std::nullopt;
   }
   return ChildProcess(process, settings.leadsGroup);

@@ -2,6 +2,7 @@
 """What people do wrong, and what they are told: one line of a table each. Where the reply is fixed,
 the log says beside it what to do."""
 
+import contextlib
 import plistlib
 import shutil
 import subprocess
@@ -101,6 +102,34 @@ def post(client):
     client.call("PostAlert", alert=JAM)
 
 
+def nonsense(client):
+    client.send(b"GET / HTTP/1.0\r\nHost: localhost\r\n\r\n\0")
+    assert client.is_hung_up()
+
+
+def too_much(client):
+    with contextlib.suppress(BrokenPipeError, ConnectionResetError):
+        client.send(b"{" * 200000)
+    assert client.is_hung_up()
+
+
+def action(script):
+    def leave(system):
+        contents = system.make_bundle(
+            "Printer.bundle", {"VLAlertTypes": {"Jam": {"RecoveryOptions": ["Clear"]}}}) / "Contents"
+        (contents / "Actions").mkdir(mode=0o755)
+        (contents / "Actions/Clear").write_text(script)
+        (contents / "Actions/Clear").chmod(0o755)
+    return leave
+
+
+def code(system):
+    contents = system.make_bundle("Printer.bundle", {"CFBundleExecutable": "libJam.so"}) / "Contents"
+    (contents / "Linux").mkdir(mode=0o755)
+    (contents / "Linux/libJam.so").write_text("no library")
+    (contents / "Linux/libJam.so").chmod(0o755)
+
+
 def nothing(_):
     pass
 
@@ -140,6 +169,27 @@ WRONG_SYSTEMS = {
         info("(1, 2)"), 0, nothing, "Info.plist: it holds no dictionary"),
     "an empty address": (
         bundle, 0, recipients("", "ann@example.org"), 'alert email: "" is empty and is left out'),
+    "no language": (
+        bundle, 0, recipients({"address": "ann@example.org", "locale": "english"}),
+        'Mail for ann@example.org: there is no language "english"'),
+    "no locale": (
+        bundle, 0, recipients({"address": "ann@example.org", "locale": "xx_!! 7"}),
+        'Mail for ann@example.org: there is no language "xx_!! 7"'),
+    "no Common": (
+        bundle, 0, recipients("ann@example.org"), "put Common.bundle into "),
+    "what is no call": (
+        bundle, 0, nonsense, 'has sent what is no call: "GET / HTTP/1.0 Host: localhost"'),
+    "a call that is too long": (
+        bundle, SERVICE_USER, too_much,
+        "has sent a call that is longer than its client's may be"),
+    "kinds that are a list": (
+        info("{ VLAlertTypes = (Jam); }"), 0, nothing,
+        "Info.plist of 'Printer.bundle': VLAlertTypes is no dictionary"),
+    "a misspelt key": (
+        info("{ VLAlertTyps = { Jam = {}; }; }"), 0, nothing,
+        "Info.plist of 'Printer.bundle': VLAlertTyps means nothing"),
+    "code that is no library": (
+        code, 0, post, "/Contents/Linux/libJam.so: "),
     "no directory for the store": (
         lambda system: system.library.rmdir(), 0, nothing,
         "/Library/Velto does not exist; create it"),
@@ -166,6 +216,18 @@ def test_a_reply_without_a_store_says_why(system):
     why = reply["error"]["userInfo"]["NSLocalizedDescription"]
     assert why == f"The store cannot be used: {system.store_file} cannot be made: " \
                   f"{system.library} does not exist; create it"
+
+
+@pytest.mark.parametrize("script, why", [
+    ("#!/usr/bin/nosuch -x\n", "its interpreter /usr/bin/nosuch does not exist"),
+    ("#!/bin/sh\r\nexit 0\r\n", "its lines end in CR LF")])
+def test_an_action_without_its_interpreter_says_so(system, script, why):
+    action(script)(system)
+    system.start()
+    client = system.client()
+    client.call("SaveAlerts", alerts=[{**JAM, "identifier": "1"}])
+    reply = client.call("PerformRecoveryAction", action="Clear", alertId="1")
+    assert why in reply["error"]["userInfo"]["NSLocalizedDescription"]
 
 
 def test_an_ordinary_user_is_told_how_to_run_it(system):

@@ -2,19 +2,15 @@
 #include "tools/bundlecheck/InfoCheck.h"
 
 #include <algorithm>
-#include <array>
-#include <string_view>
 #include <utility>
 
+#include "alerts/InfoObjections.h"
 #include "platform/foundation/Languages.h"
 
 namespace velto {
 namespace {
 
 using Kind = Finding::Kind;
-
-/// The keys of this system's own.
-constexpr std::array<std::string_view, 2> kOwnKeys = {"VLAlertTypes", "VLTextFormat"};
 
 class InfoCheck {
  public:
@@ -27,7 +23,8 @@ class InfoCheck {
     checkRegion();
     for (const auto& [key, value] : info_) {
       const bool isOurs = key.starts_with("VL");
-      if (isOurs && std::find(kOwnKeys.begin(), kOwnKeys.end(), key) == kOwnKeys.end()) {
+      if (isOurs &&
+          std::find(kOwnInfoKeys.begin(), kOwnInfoKeys.end(), key) == kOwnInfoKeys.end()) {
         add(Kind::kWarning, key + " means nothing to the daemon");
       }
     }
