@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "alerts/VLAlertJSON.h"
 #include "platform/foundation/JSONText.h"
 #include "store/AlertChange.h"
 
@@ -36,7 +35,8 @@ std::string ChangeEvent::textOf(const ChangedRow& row) {
     object.add("identifier", copied(AlertChange(row).identifier()));
   } else {
     object.add("kind", row.kind == ChangedRow::Kind::kInserted ? "added" : "changed");
-    object.add("alert", AlertChange(row).alert());
+    object.beginMember("alert");
+    AlertChange(row).appendAlert(text);
   }
   object.end();
   return text;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "store/ADAlertAdditions.h"
 
+#include <string_view>
 #include <utility>
 
 #include "alerts/VLAlertJSON.h"
@@ -34,11 +35,14 @@ void addAttributes(JSONObjectText& alert, std::string& text, const Data& data) {
   }
 }
 
-template <typename T>
-void copyValue(const AttributeValue& value, std::optional<T>& field) {
-  if (const T* present = std::get_if<T>(&value)) {
-    field = *present;
-  }
+std::optional<std::string_view> textOf(const AttributeValue& value) {
+  const auto* text = std::get_if<std::string>(&value);
+  return text == nullptr ? std::nullopt : std::optional<std::string_view>(*text);
+}
+
+std::optional<Date> dateOf(const AttributeValue& value) {
+  const auto* date = std::get_if<Date>(&value);
+  return date == nullptr ? std::nullopt : std::optional(*date);
 }
 
 /// Takes the absent values out of what the value holds, at any depth.
@@ -98,18 +102,18 @@ void appendJSON(std::string& text, const ADAlert& record) {
   alert.end();
 }
 
-VLAlert alertWithValues(const std::vector<AttributeValue>& values) {
-  VLAlert alert;
-  copyValue(values[positionOf<ADAlert>("bundle")], alert.bundle);
-  copyValue(values[positionOf<ADAlert>("type")], alert.type);
-  copyValue(values[positionOf<ADAlert>("identifier")], alert.identifier);
-  copyValue(values[positionOf<ADAlert>("creationDate")], alert.creationDate);
-  copyValue(values[positionOf<ADAlert>("sentDate")], alert.sentDate);
-  copyValue(values[positionOf<ADAlert>("readDate")], alert.readDate);
-  copyValue(values[positionOf<ADAlert>("resolvedDate")], alert.resolvedDate);
-  alert.attributes =
-      decodedAttributes(std::get_if<Data>(&values[positionOf<ADAlert>("attributes")]));
-  return alert;
+void appendAlertJSON(std::string& text, const std::vector<AttributeValue>& values) {
+  JSONObjectText alert(text);
+  addMembers(alert, {.identifier = textOf(values[positionOf<ADAlert>("identifier")]),
+                     .type = textOf(values[positionOf<ADAlert>("type")]),
+                     .bundle = textOf(values[positionOf<ADAlert>("bundle")]),
+                     .creationDate = dateOf(values[positionOf<ADAlert>("creationDate")]),
+                     .sentDate = dateOf(values[positionOf<ADAlert>("sentDate")]),
+                     .readDate = dateOf(values[positionOf<ADAlert>("readDate")]),
+                     .resolvedDate = dateOf(values[positionOf<ADAlert>("resolvedDate")])});
+  const auto* attributes = std::get_if<Data>(&values[positionOf<ADAlert>("attributes")]);
+  if (attributes != nullptr) addAttributes(alert, text, *attributes);
+  alert.end();
 }
 
 ADAlert insertADAlertObjectInManagedObjectContext(const VLAlert& alert,

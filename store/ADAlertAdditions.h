@@ -20,7 +20,7 @@ VLAlert initWithADAlert(const ADAlert& record);
 void appendJSON(std::string& text, const ADAlert& record);
 
 /// The same of the values that a record has, in the order of its attributes.
-VLAlert alertWithValues(const std::vector<AttributeValue>& values);
+void appendAlertJSON(std::string& text, const std::vector<AttributeValue>& values);
 
 /// The dictionary as a record holds it: a binary property list. Nothing for an absent dictionary or
 /// one that has no encoding.

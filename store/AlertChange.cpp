@@ -29,8 +29,8 @@ const std::string* AlertChange::bundle() const {
   return std::get_if<std::string>(&values()[positionOf<ADAlert>("bundle")]);
 }
 
-VLAlert AlertChange::alert() const {
-  return alertWithValues(values());
+void AlertChange::appendAlert(std::string& text) const {
+  appendAlertJSON(text, values());
 }
 
 int AlertChange::unread() const {

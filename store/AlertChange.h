@@ -3,7 +3,6 @@
 
 #include <string>
 
-#include "alerts/VLAlert.h"
 #include "platform/persistence/CommitObserver.h"
 
 namespace velto {
@@ -22,8 +21,8 @@ class AlertChange {
   const std::string* type() const;
   const std::string* bundle() const;
 
-  /// The alert as it is now; it has not been deleted.
-  VLAlert alert() const;
+  /// Appends the JSON of the alert as it is now; it has not been deleted.
+  void appendAlert(std::string& text) const;
 
   /// By how much the change has moved the number of alerts, of unread and of unresolved ones: each
   /// -1, 0 or 1.
