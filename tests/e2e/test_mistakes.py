@@ -3,6 +3,7 @@
 the log says beside it what to do."""
 
 import contextlib
+import pathlib
 import plistlib
 import shutil
 import subprocess
@@ -207,6 +208,23 @@ def test_the_log_says_what_is_wrong_and_where(system, left, user, act, line):
     act(system.client_as(user, user) if user else system.client())
     wait_for(lambda: any(line in each for each in daemon.log_lines()), f"'{line}'\n{daemon.log()}")
     assert len([each for each in daemon.log_lines() if line in each]) == 1
+
+
+# The part of each line that an administrator would search the documents for.
+SAID = ("gives no right that there is", "names a bundle that there is not", "there is no user",
+        "a condition that is not known", "its name does not end in .plist", "No rights for process",
+        "nearest comes", "nothing monitors for their bundles", "No alert bundles are looked for",
+        "of the alerts directory passed over", "is empty and is left out", "there is no language",
+        "put Common.bundle into", "has sent what is no call", "longer than its client's may be",
+        "VLAlertTypes is no dictionary", "means nothing", "does not exist; create it",
+        "not a store of this program", "its interpreter", "its lines end in CR LF",
+        "run it as root, or in a system of your own (VELTO_ROOT)")
+
+
+@pytest.mark.parametrize("said", SAID)
+def test_the_troubleshooting_has_what_is_said(said):
+    document = pathlib.Path(__file__).resolve().parents[2] / "docs/administration.md"
+    assert said in document.read_text(encoding="utf-8")
 
 
 def test_a_reply_without_a_store_says_why(system):
