@@ -24,9 +24,7 @@ ExitStatus deleteAlerts(Session& session, const Options& options) {
   const auto identifiers = completeIdentifiers(session, options.identifiers);
   const auto count = static_cast<std::int64_t>(identifiers.size());
   if (!options.isDry) {
-    if (!session.isConfirmed(sayCount("Delete {} alert?", "Delete {} alerts?", count))) {
-      return kExitDone;
-    }
+    session.confirm(sayCount("Delete {} alert?", "Delete {} alerts?", count));
     require(session.client().deleteAlertsWithIds(identifiers));
   }
   if (session.isJSON()) {

@@ -34,7 +34,7 @@ ExitStatus prune(Session& session, const Options& options) {
   if (options.isDry) {
     count = countOfSentBefore(session, date);
   } else {
-    if (!session.isConfirmed(say("Delete all alerts sent before {}?", when))) return kExitDone;
+    session.confirm(say("Delete all alerts sent before {}?", when));
     count = required(session.client().deleteAlertsBeforeDate(date));
   }
   if (session.isJSON()) {

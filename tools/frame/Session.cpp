@@ -91,17 +91,14 @@ std::string Session::timeCell(const std::optional<alerts::Date>& date) const {
   return ways_.isUTC ? clockText(*date, true) : relativeText(*date, now_);
 }
 
-bool Session::isConfirmed(const std::string& question) {
-  const bool isAsked =
-      !ways_.isSure && terminal_.isTerminal && isatty(STDIN_FILENO) == 1 && !isJSON();
-  if (!isAsked) return true;
+void Session::confirm(const std::string& question) {
+  const bool isAsked = !ways_.isSure && terminal_.isTerminal && isatty(STDIN_FILENO) == 1;
+  if (!isAsked) return;
   output_.flush();
   errors_ << question << ' ' << tr("[y/N]") << ' ' << std::flush;
   std::string answer;
   std::getline(input_, answer);
-  if (isYes(answer)) return true;
-  tell(tr("Nothing was done."));
-  return false;
+  if (!isYes(answer)) throw Failure{.what = tr("nothing was done")};
 }
 
 void Session::finish() {

@@ -61,8 +61,9 @@ class Session {
   /// A point in time for a cell of a table: how long ago, or with `--utc` when.
   std::string timeCell(const std::optional<alerts::Date>& date) const;
 
-  /// Asks, on a terminal, unless the answer is known already. Everywhere else it is yes.
-  bool isConfirmed(const std::string& question);
+  /// Asks, on a terminal, unless the answer is known already; throws a Failure when it is no.
+  /// Everywhere else it is yes.
+  void confirm(const std::string& question);
 
   /// Waits for the pager, and throws a Failure when something could not be written.
   void finish();

@@ -102,7 +102,7 @@ ExitStatus unset(Session& session, const Names& names, bool isDry) {
   const auto count = static_cast<std::int64_t>(changes.size());
   if (!isDry) {
     const auto question = sayCount("Delete {} attribute?", "Delete {} attributes?", count);
-    if (!session.isConfirmed(question)) return kExitDone;
+    session.confirm(question);
     require(session.client().setAttributes(changes));
   }
   tellNames(session, "unset", names);

@@ -119,9 +119,7 @@ ExitStatus remove(Session& session, const Options& options) {
   requireRecipients(recipients, options.addresses);
   const auto count = static_cast<std::int64_t>(options.addresses.size());
   if (!options.isDry) {
-    if (!session.isConfirmed(sayCount("Remove {} recipient?", "Remove {} recipients?", count))) {
-      return kExitDone;
-    }
+    session.confirm(sayCount("Remove {} recipient?", "Remove {} recipients?", count));
     std::erase_if(recipients, [&](const alerts::MailRecipient& recipient) {
       return isAmong(options.addresses, recipient);
     });
@@ -150,11 +148,9 @@ ExitStatus set(Session& session, const Options& options) {
     const bool stays = same != before.end() && !language;
     recipients.push_back({.address = address, .locale = stays ? same->locale : language});
   }
-  if (!session.isConfirmed(sayCount("Replace the {} recipient that there is?",
-                                    "Replace the {} recipients that there are?",
-                                    static_cast<std::int64_t>(before.size())))) {
-    return kExitDone;
-  }
+  session.confirm(sayCount("Replace the {} recipient that there is?",
+                           "Replace the {} recipients that there are?",
+                           static_cast<std::int64_t>(before.size())));
   require(session.client().setMailRecipients(recipients));
   tellRecipients(session, "set", options.addresses,
                  sayCount("{} recipient gets mail now.", "{} recipients get mail now.",

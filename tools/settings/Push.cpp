@@ -148,9 +148,7 @@ ExitStatus remove(Session& session, const Options& options) {
   requireDevices(devices, options.devices);
   const auto count = static_cast<std::int64_t>(options.devices.size());
   if (!options.isDry) {
-    if (!session.isConfirmed(sayCount("Remove {} device?", "Remove {} devices?", count))) {
-      return kExitDone;
-    }
+    session.confirm(sayCount("Remove {} device?", "Remove {} devices?", count));
     std::erase_if(devices, [&](const auto& device) { return isAmong(options.devices, device); });
     require(session.client().setPushRecipients(devices));
   }

@@ -75,8 +75,7 @@ ExitStatus exportAlerts(Session& session, const Options& options) {
   }
   std::error_code ignored;
   const bool isThere = std::filesystem::exists(options.file, ignored);
-  if (isThere && !session.isConfirmed(say("Replace {}?", printable(options.file))))
-    return kExitDone;
+  if (isThere) session.confirm(say("Replace {}?", printable(options.file)));
   NewFile file(options.file, 0600, NewFile::Existing::kReplaced);
   const std::int64_t count =
       putAll(session, options, [&](const std::string& text) { file.write(text); });

@@ -69,9 +69,12 @@ class Control:
         """What a terminal of that width shows, its lines, and the exit status."""
         process, terminal = pty.fork()
         if process == 0:
-            os.execve(ALERTSCTL, [ALERTSCTL, *map(str, arguments)],
-                      {**self._system.environment(), "TERM": "xterm", "PAGER": "cat",
-                       **self._environment, **environment})
+            try:
+                os.execve(ALERTSCTL, [ALERTSCTL, *map(str, arguments)],
+                          {**self._system.environment(), "TERM": "xterm", "PAGER": "cat",
+                           **self._environment, **environment})
+            finally:
+                os._exit(127)  # never the test's own code, in two processes
         ioctl(terminal, termios.TIOCSWINSZ, struct.pack("HHHH", 24, columns, 0, 0))
         os.kill(process, signal.SIGWINCH)
         os.write(terminal, answer.encode())
