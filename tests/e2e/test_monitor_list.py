@@ -234,7 +234,7 @@ def test_code_of_a_bundle_gives_the_subjects_of_a_list(system):
     assert client.call(f"{MONITOR}.List", locale="en")["items"] == [
         {"alert": alert, "subject": "7.5: The processors are overloaded"}]
     told = client.call(f"{MONITOR}.GetAlert", identifier="busy", locale="de")
-    assert told["subject"] == "7.5: Die Prozessoren sind überlastet"
+    assert told["subject"] == "7,5: Die Prozessoren sind überlastet"
     assert told["actions"] == [{"name": "Recheck", "title": "Erneut prüfen"}]
 
 

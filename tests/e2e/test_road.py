@@ -72,13 +72,14 @@ def test_there_is_a_mail_for_each_language(posted):
 
 @pytest.mark.parametrize("address, to_line, subject, message, labels", [
     ("ann@example.net", "=?UTF-8?Q?Ann_Smith_?=<ann@example.net>,bo@example.org", ENGLISH,
-     "The volume /home is 93% full. Delete files", ("Bundle: Disk", "Type: AlmostFull", "Time: ")),
+     "The volume /home is 93% full. Delete files", ("Bundle: Disk space", "Type: Volume almost full", "Time: ")),
     ("cy@example.fr", "cy@example.fr,=?UTF-8?Q?Di_?=<di@example.net>", FRENCH,
-     "Le volume /home est plein à 93 %. Supprimez", ("Module\u00a0: Disk",
-                                                     "Type\u00a0: AlmostFull", "Date\u00a0: ")),
+     "Le volume /home est plein à 93 %. Supprimez", ("Module\u00a0: Espace disque",
+                                                     "Type\u00a0: Volume presque plein",
+                                                     "Date\u00a0: ")),
     # The bundle knows no Japanese, but the mail's own words are Japanese all the same.
     ("emi@example.jp", "emi@example.jp", ENGLISH, "The volume /home is 93% full. Delete files",
-     ("モジュール：Disk", "種類：AlmostFull", "日時：")),
+     ("モジュール：Disk space", "種類：Volume almost full", "日時：")),
 ])
 def test_a_mail_is_written_in_the_language_of_its_readers(posted, address, to_line, subject,
                                                           message, labels):
