@@ -35,8 +35,8 @@ std::vector<std::string> problemsOf(const Session& session, const alerts::Status
 }
 
 std::string daemonVersion(Session& session) {
-  const auto reply =
-      session.client().call("org.varlink.service.GetInfo", "", {.timeLimit = kStatusTimeLimit});
+  const alerts::CallOptions options{.timeLimit = kStatusTimeLimit};
+  const auto reply = session.client().call("org.varlink.service.GetInfo", "", options);
   const auto info = reply.value ? readJSON(*reply.value) : std::nullopt;
   const auto* version =
       info && info->is_object() ? info->as_object().if_contains("version") : nullptr;
