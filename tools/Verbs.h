@@ -20,6 +20,8 @@ void addDeleteVerb(VerbSet& verbs);
 void addPruneVerb(VerbSet& verbs);
 void addBundlesVerb(VerbSet& verbs);
 void addBundleVerbs(VerbSet& verbs);
+/// Those of the group `bundle` for the authors of bundles.
+void addBundleAuthorVerbs(VerbSet& group);
 void addMailVerbs(VerbSet& verbs);
 void addPushVerbs(VerbSet& verbs);
 void addAttributesVerbs(VerbSet& verbs);

@@ -73,7 +73,7 @@ def test_shells_propose_what_can_follow(complete):
     assert {"list", "show", "watch", "bundle", "call"} <= complete("")
     assert "complete" not in complete("")
     assert complete("bundl") == {"bundle", "bundles"}
-    assert complete("bundle", "") == {"enable", "disable", "set"}
+    assert complete("bundle", "") == {"enable", "disable", "set", "check", "render", "run", "new"}
     assert complete("bundle", "enable", "") == {"Disk", "Printer"}
     assert complete("list", "--bundle", "P") == {"Printer"}
     assert complete("list", "--bundle", "Disk", "--type", "") == {"Full"}

@@ -28,7 +28,7 @@ class BundleCommandsTest : public testing::Test {
   std::string path() const { return (directory_.path() / "Full.bundle").string(); }
   std::string folder() const { return (directory_.path() / "waiting").string(); }
   TrialRequest request(const std::string& locale = "de") const {
-    return {path(), "TooManyFiles", {"folder=" + folder(), "files=1234"}, locale};
+    return {path(), "TooManyFiles", {"folder=" + folder(), "files:=1234"}, locale};
   }
   static std::string take(std::ostringstream& stream) {
     std::string text = stream.str();
@@ -97,17 +97,18 @@ TEST_F(BundleCommandsTest, RunsAnActionAsTheDaemonWould) {
 }
 
 TEST(TrialAlert, TakesValuesOfEveryKind) {
-  const auto alert = trialAlert("Disk", "Full",
-                                {"a=/home", "b=93", "c=true", "d=[1, \"x\"]", "e={\"$date\": 5}",
-                                 "f=\"93\"", "g=", "h=a=b", "i={bad", "j=1e400"},
-                                nullptr);
+  const auto alert = trialAlert(
+      "Disk", "Full",
+      {"a=/home", "b:=93", "c:=true", "d:=[1, \"x\"]", "e:={\"$date\": 5}", "f=93", "g=", "h=a:=b"},
+      nullptr);
   ASSERT_TRUE(alert.has_value());
   const PropertyList::Dictionary expected{
-      {"a", "/home"}, {"b", 93},     {"c", true}, {"d", PropertyList::Array{1, "x"}},
-      {"e", Date(5)}, {"f", "93"},   {"g", ""},   {"h", "a=b"},
-      {"i", "{bad"},  {"j", "1e400"}};
+      {"a", "/home"}, {"b", 93},   {"c", true}, {"d", PropertyList::Array{1, "x"}},
+      {"e", Date(5)}, {"f", "93"}, {"g", ""},   {"h", "a:=b"}};
   EXPECT_EQ(alert->attributes, expected);
-  EXPECT_EQ(trialAlert("Disk", "Full", {"a={\"$date\": \"x\"}"}, nullptr), std::nullopt);
+  for (const std::string attribute : {"a:={\"$date\": \"x\"}", "a:={bad", "a:=1e400", "a", ""}) {
+    EXPECT_EQ(trialAlert("Disk", "Full", {attribute}, nullptr), std::nullopt) << attribute;
+  }
 }
 
 }  // namespace

@@ -14,9 +14,9 @@ namespace velto {
 
 /// `bundle check DIRECTORY`. Warnings are told, too, but nothing is wrong with them alone.
 int checkBundleCommand(const std::string& path, std::ostream& output);
-/// `bundle render DIRECTORY TYPE key=value... --locale de`
+/// `bundle render DIRECTORY TYPE NAME=TEXT... --locale de`
 int renderBundleCommand(const TrialRequest& request, std::ostream& output, std::ostream& errors);
-/// `bundle run DIRECTORY ACTION TYPE key=value... --locale de`. 1 is also an action's "no".
+/// `bundle run DIRECTORY ACTION TYPE NAME=TEXT... --locale de`. 1 is also an action's "no".
 int runBundleCommand(const TrialRequest& request, const std::string& action, ActionCall call,
                      std::ostream& output, std::ostream& errors);
 /// `bundle new NAME`

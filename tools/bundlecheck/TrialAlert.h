@@ -11,9 +11,9 @@
 
 namespace velto {
 
-/// An alert of a bundle as somebody could post it, sent just now, whose attributes are written
-/// "key=value" each: a value that is JSON is what it says (93, true, ["a", "b"], {"$date": 0}), any
-/// other text is a string. Nothing, with an error, when one has no equals sign or is no value.
+/// An alert of a bundle as somebody could post it, sent just now, whose attributes are written as
+/// `alertsctl post` has them: "name=text", or "name:=json" for a value of any kind (93, true,
+/// ["a", "b"], {"$date": 0}). Nothing, with an error, when one has no equals sign or is no value.
 std::optional<VLAlert> trialAlert(const std::string& bundle, const std::string& type,
                                   const std::vector<std::string>& attributes, ErrorSlot error);
 

@@ -87,13 +87,14 @@ void addChange(VerbSet& group, const VerbText& text, Change call, const char* to
 }  // namespace
 
 void addBundleVerbs(VerbSet& verbs) {
-  VerbSet group = verbs.group({.name = "bundle",
-                               .description = tr("Enable, disable and set up a bundle"),
-                               .example = "alertsctl bundle set Disk --mail on --push off"},
-                              [](Session&) -> ExitStatus {
-                                throw usageFailure(tr("bundle needs enable, disable or set"),
-                                                   tr("see alertsctl bundle --help"));
-                              });
+  VerbSet group =
+      verbs.group({.name = "bundle",
+                   .description = tr("Enable, disable and set up a bundle, or write one"),
+                   .example = "alertsctl bundle set Disk --mail on --push off"},
+                  [](Session&) -> ExitStatus {
+                    throw usageFailure(tr("bundle needs a verb, such as enable or check"),
+                                       tr("see alertsctl bundle --help"));
+                  });
   addChange(group,
             {.name = "enable",
              .description = tr("Take alerts of a bundle"),
@@ -112,6 +113,7 @@ void addBundleVerbs(VerbSet& verbs) {
   addName(verb, *options);
   verb.option("--mail", options->mail, tr("SWITCH"), tr("on or off"));
   verb.option("--push", options->push, tr("SWITCH"), tr("on or off"));
+  addBundleAuthorVerbs(group);
 }
 
 }  // namespace velto

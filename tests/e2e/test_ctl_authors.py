@@ -1,0 +1,56 @@
+# SPDX-License-Identifier: Apache-2.0
+"""The verbs of alertsctl for the authors of bundles, without a daemon."""
+
+import os
+import pathlib
+import re
+import subprocess
+import textwrap
+
+from velto.system import ALERTSCTL
+
+TEXT = (pathlib.Path(__file__).resolve().parents[2] / "docs/bundles.md").read_text()
+
+
+def run(folder, *arguments):
+    return subprocess.run([ALERTSCTL.absolute(), "bundle", *arguments], cwd=folder, check=False,
+                          capture_output=True, text=True,
+                          env={**os.environ, "LC_ALL": "C.UTF-8", "TMPDIR": str(folder)})
+
+
+def test_a_new_bundle_is_checked_shown_and_run(tmp_path):
+    assert run(tmp_path, "new", "Full").stdout == "Full.bundle\n"
+    checked = run(tmp_path, "check", "Full.bundle")
+    assert (checked.returncode, checked.stdout, checked.stderr) == (0, "", "")
+    (tmp_path / "waiting").mkdir()
+    (tmp_path / "waiting/file").touch()
+    alert = ["TooManyFiles", f"folder={tmp_path}/waiting", "files:=1"]
+    shown = run(tmp_path, "render", "Full.bundle", *alert, "--locale", "de")
+    assert shown.returncode == 0
+    assert f"In {tmp_path}/waiting wartet 1 Datei." in shown.stdout
+    assert "Art: Zu viele Dateien" in shown.stdout
+    assert run(tmp_path, "run", "Full.bundle", "Empty", *alert, "--ask").stdout == "not resolved\n"
+    assert run(tmp_path, "run", "Full.bundle", "Empty", *alert).stdout == "done\n"
+    assert run(tmp_path, "run", "Full.bundle", "Empty", *alert, "--ask").stdout == "resolved\n"
+
+
+def test_what_is_wrong_is_told_with_a_status(tmp_path):
+    run(tmp_path, "new", "Full.bundle")
+    texts = tmp_path / "Full.bundle/Contents/Resources/de.lproj/Alerts.strings"
+    texts.write_text(texts.read_text(encoding="utf-8").replace("{folder}", "{folder", 1),
+                     encoding="utf-8")
+    result = run(tmp_path, "check", "Full.bundle")
+    assert result.returncode == 3
+    assert re.search(r"/de\.lproj/Alerts\.strings:2: error: \"TooManyFiles\.subject\" cannot be "
+                     r"understood: .*, at character \d+\n", result.stdout)
+    unknown = run(tmp_path, "render", "Full.bundle", "Unknown")
+    assert unknown.returncode == 3
+    assert "has no alert type 'Unknown'" in unknown.stderr
+
+
+def test_the_first_bundle_of_the_documents_has_no_mistake(tmp_path):
+    blocks = [textwrap.dedent(block) for block in re.findall(r"(?:^(?: {4}.*|)\n)+", TEXT, re.M)]
+    (script,) = [block for block in blocks if block.lstrip("\n").startswith("mkdir -p Disk.bundle")]
+    subprocess.run(["sh", "-eu", "-c", "umask 022; " + script], cwd=tmp_path, check=True)
+    result = run(tmp_path, "check", "Disk.bundle")
+    assert (result.returncode, result.stdout) == (0, "")
