@@ -3,13 +3,14 @@
 the log says beside it what to do."""
 
 import contextlib
+import json
 import pathlib
 import plistlib
 import shutil
 import subprocess
 
 import pytest
-from velto.system import ALERTSD
+from velto.system import ALERTSCTL, ALERTSD
 from velto.varlink import DEADLINE, CallFailed, wait_for
 
 pytestmark = pytest.mark.needs_root
@@ -133,6 +134,32 @@ def code(system):
 
 def nothing(_):
     pass
+
+
+# What the tool says of the same calls.
+TOLD_BY_THE_TOOL = (
+    ("PostAlert", {"alert": {"bundle": "Printer", "type": 3}}, "alert.type must be a string"),
+    ("PostAlert", {"alert": {"bundel": "Printer"}}, "there is no alert.bundel; did you mean bundle?"),
+    ("SetAlertBundleSettings", settings(mailEnabeld=False),
+     "there is no settings.Printer.mailEnabeld; did you mean mailEnabled?"),
+    ("AddPushRecipients", {"recipients": [{"guid": "1", "token": "%"}]},
+     "recipients[0].token is not base64"),
+    ("GetAlertsFromDate", {"fromDate": "2026-01-01"}, "fromDate must be a number; dates are seconds "
+     "since 2001-01-01 00:00:00 UTC; 2026-01-01 is 788918400"),
+    ("SetMailRecipients", {}, "recipients is missing, and without it all there are would go; write "
+     '{"recipients": []} for none'),
+    ("DeleteAlertsBeforeDate", {"date": 1787000000}, "the date is 2057-08-17 20:53:20 UTC, and all "
+     "alerts would go: dates count seconds from 2001; use alertsctl prune, or --yes if you mean it"),
+)
+
+
+@pytest.mark.parametrize("method, parameters, told", TOLD_BY_THE_TOOL)
+def test_the_tool_says_what_is_wanted(untouched, module_system, method, parameters, told):
+    before = state(untouched)
+    result = module_system.run(ALERTSCTL, "call", method, json.dumps(parameters))
+    assert result.returncode in (1, 2)
+    assert result.stderr == f"alertsctl: {told}\n"
+    assert state(untouched) == before
 
 
 # What is there when the daemon starts, who does what then, and what the log says.

@@ -15,6 +15,7 @@
 #include "platform/foundation/Paths.h"
 #include "tools/Verbs.h"
 #include "tools/frame/Failure.h"
+#include "tools/service/InterfaceText.h"
 #include "tools/service/Methods.h"
 #include "tools/text/JSONProblem.h"
 #include "tools/text/Message.h"
@@ -107,21 +108,51 @@ std::optional<alerts::Error> call(Session& session, const CallCommand& command,
   return outcome.error;
 }
 
+/// For people, what a value of the described type is.
+std::string kindOf(std::string_view type) {
+  if (type == "string") return tr("a string");
+  if (type == "float") return tr("a number");
+  if (type == "int") return tr("a whole number");
+  if (type == "bool") return tr("true or false");
+  return type.starts_with("[]") ? tr("a list") : tr("an object");
+}
+
+/// The daemon names the place alone; what belongs there is in the description of its interface.
+void tellWhatIsWanted(Failure& failure, Session& session, const std::string& method,
+                      const std::string& path) {
+  if (path.ends_with(".token")) {
+    failure.what = say("{} is not base64", printable(path));
+    return;
+  }
+  const auto place = placeInParameters(interfaceDescription(session, method),
+                                       method.substr(method.rfind('.') + 1), path);
+  if (!place) {
+    failure.advice = "org.varlink.service.InvalidParameter";
+  } else if (place->type.empty()) {
+    failure.what = say("there is no {}", printable(path));
+    failure.advice = suggestion(path.substr(path.rfind('.') + 1), place->neighbours);
+  } else {
+    failure.what = say("{} must be {}", printable(path), kindOf(place->type));
+  }
+}
+
 Failure failureOfCall(Session& session, const alerts::Error& error, const std::string& method) {
   Failure failure = failureOf(error);
   if (error.kind == alerts::ErrorKind::kMethodNotFound) {
     failure.what = say("no method {}", printable(method));
-    failure.advice = suggestion(method.substr(method.rfind('.') + 1), methodNames(session, method));
+    failure.advice = suggestion(method.substr(method.rfind('.') + 1),
+                                methodNames(interfaceDescription(session, method)));
   }
   const auto parameter = error.information.find("parameter");
   const auto* path =
       error.kind == alerts::ErrorKind::kInvalidParameter && parameter != error.information.end()
           ? parameter->second.get<std::string>()
           : nullptr;
+  if (path != nullptr) tellWhatIsWanted(failure, session, method, *path);
   if (path != nullptr && (path->ends_with("Date") || *path == "date")) {
     failure.advice = tr("dates are seconds since 2001-01-01 00:00:00 UTC; 2026-01-01 is 788918400");
   }
-  if (failure.advice.empty() && error.domain != alerts::kClientDomain &&
+  if (path == nullptr && failure.advice.empty() && error.domain != alerts::kClientDomain &&
       error.kind != alerts::ErrorKind::kService) {
     failure.advice = printable(error.domain);
   }

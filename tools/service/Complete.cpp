@@ -12,6 +12,7 @@
 #include <CLI/App.hpp>
 
 #include "tools/Verbs.h"
+#include "tools/service/InterfaceText.h"
 #include "tools/service/Methods.h"
 #include "tools/settings/BundleNames.h"
 #include "tools/text/Printable.h"
@@ -172,7 +173,9 @@ Words argumentsOf(Session& session, const Place& place) {
   if (name == "KIND") return kinds(place.arguments.empty() ? "" : place.arguments.front());
   if (name == "ADDRESS" && place.verb->get_name() == "remove") return addresses(session);
   if (name == "DEVICE") return devices(session);
-  if (name == "METHOD") return methodNames(session, "com.ulmora.velto.AlertsDaemon.*");
+  if (name == "METHOD") {
+    return methodNames(interfaceDescription(session, "com.ulmora.velto.AlertsDaemon.*"));
+  }
   return {};
 }
 
