@@ -38,6 +38,11 @@ std::string concerned(const PushIdentity& identity, CURLcode code) {
     add(identity.privateKey);
   } else if (code == CURLE_SSL_CACERT_BADFILE) {
     add(identity.certificateAuthority);
+  } else if (code == CURLE_PEER_FAILED_VERIFICATION) {
+    const char* const machines = curl_version_info(CURLVERSION_NOW)->cainfo;
+    names = " (checked by " + (identity.certificateAuthority ? identity.certificateAuthority->path
+                               : machines != nullptr         ? std::string(machines)
+                                                             : "the machine's authorities");
   }
   return names.empty() ? names : names + ")";
 }

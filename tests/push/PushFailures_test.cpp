@@ -262,7 +262,8 @@ TEST_F(PushFailuresTest, ACertificateThatDoesNotVerifyIsRefused) {
   const auto error = onlyError(devices("ok", 150));
   EXPECT_EQ(error.code, CURLE_PEER_FAILED_VERIFICATION);
   EXPECT_THAT(error.localizedDescription(),
-              AllOf(HasSubstr(gateway.endpoint()), HasSubstr("certificate")));
+              AllOf(HasSubstr(gateway.endpoint()), HasSubstr("certificate"),
+                    HasSubstr("(checked by "), HasSubstr("/pki/client.pem")));
   EXPECT_THAT(gateway.requests(), IsEmpty());
 }
 
