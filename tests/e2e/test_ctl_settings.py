@@ -54,7 +54,7 @@ def test_a_bundle_is_disabled_and_enabled(ctl, system):
     ctl.done("bundle", "enable", "Disk")
     assert ctl.json("bundles")["bundles"][0]["enabled"] is True
     refused(ctl("bundle", "enable", "Nothing"), "there is no bundle Nothing")
-    refused(ctl("bundle"), "needs enable, disable or set")
+    refused(ctl("bundle"), "bundle needs a verb, such as enable")
 
 
 def test_mail_recipients_come_and_go(ctl):
