@@ -14,14 +14,13 @@
 #include "platform/foundation/UTF8.h"
 #include "platform/persistence/PersistenceErrors.h"
 #include "store/ADAlertStore.h"
+#include "store/SettledChange.h"
 
 namespace velto {
 namespace {
 
 constexpr std::string_view kDiscoveryErrorDomain = "VeltoAlertsDaemon";
 constexpr int kUnreadableDirectoryCode = 99;
-/// More than an administrator at work needs.
-constexpr int kMostAttempts = 100;
 constexpr const char* kNotLookedFor = "Alert bundles could not be looked for again: ";
 
 std::string displayName(const Bundle& bundle, const std::string& key) {
@@ -128,10 +127,12 @@ Reconciliation reconcileAll(StoreContainer& stores, const std::vector<FoundBundl
 /// At the start nobody else changes records. Later an administrator may, and then nothing of ours
 /// has been saved.
 Reconciliation reconcileUntilSaved(StoreContainer& stores, const std::vector<FoundBundle>& found) {
-  for (int attempt = 1;; ++attempt) {
-    auto result = reconcileAll(stores, found);
-    if (!isConflict(result.saveError) || attempt == kMostAttempts) return result;
-  }
+  Reconciliation result;
+  static_cast<void>(settle(stores, [&] {
+    result = reconcileAll(stores, found);
+    return result.saveError;
+  }));
+  return result;
 }
 
 }  // namespace

@@ -1,14 +1,27 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "store/SettledChange.h"
 
+#include <atomic>
+
 #include "platform/persistence/PersistenceErrors.h"
 
 namespace velto {
 namespace {
 
-/// Those that try again take turns, so only newcomers can be in the way: that one of them is each
-/// time becomes less likely than anything else that could fail.
+/// Those that try again take turns, and newcomers wait for them. So only those can be in the way
+/// who were under way before, and other programs.
 constexpr int kAttempts = 100;
+
+class Counted {
+ public:
+  explicit Counted(std::atomic<int>& all) : all_(all) { ++all_; }
+  ~Counted() { --all_; }
+  Counted(const Counted&) = delete;
+  Counted& operator=(const Counted&) = delete;
+
+ private:
+  std::atomic<int>& all_;
+};
 
 std::optional<Error> trySaving(StoreContainer& container,
                                const std::function<bool(ADAlertStore&)>& change) {
@@ -22,17 +35,25 @@ std::optional<Error> trySaving(StoreContainer& container,
 
 }  // namespace
 
+std::optional<Error> settle(StoreContainer& container,
+                            const std::function<std::optional<Error>()>& attempt) {
+  std::optional<Error> failure;
+  if (container.secondAttempters() == 0) {
+    failure = attempt();
+    if (!isConflict(failure)) return failure;
+  }
+  const Counted counted(container.secondAttempters());
+  const MutexLock turn(container.secondAttempts());
+  int attempts = 0;
+  do {
+    failure = attempt();
+  } while (isConflict(failure) && ++attempts < kAttempts);
+  return failure;
+}
+
 std::optional<Error> saveSettled(StoreContainer& container,
                                  const std::function<bool(ADAlertStore&)>& change) {
-  std::optional<Error> failure = trySaving(container, change);
-  if (!isConflict(failure)) {
-    return failure;
-  }
-  const MutexLock turn(container.secondAttempts());
-  for (int attempt = 1; attempt < kAttempts && isConflict(failure); ++attempt) {
-    failure = trySaving(container, change);
-  }
-  return failure;
+  return settle(container, [&] { return trySaving(container, change); });
 }
 
 }  // namespace velto

@@ -21,4 +21,9 @@ namespace velto {
 std::optional<Error> saveSettled(StoreContainer& container,
                                  const std::function<bool(ADAlertStore&)>& change);
 
+/// The same for a change that makes handles of its own: `attempt` reads, changes and saves, and
+/// returns why its save failed, if it did.
+std::optional<Error> settle(StoreContainer& container,
+                            const std::function<std::optional<Error>()>& attempt);
+
 }  // namespace velto

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -65,6 +66,8 @@ class StoreContainer {
 
   /// Whoever saves again after a conflict holds this one: see saveSettled.
   Mutex& secondAttempts() { return secondAttempts_; }
+  /// How many hold it, or wait for it.
+  std::atomic<int>& secondAttempters() { return secondAttempters_; }
 
   AlertBundleRegistry& bundles() const { return services_.bundles; }
   const DefaultLanguages& languages() const { return services_.languages; }
@@ -85,6 +88,7 @@ class StoreContainer {
   std::shared_ptr<PersistentStoreCoordinator> coordinator_;
   LimitedLog repeatedLines_{services_.log, services_.clock};
   Mutex secondAttempts_;
+  std::atomic<int> secondAttempters_ = 0;
   mutable Mutex mutex_;
   std::optional<std::string> problem_ VELTO_GUARDED_BY(mutex_);
   std::int64_t enabledBundlesVersion_ VELTO_GUARDED_BY(mutex_) = 0;
