@@ -48,8 +48,8 @@ def test_the_code_of_a_bundle_is_compiled_with_what_is_installed(installed, tmp_
     (package,) = installed.glob("usr/lib/*/pkgconfig/velto-alert-bundle.pc")
     flags = subprocess.run(["pkg-config", "--cflags", package], check=True, capture_output=True,
                            text=True).stdout.split()
-    subprocess.run([compiler, "-shared", *flags, "-Wall", "-Werror", "-o", tmp_path / "code.so",
-                    ROOT / source], check=True)
+    subprocess.run([compiler, "-shared", "-fPIC", "-fvisibility=hidden", *flags, "-Wall", "-Werror",
+                    "-o", tmp_path / "code.so", ROOT / source], check=True)
     symbols = subprocess.run(["nm", "-D", "--defined-only", tmp_path / "code.so"], check=True,
                              capture_output=True, text=True).stdout
     assert {"velto_alert_bundle_interface", "velto_alert_bundle_register"} <= set(symbols.split())
