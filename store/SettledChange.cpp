@@ -38,16 +38,17 @@ std::optional<Error> trySaving(StoreContainer& container,
 std::optional<Error> settle(StoreContainer& container,
                             const std::function<std::optional<Error>()>& attempt) {
   std::optional<Error> failure;
-  if (container.secondAttempters() == 0) {
+  int attempts = 0;
+  const auto meetsConflict = [&] {
+    ++attempts;
     failure = attempt();
-    if (!isConflict(failure)) return failure;
-  }
+    return isConflict(failure);
+  };
+  if (container.secondAttempters() == 0 && !meetsConflict()) return failure;
   const Counted counted(container.secondAttempters());
   const MutexLock turn(container.secondAttempts());
-  int attempts = 0;
-  do {
-    failure = attempt();
-  } while (isConflict(failure) && ++attempts < kAttempts);
+  while (attempts < kAttempts && meetsConflict()) {
+  }
   return failure;
 }
 

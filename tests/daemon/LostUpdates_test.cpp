@@ -2,6 +2,7 @@
 // Two clients at the same records. A recovery action that takes its time is at hand: it says that
 // it has begun, and ends when the test lets it.
 
+#include <atomic>
 #include <fstream>
 #include <functional>
 #include <future>
@@ -259,6 +260,35 @@ TEST_F(SettledChangeTest, RecipientsAndAttributesMeetToo) {
                 }),
             2);
   EXPECT_EQ(system_.store().getAttributes(nullptr)["a"], "1");
+}
+
+TEST_F(SettledChangeTest, NewcomersWaitForWhoTriesAgain) {
+  int calls = 0;
+  std::atomic<bool> hasNewcomerRun = false;
+  std::thread newcomer;
+  const auto failure = saveSettled(system_.container, [&](ADAlertStore& store) {
+    store.markAlertAsRead("a", Date(++calls), nullptr);
+    if (calls == 1) {
+      auto others = system_.store();
+      others.markAlertAsRead("a", Date(-1), nullptr);
+      return others.save(nullptr);
+    }
+    newcomer = std::thread([&] {
+      saveSettled(system_.container, [&](ADAlertStore& own) {
+        hasNewcomerRun = true;
+        return own.markAlertAsRead("a", Date(9), nullptr);
+      });
+    });
+    while (system_.container.secondAttempters() < 2) {
+      std::this_thread::yield();
+    }
+    EXPECT_FALSE(hasNewcomerRun);
+    return true;
+  });
+  newcomer.join();
+  EXPECT_FALSE(failure);
+  EXPECT_EQ(calls, 2);
+  EXPECT_EQ(alert("a")->readDate, Date(9));
 }
 
 TEST_F(SettledChangeTest, GivesUpInTheEndWithTheConflict) {
