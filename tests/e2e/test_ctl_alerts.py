@@ -2,6 +2,7 @@
 """The verbs of alertsctl about alerts."""
 
 import json
+import select
 import re
 import time
 
@@ -191,10 +192,20 @@ def lines_of(process, count):
     return [process.stdout.readline() for _ in range(count)]
 
 
+def wait_until_told(ctl, watching):
+    """Posts until the watcher tells of a post: nothing else says that it has begun to watch."""
+    is_told = False
+    while not is_told:
+        (identifier,) = ctl.done("post", "Printer", "Jam").lines
+        is_told = bool(select.select([watching.stdout], [], [], 0.2)[0])
+    while identifier not in watching.stdout.readline():
+        pass
+
+
 def test_watch_tells_what_comes(ctl, three):
     del three
     with ended(ctl.begin("watch", "--json=short")) as watching:
-        time.sleep(0.5)  # nothing tells that it has begun to watch but what it tells
+        wait_until_told(ctl, watching)
         ctl.done("post", "Printer", "Jam")
         ctl.done("resolve", "Full:bb22")
         ctl.done("delete", "Full:cc33")
@@ -218,11 +229,10 @@ def test_following_a_list_begins_with_what_is_there(ctl, three):
 def test_watch_goes_on_with_the_next_daemon(ctl, three, system):
     del three
     with ended(ctl.begin("watch", "-q")) as watching:
-        time.sleep(0.5)
+        wait_until_told(ctl, watching)
         system.restart()
         assert "waiting for the next one" in watching.stderr.readline()
         assert "there is a daemon again" in watching.stderr.readline()
-        (identifier,) = ctl.done("post", "Printer", "Jam").lines
-        assert watching.stdout.readline() == identifier + "\n"
+        wait_until_told(ctl, watching)
         watching.send_signal(2)
         watching.wait(DEADLINE)
