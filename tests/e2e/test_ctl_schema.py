@@ -3,7 +3,7 @@
 
 import json
 import pathlib
-import time
+import select
 
 import pytest
 from velto.control import Control, ended
@@ -106,8 +106,10 @@ def test_errors_have_their_shape(ctl):
 
 def test_changes_have_their_shape(ctl):
     with ended(ctl.begin("list", "-f", "--json=short")) as following:
-        time.sleep(0.5)
-        (identifier,) = ctl.done("post", "Printer", "Jam").lines
+        is_told = False
+        while not is_told:  # only what is told shows that it has begun
+            (identifier,) = ctl.done("post", "Printer", "Jam").lines
+            is_told = bool(select.select([following.stdout], [], [], 0.2)[0])
         check("watch", json.loads(following.stdout.readline()))
         ctl.done("delete", identifier)
         check("watch", json.loads(following.stdout.readline()))
