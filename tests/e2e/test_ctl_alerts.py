@@ -233,6 +233,7 @@ def test_watch_goes_on_with_the_next_daemon(ctl, three, system):
         system.restart()
         assert "waiting for the next one" in watching.stderr.readline()
         assert "there is a daemon again" in watching.stderr.readline()
-        wait_until_told(ctl, watching)
+        (identifier,) = ctl.done("post", "Printer", "Jam").lines
+        assert watching.stdout.readline() == identifier + "\n"
         watching.send_signal(2)
         watching.wait(DEADLINE)

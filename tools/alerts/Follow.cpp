@@ -115,11 +115,19 @@ class EventTeller {
   std::set<std::string> listed_;
 };
 
+/// One that the daemon has answered: from then on nothing is missed.
+alerts::Outcome<alerts::Follower> beginToFollow(Session& session, const alerts::ListQuery& query) {
+  auto follower = session.client().follow(query.bundle, query.type);
+  if (follower.error) return follower;
+  if (auto first = follower.value->next(); first.error) return {.error = std::move(first.error)};
+  return follower;
+}
+
 /// Waits for a daemon that can be followed.
 alerts::Follower followAgain(Session& session, const alerts::ListQuery& query) {
   session.warn(tr("the daemon has gone; waiting for the next one"));
   for (;;) {
-    auto follower = session.client().follow(query.bundle, query.type);
+    auto follower = beginToFollow(session, query);
     if (follower.value) {
       session.warn(tr("there is a daemon again; what happened meanwhile is in alertsctl list"));
       return std::move(*follower.value);
@@ -144,7 +152,7 @@ alerts::Follower followAgain(Session& session, const alerts::ListQuery& query) {
 }
 
 alerts::Follower follower(Session& session, const alerts::ListQuery& query) {
-  auto outcome = session.client().follow(query.bundle, query.type);
+  auto outcome = beginToFollow(session, query);
   if (outcome.error) throw failureOf(*outcome.error);
   return std::move(*outcome.value);
 }
@@ -160,7 +168,6 @@ ExitStatus followAfterList(Session& session, const ListOptions& options) {
   EventTeller teller(session, options);
   // In this order nothing is missed, and what both tell of is known by its identifier.
   alerts::Follower changes = follower(session, teller.query());
-  if (const auto first = changes.next(); first.error) throw failureOf(*first.error);
   AlertPages pages(session.client(), teller.query(), options.count.value_or(kUsualCount));
   std::vector<alerts::ListItem> items;
   for (auto page = pages.next(); !page.empty(); page = pages.next()) {
