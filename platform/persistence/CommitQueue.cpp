@@ -274,18 +274,20 @@ bool CommitQueue::applyAll(std::span<Save> saves) {
   return std::all_of(saves.begin(), saves.end(), [this](Save& save) { return apply(save); });
 }
 
+/// A statement is undone by itself when it fails, so a save of one row needs no savepoint.
 bool CommitQueue::apply(Save& save) {
-  if (!connection_.execute("SAVEPOINT save")) {
+  const bool needsSavepoint = save.changes->size() > 1;
+  if (needsSavepoint && !connection_.execute("SAVEPOINT save")) {
     return false;
   }
   const std::size_t before = rows_.rows().size();
   save.error = rows_.write(*save.changes);
   if (save.error) rows_.forgetRows(before);
   // Some errors make SQLite roll back everything, and the saves before this one with it.
-  if (save.error && !(connection_.inTransaction() && connection_.execute("ROLLBACK TO save"))) {
-    return false;
-  }
-  return connection_.execute("RELEASE save");
+  if (save.error && !connection_.inTransaction()) return false;
+  if (!needsSavepoint) return true;
+  return (!save.error || connection_.execute("ROLLBACK TO save")) &&
+         connection_.execute("RELEASE save");
 }
 
 bool CommitQueue::end(std::span<const Save> saves) {
