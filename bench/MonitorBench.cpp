@@ -19,6 +19,7 @@
 #include "bench/Comparisons.h"
 #include "bench/Followers.h"
 #include "bench/MonitorLists.h"
+#include "bench/PreparedSaves.h"
 #include "bench/SampleStore.h"
 #include "bench/ServiceProcesses.h"
 
@@ -28,7 +29,6 @@ namespace {
 
 constexpr std::size_t kFollowers = 100;
 constexpr int kSavers = 16;
-constexpr std::size_t kFirstNew = std::size_t{1} << 24;  ///< later than all in the store
 constexpr std::string_view kStatusCall(
     "{\"method\":\"com.ulmora.velto.AlertsMonitor.GetStatus\"}\0", 54);
 
@@ -45,8 +45,8 @@ struct Service {
 
 std::unique_ptr<Service> service;
 std::unique_ptr<Followers> followers;
-std::atomic<std::size_t> nextNew = kFirstNew;  ///< the next alert to save
-std::atomic<std::size_t> saved = 0;            ///< while there were followers
+PreparedSaves saves;
+std::atomic<std::size_t> saved = 0;  ///< while there were followers
 Followers::Told toldInAll;
 
 double milliseconds(std::chrono::steady_clock::time_point since) {
@@ -69,7 +69,7 @@ std::vector<Reading> statusReadings() {
     MessageSocket own = service->daemon->connect();
     while (!isCounted) {
       const auto start = std::chrono::steady_clock::now();
-      ask(own, saveOfNewAlert(nextNew++));
+      saves.saveNext(own);
       longestSave = std::max(longestSave, milliseconds(start));
     }
   });
@@ -91,22 +91,14 @@ std::vector<Reading> statusReadings() {
 }
 
 void save(benchmark::State& state) {
-  constexpr std::size_t kCalls = 1000;
-  const std::string done = std::string(R"({"parameters":{}})").append(1, '\0');
   MessageSocket client = service->daemon->connect();
-  // Made before, since it is the daemon that is measured.
-  std::vector<std::string> calls;
-  for (std::size_t first = nextNew.fetch_add(kCalls), made = 0; made < kCalls; ++made) {
-    calls.push_back(saveOfNewAlert(first + made));
-  }
-  std::size_t next = 0;
   for (auto _ : state) {
-    if (ask(client, calls[next++ % kCalls]) != done) {
+    if (!saves.saveNext(client)) {
       state.SkipWithError("an alert was not saved");
     }
   }
   state.SetItemsProcessed(state.iterations());
-  if (followers != nullptr) saved += next;
+  if (followers != nullptr) saved += static_cast<std::size_t>(state.iterations());
 }
 
 void savesNobodyFollows(benchmark::State& state) {
@@ -151,6 +143,7 @@ int run(int argc, char** argv) {
   }
   registerSaves(isQuick);
   service = std::make_unique<Service>(isQuick);
+  saves.prepare(isQuick ? 1000 : 40000);
   // First, when the store is as it was made.
   std::vector<Reading> readings = listReadings(*service->daemon, service->alerts);
   std::ranges::move(statusReadings(), std::back_inserter(readings));

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The daemon as its clients know it: over the socket, beside a bare echo and bare SQLite.
 
-#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <cstdint>
@@ -16,6 +15,7 @@
 
 #include "bench/BareStore.h"
 #include "bench/Comparisons.h"
+#include "bench/PreparedSaves.h"
 #include "bench/SampleStore.h"
 #include "bench/ServiceProcesses.h"
 #include "platform/foundation/Paths.h"
@@ -30,8 +30,7 @@ constexpr std::size_t kFirstNew = std::size_t{1} << 24;  ///< later than all in 
 /// Nearly as long as the log gets before it is checkpointed, in bytes.
 constexpr std::uintmax_t kLongLog = 7'500'000;
 
-/// The next alert to save.
-std::atomic<std::size_t> nextNew = kFirstNew;
+PreparedSaves saves;
 
 /// Where a copy of the system's store has been made.
 std::string copyOfStore(const BenchDirectory& directory, const std::string& root) {
@@ -131,41 +130,14 @@ void insertBare(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations());
 }
 
-/// Calls made before, since it is the daemon that is measured. All clients take the next one, so
-/// that alerts come in the order of their dates, however many clients there are.
-class PreparedSaves {
- public:
-  void prepare() {
-    for (std::string& call : calls_) {
-      call = saveOfNewAlert(nextNew++);
-    }
-  }
-  const std::string& next() { return calls_[next_++ % calls_.size()]; }
-
- private:
-  std::vector<std::string> calls_{16000};
-  std::atomic<std::size_t> next_ = 0;
-};
-
-PreparedSaves saves;
-
 void saveAlerts(benchmark::State& state) {
-  const std::string saved = std::string(R"({"parameters":{}})").append(1, '\0');
   MessageSocket client = service->daemon->connect();
   for (auto _ : state) {
-    if (ask(client, saves.next()) != saved) {
+    if (!saves.saveNext(client)) {
       state.SkipWithError("an alert was not saved");
     }
   }
   state.SetItemsProcessed(state.iterations());
-}
-
-void saveAlertsFromSixteenClients(benchmark::State& state) {
-  saveAlerts(state);
-}
-
-void prepareSaves(const benchmark::State&) {
-  saves.prepare();
 }
 
 // --- Lists ---
@@ -234,7 +206,7 @@ std::string milliseconds(std::chrono::duration<double> time) {
 std::string startWithLongLog() {
   const std::string log = service->root + std::string(kStoreDirectory) + "/alertData.db-wal";
   while (std::filesystem::file_size(log) < kLongLog) {
-    ask(service->client, saveOfNewAlert(nextNew++));
+    saves.saveNext(service->client);
   }
   service->daemon.reset();
   service->daemon = std::make_unique<DaemonProcess>(service->root);
@@ -260,8 +232,7 @@ BENCHMARK(roundTrip)->UseRealTime();
 BENCHMARK(echoPipelined)->UseRealTime();
 BENCHMARK(callsPipelined)->UseRealTime();
 BENCHMARK(insertBare)->UseRealTime();
-BENCHMARK(saveAlerts)->Setup(prepareSaves)->UseRealTime();
-BENCHMARK(saveAlertsFromSixteenClients)->Setup(prepareSaves)->Threads(16)->UseRealTime();
+BENCHMARK(saveAlerts)->UseRealTime();
 BENCHMARK(listBare)->UseRealTime();
 BENCHMARK(listInPieces)->UseRealTime();
 BENCHMARK(listAtOnce)->UseRealTime();
@@ -275,6 +246,7 @@ int run(int argc, char** argv) {
     return 0;
   }
   service = std::make_unique<Service>(isQuick);
+  saves.prepare(isQuick ? 1000 : 40000);
   using Goal = Comparison::Goal;
   const int status =
       runAndCompare({{"A call and its reply beside a bare echo", "echoRoundTrip", "roundTrip",
@@ -283,8 +255,6 @@ int run(int argc, char** argv) {
                       Goal::kRateAtLeast, 0.4},
                      {"SaveAlerts of one alert beside a bare insert, as rates", "insertBare",
                       "saveAlerts", Goal::kRateAtLeast, 0.85},
-                     {"The same from 16 clients, as rates", "insertBare",
-                      "saveAlertsFromSixteenClients", Goal::kRateAtLeast, 5},
                      {"An alert of a list of 10,000 in pieces", "listBare", "listInPieces",
                       Goal::kTimeAtMost, 1.5},
                      {"The same at once", "listBare", "listAtOnce", Goal::kTimeAtMost, 1.5}},

@@ -196,31 +196,36 @@ void RunLoop::Newcomer::settle() {
   if (runLoop != nullptr && --runLoop->newcomers_ == 0 && runLoop->isStopping_) runLoop->end();
 }
 
-/// Lets the source wait for what comes next. False when it waits for nothing, or the system has no
-/// means for it: it is to be destroyed.
-bool RunLoop::keep(EventSource& source, Event next) {
+/// Lets the source wait for what comes next; what is left to do then is for letGo().
+RunLoop::Left RunLoop::keep(EventSource& source, Event next) {
   switch (next) {
     case Event::kNone:
-      return false;
+      return Left::kDestroying;
     case Event::kLater:
       ++suspended_;
-      return true;
+      return Left::kNothing;
     case Event::kTurn:
       turns_.lineUp(source);
-      return true;
+      return Left::kNothing;
     case Event::kPlace:
       turns_.park(source);
-      return true;
+      return Left::kNothing;
     case Event::kHangUp:
       if (!std::exchange(source.isNudged_, false)) {
         source.isListening_ = arm(source, next);
-        return source.isListening_;
+        return source.isListening_ ? Left::kNothing : Left::kDestroying;
       }
       turns_.lineUp(source);
-      return true;
+      return Left::kNothing;
     default:
-      return arm(source, next);
+      return Left::kArming;
   }
+}
+
+/// Without the lock: whoever waits wakes up at once when the event has come before, and would only
+/// wait again, for the lock. When the system has no means to wait, the source is destroyed.
+void RunLoop::letGo(EventSource& source, Event next, Left left) {
+  if (left == Left::kDestroying || (left == Left::kArming && !arm(source, next))) destroy(source);
 }
 
 bool RunLoop::arm(EventSource& source, Event next) const {
@@ -240,14 +245,14 @@ bool RunLoop::needsAnother() {
 }
 
 void RunLoop::resume(EventSource& source, Event next) noexcept {
-  bool isKept = false;
+  Left left = Left::kNothing;
   {
     Wake wake(*this);
     MutexLock lock(mutex_);
-    isKept = keep(source, next);
+    left = keep(source, next);
     wake.isDue = needsAnother();
   }
-  if (!isKept) destroy(source);
+  letGo(source, next, left);
   MutexLock lock(mutex_);
   --suspended_;
   isResumed_.notify_one();

@@ -96,6 +96,8 @@ class RunLoop {
   /// In the event of a source that may be nudged: no source is at an odd address.
   static constexpr std::uint64_t kMayBeNudged = 1;
 
+  /// What is left to do for a source that has been served, once the lock has been left.
+  enum class Left { kNothing, kArming, kDestroying };
   /// What comes of waiting.
   enum class Came { kNothing, kSomething, kStop };
 
@@ -107,7 +109,8 @@ class RunLoop {
   void serve(Turn turn) VELTO_EXCLUDES(mutex_);
   Turn serveTurn(Turn turn) VELTO_EXCLUDES(mutex_);
   Turn takeTurn() VELTO_REQUIRES(mutex_);
-  bool keep(EventSource& source, Event next) VELTO_REQUIRES(mutex_);
+  Left keep(EventSource& source, Event next) VELTO_REQUIRES(mutex_);
+  void letGo(EventSource& source, Event next, Left left) VELTO_EXCLUDES(mutex_);
   static epoll_event eventOf(EventSource& source, Event event);
   bool arm(EventSource& source, Event next) const;
   void lineUp(const epoll_event& event) VELTO_REQUIRES(mutex_);

@@ -99,17 +99,17 @@ Turn RunLoop::serveTurn(Turn turn) {
   UserTurns::begin(turn);
   const Event event = source.serve();
   Turn next;
-  bool isKept = false;
+  Left left = Left::kNothing;
   {
     Wake wake(*this);
     MutexLock lock(mutex_);
     turns_.end(turn);
-    isKept = keep(source, event);
+    left = keep(source, event);
     ++waiting_;
     next = takeTurn();
     wake.isDue = needsAnother();
   }
-  if (!isKept) destroy(source);
+  letGo(source, event, left);
   return next;
 }
 

@@ -3,6 +3,7 @@
 // it writes, so saves that meet share one. One thread at a time leads: it has the turn.
 //
 //     free ───────────► saving thread    a save that finds the turn free commits at once
+//     free ───────────► writer           the same where the last commit was one of many
 //     saving thread ──► writer           more have come meanwhile; this thread has a caller to go
 //                                        back to, so the queue's own thread leads from now on
 //     either ─────────► free             nothing waits any more
@@ -40,12 +41,11 @@
 #include "platform/persistence/PersistenceErrors.h"
 
 namespace velto {
-
 namespace {
 
 /// From this length on, in pages, the log is checkpointed after a commit. A longer one would hold
 /// up fewer saves, but all of it is read and written at the next start.
-constexpr int kLongLog = 2000;
+constexpr int kLongLog = 4000;
 
 Error refusalOf(const SQLiteConnection& connection, int code, std::string_view why) {
   return makeError(kPersistenceErrorDomain, code,
@@ -71,12 +71,14 @@ CommitQueue::CommitQueue(SQLiteConnection& connection, CommitObserver* observer)
 }
 
 void CommitQueue::save(std::vector<RowChange>& changes, ErrorReply completion) {
+  bool isAlone = false;
   {
     const MutexLock lock(mutex_);
     waiting_.push_back({&changes, std::move(completion), std::nullopt});
     if (std::exchange(isTaken_, true)) return;
+    isAlone = !hadCompany_;
   }
-  takeTurn();
+  isAlone ? takeTurn() : leaveToWriter();
 }
 
 void CommitQueue::betweenCommits(std::function<void()> work) {
@@ -135,9 +137,8 @@ void CommitQueue::leaveToTeller(Batch batch) {
 }
 
 void CommitQueue::tell(Batch& batch) {
-  for (Save& save : batch) {
+  for (Save& save : batch)
     save.completion(std::move(save.error));
-  }
 }
 
 /// Gives the turn up when nothing waits.
@@ -154,6 +155,7 @@ CommitQueue::Batch CommitQueue::takeWaiting() {
     const MutexLock lock(mutex_);
     works.swap(betweenCommits_);
     batch.swap(waiting_);
+    hadCompany_ = batch.size() > 1;
   }
   for (const auto& work : works) {
     work();
@@ -250,8 +252,7 @@ std::int64_t CommitQueue::settle(const Save& save) {
   return rows;
 }
 
-/// What is committed is safe in the log, so a failure is none of the saves; the next commit tries
-/// again.
+/// What is committed is safe in the log, so a failure is none of the saves.
 void CommitQueue::checkpointLongLog() noexcept {
   try {
     if (isTrusted_ && connection_.logPages() >= kLongLog && !connection_.checkpoint()) {

@@ -18,7 +18,8 @@
 namespace velto {
 
 /// The saves that wait for the writing connection, and their commits. A save that finds nobody at
-/// work commits at once, on its own thread. What has come meanwhile is for a thread of the queue:
+/// work commits at once, on its own thread; where the last one shared its commit with others, which
+/// are about to come again, it is left to a thread of the queue. What has come meanwhile is, too:
 /// it applies all that wait, each in a savepoint of its own, commits once, leaves the telling to
 /// another thread, and goes on until nothing waits. Whoever has committed also checkpoints, when
 /// the log has become long. Any thread.
@@ -93,7 +94,8 @@ class CommitQueue {
   std::vector<std::function<void()>> betweenCommits_ VELTO_GUARDED_BY(mutex_);
   const Error* refusal_ VELTO_GUARDED_BY(mutex_) = nullptr;
   SaveCounts counts_ VELTO_GUARDED_BY(mutex_);
-  bool isTaken_ VELTO_GUARDED_BY(mutex_) = false;  ///< somebody has the turn
+  bool hadCompany_ VELTO_GUARDED_BY(mutex_) = false;  ///< the last batch was of many
+  bool isTaken_ VELTO_GUARDED_BY(mutex_) = false;     ///< somebody has the turn
 
   // The writer ends first, since it needs all the others.
   SerialQueue teller_;
