@@ -11,7 +11,9 @@
 //      it. So it has no lock.
 //   3. Whoever gives a source back, and whoever takes it next, holds mutex_ in between (serveTurn,
 //      resume, collect), so all that was done to the source is seen. The kernel's own order would
-//      do, but neither the language nor ThreadSanitizer knows of it.
+//      do, but neither the language nor ThreadSanitizer knows of it. It is armed after that, so
+//      that the thread which wakes does not have to wait for mutex_ at once; arming_ keeps its
+//      descriptor open until then.
 //   4. resume() may come before the serving thread is back from serve() and has counted the source
 //      as suspended: suspended_ is below zero then for a moment, and right again after it. Nothing
 //      of a source that has been served with kLater is touched.
@@ -196,43 +198,6 @@ void RunLoop::Newcomer::settle() {
   if (runLoop != nullptr && --runLoop->newcomers_ == 0 && runLoop->isStopping_) runLoop->end();
 }
 
-/// Lets the source wait for what comes next; what is left to do then is for letGo().
-RunLoop::Left RunLoop::keep(EventSource& source, Event next) {
-  switch (next) {
-    case Event::kNone:
-      return Left::kDestroying;
-    case Event::kLater:
-      ++suspended_;
-      return Left::kNothing;
-    case Event::kTurn:
-      turns_.lineUp(source);
-      return Left::kNothing;
-    case Event::kPlace:
-      turns_.park(source);
-      return Left::kNothing;
-    case Event::kHangUp:
-      if (!std::exchange(source.isNudged_, false)) {
-        source.isListening_ = arm(source, next);
-        return source.isListening_ ? Left::kNothing : Left::kDestroying;
-      }
-      turns_.lineUp(source);
-      return Left::kNothing;
-    default:
-      return Left::kArming;
-  }
-}
-
-/// Without the lock: whoever waits wakes up at once when the event has come before, and would only
-/// wait again, for the lock. When the system has no means to wait, the source is destroyed.
-void RunLoop::letGo(EventSource& source, Event next, Left left) {
-  if (left == Left::kDestroying || (left == Left::kArming && !arm(source, next))) destroy(source);
-}
-
-bool RunLoop::arm(EventSource& source, Event next) const {
-  epoll_event event = eventOf(source, next);
-  return ::epoll_ctl(epoll_.get(), EPOLL_CTL_MOD, source.descriptor(), &event) == 0;
-}
-
 /// Whether another thread is to be woken, once the lock has been left.
 bool RunLoop::needsAnother() {
   if (turns_.isAnyoneHeldUp() && !isWatchSet_) {
@@ -289,6 +254,8 @@ void RunLoop::lookForLongTurns() {
 }
 
 void RunLoop::destroy(EventSource& source) {
+  // The thread that armed the source may not be back from that.
+  { MutexLock lock(arming_); }
   Sources::node_type destroyed;  // outside the lock, since a source may take its time
   Wake wake(*this);
   MutexLock lock(mutex_);

@@ -112,7 +112,7 @@ class RunLoop {
   Left keep(EventSource& source, Event next) VELTO_REQUIRES(mutex_);
   void letGo(EventSource& source, Event next, Left left) VELTO_EXCLUDES(mutex_);
   static epoll_event eventOf(EventSource& source, Event event);
-  bool arm(EventSource& source, Event next) const;
+  bool arm(EventSource& source, Event next) VELTO_EXCLUDES(arming_);
   void lineUp(const epoll_event& event) VELTO_REQUIRES(mutex_);
   void destroy(EventSource& source) VELTO_EXCLUDES(mutex_);
   bool needsAnother() VELTO_REQUIRES(mutex_);
@@ -137,6 +137,8 @@ class RunLoop {
   std::atomic<bool> hasEnded_ = false;  ///< no turn is begun any more
   std::atomic<int> newcomers_ = 0;
 
+  /// Held while a source is armed; taken after mutex_, or without it.
+  Mutex arming_;
   Mutex mutex_;
   std::condition_variable helperHasEnded_;
   std::condition_variable isResumed_;

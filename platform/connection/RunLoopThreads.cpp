@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The threads of a run loop: how one waits, serves and ends. RunLoop.cpp tells the idea.
+// The threads of a run loop: how one waits, serves, lets a source wait again, and ends. RunLoop.cpp
+// tells the idea.
 
 #include <array>
 #include <cstdint>
@@ -111,6 +112,44 @@ Turn RunLoop::serveTurn(Turn turn) {
   }
   letGo(source, event, left);
   return next;
+}
+
+/// Lets the source wait for what comes next; what is left to do then is for letGo().
+RunLoop::Left RunLoop::keep(EventSource& source, Event next) {
+  switch (next) {
+    case Event::kNone:
+      return Left::kDestroying;
+    case Event::kLater:
+      ++suspended_;
+      return Left::kNothing;
+    case Event::kTurn:
+      turns_.lineUp(source);
+      return Left::kNothing;
+    case Event::kPlace:
+      turns_.park(source);
+      return Left::kNothing;
+    case Event::kHangUp:
+      if (!std::exchange(source.isNudged_, false)) {
+        source.isListening_ = arm(source, next);
+        return source.isListening_ ? Left::kNothing : Left::kDestroying;
+      }
+      turns_.lineUp(source);
+      return Left::kNothing;
+    default:
+      return Left::kArming;
+  }
+}
+
+/// Without the lock: whoever waits wakes up at once when the event has come before, and would only
+/// wait again, for the lock. When the system has no means to wait, the source is destroyed.
+void RunLoop::letGo(EventSource& source, Event next, Left left) {
+  if (left == Left::kDestroying || (left == Left::kArming && !arm(source, next))) destroy(source);
+}
+
+bool RunLoop::arm(EventSource& source, Event next) {
+  epoll_event event = eventOf(source, next);
+  MutexLock lock(arming_);
+  return ::epoll_ctl(epoll_.get(), EPOLL_CTL_MOD, source.descriptor(), &event) == 0;
 }
 
 /// The next turn, for a thread that counts as waiting, if there is one.
