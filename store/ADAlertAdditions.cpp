@@ -12,11 +12,8 @@
 namespace velto {
 namespace {
 
-std::optional<PropertyList::Dictionary> decodedAttributes(const Data* data) {
-  if (data == nullptr) {
-    return std::nullopt;
-  }
-  auto value = PropertyListSerialization::propertyList(*data, nullptr);
+std::optional<PropertyList::Dictionary> decodedAttributes(const Data& data) {
+  auto value = PropertyListSerialization::propertyList(data, nullptr);
   if (!value || value->dictionary() == nullptr) {
     return std::nullopt;
   }
@@ -24,25 +21,44 @@ std::optional<PropertyList::Dictionary> decodedAttributes(const Data* data) {
 }
 
 /// As the last member. Nearly all are as the writer makes them, and need not be values in between.
-void addAttributes(JSONObjectText& alert, std::string& text, const Data& data) {
+void addAttributes(JSONObjectText& alert, std::string& text, std::string_view data) {
   const std::size_t size = text.size();
   alert.beginMember("attributes");
-  if (appendPlainJSON(text, data.view())) return;
-  if (const auto attributes = decodedAttributes(&data)) {
+  if (appendPlainJSON(text, data)) return;
+  if (const auto attributes = decodedAttributes(Data(data))) {
     appendJSON(text, *attributes);
   } else {
     text.resize(size);
   }
 }
 
-std::optional<std::string_view> textOf(const AttributeValue& value) {
-  const auto* text = std::get_if<std::string>(&value);
-  return text == nullptr ? std::nullopt : std::optional<std::string_view>(*text);
+/// Those of a text, or of data.
+std::optional<std::string_view> bytesOf(const AttributeValue& value) {
+  if (const auto* text = std::get_if<std::string>(&value)) return *text;
+  if (const auto* data = std::get_if<Data>(&value)) return data->view();
+  return std::nullopt;
 }
 
 std::optional<Date> dateOf(const AttributeValue& value) {
   const auto* date = std::get_if<Date>(&value);
   return date == nullptr ? std::nullopt : std::optional(*date);
+}
+
+/// The values of a record are asked for by the position of their attribute.
+template <typename Bytes, typename Dates>
+void appendAlertJSON(std::string& text, const Bytes& bytes, const Dates& date) {
+  JSONObjectText alert(text);
+  addMembers(alert, {.identifier = bytes(positionOf<ADAlert>("identifier")),
+                     .type = bytes(positionOf<ADAlert>("type")),
+                     .bundle = bytes(positionOf<ADAlert>("bundle")),
+                     .creationDate = date(positionOf<ADAlert>("creationDate")),
+                     .sentDate = date(positionOf<ADAlert>("sentDate")),
+                     .readDate = date(positionOf<ADAlert>("readDate")),
+                     .resolvedDate = date(positionOf<ADAlert>("resolvedDate"))});
+  if (const auto attributes = bytes(positionOf<ADAlert>("attributes"))) {
+    addAttributes(alert, text, *attributes);
+  }
+  alert.end();
 }
 
 /// Takes the absent values out of what the value holds, at any depth.
@@ -85,35 +101,20 @@ VLAlert initWithADAlert(const ADAlert& record) {
   alert.sentDate = record.sentDate();
   alert.readDate = record.readDate();
   alert.resolvedDate = record.resolvedDate();
-  alert.attributes = decodedAttributes(record.attributes());
+  if (record.attributes() != nullptr) alert.attributes = decodedAttributes(*record.attributes());
   return alert;
 }
 
-void appendJSON(std::string& text, const ADAlert& record) {
-  JSONObjectText alert(text);
-  addMembers(alert, {.identifier = record.identifier(),
-                     .type = record.type(),
-                     .bundle = record.bundle(),
-                     .creationDate = record.creationDate(),
-                     .sentDate = record.sentDate(),
-                     .readDate = record.readDate(),
-                     .resolvedDate = record.resolvedDate()});
-  if (record.attributes() != nullptr) addAttributes(alert, text, *record.attributes());
-  alert.end();
+void appendAlertJSON(std::string& text, const StoredRow& row) {
+  appendAlertJSON(
+      text, [&](std::size_t attribute) { return row.bytes(attribute); },
+      [&](std::size_t attribute) { return row.date(attribute); });
 }
 
 void appendAlertJSON(std::string& text, const std::vector<AttributeValue>& values) {
-  JSONObjectText alert(text);
-  addMembers(alert, {.identifier = textOf(values[positionOf<ADAlert>("identifier")]),
-                     .type = textOf(values[positionOf<ADAlert>("type")]),
-                     .bundle = textOf(values[positionOf<ADAlert>("bundle")]),
-                     .creationDate = dateOf(values[positionOf<ADAlert>("creationDate")]),
-                     .sentDate = dateOf(values[positionOf<ADAlert>("sentDate")]),
-                     .readDate = dateOf(values[positionOf<ADAlert>("readDate")]),
-                     .resolvedDate = dateOf(values[positionOf<ADAlert>("resolvedDate")])});
-  const auto* attributes = std::get_if<Data>(&values[positionOf<ADAlert>("attributes")]);
-  if (attributes != nullptr) addAttributes(alert, text, *attributes);
-  alert.end();
+  appendAlertJSON(
+      text, [&](std::size_t attribute) { return bytesOf(values[attribute]); },
+      [&](std::size_t attribute) { return dateOf(values[attribute]); });
 }
 
 ADAlert insertADAlertObjectInManagedObjectContext(const VLAlert& alert,

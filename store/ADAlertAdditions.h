@@ -8,6 +8,7 @@
 #include "alerts/VLAlert.h"
 #include "platform/foundation/Data.h"
 #include "platform/persistence/ManagedObjectContext.h"
+#include "platform/persistence/StoredRow.h"
 #include "store/ADAlert.h"
 
 namespace velto {
@@ -16,10 +17,10 @@ namespace velto {
 /// property-list dictionary read as absent.
 VLAlert initWithADAlert(const ADAlert& record);
 
-/// The JSON of that alert.
-void appendJSON(std::string& text, const ADAlert& record);
+/// The JSON of that alert, from the row of its record.
+void appendAlertJSON(std::string& text, const StoredRow& row);
 
-/// The same of the values that a record has, in the order of its attributes.
+/// The same from the values that a record has, in the order of its attributes.
 void appendAlertJSON(std::string& text, const std::vector<AttributeValue>& values);
 
 /// The dictionary as a record holds it: a binary property list. Nothing for an absent dictionary or

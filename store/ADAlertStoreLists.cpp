@@ -128,9 +128,9 @@ AlertSequence::Texts nextTexts(FetchCursor& cursor, ErrorSlot error) {
   AlertSequence::Texts texts;
   texts.ends.reserve(kMany);
   std::optional<Error> failure;
-  cursor.read<ADAlert>(
-      [&](const ADAlert& record) {
-        appendJSON(texts.text, record);
+  cursor.readRows(
+      [&](const StoredRow& row) {
+        appendAlertJSON(texts.text, row);
         texts.ends.push_back(texts.text.size());
         return texts.ends.size() < kMany && texts.text.size() < kMuch;
       },

@@ -5,6 +5,8 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cstddef>
+#include <cstring>
 
 #include "platform/foundation/Hexadecimal.h"
 
@@ -36,6 +38,32 @@ bool needsEscape(char character) {
   return kNeedsEscape[static_cast<unsigned char>(character)];
 }
 
+/// A word with this value in each byte.
+constexpr std::uint64_t inEachByte(std::uint8_t value) {
+  return ~std::uint64_t{0} / 0xff * value;
+}
+
+/// Whether one of eight characters needs an escape. Of a difference from a byte to the next smaller
+/// one than asked for the highest bit is set, and was not before; borrowing from the next byte can
+/// only make a character be looked at in vain.
+bool needsEscape(std::uint64_t word) {
+  const auto hasBelow = [](std::uint64_t bytes, std::uint8_t limit) {
+    return (bytes - inEachByte(limit)) & ~bytes & inEachByte(0x80);
+  };
+  return (hasBelow(word, 0x20) | hasBelow(word ^ inEachByte('"'), 1) |
+          hasBelow(word ^ inEachByte('\\'), 1)) != 0;
+}
+
+/// The first character from here on that may need an escape: mostly there is none.
+const char* skipPlain(const char* next, const char* end) {
+  std::uint64_t word = 0;
+  for (; end - next >= std::ptrdiff_t{sizeof word}; next += sizeof word) {
+    std::memcpy(&word, next, sizeof word);
+    if (needsEscape(word)) break;
+  }
+  return next;
+}
+
 void appendEscaped(std::string& text, char character) {
   constexpr std::string_view kShort = "\"\\\b\f\n\r\t";
   constexpr std::string_view kShortNames = "\"\\bfnrt";
@@ -51,15 +79,16 @@ void appendEscaped(std::string& text, char character) {
 
 void appendJSON(std::string& text, std::string_view value) {
   text += '"';
-  auto start = value.begin();
-  for (auto next = start; next != value.end(); ++next) {
+  const char* start = value.data();
+  const char* const end = start + value.size();
+  for (const char* next = start; (next = skipPlain(next, end)) != end; ++next) {
     if (needsEscape(*next)) {
       text.append(start, next);
       appendEscaped(text, *next);
       start = next + 1;
     }
   }
-  text.append(start, value.end()) += '"';
+  text.append(start, end) += '"';
 }
 
 void appendJSON(std::string& text, bool value) {

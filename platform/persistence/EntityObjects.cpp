@@ -139,7 +139,7 @@ void EntityObjects::refresh(ObjectState& state, const Statement& row) const {
   state.version = row.integer(1);
   state.values.resize(attributes.size());
   for (std::size_t index = 0; index < attributes.size(); ++index) {
-    row.read(static_cast<int>(index) + 2, attributes[index].type, state.values[index]);
+    row.read(static_cast<int>(index) + kColumnsBefore, attributes[index].type, state.values[index]);
   }
 }
 

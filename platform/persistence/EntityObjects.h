@@ -22,6 +22,9 @@ struct RowChange;
 /// pending changes. Used on the context's thread only.
 class EntityObjects {
  public:
+  /// Of a row of the entity's SELECT, before the attributes: its id and version.
+  static constexpr int kColumnsBefore = 2;
+
   /// Null where no model is known: records can be made then, and nothing else.
   explicit EntityObjects(const EntityDescription* entity) : entity_(entity) {}
   EntityObjects(const EntityObjects&) = delete;

@@ -93,11 +93,26 @@ FetchCursor::FetchCursor(std::shared_ptr<PersistentStoreCoordinator> coordinator
 FetchCursor::~FetchCursor() = default;
 
 bool FetchCursor::readStates(const std::function<bool(ObjectState&)>& take, ErrorSlot error) {
+  return readStatements(
+      [&](const Statement& row) {
+        objects_.refresh(state_, row);
+        return take(state_);
+      },
+      error);
+}
+
+bool FetchCursor::readRows(const std::function<bool(const StoredRow&)>& take, ErrorSlot error) {
+  return readStatements(
+      [&](const Statement& row) { return take(StoredRow(row, EntityObjects::kColumnsBefore)); },
+      error);
+}
+
+bool FetchCursor::readStatements(const std::function<bool(const Statement&)>& take,
+                                 ErrorSlot error) {
   bool isTaken = false;
   const auto takeRow = [&](const Statement& row) {
     isTaken = true;
-    objects_.refresh(state_, row);
-    return take(state_);
+    return take(row);
   };
   // All that were decided on may have been deleted since.
   while (!isTaken) {

@@ -16,6 +16,7 @@
 #include "platform/persistence/ManagedObject.h"
 #include "platform/persistence/ObjectState.h"
 #include "platform/persistence/PersistentStoreCoordinator.h"
+#include "platform/persistence/StoredRow.h"
 
 namespace velto {
 
@@ -66,6 +67,9 @@ class FetchCursor {
     return readStates([&](ObjectState& state) { return take(Object(state)); }, error);
   }
 
+  /// The same, of the records as they lie in the store.
+  bool readRows(const std::function<bool(const StoredRow&)>& take, ErrorSlot error);
+
  private:
   /// A record's place in the order. A date that is not a number stands for none.
   struct Place {
@@ -74,6 +78,7 @@ class FetchCursor {
   };
 
   bool readStates(const std::function<bool(ObjectState&)>& take, ErrorSlot error);
+  bool readStatements(const std::function<bool(const Statement&)>& take, ErrorSlot error);
   bool decideNext(ErrorSlot error);
   bool decidePortion(const FetchRequest& request, ErrorSlot error);
   bool decideAtOnce(ErrorSlot error);

@@ -31,6 +31,22 @@ TEST(JSONText, ControlCharactersAreEscaped) {
             "\"\\b\\f\\n\\r\\t\\\"\\\\\\u0001\\u001f\x7f/\"");
 }
 
+TEST(JSONText, EveryCharacterIsEscapedWhereverItStands) {
+  constexpr std::size_t kLength = 19;  // more than two words, and a rest
+  for (std::size_t place = 0; place < kLength; ++place) {
+    for (int character = 0; character < 0x100; ++character) {
+      std::string text(kLength, '!');
+      text[place] = static_cast<char>(character);
+      const bool isEscaped = character < 0x20 || character == '"' || character == '\\';
+      const std::string written = asText(text);
+      EXPECT_EQ(written.size() > kLength + 2, isEscaped) << character << " at " << place;
+      if (character < 0x80) {
+        EXPECT_EQ(json::parse(written).as_string(), text);
+      }
+    }
+  }
+}
+
 TEST(JSONText, NumbersReadBackAsTheyAre) {
   for (const double real :
        {0.0, -0.0, 0.1, 5.0, -1e300, 5e-324, 1.7976931348623157e308, 1e22, 123456789012345680.0}) {

@@ -51,6 +51,9 @@ class Statement {
   bool isAbsent(int column) const;
   /// The text or data as it lies in SQLite's memory, until the next step; empty when it is absent.
   std::string_view bytes(int column) const;
+  /// The same, and nothing when it is absent.
+  std::optional<std::string_view> presentBytes(int column) const;
+  std::optional<double> presentReal(int column) const;
   AttributeValue value(int column, AttributeType type) const;
   /// The same, in the memory that `value` has.
   void read(int column, AttributeType type, AttributeValue& value) const;

@@ -34,6 +34,13 @@ int bindValue(sqlite3_stmt* statement, int index, const AttributeValue& value) {
       value);
 }
 
+/// As a blob, text and data both come without conversion; the length is known only after the
+/// pointer, which is null for what is empty, too.
+std::string_view bytesOf(sqlite3_value* value) {
+  const auto* start = static_cast<const char*>(sqlite3_value_blob(value));
+  return {start, static_cast<std::size_t>(sqlite3_value_bytes(value))};
+}
+
 }  // namespace
 
 int checkedForMemory(int result) {
@@ -92,13 +99,20 @@ bool Statement::isAbsent(int column) const {
   return sqlite3_column_type(statement_, column) == SQLITE_NULL;
 }
 
-/// As a blob, text and data both come without conversion; the length is known only after the
-/// pointer, which is null for what is empty, too. The value is asked for once, since that takes the
-/// connection's lock; it is this thread's alone.
+/// The value is asked for once, since that takes the connection's lock; it is this thread's alone.
 std::string_view Statement::bytes(int column) const {
+  return bytesOf(sqlite3_column_value(statement_, column));
+}
+
+std::optional<std::string_view> Statement::presentBytes(int column) const {
   sqlite3_value* const value = sqlite3_column_value(statement_, column);
-  const auto* start = static_cast<const char*>(sqlite3_value_blob(value));
-  return {start, static_cast<std::size_t>(sqlite3_value_bytes(value))};
+  return sqlite3_value_type(value) == SQLITE_NULL ? std::nullopt : std::optional(bytesOf(value));
+}
+
+std::optional<double> Statement::presentReal(int column) const {
+  sqlite3_value* const value = sqlite3_column_value(statement_, column);
+  return sqlite3_value_type(value) == SQLITE_NULL ? std::nullopt
+                                                  : std::optional(sqlite3_value_double(value));
 }
 
 AttributeValue Statement::value(int column, AttributeType type) const {
