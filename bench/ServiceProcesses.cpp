@@ -210,6 +210,36 @@ MessageSocket DaemonProcess::connect() const {
   return MessageSocket(connectedSocket(socketPath()));
 }
 
+namespace {
+
+/// The sum of the numbers behind the names that end so, in a file of lines such as "name: number".
+std::size_t sumOf(const std::filesystem::path& path, std::string_view nameEnd) {
+  std::ifstream lines(path);
+  std::size_t sum = 0;
+  for (std::string line; std::getline(lines, line);) {
+    const std::size_t colon = line.find(':');
+    if (colon != std::string::npos && std::string_view(line).substr(0, colon).ends_with(nameEnd)) {
+      sum += std::stoull(line.substr(colon + 1));
+    }
+  }
+  return sum;
+}
+
+}  // namespace
+
+std::size_t DaemonProcess::contextSwitches() const {
+  std::size_t sum = 0;
+  for (const auto& thread :
+       std::filesystem::directory_iterator(fmt::format("/proc/{}/task", process_))) {
+    sum += sumOf(thread.path() / "status", "_ctxt_switches");
+  }
+  return sum;
+}
+
+std::size_t DaemonProcess::writtenBytes() const {
+  return sumOf(fmt::format("/proc/{}/io", process_), "wchar");
+}
+
 DaemonProcess::Memory DaemonProcess::memory() const {
   std::ifstream file(fmt::format("/proc/{}/statm", process_));
   std::size_t all = 0;

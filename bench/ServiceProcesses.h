@@ -82,6 +82,10 @@ class DaemonProcess {
   std::size_t residentBytes() const { return memory().resident; }
   /// Of those, what is of files, libraries most of all.
   std::size_t sharedBytes() const { return memory().shared; }
+  /// Since its start, in all threads that there are now.
+  std::size_t contextSwitches() const;
+  /// Since its start, to files.
+  std::size_t writtenBytes() const;
 
  private:
   struct Memory {

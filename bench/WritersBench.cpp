@@ -56,6 +56,10 @@ struct Measured {
   std::vector<double> bare;  ///< an insert
   std::vector<double> ours;  ///< from one save to the next one, whoever saves
   std::vector<double> wait;  ///< that 99 of 100 saves do not exceed
+
+  // For each save.
+  std::vector<double> switches;   ///< of threads of the daemon
+  std::vector<double> kilobytes;  ///< written to files
 };
 
 /// The value that so much of the others, of 1, do not exceed.
@@ -86,6 +90,8 @@ class Writers {
   void measure(std::size_t clients, Measured& measured) {
     measured.bare.push_back(insertBare());
     saves_.prepare(extent_.prepared);
+    const std::size_t switches = daemon_->contextSwitches();
+    const std::size_t written = daemon_->writtenBytes();
     const auto start = Clock::now();
     std::vector<std::vector<double>> waits(clients);
     std::vector<std::thread> threads;
@@ -100,7 +106,11 @@ class Writers {
     for (const std::vector<double>& own : waits) {
       all.insert(all.end(), own.begin(), own.end());
     }
-    measured.ours.push_back(time.count() / static_cast<double>(all.size()));
+    const auto saves = static_cast<double>(all.size());
+    measured.ours.push_back(time.count() / saves);
+    measured.switches.push_back(static_cast<double>(daemon_->contextSwitches() - switches) / saves);
+    measured.kilobytes.push_back(static_cast<double>(daemon_->writtenBytes() - written) / 1000 /
+                                 saves);
     measured.wait.push_back(quantile(std::move(all), 0.99));
   }
 
@@ -154,17 +164,18 @@ std::string verdict(std::size_t clients, double ratio, double wait) {
 
 void print(const std::vector<Measured>& all) {
   fmt::print(
-      "| Clients | Bare insert | Time a save | Ratio of rates | Saves a second | 99 of 100 within "
-      "| Target |\n"
-      "|---|---|---|---|---|---|---|\n");
+      "| Clients | Bare insert | A save | Ratio of rates | Saves a second | 99 of 100 within | "
+      "Switches a save | Written a save | Target |\n|---|---|---|---|---|---|---|---|---|\n");
   for (std::size_t index = 0; index < kClients.size(); ++index) {
     const Measured& measured = all[index];
     const double ours = median(measured.ours);
     const double ratio = median(measured.bare) / ours;
     const double wait = median(measured.wait);
-    fmt::print("| {} | {:.1f} µs | {:.1f} µs | {:.2f} | {:.0f} | {:.2f} ms | {} |\n",
-               kClients[index], median(measured.bare) * 1000, ours * 1000, ratio, 1000 / ours, wait,
-               verdict(kClients[index], ratio, wait));
+    fmt::print(
+        "| {} | {:.1f} µs | {:.1f} µs | {:.2f} | {:.0f} | {:.2f} ms | {:.1f} | {:.1f} KB | {} |\n",
+        kClients[index], median(measured.bare) * 1000, ours * 1000, ratio, 1000 / ours, wait,
+        median(measured.switches), median(measured.kilobytes),
+        verdict(kClients[index], ratio, wait));
   }
 }
 
