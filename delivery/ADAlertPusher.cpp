@@ -10,12 +10,15 @@
 #include "delivery/DeviceNames.h"
 #include "platform/foundation/Shared.h"
 #include "platform/foundation/SingleLine.h"
+#include "platform/foundation/UTF8.h"
 
 namespace velto {
 namespace {
 
 constexpr const char* kIdentityPreference = "ovix:com.ulmora.alerts";
 constexpr double kSecondsToExpiry = 2592000;
+/// Bytes of a push service's answer that are told of it.
+constexpr std::size_t kMaximumAnswer = 200;
 
 Data payload(std::string_view message) {
   return Data(boost::json::serialize(boost::json::object{{"zel", {{"alert", message}}}}));
@@ -42,22 +45,24 @@ class FirstReport {
         return error;
       });
     });
-    provider_.setErrorResponseHandler([this](std::uint64_t status, const Data& response) {
-      keep([&] {
-        return Error{std::string(kPusherErrorDomain),
-                     static_cast<std::int64_t>(status),
-                     {{std::string(NSLocalizedDescriptionKey), response}}};
-      });
-    });
+    provider_.setErrorResponseHandler(
+        [this](std::uint64_t status, const Data& response, const Data& device) {
+          keep([&] {
+            if (!error_) device_ = device;
+            return Error{std::string(kPusherErrorDomain),
+                         static_cast<std::int64_t>(status),
+                         {{std::string(NSLocalizedDescriptionKey), response}}};
+          });
+        });
   }
   ~FirstReport() { stopHearing(); }
   FirstReport(const FirstReport&) = delete;
   FirstReport& operator=(const FirstReport&) = delete;
 
   /// What was reported when there is nothing more to hear.
-  std::optional<Error> result() {
+  ADAlertPusher::Report result() {
     stopHearing();
-    return std::move(error_);
+    return {std::move(error_), std::move(device_)};
   }
 
  private:
@@ -79,8 +84,20 @@ class FirstReport {
 
   PushServiceProvider& provider_;
   std::optional<Error> error_;
+  std::optional<Data> device_;
   bool isHearing_ = true;
 };
+
+/// In a line. A push service's answer comes as bytes, since it need not be text, and its status is
+/// of one device.
+std::string reasonOf(const Error& error, const std::string& device) {
+  const PropertyList* words = valueForKey(error.userInfo, NSLocalizedDescriptionKey);
+  const Data* answer = words == nullptr ? nullptr : words->data();
+  if (answer == nullptr) return singleLine(error.localizedDescription());
+  std::string reason = device + ": " + std::to_string(error.code) + " ";
+  reason.append(answer->view().substr(0, kMaximumAnswer));
+  return singleLine(withoutInvalidUTF8(std::move(reason)));
+}
 
 }  // namespace
 
@@ -116,17 +133,20 @@ std::optional<Error> ADAlertPusher::sendAlert(const VLAlert& alert, ADAlertStore
   for (const auto& [localization, tokens] : recipients) {
     const DeliveryUnderWay delivery(journal_, "push");
     const auto message = bundleAlert->subject(localization);
-    auto result =
-        message ? sendPushNotificationToTokens(tokens, *message, alert.sentDate)
-                : makeError(kPusherErrorDomain, kNoPushMessageErrorCode,
-                            "The alert has no subject in the language \"" + localization + "\".");
-    journal_.add(alert, {.channel = "push",
-                         .recipients = names.of(tokens),
-                         .locale = localization,
-                         .isDelivered = !result,
-                         .status = result ? result->code : 0,
-                         .reason = result ? singleLine(result->localizedDescription()) : "",
-                         .duration = delivery.elapsed()});
+    auto [result, device] = message
+                                ? sendToTokens(tokens, *message, alert.sentDate)
+                                : Report{makeError(kPusherErrorDomain, kNoPushMessageErrorCode,
+                                                   "The alert has no subject in the language \"" +
+                                                       localization + "\"."),
+                                         std::nullopt};
+    journal_.add(alert,
+                 {.channel = "push",
+                  .recipients = names.of(tokens),
+                  .locale = localization,
+                  .isDelivered = !result,
+                  .status = result ? result->code : 0,
+                  .reason = result ? reasonOf(*result, device ? names.of({*device}) : "") : "",
+                  .duration = delivery.elapsed()});
     if (result) {
       setIfEmpty(&error, std::move(*result));
     }
@@ -137,6 +157,12 @@ std::optional<Error> ADAlertPusher::sendAlert(const VLAlert& alert, ADAlertStore
 std::optional<Error> ADAlertPusher::sendPushNotificationToTokens(const std::vector<Data>& tokens,
                                                                  std::string_view message,
                                                                  std::optional<Date> date) {
+  return sendToTokens(tokens, message, date).error;
+}
+
+ADAlertPusher::Report ADAlertPusher::sendToTokens(const std::vector<Data>& tokens,
+                                                  std::string_view message,
+                                                  std::optional<Date> date) {
   const Data content = payload(message);
   const Date expiry(clock_.now().secondsSinceReference() + kSecondsToExpiry);
   const Data name = identifier(date);

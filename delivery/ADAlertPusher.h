@@ -60,7 +60,16 @@ class ADAlertPusher {
                                                     std::string_view message,
                                                     std::optional<Date> date);
 
+  /// What the provider reported first, and of a status the token of the device that it was for.
+  struct Report {
+    std::optional<Error> error;
+    std::optional<Data> device;
+  };
+
  private:
+  Report sendToTokens(const std::vector<Data>& tokens, std::string_view message,
+                      std::optional<Date> date);
+
   AlertBundleRegistry& bundles_;
   const Clock& clock_;
   DeliveryJournal& journal_;

@@ -23,8 +23,9 @@ std::string message(const VLAlert& alert, const DeliveryOutcome& outcome) {
   std::string text = "Alert " + alert.identifier.value_or("") + " of " +
                      alert.bundle.value_or("no bundle") + ", " + std::string(outcome.channel) +
                      " to " + outcome.recipients + ": ";
-  return singleLine(text.append(
-      outcome.isDelivered ? "delivered" : "failed with status " + std::to_string(outcome.status)));
+  text +=
+      outcome.isDelivered ? "delivered" : "failed with status " + std::to_string(outcome.status);
+  return singleLine(outcome.reason.empty() ? text : text + " (" + outcome.reason + ")");
 }
 
 class SystemDeliveryJournal : public DeliveryJournal {

@@ -34,6 +34,7 @@ struct PushTimeLimits {
 struct PushErrorResponse {
   std::uint64_t status = 0;
   Data body;
+  Data device = {};  ///< the token of whose notification it was
 };
 
 /// What became of a notification: accepted, not answered, or not accepted.

@@ -19,8 +19,9 @@ namespace velto {
 class PushServiceProvider {
  public:
   using ErrorHandler = std::function<void(const Error& error)>;
-  /// The push service's status for a notification, and what it said with it.
-  using ErrorResponseHandler = std::function<void(std::uint64_t status, const Data& response)>;
+  /// The push service's status for a notification, what it said with it, and for which device.
+  using ErrorResponseHandler =
+      std::function<void(std::uint64_t status, const Data& response, const Data& device)>;
 
   virtual ~PushServiceProvider() = default;
 

@@ -183,7 +183,8 @@ PushOutcome PushTransfer::outcome(CURLcode code) const {
     if (status() >= 200 && status() < 300) {
       return std::monostate();
     }
-    return PushErrorResponse{static_cast<std::uint64_t>(status()), Data(std::string_view(body_))};
+    return PushErrorResponse{static_cast<std::uint64_t>(status()), Data(std::string_view(body_)),
+                             notification_.device};
   }
   const PushIdentity& identity = *notification_.message->identity;
   const std::string endpoint = identity.shownEndpoint() + ": ";

@@ -132,7 +132,7 @@ void UlmoraPushServiceProvider::Conversation::report(const PushOutcome& outcome)
   if (error != nullptr && errorHandler) {
     errorHandler(*error);
   } else if (response != nullptr && errorResponseHandler) {
-    errorResponseHandler(response->status, response->body);
+    errorResponseHandler(response->status, response->body, response->device);
   }
 }
 

@@ -6,6 +6,7 @@ import json
 import pytest
 from velto import gateway, store
 from velto.skipping import skip_or_fail
+from velto.system import ALERTSCTL
 
 pytestmark = pytest.mark.needs_root
 
@@ -27,10 +28,10 @@ def _office(system):
         system.gateway.close()
 
 
-def add_device(system, device, language):
+def add_device(system, device, language, name="Phone"):
     store.execute(system.store_file,
                   'INSERT INTO "ADPushRecipient" (_version, enabled, guid, localization, token,'
-                  ' name) VALUES (1, 1, ?, ?, ?, ?)', device, language, device.encode(), "Phone")
+                  ' name) VALUES (1, 1, ?, ?, ?, ?)', device, language, device.encode(), name)
 
 
 def post(system):
@@ -101,3 +102,16 @@ def test_an_identity_that_others_can_read_is_not_used(office):
     assert "others than its owner can read or write it" in \
         post(office)["error"]["userInfo"]["NSLocalizedDescription"]
     assert office.gateway.requests() == []
+
+
+def test_the_tool_names_a_gateways_status_and_the_device(office):
+    add_device(office, "ok", "en")
+    add_device(office, "status 404 BadDeviceToken", "en", "Ann's phone")
+    office.gateway.install_identity()
+    daemon = office.start()
+    told = "the push gateway answered Not Found (404): BadDeviceToken; it was for the device " \
+           "Ann's phone; see alertsctl deliveries, and /etc/velto/push"
+    assert office.run(ALERTSCTL, "post", "Common", "Test").stderr == f"alertsctl: {told}\n"
+    assert f"Push: {told}\n" in office.run(ALERTSCTL, "test").stdout
+    assert "push to Phone, Ann's phone: failed with status 404 (Ann's phone: 404 BadDeviceToken)" \
+        in daemon.log()

@@ -25,6 +25,7 @@ inline constexpr const char* kIdentityFile = "/etc/velto/push/ovix:com.ulmora.al
 struct Told {
   std::vector<std::string> reports;
   std::vector<Error> errors;
+  std::vector<std::string> refused;  ///< devices, one for each status
 };
 
 /// A provider in a system of its own.
@@ -77,9 +78,11 @@ class PushTest : public ::testing::Test {
       told.reports.push_back("error " + std::to_string(error.code));
       told.errors.push_back(error);
     });
-    provider().setErrorResponseHandler([&](std::uint64_t status, const Data& response) {
-      told.reports.push_back(std::to_string(status) + " " + std::string(response.view()));
-    });
+    provider().setErrorResponseHandler(
+        [&](std::uint64_t status, const Data& response, const Data& device) {
+          told.refused.emplace_back(device.view());
+          told.reports.push_back(std::to_string(status) + " " + std::string(response.view()));
+        });
     for (const std::string& text : devices) {
       provider().sendPushNotification(Data("{}"), device(text), Data("\1\2\3\4"),
                                       Date(clock_.now().secondsSinceReference() + 60));

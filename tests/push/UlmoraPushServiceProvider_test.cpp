@@ -118,8 +118,9 @@ TEST_F(UlmoraPushServiceProviderTest, HandlersRunOnTheThreadThatSends) {
   PushGateway gateway;
   setIdentity(gateway);
   std::vector<std::thread::id> threads;
-  provider().setErrorResponseHandler(
-      [&](std::uint64_t, const Data&) { threads.push_back(std::this_thread::get_id()); });
+  provider().setErrorResponseHandler([&](std::uint64_t, const Data&, const Data&) {
+    threads.push_back(std::this_thread::get_id());
+  });
   for (const auto& name : devices("status 500", 20)) {
     provider().sendPushNotification(Data("{}"), device(name), Data("1"), Date(0));
   }

@@ -53,7 +53,8 @@ class FakePushProvider : public PushServiceProvider {
       errorHandler_(error->second);
     }
     if (const auto refusal = refusals_.find(sent.back().device); refusal != refusals_.end()) {
-      errorResponseHandler_(refusal->second.first, Data(std::string_view(refusal->second.second)));
+      errorResponseHandler_(refusal->second.first, Data(std::string_view(refusal->second.second)),
+                            device);
     }
   }
   void flush() override { operations.emplace_back("flush"); }

@@ -37,7 +37,7 @@ ExitStatus post(Session& session, const Options& options) {
     session.write(posted.identifier + '\n');
   }
   // The alert is there, but somebody has not been told of it.
-  if (posted.error) throw failureOf(*posted.error);
+  if (posted.error) throw failureOfDelivery(session, *posted.error);
   return kExitDone;
 }
 

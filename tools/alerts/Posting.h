@@ -7,6 +7,7 @@
 #include <velto/Alert.h>
 #include <velto/Error.h>
 
+#include "tools/frame/Failure.h"
 #include "tools/frame/Session.h"
 
 namespace velto {
@@ -18,6 +19,10 @@ struct Posted {
   std::optional<alerts::Error> error = {};
   bool isStored = true;
 };
+
+/// Why somebody has not been told of an alert that is stored; of a push gateway's answer with the
+/// device that it was for, where the daemon still knows it.
+Failure failureOfDelivery(Session& session, const alerts::Error& error);
 
 /// Posts an alert under an identifier of its own, created now.
 Posted post(Session& session, alerts::Alert alert);

@@ -71,13 +71,13 @@ std::vector<ChannelTest> channels(Session& session, const Options& options) {
 
 /// The daemon tells the first error only, so a channel that it does not name may have failed, too,
 /// when another one has.
-void judge(ChannelTest& test, const std::optional<alerts::Error>& error) {
+void judge(Session& session, ChannelTest& test, const std::optional<alerts::Error>& error) {
   if (!test.isOn) {
     test.result = say("off for {}", kBundle);
   } else if (test.recipients == 0) {
     test.result = tr("nobody to tell");
   } else if (error && std::string_view(error->domain).starts_with(test.errorDomain)) {
-    test.failure = failureOf(*error);
+    test.failure = failureOfDelivery(session, *error);
     test.result = test.failure->line();
   } else {
     test.result =
@@ -120,7 +120,7 @@ ExitStatus test(Session& session, const Options& options) {
   const Posted posted = post(session, {.type = kType, .bundle = kBundle});
   if (posted.error && !posted.isStored) throw failureOfPosting(session, *posted.error, kBundle);
   for (ChannelTest& one : tests) {
-    judge(one, posted.error);
+    judge(session, one, posted.error);
   }
   tell(session, posted, tests);
   return judgeAll(options, tests);

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/frame/Failure.h"
 
+#include <algorithm>
+#include <array>
 #include <string_view>
 #include <unistd.h>
+#include <utility>
 
 #include <velto/Client.h>
 
@@ -20,6 +23,27 @@ constexpr std::int64_t kInsufficientPrivileges = 103;
 constexpr std::int64_t kInsufficientEntitlements = 150;
 constexpr std::string_view kMailerDomain = "VeltoAlertsMailer";
 constexpr std::string_view kPusherDomain = "UlmoraPushProvider";
+
+/// A gateway's status in the words of HTTP, which are everybody's.
+std::string statusText(std::int64_t status) {
+  constexpr std::array<std::pair<std::int64_t, const char*>, 12> kWords = {
+      {{400, "Bad Request"},
+       {401, "Unauthorized"},
+       {403, "Forbidden"},
+       {404, "Not Found"},
+       {405, "Method Not Allowed"},
+       {410, "Gone"},
+       {413, "Content Too Large"},
+       {429, "Too Many Requests"},
+       {500, "Internal Server Error"},
+       {502, "Bad Gateway"},
+       {503, "Service Unavailable"},
+       {504, "Gateway Timeout"}}};
+  const auto found = std::find_if(kWords.begin(), kWords.end(),
+                                  [status](const auto& one) { return one.first == status; });
+  return found == kWords.end() ? fmt::format("{}", status)
+                               : fmt::format("{} ({})", found->second, status);
+}
 
 std::string withoutPoint(std::string text) {
   while (!text.empty() && (text.back() == '.' || text.back() == '\n'))
@@ -62,7 +86,8 @@ Failure failureOfService(const alerts::Error& error, Failure failure) {
     failure.advice = tr("see alertsctl deliveries, and the log: journalctl -u velto-alerts");
   } else if (error.domain == kPusherDomain) {
     const auto answer = gatewayWords(error);
-    failure.what = answer ? say("the push gateway answered {}: {}", error.code, *answer)
+    failure.what = answer ? say("the push gateway answered {}{}", statusText(error.code),
+                                answer->empty() ? "" : ": " + *answer)
                           : say("the push gateway was not reached: {}", words);
     failure.advice = tr("see alertsctl deliveries, and /etc/velto/push");
   } else {
