@@ -50,9 +50,13 @@ class DeclaredAlert : public VLAlertSubclass {
     static const PropertyList::Dictionary kNone;
     const std::string& type = *alert().type;
     const auto& attributes = alert().attributes;
-    auto text = bundle_->texts().textAbout(attributes ? *attributes : kNone,
-                                           type + std::string(kind), localization);
-    return text ? std::move(text) : bundle_->nameOfType(type, localization);
+    const std::string key = type + std::string(kind);
+    auto text = bundle_->texts().textAbout(attributes ? *attributes : kNone, key, localization);
+    if (text) return text;
+    std::string name = bundle_->nameOfType(type, localization);
+    // A name for people will do; that of a kind which code makes up is the code's affair.
+    if (name == type && bundle_->declares(type)) bundle_->texts().noteMissing(key, name);
+    return name;
   }
 
   const std::shared_ptr<const AlertBundle> bundle_;

@@ -14,9 +14,24 @@ namespace {
 
 constexpr std::size_t kMaximumReaders = 1000;
 
+/// The language of those whom none suits; "" without any.
+std::string fallbackOf(const Bundle& bundle, const std::vector<std::string>& languages) {
+  const std::string* region = stringForKey(bundle.infoDictionary(), "CFBundleDevelopmentRegion");
+  const auto best = preferredLocalizationsFromArray(languages, {region ? *region : "en", "en"});
+  return best.empty() ? "" : best.front();
+}
+
+std::vector<std::string> inOrder(const std::vector<std::string>& languages,
+                                 const std::string& fallback, std::string_view reader) {
+  auto order = localizationsForReader(languages, reader);
+  if (!fallback.empty()) order.push_back(fallback);
+  return order;
+}
+
 }  // namespace
 
-BundleTexts::BundleTexts(const Bundle& bundle, const FileManager& fileManager, Log& log) {
+BundleTexts::BundleTexts(const Bundle& bundle, const FileManager& fileManager, Log& log)
+    : holes_(bundle.path(), log) {
   const LanguageFiles files(bundle, log);
   for (const std::string& language : bundle.localizations(fileManager)) {
     if (auto texts = files.read(language)) {
@@ -24,15 +39,19 @@ BundleTexts::BundleTexts(const Bundle& bundle, const FileManager& fileManager, L
       texts_.emplace(language, std::move(*texts));
     }
   }
-  const std::string* region = stringForKey(bundle.infoDictionary(), "CFBundleDevelopmentRegion");
-  const auto best = preferredLocalizationsFromArray(languages_, {region ? *region : "en", "en"});
-  fallback_ = best.empty() ? "" : best.front();
+  fallback_ = fallbackOf(bundle, languages_);
+}
+
+std::vector<std::string> BundleTexts::languagesFor(const Bundle& bundle,
+                                                   const std::vector<std::string>& languages,
+                                                   std::string_view reader) {
+  return inOrder(languages, fallbackOf(bundle, languages), reader);
 }
 
 BundleTexts::Found BundleTexts::find(const Places& places, std::string_view key) {
   for (const Place& place : places) {
     const auto found = place.texts->find(key);
-    if (found != place.texts->end()) return {&found->second, place.formats.get()};
+    if (found != place.texts->end()) return {&found->second, &place};
   }
   return {};
 }
@@ -47,10 +66,14 @@ std::optional<std::string> BundleTexts::textAbout(const PropertyList::Dictionary
                                                   std::string_view key,
                                                   std::string_view reader) const {
   const auto places = placesFor(reader);
-  const auto [text, formats] = find(*places, key);
+  const auto [text, place] = find(*places, key);
   if (text == nullptr) return std::nullopt;
-  return text->message ? text->message->text(attributes, *formats)
-                       : expandedText(text->pattern, attributes, *formats);
+  for (const std::string& name : text->neededNames) {
+    const PropertyList* value = valueForKey(attributes, name);
+    if (value == nullptr || value->isAbsent()) holes_.tellAttribute(*place->language, key, name);
+  }
+  return text->message ? text->message->text(attributes, *place->formats)
+                       : expandedText(text->pattern, attributes, *place->formats);
 }
 
 std::string BundleTexts::languageFor(std::string_view reader) const {
@@ -73,10 +96,8 @@ std::shared_ptr<const BundleTexts::Places> BundleTexts::placesFor(std::string_vi
 }
 
 BundleTexts::Places BundleTexts::findPlacesFor(std::string_view reader) const {
-  auto languages = localizationsForReader(languages_, reader);
-  if (!fallback_.empty()) languages.push_back(fallback_);
   Places places;
-  for (const std::string& language : languages) {
+  for (const std::string& language : inOrder(languages_, fallback_, reader)) {
     const auto& [name, texts] = *texts_.find(language);
     places.push_back({&name, &texts, ReaderFormats::forLocale(localeForText(name, reader))});
   }

@@ -11,6 +11,7 @@
 #include "alerts/Bundle.h"
 #include "alerts/texts/LanguageFiles.h"
 #include "alerts/texts/ReaderFormats.h"
+#include "alerts/texts/TextHoles.h"
 #include "platform/foundation/Mutex.h"
 #include "platform/foundation/PropertyList.h"
 
@@ -28,14 +29,27 @@ class Log;
 /// language suits gets the last one's.
 class BundleTexts {
  public:
-  /// What cannot be read, or understood as a pattern, is logged and counts as missing.
+  /// What cannot be read, or understood as a pattern, is logged and counts as missing. `log`
+  /// outlives it.
   BundleTexts(const Bundle& bundle, const FileManager& fileManager, Log& log);
+
+  /// Which of the bundle's languages, of those given, a reader's texts are looked for in, in their
+  /// order.
+  static std::vector<std::string> languagesFor(const Bundle& bundle,
+                                               const std::vector<std::string>& languages,
+                                               std::string_view reader);
 
   /// The text as it stands.
   std::optional<std::string> text(std::string_view key, std::string_view reader) const;
-  /// The text with the attributes put in, as the reader writes them.
+  /// The text with the attributes put in, as the reader writes them. An attribute that leaves a
+  /// hole is told in the log, once for each text.
   std::optional<std::string> textAbout(const PropertyList::Dictionary& attributes,
                                        std::string_view key, std::string_view reader) const;
+  /// Where `textAbout` has found nothing under the key, and this is told in its place: says so in
+  /// the log, once.
+  void noteMissing(std::string_view key, std::string_view shown) const {
+    holes_.tellText(key, !languages_.empty(), shown);
+  }
   /// The bundle's language that a reader is told things in; what is given where it has none.
   std::string languageFor(std::string_view reader) const;
 
@@ -47,10 +61,10 @@ class BundleTexts {
     std::shared_ptr<const ReaderFormats> formats;
   };
   using Places = std::vector<Place>;
-  /// A text, null where there is none, and the formats for what is put in.
+  /// A text, null where there is none, and where it was.
   struct Found {
     const LanguageText* text = nullptr;
-    const ReaderFormats* formats = nullptr;
+    const Place* place = nullptr;
   };
 
   static Found find(const Places& places, std::string_view key);
@@ -61,6 +75,7 @@ class BundleTexts {
   std::vector<std::string> languages_;
   /// By language.
   std::map<std::string, LanguageTexts> texts_;
+  mutable TextHoles holes_;
   /// Whose texts those get whom no language suits; "" without any.
   std::string fallback_;
 

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "alerts/Bundle.h"
 #include "alerts/texts/MessageTemplate.h"
@@ -19,16 +20,27 @@ class Log;
 /// One text of a bundle in one language.
 struct LanguageText {
   std::string pattern;
-  std::optional<MessageTemplate> message;  ///< where the patterns are ICU's
+  std::optional<MessageTemplate> message = {};  ///< where the patterns are ICU's
+  /// The attributes without which there is a hole in it, each once.
+  std::vector<std::string> neededNames = {};
 };
 using LanguageTexts = std::map<std::string, LanguageText, std::less<>>;
 
 /// Reads the texts of a bundle from the files of its languages. Any thread.
 class LanguageFiles {
  public:
+  static constexpr std::string_view kBundleNameKey = "CFBundleGetInfoString";
   static constexpr std::size_t kMaximumFileSize = std::size_t{1} << 20;  ///< bytes
   /// So many faulty patterns of a file are told one by one, in a line each, and then how many more.
   static constexpr int kMostLines = 10;
+
+  /// Where the texts of a language are, in the bundle at `bundlePath`.
+  static std::string pathOfTexts(const std::string& bundlePath, const std::string& language);
+
+  /// The names of kinds ("<type>.name") and of the bundle (kBundleNameKey) in a language, by their
+  /// keys; what cannot be read has none.
+  static std::map<std::string, std::string> readNames(const Bundle& bundle,
+                                                      const std::string& language);
 
   /// What is referred to outlives it.
   LanguageFiles(const Bundle& bundle, Log& log);
@@ -36,7 +48,7 @@ class LanguageFiles {
   /// The texts of a language by key: those of its Alerts.strings, and the value of
   /// CFBundleGetInfoString in its InfoPlist.strings under that key. Nothing when it has neither
   /// file. What cannot be read, and every pattern that cannot be understood, is logged and left
-  /// out.
+  /// out; one with a name that does not end is logged, and stays.
   std::optional<LanguageTexts> read(const std::string& language) const;
 
  private:

@@ -151,4 +151,17 @@ std::vector<std::string> MessageTemplate::attributeNames() const {
   return names;
 }
 
+std::vector<std::string> MessageTemplate::neededNames() const {
+  std::vector<std::string> names;
+  for (std::int32_t index = 0; index < pattern_.countParts(); ++index) {
+    const auto& part = pattern_.getPart(index);
+    if (part.getType() != UMSGPAT_PART_TYPE_ARG_START) continue;
+    const bool isChoice = UMSGPAT_ARG_TYPE_HAS_PLURAL_STYLE(part.getArgType()) ||
+                          part.getArgType() == UMSGPAT_ARG_TYPE_SELECT;
+    if (!isChoice) names.push_back(argumentOf(pattern_, index).name);
+    index = pattern_.getLimitPartIndex(index);
+  }
+  return names;
+}
+
 }  // namespace velto

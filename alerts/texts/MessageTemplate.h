@@ -41,6 +41,9 @@ class MessageTemplate {
   std::string text(const PropertyList::Dictionary& attributes, const ReaderFormats& formats) const;
   /// The names in it, in their order, as often as they stand there.
   std::vector<std::string> attributeNames() const;
+  /// Those that leave a hole when the attribute is missing: not those that choose a form, or stand
+  /// within one.
+  std::vector<std::string> neededNames() const;
 
  private:
   explicit MessageTemplate(icu::MessagePattern pattern) : pattern_(std::move(pattern)) {}

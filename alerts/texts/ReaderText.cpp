@@ -130,6 +130,20 @@ std::string expandedText(std::string_view pattern, const PropertyList::Dictionar
   return text.take();
 }
 
+std::optional<std::size_t> unendedName(std::string_view pattern) {
+  for (std::size_t at = 0; (at = pattern.find('%', at)) != std::string_view::npos; ++at) {
+    const std::string_view rest = pattern.substr(at + 1);
+    if (rest.starts_with('%')) {
+      ++at;
+    } else if (rest.starts_with('{')) {
+      const std::size_t end = pattern.find('}', at);
+      if (end == std::string_view::npos) return at;
+      at = end;
+    }
+  }
+  return std::nullopt;
+}
+
 std::vector<std::string> attributesNamedIn(std::string_view pattern) {
   std::vector<std::string> names;
   forEachPiece(

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -56,5 +57,8 @@ std::string expandedText(std::string_view pattern, const PropertyList::Dictionar
 
 /// The names in such a pattern, in their order, as often as they stand there. Any thread.
 std::vector<std::string> attributesNamedIn(std::string_view pattern);
+
+/// The offset of the first "%{" that nothing ends, which stands for itself. Any thread.
+std::optional<std::size_t> unendedName(std::string_view pattern);
 
 }  // namespace velto

@@ -171,7 +171,8 @@ TEST_F(AlertBundleTest, LogsTextsThatCannotBeRead) {
   writeStrings("fr", "( an, array )");
   EXPECT_EQ(makeAlert("Full")->subject("en"), "Full");
   EXPECT_THAT(log_.lines(), ElementsAre(HasSubstr("/en.lproj/Alerts.strings not used: "),
-                                        HasSubstr("/fr.lproj/Alerts.strings not used: ")));
+                                        HasSubstr("/fr.lproj/Alerts.strings not used: "),
+                                        HasSubstr("is missing: there are no texts")));
 }
 
 TEST_F(AlertBundleTest, DoesNotTouchTheDiskOnceItIsRead) {

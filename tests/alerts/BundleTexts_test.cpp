@@ -85,6 +85,37 @@ TEST_F(BundleTextsTest, APatternThatIsNoneCountsAsMissing) {
                                         HasSubstr("\"Full.subject\" of ")));
 }
 
+TEST_F(BundleTextsTest, TellOfAnAttributeThatIsMissingOnceForEachText) {
+  write("en", "\"Full.subject\" = \"%{size} %{no}\"; \"Full.message\" = \"%{no} %{nor}%{no}\";");
+  const auto bundle = open("");
+  for (int time = 0; time < 3; ++time) {
+    EXPECT_EQ(message(*bundle, "en"), " ");
+    bundle->texts().textAbout(attributes_, "Full.subject", "fr");
+  }
+  EXPECT_THAT(log_.lines(),
+              ElementsAre(AllOf(HasSubstr("\"Full.message\" of "),
+                                EndsWith("/en.lproj/Alerts.strings has a hole: an alert has no "
+                                         "attribute \"no\"")),
+                          AllOf(HasSubstr("\"Full.subject\""), EndsWith("\"no\""))));
+}
+
+TEST_F(BundleTextsTest, AnAttributeThatOnlyChoosesOrStandsInAFormMayBeMissing) {
+  write("en",
+        "\"Full.message\" = \"{no, select, a {{x}} other {none}} {n, plural, other {#{y}}}\";");
+  EXPECT_EQ(message(*open(), "en"), "none ");
+  EXPECT_THAT(log_.lines(), IsEmpty());
+  write("en", "\"Full.message\" = \"{no, select, other {}} {gone, number, percent}\";");
+  EXPECT_EQ(message(*open(), "en"), " ");
+  EXPECT_THAT(log_.lines(), ElementsAre(EndsWith("has no attribute \"gone\"")));
+}
+
+TEST_F(BundleTextsTest, ANameThatDoesNotEndIsToldWithItsPlace) {
+  write("en", "\"Full.message\" = \"ä100%% %{size} %{size\"; \"x.title\" = \"%{\";");
+  EXPECT_EQ(message(*open(""), "en"), "ä100% 1,234.5 %{size");
+  EXPECT_THAT(log_.lines(), ElementsAre(EndsWith("stands as it is: a %{ without its }, at "
+                                                 "character 16")));
+}
+
 TEST_F(BundleTextsTest, TellOfManyFaultyPatternsInFewLines) {
   std::string texts;
   for (int number = 0; number < 1000; ++number)

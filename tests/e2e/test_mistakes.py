@@ -162,6 +162,22 @@ def test_the_tool_says_what_is_wanted(untouched, module_system, method, paramete
     assert state(untouched) == before
 
 
+def texts(**strings):
+    """Texts in the old form, less the bundle's languages without any."""
+    def leave(system):
+        system.make_bundle("Printer.bundle", {"VLAlertTypes": {"Jam": {}}},
+                           {"en": strings} if strings else None)
+    return leave
+
+
+def mail_twice(client):
+    client.call("AddMailRecipients", recipients=["ann@example.org"])
+    for _ in range(2):
+        client.call("PostAlert", alert=JAM)
+
+
+FULL = {"Jam.subject": "Jam", "Jam.message": "Jam", "Jam.name": "Jam"}
+
 # What is there when the daemon starts, who does what then, and what the log says.
 WRONG_SYSTEMS = {
     "a right that there is not": (
@@ -197,10 +213,10 @@ WRONG_SYSTEMS = {
         info("(1, 2)"), 0, nothing, "Info.plist: it holds no dictionary"),
     "an empty address": (
         bundle, 0, recipients("", "ann@example.org"), 'alert email: "" is empty and is left out'),
-    "no language": (
+    "a recipient of no language": (
         bundle, 0, recipients({"address": "ann@example.org", "locale": "english"}),
         'Mail for ann@example.org: there is no language "english"'),
-    "no locale": (
+    "a recipient of no locale": (
         bundle, 0, recipients({"address": "ann@example.org", "locale": "xx_!! 7"}),
         'Mail for ann@example.org: there is no language "xx_!! 7"'),
     "no Common": (
@@ -210,6 +226,20 @@ WRONG_SYSTEMS = {
     "a call that is too long": (
         bundle, SERVICE_USER, too_much,
         "has sent a call that is longer than its client's may be"),
+    "a name without its end": (
+        texts(**{**FULL, "Jam.message": "%{tray} jams in %{printer"}), 0, mail_twice,
+        'Printer.bundle/Contents/Resources/en.lproj/Alerts.strings stands as it is: a %{ without its '
+        '}, at character 17'),
+    "an attribute that is not given": (
+        texts(**{**FULL, "Jam.subject": "%{tray} jams"}), 0, mail_twice,
+        'Printer.bundle/Contents/Resources/en.lproj/Alerts.strings has a hole: an alert has no '
+        'attribute "tray"'),
+    "no language": (
+        texts(), 0, mail_twice,
+        'Alert text "Jam.subject" of '),
+    "a text that no language has": (
+        texts(**{"Jam.message": "Jam"}), 0, mail_twice,
+        'Printer.bundle is missing: no language has it, and "Jam" stands there'),
     "kinds that are a list": (
         info("{ VLAlertTypes = (Jam); }"), 0, nothing,
         "Info.plist of 'Printer.bundle': VLAlertTypes is no dictionary"),
@@ -244,7 +274,8 @@ SAID = ("gives no right that there is", "names a bundle that there is not", "the
         "of the alerts directory passed over", "is empty and is left out", "there is no language",
         "put Common.bundle into", "has sent what is no call", "longer than its client's may be",
         "VLAlertTypes is no dictionary", "means nothing", "does not exist; create it",
-        "not a store of this program", "its interpreter", "its lines end in CR LF",
+        "not a store of this program", "its interpreter", "its lines end in CR LF", "has a hole", "a %{ without its }",
+        "is missing: no language has it", "is missing: there are no texts",
         "run it as root, or in a system of your own (VELTO_ROOT)")
 
 
