@@ -100,7 +100,7 @@ def test_stats_count_by_day_and_bundle(ctl, system):
     assert sum(stats["open"].values()) == 160
     assert stats["open"]["older"] > 0
     lines = ctl.done("stats", "--utc").lines
-    assert any("█" in line and "Common 2, Disk 2" in line for line in lines)
+    assert any("█" in line and "Alerts service 2, Disk 2" in line for line in lines)
     assert any("####" in line for line in ctl.done("stats", LANG="C", LC_ALL="C").lines)
 
 

@@ -36,7 +36,8 @@ def test_bundles_tell_switches_kinds_and_counts(ctl):
 
 
 def test_switches_are_set_one_by_one(ctl):
-    assert ctl.done("bundle", "set", "Disk", "--mail", "off").output == "Disk: mail off, push on.\n"
+    assert ctl.done("bundle", "set", "Disk", "--mail", "off").output == \
+        "Disks (Disk): mail off, push on.\n"
     ctl.done("bundle", "set", "Disk", "--push", "off", "--mail", "on")
     disk = ctl.json("bundles")["bundles"][0]
     assert (disk["mail"], disk["push"]) == (True, False)
@@ -46,7 +47,7 @@ def test_switches_are_set_one_by_one(ctl):
 
 
 def test_a_bundle_is_disabled_and_enabled(ctl, system):
-    assert ctl.done("bundle", "disable", "Disk").output == "Disabled Disk.\n"
+    assert ctl.done("bundle", "disable", "Disk").output == "Disabled Disks (Disk).\n"
     assert system.client().call("GetAlertBundleNames")["names"] == ["Printer"]
     assert ctl.json("bundles")["bundles"][0]["enabled"] is False
     refused(ctl("bundle", "set", "Disk", "--mail", "on"), "Disk is disabled",

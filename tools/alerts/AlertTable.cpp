@@ -21,19 +21,20 @@ TableCell stateOf(const alerts::Alert& alert) {
 
 }  // namespace
 
-std::string subjectOf(const alerts::ListItem& item) {
-  return orDash(item.subject ? item.subject : item.alert.type);
+std::string subjectOf(Session& session, const alerts::ListItem& item) {
+  return item.subject ? printable(*item.subject)
+                      : session.typeName(item.alert.bundle, item.alert.type);
 }
 
-Table::Row alertRow(const Session& session, const alerts::ListItem& item) {
+Table::Row alertRow(Session& session, const alerts::ListItem& item) {
   const alerts::Alert& alert = item.alert;
   const bool isNews = !alert.resolvedDate && !alert.readDate;
   return {{session.timeCell(alert.sentDate)},
           stateOf(alert),
-          {orDash(alert.bundle)},
-          {orDash(alert.type)},
+          {session.bundleName(alert.bundle)},
+          {session.typeName(alert.bundle, alert.type)},
           {orDash(alert.identifier), CellStyle::kDim},
-          {subjectOf(item), isNews ? CellStyle::kBold : CellStyle::kPlain}};
+          {subjectOf(session, item), isNews ? CellStyle::kBold : CellStyle::kPlain}};
 }
 
 Table alertTable(Session& session, const std::vector<alerts::ListItem>& items) {

@@ -102,9 +102,9 @@ class EventTeller {
     }
     const std::string when =
         date ? clockText(*date, session_.ways().isUTC) : std::string(tr("now"));
-    const std::string of = item.alert.bundle ? printable(*item.alert.bundle) + " " : "";
+    const std::string of = item.alert.bundle ? session_.bundleName(item.alert.bundle) + ": " : "";
     line(fmt::format("{}  {}  {}{}  {}", when, session_.styledIfColours(what, style), of,
-                     item.alert.type || item.subject ? subjectOf(item) : "",
+                     item.alert.type || item.subject ? subjectOf(session_, item) : "",
                      session_.styledIfColours(identifier, CellStyle::kDim)));
   }
 

@@ -2,6 +2,7 @@
 #include "tools/alerts/ListOptions.h"
 
 #include "tools/frame/Failure.h"
+#include "tools/settings/BundleNames.h"
 #include "tools/text/DateParser.h"
 #include "tools/text/Message.h"
 #include "tools/text/Printable.h"
@@ -21,8 +22,8 @@ alerts::Date requiredDate(const std::string& option, const std::string& text, al
 alerts::ListQuery ListOptions::query(Session& session) const {
   check();
   alerts::ListQuery query;
-  query.bundle = bundle;
-  query.type = type;
+  if (bundle) query.bundle = bundleMeant(session, *bundle);
+  if (type) query.type = typeMeant(session, query.bundle, *type);
   query.text = text;
   query.locale = session.language();
   if (since) {

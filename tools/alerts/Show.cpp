@@ -9,6 +9,7 @@
 #include "tools/alerts/ValueText.h"
 #include "tools/frame/JSONList.h"
 #include "tools/frame/JSONShape.h"
+#include "tools/settings/BundleNames.h"
 #include "tools/text/Joined.h"
 #include "tools/text/Message.h"
 #include "tools/text/Printable.h"
@@ -67,8 +68,8 @@ void show(Session& session, const alerts::AlertDetails& details) {
   const alerts::Alert& alert = details.alert;
   Sheet sheet;
   sheet.add(tr("Identifier"), orDash(alert.identifier));
-  sheet.add(tr("Bundle"), orDash(alert.bundle));
-  sheet.add(tr("Kind"), orDash(alert.type));
+  sheet.add(tr("Bundle"), withKey(session.bundleName(alert.bundle), alert.bundle));
+  sheet.add(tr("Kind"), withKey(session.typeName(alert.bundle, alert.type), alert.type));
   sheet.add(tr("Created"), withAge(session, alert.creationDate));
   sheet.add(tr("Sent"), withAge(session, alert.sentDate));
   sheet.add(tr("Read"), withAge(session, alert.readDate));
@@ -78,7 +79,8 @@ void show(Session& session, const alerts::AlertDetails& details) {
   }
   if (details.message) sheet.add(tr("Message"), printableLines(*details.message));
   if (!details.actions.empty()) sheet.add(tr("Actions"), actions(details));
-  const std::string subject = orDash(details.subject ? details.subject : alert.type);
+  const std::string subject =
+      details.subject ? printable(*details.subject) : session.typeName(alert.bundle, alert.type);
   session.write(session.styledIfColours(subject, CellStyle::kBold) + '\n' + sheet.text());
 }
 

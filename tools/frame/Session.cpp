@@ -10,6 +10,7 @@
 #include <boost/json/serialize.hpp>
 
 #include "platform/foundation/Languages.h"
+#include "platform/foundation/Paths.h"
 #include "tools/PrettyJSON.h"
 #include "tools/frame/Failure.h"
 #include "tools/text/Message.h"
@@ -36,12 +37,23 @@ Session::Session(const Ways& ways, Terminal terminal, std::istream& input, std::
       output_(output),
       errors_(errors),
       client_({.timeLimit = std::nullopt}),
-      now_(alerts::Date::from(std::chrono::system_clock::now())) {}
+      now_(alerts::Date::from(std::chrono::system_clock::now())),
+      names_(rootedPath(VLAlertsDirectory), preferredLanguages().front()) {}
 
 Session::~Session() = default;
 
 std::string Session::language() const {
   return preferredLanguages().front();
+}
+
+std::string Session::bundleName(const std::optional<std::string>& bundle) {
+  return bundle ? printable(names_.ofBundle(*bundle)) : "-";
+}
+
+std::string Session::typeName(const std::optional<std::string>& bundle,
+                              const std::optional<std::string>& type) {
+  if (!type) return "-";
+  return printable(bundle ? names_.ofType(*bundle, *type) : *type);
 }
 
 void Session::write(std::string_view text) {

@@ -11,6 +11,7 @@
 
 #include <velto/Client.h>
 
+#include "tools/bundlecheck/InstalledNames.h"
 #include "tools/frame/Pager.h"
 #include "tools/frame/Terminal.h"
 #include "tools/frame/Ways.h"
@@ -41,6 +42,11 @@ class Session {
   alerts::Date now() const { return now_; }
   /// The reader's language, as a tag.
   std::string language() const;
+  /// What that reader calls bundles and kinds of alerts, printable; "-" for one that is absent. The
+  /// bundles are read on this machine's disk, beside the daemon.
+  std::string bundleName(const std::optional<std::string>& bundle);
+  std::string typeName(const std::optional<std::string>& bundle,
+                       const std::optional<std::string>& type);
   std::istream& input() { return input_; }
 
   /// To standard output as it stands, which is printable.
@@ -77,6 +83,7 @@ class Session {
   alerts::Client client_;
   const alerts::Date now_;
   std::optional<Pager> pager_;
+  InstalledNames names_;
 };
 
 /// The text of a JSON document in a form, without a line break.

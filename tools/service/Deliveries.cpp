@@ -131,14 +131,14 @@ json::object documentOf(const Delivery& delivery) {
           {"seconds", static_cast<double>(delivery.microseconds) / 1e6}};
 }
 
-Table::Row row(const Session& session, const Delivery& delivery) {
+Table::Row row(Session& session, const Delivery& delivery) {
   const bool isDelivered = delivery.result == "delivered";
   const std::string result = isDelivered ? tr("delivered") : say("failed: {}", delivery.status);
   return {{session.timeCell(delivery.date)},
           {printable(delivery.channel)},
           {result, isDelivered ? CellStyle::kPlain : CellStyle::kRed},
-          {printable(delivery.bundle)},
-          {printable(delivery.type)},
+          {session.bundleName(delivery.bundle)},
+          {session.typeName(delivery.bundle, delivery.type)},
           {printable(delivery.identifier), CellStyle::kDim},
           {printable(delivery.recipients)}};
 }

@@ -133,10 +133,10 @@ void printJSON(Session& session, const std::vector<Day>& days, const Ages& ages)
 }
 
 /// The bundles of a day, most alerts first.
-std::string bundlesOf(const Day& day) {
+std::string bundlesOf(Session& session, const Day& day) {
   std::vector<std::pair<std::int64_t, std::string>> counts;
   for (const auto& [bundle, count] : day.counts) {
-    counts.emplace_back(-count, printable(bundle));
+    counts.emplace_back(-count, session.bundleName(bundle));
   }
   std::sort(counts.begin(), counts.end());
   std::string text;
@@ -163,7 +163,7 @@ void printDays(Session& session, const std::vector<Day>& days) {
                     padded(bar(static_cast<double>(sum) / static_cast<double>(most), barWidth,
                                session.terminal().hasUTF8),
                            barWidth),
-                    bundlesOf(day));
+                    bundlesOf(session, day));
     const std::string cut = fitted(line, width, session.terminal().ellipsis());
     const std::string& shown = session.terminal().width ? cut : line;
     session.write(shown.substr(0, shown.find_last_not_of(' ') + 1) + '\n');

@@ -36,7 +36,7 @@ void tellChanged(Session& session, const std::string& name, const std::string& l
 ExitStatus change(Session& session, const std::string& name, Change call, const char* told) {
   requireBundle(session, name);
   require((session.client().*call)(name, {}));
-  tellChanged(session, name, say(told, printable(name)));
+  tellChanged(session, name, say(told, withKey(session.bundleName(name), name)));
   return kExitDone;
 }
 
@@ -67,8 +67,8 @@ ExitStatus set(Session& session, const Options& options) {
     return isOn.value_or(false) ? tr("on") : tr("off");
   };
   tellChanged(session, options.name,
-              say("{}: mail {}, push {}.", printable(options.name), word(settings.mailEnabled),
-                  word(settings.pushEnabled)));
+              say("{}: mail {}, push {}.", withKey(session.bundleName(options.name), options.name),
+                  word(settings.mailEnabled), word(settings.pushEnabled)));
   return kExitDone;
 }
 

@@ -59,6 +59,32 @@ std::map<std::string, InstalledBundle> installedBundles() {
   return found;
 }
 
+std::string withKey(const std::string& name, const std::optional<std::string>& key) {
+  return !key || printable(*key) == name ? name : name + " (" + printable(*key) + ")";
+}
+
+std::string bundleMeant(Session& session, const std::string& name) {
+  const auto installed = installedBundles();
+  if (installed.contains(name)) return name;
+  for (const auto& [key, unused] : installed) {
+    if (session.bundleName(key) == name) return key;
+  }
+  return name;
+}
+
+std::string typeMeant(Session& session, const std::optional<std::string>& bundle,
+                      const std::string& name) {
+  std::optional<std::string> meant;
+  for (const auto& [key, installed] : installedBundles()) {
+    if (bundle && key != *bundle) continue;
+    for (const std::string& type : installed.types) {
+      if (type == name) return name;
+      if (!meant && session.typeName(key, type) == name) meant = type;
+    }
+  }
+  return meant.value_or(name);
+}
+
 std::vector<std::string> knownBundles(Session& session) {
   std::vector<std::string> names = required(session.client().getAlertBundleNames());
   for (const auto& [name, unused] : installedBundles()) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,16 @@ struct InstalledBundle {
 /// The bundles in the alerts directory, by name; what cannot be read is left out. They are read
 /// beside the daemon, which tells their names only.
 std::map<std::string, InstalledBundle> installedBundles();
+
+/// A name for people, and behind it the key that the tool takes, where that is another one.
+std::string withKey(const std::string& name, const std::optional<std::string>& key);
+
+/// The key of the bundle that the user has named, by its key or by its name for people; what is
+/// neither comes back as it is.
+std::string bundleMeant(Session& session, const std::string& name);
+/// Likewise a kind of alerts, of this bundle or, without one, of any.
+std::string typeMeant(Session& session, const std::optional<std::string>& bundle,
+                      const std::string& name);
 
 /// The names of bundles that a user may have meant: those in use, and those installed.
 std::vector<std::string> knownBundles(Session& session);

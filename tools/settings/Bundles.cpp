@@ -50,10 +50,11 @@ KnownBundles bundles(Session& session) {
   return bundles;
 }
 
-std::string joined(const std::vector<std::string>& names) {
+std::string kinds(Session& session, const std::string& bundle,
+                  const std::vector<std::string>& types) {
   std::string text;
-  for (const std::string& name : names) {
-    appendItem(text, ", ", printable(name));
+  for (const std::string& type : types) {
+    appendItem(text, ", ", withKey(session.typeName(bundle, type), type));
   }
   return text.empty() ? "-" : text;
 }
@@ -67,18 +68,20 @@ void printTable(Session& session, const KnownBundles& bundles) {
   std::vector<Table::Row> rows;
   for (const auto& [name, bundle] : bundles) {
     rows.push_back({{printable(name), bundle.isEnabled ? CellStyle::kBold : CellStyle::kDim},
+                    {session.bundleName(name)},
                     {bundle.isEnabled ? tr("enabled") : tr("disabled")},
                     switchCell(bundle.mail),
                     switchCell(bundle.push),
                     {bundle.count ? fmt::format("{}", *bundle.count) : "-"},
-                    {joined(bundle.installed.types)}});
+                    {kinds(session, name, bundle.installed.types)}});
   }
   const Table table({{.title = tr("BUNDLE"), .minimumWidth = 8},
-                     {.title = tr("STATE"), .leavesAt = 1},
-                     {.title = tr("MAIL"), .leavesAt = 2},
-                     {.title = tr("PUSH"), .leavesAt = 2},
-                     {.title = tr("ALERTS"), .leavesAt = 3, .isNumber = true},
-                     {.title = tr("KINDS"), .leavesAt = 4, .minimumWidth = 10}},
+                     {.title = tr("NAME"), .leavesAt = 1, .minimumWidth = 8},
+                     {.title = tr("STATE"), .leavesAt = 2},
+                     {.title = tr("MAIL"), .leavesAt = 3},
+                     {.title = tr("PUSH"), .leavesAt = 3},
+                     {.title = tr("ALERTS"), .leavesAt = 4, .isNumber = true},
+                     {.title = tr("KINDS"), .leavesAt = 5, .minimumWidth = 10}},
                     std::move(rows), session.tableLook());
   session.page();
   session.write(table.text());
