@@ -32,10 +32,11 @@ MAY_INCLUDE = {
     "client/examples": {"client/velto"},
     "client": {"platform/foundation", "platform/connection", "client/velto"},
     "bundles": {"platform/foundation", "alerts/velto"},
+    "tools/text": {"platform/foundation", "platform/json", "client/velto"},
     "tools/bundlecheck": {"platform/foundation", "platform/json", "platform/propertylist", "alerts",
-                          "bundles"},
+                          "bundles", "tools/text"},
     "tools": {"platform/foundation", "platform/json", "platform/propertylist", "platform/connection",
-              "delivery", "client/velto", "client", "tools/bundlecheck"},
+              "delivery", "client/velto", "client", "tools/text", "tools/bundlecheck"},
 }
 # Where the compiler looks for an include, besides the folder of the file itself.
 _INCLUDE_FOLDERS = ("", "alerts", "client")

@@ -65,6 +65,11 @@ def test_each_document_has_its_shape(ctl, system):
     told("bundle", "bundle", "set", "Printer", "--mail", "off")
     told("bundle", "bundle", "disable", "Printer")
     told("bundle", "bundle", "enable", "Printer")
+    full = told("bundleNew", "bundle", "new", system.root / "Full")["path"]
+    told("bundleCheck", "bundle", "check", full)
+    told("bundleRender", "bundle", "render", full, "TooManyFiles", "files:=1", "folder=x")
+    (system.root / "waiting").mkdir()
+    told("bundleRun", "bundle", "run", full, "Empty", "TooManyFiles", f"folder={system.root}/waiting")
     told("recipients", "mail", "add", "ann@example.org", "-l", "fr")
     told("mail", "mail")
     told("recipients", "mail", "set", "ann@example.org")

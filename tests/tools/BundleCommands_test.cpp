@@ -90,7 +90,7 @@ TEST_F(BundleCommandsTest, RunsAnActionAsTheDaemonWould) {
   fs::remove_all(folder());
   EXPECT_EQ(take(errors_), "");
   EXPECT_EQ(call(ActionCall::kRun), 1);
-  EXPECT_EQ(take(errors_), "error: There is no such folder.\n");
+  EXPECT_EQ(take(errors_), "There is no such folder.\n");
   EXPECT_EQ(call(ActionCall::kHasBeenResolved), 1);
   EXPECT_THAT(take(errors_),
               StartsWith("log: Recovery action 'Empty' of alert bundle 'Full', asked"));

@@ -16,6 +16,7 @@
 #include "tools/bundlecheck/BundleOnTrial.h"
 #include "tools/bundlecheck/InfoCheck.h"
 #include "tools/bundlecheck/TextCheck.h"
+#include "tools/text/Message.h"
 
 namespace velto {
 namespace {
@@ -50,7 +51,7 @@ class BundleCheck {
   Findings check() {
     const std::string& path = trial_.path();
     if (fs::path(path).filename().string().find(".bundle") == std::string::npos) {
-      add(Kind::kError, path, "the name does not end in .bundle");
+      add(Kind::kError, path, tr("the name does not end in .bundle"));
     }
     append(findings_, checkInfo(trial_.bundle(), languages_, path + "/Contents/Info.plist"));
     checkLanguages();
@@ -72,14 +73,14 @@ class BundleCheck {
       const std::string path =
           trial_.path() + "/Contents/Resources/" + language + ".lproj/Alerts.strings";
       if (!isLanguage(language)) {
-        add(Kind::kError, path, language + " is no language");
+        add(Kind::kError, path, say("{} is no language", language));
       } else if (auto file = readTextFile(language, path, path, hasMessages, findings_)) {
         files.push_back(std::move(*file));
       }
     }
     if (languages_.empty()) {
       add(Kind::kError, trial_.path() + "/Contents/Resources",
-          "there is no language, such as en.lproj, and so no text");
+          tr("there is no language, such as en.lproj, and so no text"));
     }
     append(findings_, checkTexts(files, declared_, trial_.hasCode()));
   }
@@ -108,7 +109,7 @@ class BundleCheck {
       std::optional<Error> error;
       if (trial_.registry().alertAction(name, alertOf(std::nullopt), &error) == nullptr) {
         add(Kind::kError, folder + "/" + name,
-            trial_.shown(error ? error->localizedDescription() : "cannot be used"));
+            trial_.shown(error ? error->localizedDescription() : tr("cannot be used")));
       } else {
         checkInterpreter(folder + "/" + name);
       }
@@ -117,7 +118,7 @@ class BundleCheck {
     for (const std::string& name : files.value_or(std::vector<std::string>())) {
       const auto& actions = declared_.actions;
       if (!trial_.hasCode() && std::find(actions.begin(), actions.end(), name) == actions.end()) {
-        add(Kind::kWarning, folder + "/" + name, "no type offers it among its RecoveryOptions");
+        add(Kind::kWarning, folder + "/" + name, tr("no type offers it among its RecoveryOptions"));
       }
     }
   }
@@ -128,7 +129,7 @@ class BundleCheck {
     std::ifstream stream(file, std::ios::binary);
     if (!std::getline(stream, line) || !line.starts_with("#!")) return;
     if (line.ends_with('\r')) {
-      add(Kind::kError, file, "its lines end in CR LF, and so no interpreter is found");
+      add(Kind::kError, file, tr("its lines end in CR LF, and so no interpreter is found"));
       return;
     }
     const std::size_t start = line.find_first_not_of(" \t", 2);
@@ -137,7 +138,7 @@ class BundleCheck {
                                     : line.substr(start, line.find_first_of(" \t", start) - start);
     std::error_code ignored;
     if (!fs::exists(program, ignored)) {
-      add(Kind::kError, file, "its interpreter " + program + " does not exist");
+      add(Kind::kError, file, say("its interpreter {} does not exist", program));
     }
   }
 
@@ -155,7 +156,8 @@ Findings checkBundle(const std::string& path) {
   std::optional<Error> error;
   const auto trial = BundleOnTrial::open(path, log, &error);
   if (trial == nullptr) {
-    return {{Kind::kError, path, 0, error ? error->localizedDescription() : "cannot be opened"}};
+    return {
+        {Kind::kError, path, 0, error ? error->localizedDescription() : tr("cannot be opened")}};
   }
   Findings findings = BundleCheck(*trial).check();
   std::stable_sort(findings.begin(), findings.end(), [](const Finding& a, const Finding& b) {

@@ -6,6 +6,7 @@
 
 #include "tools/bundlecheck/BundleCheck.h"
 #include "tools/bundlecheck/NewBundle.h"
+#include "tools/text/Message.h"
 
 namespace velto {
 namespace {
@@ -18,7 +19,7 @@ constexpr int kNotTried = 2;
 class StreamLog : public Log {
  public:
   explicit StreamLog(std::ostream& stream) : stream_(stream) {}
-  void warning(std::string_view line) override { stream_ << "log: " << line << '\n'; }
+  void warning(std::string_view line) override { stream_ << tr("log:") << ' ' << line << '\n'; }
 
  private:
   std::ostream& stream_;
@@ -27,15 +28,15 @@ class StreamLog : public Log {
 /// The status when something came without success.
 int failure(const std::optional<Error>& error, std::ostream& errors) {
   if (!error) return kFaulty;
-  errors << "error: " << error->localizedDescription() << '\n';
+  errors << error->localizedDescription() << '\n';
   return error->domain == kPOSIXErrorDomain ? kNotTried : kFaulty;
 }
 
 void print(const Finding& finding, std::ostream& output) {
   output << finding.file;
   if (finding.line > 0) output << ':' << finding.line;
-  output << (finding.kind == Finding::Kind::kError ? ": error: " : ": warning: ") << finding.text
-         << '\n';
+  const bool isError = finding.kind == Finding::Kind::kError;
+  output << ": " << (isError ? tr("error") : tr("warning")) << ": " << finding.text << '\n';
 }
 
 }  // namespace
@@ -57,7 +58,7 @@ int renderBundleCommand(const TrialRequest& request, std::ostream& output, std::
   const auto rendered = renderAlert(request, log, &error);
   if (!rendered) return failure(error, errors);
   output << rendered->subject << "\n\n"
-         << rendered->message << "\n\n-- The mail:\n\n"
+         << rendered->message << "\n\n-- " << tr("The mail:") << "\n\n"
          << rendered->mail;
   return kFine;
 }
@@ -69,7 +70,7 @@ int runBundleCommand(const TrialRequest& request, const std::string& action, Act
   const bool isDone = tryAction(request, action, call, log, &error);
   if (error || (!isDone && call == ActionCall::kRun)) return failure(error, errors);
   const bool isRun = call == ActionCall::kRun;
-  output << (isRun ? "done\n" : isDone ? "resolved\n" : "not resolved\n");
+  output << (isRun ? tr("done") : isDone ? tr("resolved") : tr("not resolved")) << '\n';
   return isDone ? kFine : kFaulty;
 }
 

@@ -6,6 +6,7 @@
 
 #include "alerts/InfoObjections.h"
 #include "platform/foundation/Languages.h"
+#include "tools/text/Message.h"
 
 namespace velto {
 namespace {
@@ -25,7 +26,7 @@ class InfoCheck {
       const bool isOurs = key.starts_with("VL");
       if (isOurs &&
           std::find(kOwnInfoKeys.begin(), kOwnInfoKeys.end(), key) == kOwnInfoKeys.end()) {
-        add(Kind::kWarning, key + " means nothing to the daemon");
+        add(Kind::kWarning, say("{} means nothing to the daemon", key));
       }
     }
     return std::move(findings_);
@@ -37,23 +38,23 @@ class InfoCheck {
   void checkStrings() {
     const std::string* name = stringForKey(info_, "CFBundleGetInfoString");
     if (name == nullptr || name->empty()) {
-      add(Kind::kWarning, "CFBundleGetInfoString, the name that people see, is missing");
+      add(Kind::kWarning, tr("CFBundleGetInfoString, the name that people see, is missing"));
     }
     const PropertyList* format = valueForKey(info_, "VLTextFormat");
     if (format != nullptr && (format->string() == nullptr || *format->string() != "icu")) {
-      add(Kind::kError, "VLTextFormat can be \"icu\" only");
+      add(Kind::kError, tr("VLTextFormat can be \"icu\" only"));
     }
   }
 
   void checkRegion() {
     const PropertyList* region = valueForKey(info_, "CFBundleDevelopmentRegion");
     if (region != nullptr && region->string() == nullptr) {
-      add(Kind::kError, "CFBundleDevelopmentRegion is no string");
+      add(Kind::kError, tr("CFBundleDevelopmentRegion is no string"));
       return;
     }
     const std::string language = region == nullptr ? "en" : *region->string();
     if (!languages_.empty() && matchingLocalizations(languages_, {language}).empty()) {
-      add(Kind::kWarning, "there is no language for CFBundleDevelopmentRegion, " + language);
+      add(Kind::kWarning, say("there is no language for CFBundleDevelopmentRegion, {}", language));
     }
   }
 
@@ -61,10 +62,10 @@ class InfoCheck {
     const PropertyList* types = valueForKey(info_, "VLAlertTypes");
     if (types == nullptr) {
       if (valueForKey(info_, "CFBundleExecutable") == nullptr) {
-        add(Kind::kError, "VLAlertTypes is missing: the bundle has no alerts");
+        add(Kind::kError, tr("VLAlertTypes is missing: the bundle has no alerts"));
       }
     } else if (types->dictionary() == nullptr) {
-      add(Kind::kError, "VLAlertTypes is no dictionary");
+      add(Kind::kError, tr("VLAlertTypes is no dictionary"));
     } else {
       for (const auto& [type, declaration] : *types->dictionary()) {
         checkType(type, declaration);
@@ -74,17 +75,17 @@ class InfoCheck {
 
   void checkType(const std::string& type, const PropertyList& declaration) {
     if (declaration.dictionary() == nullptr) {
-      add(Kind::kError, "VLAlertTypes." + type + " is no dictionary");
+      add(Kind::kError, say("VLAlertTypes.{} is no dictionary", type));
       return;
     }
     for (const auto& [key, value] : *declaration.dictionary()) {
       const std::string path = "VLAlertTypes." + type + "." + key;
       if (key != "RecoveryOptions") {
-        add(Kind::kWarning, path + " means nothing to the daemon");
+        add(Kind::kWarning, say("{} means nothing to the daemon", path));
       } else if (value.array() == nullptr ||
                  std::any_of(value.array()->begin(), value.array()->end(),
                              [](const auto& option) { return option.string() == nullptr; })) {
-        add(Kind::kError, path + " is no list of names");
+        add(Kind::kError, say("{} is no list of names", path));
       }
     }
   }

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "platform/foundation/Languages.h"
+#include "tools/text/Message.h"
 
 namespace velto {
 namespace {
@@ -71,7 +72,7 @@ class TextCheck {
     if (std::none_of(places.begin(), places.end(), [&](const std::string& language) {
           return fileOf(language).texts.contains(key);
         })) {
-      add(Kind::kError, file, 0, "\"" + key + "\" is missing");
+      add(Kind::kError, file, 0, say("\"{}\" is missing", key));
     }
   }
 
@@ -87,7 +88,7 @@ class TextCheck {
 
   void checkUse(const TextFile& file, const std::string& key, const CheckedText& text) {
     if (!isKnown(key)) {
-      add(Kind::kWarning, file, text.line, "\"" + key + "\" is of no type and no action");
+      add(Kind::kWarning, file, text.line, say("\"{}\" is of no type and no action", key));
     }
   }
 
@@ -104,7 +105,7 @@ class TextCheck {
     for (const std::string& name : text.attributes) {
       if (hasOthers && !others.contains(name)) {
         add(Kind::kWarning, file, text.line,
-            "\"" + key + "\" names the attribute " + name + ", as it does in no other language");
+            say("\"{}\" names the attribute {}, as it does in no other language", key, name));
       }
     }
   }

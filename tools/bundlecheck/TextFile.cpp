@@ -2,17 +2,28 @@
 #include "tools/bundlecheck/TextFile.h"
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 #include "alerts/texts/LanguageFiles.h"
 #include "alerts/texts/MessageTemplate.h"
 #include "alerts/texts/ReaderText.h"
 #include "platform/foundation/RegularFile.h"
+#include "tools/text/Message.h"
 
 namespace velto {
 namespace {
 
 using Kind = Finding::Kind;
+
+/// What may be wrong with a pattern, for the translations.
+[[maybe_unused]] constexpr std::array kReasons = {
+    trLater("a brace without its other one"),
+    trLater("the form \"other\" is missing"),
+    trLater("not in the syntax of a message"),
+    trLater("too many forms within each other"),
+    trLater("too long, or too many braces"),
+    trLater("\"choice\" is not supported; use \"plural\" or \"select\"")};
 
 /// Whether an equals sign comes next, as behind a key.
 bool isFollowedByEquals(std::string_view rest) {
@@ -33,7 +44,7 @@ class TextReader {
   void read(const std::string& key, const PropertyList& value) {
     CheckedText text{lineOfKey(bytes_, key), {}};
     if (value.string() == nullptr) {
-      add(Kind::kError, text, "\"" + key + "\" is no text");
+      add(Kind::kError, text, say("\"{}\" is no text", key));
       return;
     }
     if (isPatternKey(key)) readPattern(key, *value.string(), text);
@@ -46,12 +57,10 @@ class TextReader {
   }
 
   void readPattern(const std::string& key, const std::string& pattern, CheckedText& text) {
-    const std::string name = "\"" + key + "\"";
     if (!hasMessages_) {
       text.attributes = asSet(attributesNamedIn(pattern));
-      if (pattern.rfind("%{") != std::string::npos &&
-          pattern.rfind("%{") + 1 > pattern.rfind('}') + 1) {
-        add(Kind::kError, text, name + " has a %{ without its }");
+      if (unendedName(pattern)) {
+        add(Kind::kError, text, say("\"{}\" has a %{{ without its }}", key));
       }
       return;
     }
@@ -60,11 +69,12 @@ class TextReader {
       text.attributes = asSet(message->attributeNames());
     } else {
       add(Kind::kError, text,
-          name + " cannot be understood: " + problem.reason + ", at character " +
-              std::to_string(problem.position));
+          say("\"{}\" cannot be understood: {}, at character {}", key, tr(problem.reason.c_str()),
+              problem.position));
     }
     if (pattern.find("%{") != std::string::npos) {
-      add(Kind::kWarning, text, name + " has a %{, which is {} with VLTextFormat = icu");
+      add(Kind::kWarning, text,
+          say("\"{}\" has a %{{, which is {{}} with VLTextFormat = icu", key));
     }
   }
 
@@ -101,8 +111,8 @@ std::optional<TextFile> readTextFile(const std::string& language, const std::str
   const auto bytes = contentsOfRegularFile(path, LanguageFiles::kMaximumFileSize, &error);
   const auto strings = bytes ? textsInStringsFile(*bytes, &error) : std::nullopt;
   if (!strings) {
-    findings.push_back({Kind::kError, file, 0,
-                        "not used: " + (error ? error->localizedDescription() : "no texts")});
+    findings.push_back(
+        {Kind::kError, file, 0, say("not used: {}", error ? error->localizedDescription() : "")});
     return std::nullopt;
   }
   TextFile texts{language, file, {}};

@@ -7,6 +7,7 @@
 #include "platform/foundation/Clock.h"
 #include "platform/json/JSONSyntax.h"
 #include "platform/propertylist/PropertyListJSON.h"
+#include "tools/text/Message.h"
 
 namespace velto {
 namespace {
@@ -46,9 +47,9 @@ std::optional<VLAlert> trialAlert(const std::string& bundle, const std::string& 
     auto read = attributeOf(attribute);
     if (!read) {
       setIfEmpty(error, makeError(kPOSIXErrorDomain, EINVAL,
-                                  "'" + attribute +
-                                      "' is no attribute, such as volume=/home, or "
-                                      "percent:=93 for a number"));
+                                  say("'{}' is no attribute, such as volume=/home, or "
+                                      "percent:=93 for a number",
+                                      attribute)));
       return std::nullopt;
     }
     values.insert_or_assign(std::move(read->name), std::move(read->value));

@@ -2,11 +2,20 @@
 // `bundle check`, `bundle render`, `bundle run` and `bundle new`, which need no daemon.
 
 #include <memory>
+#include <optional>
 #include <sstream>
 #include <string>
+#include <string_view>
 
+#include <boost/json/object.hpp>
+
+#include "platform/foundation/UTF8.h"
 #include "tools/Verbs.h"
+#include "tools/bundlecheck/BundleCheck.h"
 #include "tools/bundlecheck/BundleCommands.h"
+#include "tools/bundlecheck/NewBundle.h"
+#include "tools/frame/Failure.h"
+#include "tools/frame/JSONList.h"
 #include "tools/frame/Session.h"
 #include "tools/text/Message.h"
 #include "tools/text/Printable.h"
@@ -23,6 +32,71 @@ struct Options {
 /// The tool's own statuses.
 ExitStatus statusOf(int result) {
   return result == 0 ? kExitDone : result == 1 ? kExitWrong : kExitFailed;
+}
+
+/// What the daemon would log, on standard error.
+class WarnedLog : public Log {
+ public:
+  explicit WarnedLog(Session& session) : session_(session) {}
+  void warning(std::string_view line) override { session_.warn(printable(line)); }
+
+ private:
+  Session& session_;
+};
+
+[[noreturn]] void fail(const std::optional<Error>& error) {
+  const bool isOfBundle = !error || error->domain != kPOSIXErrorDomain;
+  throw Failure{.status = isOfBundle ? kExitWrong : kExitFailed,
+                .what = error ? printable(error->localizedDescription()) : tr("not done")};
+}
+
+ExitStatus checkAsJSON(Session& session, const std::string& path) {
+  JSONList list(session, "findings");
+  bool isFine = true;
+  for (const Finding& finding : checkBundle(path)) {
+    const bool isError = finding.kind == Finding::Kind::kError;
+    isFine = isFine && !isError;
+    boost::json::object object{{"kind", isError ? "error" : "warning"},
+                               {"file", withoutInvalidUTF8(finding.file)},
+                               {"text", withoutInvalidUTF8(finding.text)}};
+    if (finding.line > 0) object["line"] = finding.line;
+    list.add(object);
+  }
+  return isFine ? kExitDone : kExitWrong;
+}
+
+ExitStatus renderAsJSON(Session& session, const TrialRequest& request) {
+  WarnedLog log(session);
+  std::optional<Error> error;
+  const auto rendered = renderAlert(request, log, &error);
+  if (!rendered) fail(error);
+  session.print({{"language", request.locale},
+                 {"subject", withoutInvalidUTF8(rendered->subject)},
+                 {"message", withoutInvalidUTF8(rendered->message)},
+                 {"mail", withoutInvalidUTF8(rendered->mail)}});
+  return kExitDone;
+}
+
+ExitStatus runAsJSON(Session& session, const TrialRequest& request, const std::string& action,
+                     ActionCall call) {
+  WarnedLog log(session);
+  std::optional<Error> error;
+  const bool isRun = call == ActionCall::kRun;
+  const bool isDone = tryAction(request, action, call, log, &error);
+  if (error || (isRun && !isDone)) fail(error);
+  session.print({{"action", action},
+                 {"result", isRun    ? "done"
+                            : isDone ? "resolved"
+                                     : "unresolved"}});
+  return isDone ? kExitDone : kExitWrong;
+}
+
+ExitStatus newAsJSON(Session& session, const std::string& path) {
+  std::optional<Error> error;
+  const auto made = makeNewBundle(path, &error);
+  if (!made) fail(error);
+  session.print({{"path", withoutInvalidUTF8(*made)}});
+  return kExitDone;
 }
 
 /// Writes what a command gives; its lines are the author's own texts.
@@ -65,8 +139,10 @@ void addRender(VerbSet& group) {
        .description = tr("Show what a bundle's readers are told"),
        .example = "alertsctl bundle render Disk.bundle AlmostFull volume=/home percent:=97 -l de"},
       [options](Session& session) {
+        const TrialRequest request = requestFor(session, *options);
+        if (session.isJSON()) return renderAsJSON(session, request);
         return show(session, [&](auto& output, auto& errors) {
-          return renderBundleCommand(requestFor(session, *options), output, errors);
+          return renderBundleCommand(request, output, errors);
         });
       });
   addDirectory(verb, *options);
@@ -81,9 +157,10 @@ void addRun(VerbSet& group) {
        .example = "alertsctl bundle run Disk.bundle FreeSpace AlmostFull volume=/home"},
       [options](Session& session) {
         const auto call = options->isAsked ? ActionCall::kHasBeenResolved : ActionCall::kRun;
+        const TrialRequest request = requestFor(session, *options);
+        if (session.isJSON()) return runAsJSON(session, request, options->action, call);
         return show(session, [&](auto& output, auto& errors) {
-          return runBundleCommand(requestFor(session, *options), options->action, call, output,
-                                  errors);
+          return runBundleCommand(request, options->action, call, output, errors);
         });
       });
   addDirectory(verb, *options);
@@ -98,6 +175,7 @@ void addCheck(VerbSet& group) {
                           .description = tr("Look for mistakes in a bundle that you write"),
                           .example = "alertsctl bundle check Disk.bundle"},
                          [options](Session& session) {
+                           if (session.isJSON()) return checkAsJSON(session, options->request.path);
                            return show(session, [&](auto& output, auto&) {
                              return checkBundleCommand(options->request.path, output);
                            });
@@ -117,6 +195,7 @@ void addBundleAuthorVerbs(VerbSet& group) {
             .description = tr("Make a bundle that works, to begin with"),
             .example = "alertsctl bundle new Disk"},
            [options](Session& session) {
+             if (session.isJSON()) return newAsJSON(session, options->request.path);
              return show(session, [&](auto& output, auto& errors) {
                return newBundleCommand(options->request.path, output, errors);
              });
