@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // The interface between the alerts daemon and an alert bundle with code, for C++17 and later:
 // nothing but what velto/alert_bundle.h says, with types. A class of an alert derives from
-// AlertClass, one of a recovery action from ActionClass; velto_alert_bundle_register hands them to
-// registerClasses. An exception ends the function that it leaves, with a line in the log.
+// AlertClass, one of a recovery action from ActionClass; VELTO_ALERT_BUNDLE exports them. An
+// exception ends the function that it leaves, with a line in the log.
 //
 // Everything here is hidden, so that bundles with classes of the same name never meet. Give yours a
 // namespace without a name, or compile with -fvisibility=hidden, as the flags of
@@ -192,5 +192,17 @@ int registerClasses(const velto_host* daemon, velto_registry* registry, const Ad
 
 }  // namespace velto::bundle
 #pragma GCC visibility pop
+
+/// What a bundle exports, once in all of its sources. The block behind it puts the classes into the
+/// Registry of that name:
+///
+///     VELTO_ALERT_BUNDLE(classes) { classes.alert<HighLoad>("HighLoad"); }
+#define VELTO_ALERT_BUNDLE(classes)                                                     \
+  static void veltoAddClasses(::velto::bundle::Registry& classes);                      \
+  const std::uint32_t velto_alert_bundle_interface = VELTO_ALERT_BUNDLE_INTERFACE;      \
+  int velto_alert_bundle_register(const velto_host* daemon, velto_registry* registry) { \
+    return ::velto::bundle::registerClasses(daemon, registry, veltoAddClasses);         \
+  }                                                                                     \
+  static void veltoAddClasses(::velto::bundle::Registry& classes)
 
 #endif

@@ -7,15 +7,12 @@
 
 using namespace velto::bundle;
 
-namespace {
-
 struct HighLoad : AlertClass {
   bool subject(const Alert& alert, Text& text) const override {
-    if (const auto load = alert.attribute("load").number())
-      text.appendNumber(*load, 1).append(": ");
+    const auto load = alert.attribute("load").number();
+    if (load) text.appendNumber(*load, 1).append(": ");
     return alert.appendSubject(text);
   }
-  std::vector<std::string> recoveryOptions(const Alert&) const override { return {"Recheck"}; }
 };
 
 struct Recheck : ActionClass {
@@ -30,12 +27,6 @@ struct Recheck : ActionClass {
   }
 };
 
-}  // namespace
-
-const std::uint32_t velto_alert_bundle_interface = VELTO_ALERT_BUNDLE_INTERFACE;
-
-int velto_alert_bundle_register(const velto_host* daemon, velto_registry* registry) {
-  return registerClasses(daemon, registry, [](Registry& classes) {
-    classes.alert<HighLoad>("HighLoad").action<Recheck>("Recheck");
-  });
+VELTO_ALERT_BUNDLE(classes) {
+  classes.alert<HighLoad>("HighLoad").action<Recheck>("Recheck");
 }
