@@ -9,6 +9,7 @@
 #include <unistd.h>
 #include <utility>
 
+#include "platform/foundation/TrustedFile.h"
 #include "store/ADAlert.h"
 #include "store/ADAlertBundle.h"
 #include "store/ADAttribute.h"
@@ -41,15 +42,8 @@ bool isOurs(const ManagedObjectModel& model) {
 /// Whoever can write there can do with the store what they like. Judged by name, since closing the
 /// file would end SQLite's locks on it.
 void warnOfWriters(const std::string& path, Log& log) {
-  struct stat status {};
-  if (stat(path.c_str(), &status) != 0) {
-    return;
-  }
-  const bool isForeign = status.st_uid != 0 && status.st_uid != geteuid();
-  if (isForeign || (status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
-    log.warning("The store is open to others: " + path +
-                (isForeign ? " belongs to user " + std::to_string(status.st_uid)
-                           : " can be written by others than its owner"));
+  if (const auto writers = writersElse(path)) {
+    log.warning("The store is open to others: " + *writers);
   }
 }
 

@@ -82,15 +82,23 @@ std::string phrase(const Attempt& attempt, const FileRequirement& requirement) {
   }
 }
 
+std::string belongingTo(const std::string& path, uid_t owner) {
+  return path + " belongs to user " + std::to_string(owner);
+}
+
+std::string writableByOthers(const std::string& path) {
+  return path + " can be written by others than its owner";
+}
+
 /// The same for a file that is one of several on the way.
 std::string phraseNaming(const std::string& path, const Attempt& attempt) {
   switch (attempt.objection) {
     case Objection::kNotRegular:
       return path + " is not a regular file";
     case Objection::kOwner:
-      return path + " belongs to user " + std::to_string(attempt.owner);
+      return belongingTo(path, attempt.owner);
     case Objection::kOthers:
-      return path + " can be written by others than its owner";
+      return writableByOthers(path);
     default:
       return path + ": " + std::generic_category().message(attempt.code);
   }
@@ -131,6 +139,14 @@ FileDescriptor openTrustedFileBelow(const std::string& directory,
     setIfEmpty(error, makeError(kPOSIXErrorDomain, attempt.code, phraseNaming(path, attempt)));
   }
   return std::move(attempt.file);
+}
+
+std::optional<std::string> writersElse(const std::string& path) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0) return std::nullopt;
+  if (status.st_uid != 0 && status.st_uid != ::geteuid()) return belongingTo(path, status.st_uid);
+  return (status.st_mode & (S_IWGRP | S_IWOTH)) != 0 ? std::optional(writableByOthers(path))
+                                                     : std::nullopt;
 }
 
 bool isFileName(const std::string& name) {

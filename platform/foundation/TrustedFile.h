@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -48,6 +49,10 @@ FileDescriptor openTrustedDirectory(const std::string& path, const FileRequireme
 /// the way, in a phrase. Any thread.
 FileDescriptor openTrustedFileBelow(const std::string& directory,
                                     const std::vector<std::string>& steps, ErrorSlot error);
+
+/// Who else than root and this process's user can write what is at `path`, in a sentence that names
+/// it; nothing when nobody can, or nothing is there. It is judged by name alone. Any thread.
+std::optional<std::string> writersElse(const std::string& path);
 
 /// Whether the name stands for an entry of a folder, and for nothing else.
 bool isFileName(const std::string& name);

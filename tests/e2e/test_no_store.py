@@ -15,8 +15,12 @@ ALERT = {"bundle": "b", "type": "t"}
 
 
 def assert_serves_without_a_store(system):
-    """Every call is answered, with an error; each that needs the store is logged."""
+    """Every call is answered, with the reason that the log and the state have; each that needs the
+    store is logged."""
     client = system.client()
+    store = client.call("com.ulmora.velto.AlertsMonitor.GetStatus")["status"]["store"]
+    assert store["usable"] is False
+    assert sum(store["problem"] in line for line in system.daemon.log_lines()) == 1
     lines = system.daemon.log_lines().count(NO_STORE)
     calls = (("SaveAlerts", {"alerts": [ALERT]}, None),
              ("PostAlert", {"alert": {"bundle": "Printer", "type": "Jam"}}, None),
@@ -30,7 +34,8 @@ def assert_serves_without_a_store(system):
     for number, (method, parameters, data) in enumerate(calls, 1):
         reply = client.call(method, **parameters)
         failure = reply.pop("error")
-        assert failure["domain"] and failure["userInfo"]["NSLocalizedDescription"]
+        assert failure["userInfo"]["NSLocalizedDescription"] == \
+            f"The store cannot be used: {store['problem']}"
         assert reply == (dict([data]) if data else {})
         assert system.daemon.log_lines().count(NO_STORE) == lines + number
 
