@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "alerts/texts/BundleTexts.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "alerts/texts/LanguageFiles.h"
@@ -68,10 +69,12 @@ std::optional<std::string> BundleTexts::textAbout(const PropertyList::Dictionary
   const auto places = placesFor(reader);
   const auto [text, place] = find(*places, key);
   if (text == nullptr) return std::nullopt;
-  for (const std::string& name : text->neededNames) {
+  const auto& needed = text->neededNames;
+  const auto missing = std::find_if(needed.begin(), needed.end(), [&](const std::string& name) {
     const PropertyList* value = valueForKey(attributes, name);
-    if (value == nullptr || value->isAbsent()) holes_.tellAttribute(*place->language, key, name);
-  }
+    return value == nullptr || value->isAbsent();
+  });
+  if (missing != needed.end()) holes_.tellAttribute(*place->language, key, *missing);
   return text->message ? text->message->text(attributes, *place->formats)
                        : expandedText(text->pattern, attributes, *place->formats);
 }
