@@ -84,6 +84,23 @@ def test_programs_are_told_of_failures_as_elsewhere(tmp_path):
     assert (waiting.returncode, json.loads(waiting.stdout)["result"]) == (3, "unresolved")
 
 
+def test_names_that_are_missing_are_warned_of(tmp_path):
+    run(tmp_path, "new", "Full")
+    resources = tmp_path / "Full.bundle/Contents/Resources"
+    (resources / "de.lproj/InfoPlist.strings").unlink()
+    for language in ("en", "de"):
+        texts = resources / f"{language}.lproj/Alerts.strings"
+        texts.write_text(re.sub('"TooManyFiles.name".*', "", texts.read_text(encoding="utf-8")),
+                         encoding="utf-8")
+    checked = run(tmp_path, "check", "Full.bundle")
+    assert checked.returncode == 0
+    assert [line.partition("Resources/")[2] for line in checked.stdout.splitlines()] == [
+        'de.lproj/Alerts.strings: warning: "TooManyFiles.name" is missing',
+        "de.lproj/InfoPlist.strings: warning: CFBundleGetInfoString, the name that people see, is "
+        "missing",
+        'en.lproj/Alerts.strings: warning: "TooManyFiles.name" is missing']
+
+
 def test_the_first_bundle_of_the_documents_has_no_mistake(tmp_path):
     blocks = [textwrap.dedent(block) for block in re.findall(r"(?:^(?: {4}.*|)\n)+", TEXT, re.M)]
     (script,) = [block for block in blocks if block.lstrip("\n").startswith("mkdir -p Disk.bundle")]

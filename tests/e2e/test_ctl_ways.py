@@ -8,7 +8,7 @@ import subprocess
 import unicodedata
 
 import pytest
-from velto.control import Control, shown
+from velto.control import Control, ended, shown
 from velto.skipping import skip_or_fail
 from velto.system import ALERTSCTL
 
@@ -137,6 +137,18 @@ def test_nothing_in_an_alert_moves_the_cursor(ctl, system):
     (("call",), "needs METHOD"),
     (("read",), "read needs identifiers, or --all"),
     (("read", "--all", "x"), "read needs identifiers, or --all"),
+    (("bundle", "rnder", "x"), "did you mean render?"),
+    (("bundle", "render", "x", "Jam", "-l", "english"), '"english" is no language; did you mean en?'),
+    (("bundle", "set", "Printer", "--mail", "of"), '--mail is on or off, and not "of"'),
+    (("mail", "ad", "x"), "did you mean add?"),
+    (("mail", "add", ""), "it is empty"),
+    (("mail", "add", "a@example.org", "-l", "english"), "did you mean en?"),
+    (("push", "add", "g", "zz"), "the token is not hexadecimal at character 1"),
+    (("attributes", "set", "a"), "attributes are NAME=VALUE"),
+    (("test", "--mial"), "did you mean --mail?"),
+    (("deliveries", "--since", "foo"), '"foo" is no date'),
+    (("stats", "--utcc"), "did you mean --utc?"),
+    (("status", "-x"), "there is no option -x"),
     (("metrics", "-j"), "see alertsctl status -j")], ids=str)
 def test_wrong_usage_is_one_line_and_status_2(ctl, arguments, words):
     result = ctl(*arguments)
@@ -148,6 +160,26 @@ def test_wrong_usage_is_one_line_and_status_2(ctl, arguments, words):
     assert (result.status, result.errors) == (2, "")
     error = result.json["error"]
     assert words in "; ".join([error["message"], error.get("advice", "")])
+
+
+@pytest.mark.parametrize("filters, words", [
+    (("-b", "Prnter"), "there is no bundle Prnter; did you mean Printer?"),
+    (("-b", "Nosuch"), "there is no bundle Nosuch; see alertsctl bundles"),
+    (("-b", "Printer", "-t", "Jma"), "there is no kind Jma; did you mean Jam?"),
+    (("-t", "Jma"), "there is no kind Jma; did you mean Jam?"),
+    (("-b", "Printer", "--until", "2002-01-01"), ""), (("-t", "Jam", "-b", "Printer", "-g", "no"), "")],
+    ids=str)
+def test_a_filter_by_a_name_that_there_is_not_says_so(ctl, filters, words):
+    result = ctl("list", *filters)
+    assert (result.status, result.output) == (0, "No alerts.\n")
+    assert result.errors == (f"alertsctl: {words}\n" if words else "")
+    assert ctl("list", "-q", *filters) == (0, "", "")
+
+
+def test_who_watches_what_there_is_not_is_told(ctl):
+    with ended(ctl.begin("watch", "-b", "Prnter")) as process:
+        assert process.stderr.readline() == \
+            "alertsctl: there is no bundle Prnter; did you mean Printer?\n"
 
 
 def test_errors_of_the_daemon_say_what_to_do(ctl):

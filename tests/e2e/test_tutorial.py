@@ -45,7 +45,10 @@ def test_the_bundle_in_ten_minutes(system):
     assert (result.returncode, result.stderr) == (0, "")
     (mail,) = system.mail.mails()
     assert mail.message["Subject"] == "/home ist fast voll"
-    assert mail.text.startswith("Auf /home sind 1,5 GB frei.\n\nModul: Disks\nArt: Platte fast voll\n")
+    # Nothing of it is English.
+    assert re.fullmatch("Auf /home sind 1,5 GB frei.\n\nModul: Platten\nArt: Platte fast voll\n"
+                        r"Zeit: \d+\. \w+ \d{4} um \d\d:\d\d:\d\d UTC\n", mail.text), mail.text
+    assert mail.message["From"].addresses[0].display_name.strip() == "Warnungen"
 
 
 @pytest.mark.parametrize("language, standard, marker", [

@@ -67,7 +67,7 @@ TEST_F(BundleCheckTest, FindsWhatInfoPlistCannotSay) {
         " VLAlertTypes = { Full = { RecoveryOption = (a); RecoveryOptions = b; }; Odd = x; }; }");
   writeEnglish(
       "\"Full.subject\" = s; \"Full.message\" = m; \"Odd.subject\" = s;"
-      " \"Odd.message\" = m;");
+      " \"Odd.message\" = m; \"Full.name\" = n; \"Odd.name\" = n;");
   fs::remove_all(contents() / "Actions");
   EXPECT_THAT(findings(),
               UnorderedElementsAre(
@@ -126,7 +126,7 @@ TEST_F(BundleCheckTest, FindsPlaceholdersWithoutAnEnd) {
   removeGerman();
   write("Info.plist", "{ CFBundleGetInfoString = x; VLAlertTypes = { Full = {}; }; }");
   fs::remove_all(contents() / "Actions");
-  writeEnglish("\"Full.subject\" = \"%{a} %{b\";\n\"Full.message\" = \"100%\";");
+  writeEnglish("\"Full.subject\" = \"%{a} %{b\";\n\"Full.message\" = \"100%\"; \"Full.name\" = n;");
   EXPECT_THAT(findings(), ElementsAre("Resources/en.lproj/Alerts.strings:1: \"Full.subject\" has a "
                                       "%{ without its }"));
 }

@@ -161,7 +161,9 @@ alerts::Follower follower(Session& session, const alerts::ListQuery& query) {
 
 ExitStatus follow(Session& session, const ListOptions& options) {
   EventTeller teller(session, options);
-  tellForEver(session, teller, follower(session, teller.query()));
+  auto changes = follower(session, teller.query());
+  options.warnOfUnknown(session);
+  tellForEver(session, teller, std::move(changes));
 }
 
 ExitStatus followAfterList(Session& session, const ListOptions& options) {

@@ -55,10 +55,11 @@ void printIdentifiers(Session& session, AlertPages& pages, bool isReversed) {
   });
 }
 
-void printTable(Session& session, AlertPages& pages, bool isReversed, const std::string& nothing) {
+void printTable(Session& session, AlertPages& pages, const ListOptions& options,
+                const std::string& nothing) {
   std::optional<Table> table;
   std::int64_t count = 0;
-  forEachPage(pages, isReversed, [&](const Items& items) {
+  forEachPage(pages, options.isReversed, [&](const Items& items) {
     count += static_cast<std::int64_t>(items.size());
     if (!table) {
       session.page();
@@ -71,6 +72,7 @@ void printTable(Session& session, AlertPages& pages, bool isReversed, const std:
   });
   if (count == 0) {
     session.tell(nothing);
+    options.warnOfUnknown(session);
   } else if (session.ways().hasLegend) {
     const std::string sum = sayCount("{} alert.", "{} alerts.", count);
     session.tell("\n" + (pages.hasMore() ? sum + " " + tr("There are more.") : sum));
@@ -85,7 +87,7 @@ ExitStatus list(Session& session, const ListOptions& options, const std::string&
   } else if (session.ways().isQuiet) {
     printIdentifiers(session, pages, options.isReversed);
   } else {
-    printTable(session, pages, options.isReversed, nothing);
+    printTable(session, pages, options, nothing);
   }
   return kExitDone;
 }

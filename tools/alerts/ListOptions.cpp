@@ -37,6 +37,12 @@ alerts::ListQuery ListOptions::query(Session& session) const {
   return query;
 }
 
+void ListOptions::warnOfUnknown(Session& session) const {
+  if (!bundle && !type) return;
+  const alerts::ListQuery meant = query(session);
+  velto::warnOfUnknown(session, meant.bundle, meant.type);
+}
+
 void ListOptions::check() const {
   if (count && *count < 0) {
     throw usageFailure(say("-n: {} is no number of alerts", *count));

@@ -27,6 +27,8 @@ struct ListOptions {
 
   /// The filters as the daemon takes them; throws a Failure for a date that is none.
   alerts::ListQuery query(Session& session) const;
+  /// Warns of a bundle or kind that there is not, which would else look like one without alerts.
+  void warnOfUnknown(Session& session) const;
   /// What is wrong with it is thrown as a Failure.
   void check() const;
 };

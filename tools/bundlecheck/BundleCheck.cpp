@@ -11,6 +11,8 @@
 
 #include <unicode/locid.h>
 
+#include "alerts/texts/BundleTexts.h"
+#include "alerts/texts/LanguageFiles.h"
 #include "platform/foundation/FileManager.h"
 #include "platform/foundation/Languages.h"
 #include "tools/bundlecheck/BundleOnTrial.h"
@@ -83,6 +85,25 @@ class BundleCheck {
           tr("there is no language, such as en.lproj, and so no text"));
     }
     append(findings_, checkTexts(files, declared_, trial_.hasCode()));
+    for (const std::string& language : languages_) {
+      checkBundleName(language);
+    }
+  }
+
+  /// Its readers see the name that Info.plist has, which is for those whom no language suits.
+  void checkBundleName(const std::string& language) {
+    const auto places = localizationsForReader(languages_, language);
+    const bool isNamed = std::any_of(places.begin(), places.end(), [&](const std::string& place) {
+      return LanguageFiles::readNames(trial_.bundle(), place)
+          .contains(std::string(LanguageFiles::kBundleNameKey));
+    });
+    const bool isFallback =
+        language == BundleTexts::languagesFor(trial_.bundle(), languages_, "").back();
+    if (!isNamed && !isFallback && isLanguage(language)) {
+      add(Kind::kWarning,
+          trial_.path() + "/Contents/Resources/" + language + ".lproj/InfoPlist.strings",
+          tr("CFBundleGetInfoString, the name that people see, is missing"));
+    }
   }
 
   VLAlert alertOf(std::optional<std::string> type) const {

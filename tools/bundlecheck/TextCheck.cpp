@@ -28,7 +28,10 @@ class TextCheck {
     const auto keys = expectedKeys();
     for (const TextFile& file : files_) {
       for (const std::string& key : keys) {
-        checkPresence(file, key);
+        checkPresence(file, key, Kind::kError);
+      }
+      for (const std::string& type : declared_.types) {
+        if (!keys.contains(type + ".name")) checkPresence(file, type + ".name", Kind::kWarning);
       }
       for (const auto& [key, text] : file.texts) {
         checkUse(file, key, text);
@@ -66,13 +69,13 @@ class TextCheck {
   }
 
   /// A text of a region may be that of the language.
-  void checkPresence(const TextFile& file, const std::string& key) {
+  void checkPresence(const TextFile& file, const std::string& key, Kind kind) {
     if (file.texts.contains(key)) return;
     const auto places = localizationsForReader(languages_, file.language);
     if (std::none_of(places.begin(), places.end(), [&](const std::string& language) {
           return fileOf(language).texts.contains(key);
         })) {
-      add(Kind::kError, file, 0, say("\"{}\" is missing", key));
+      add(kind, file, 0, say("\"{}\" is missing", key));
     }
   }
 

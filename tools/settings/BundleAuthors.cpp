@@ -17,6 +17,7 @@
 #include "tools/frame/Failure.h"
 #include "tools/frame/JSONList.h"
 #include "tools/frame/Session.h"
+#include "tools/settings/Recipients.h"
 #include "tools/text/Message.h"
 #include "tools/text/Printable.h"
 
@@ -116,7 +117,7 @@ ExitStatus show(Session& session, const Command& command) {
 /// A reader's language: the one of whoever asks, unless another is given.
 TrialRequest requestFor(const Session& session, const Options& options) {
   TrialRequest request = options.request;
-  if (request.locale.empty()) request.locale = session.language();
+  request.locale = requiredLanguage(request.locale).value_or(session.language());
   return request;
 }
 

@@ -35,6 +35,7 @@ InstalledBundle bundleAt(const std::string& path) {
   if (const auto* title = stringForKey(*info->dictionary(), "CFBundleGetInfoString")) {
     bundle.title = *title;
   }
+  bundle.hasCode = valueForKey(*info->dictionary(), "CFBundleExecutable") != nullptr;
   const PropertyList* types = valueForKey(*info->dictionary(), "VLAlertTypes");
   if (types != nullptr && types->dictionary() != nullptr) {
     for (const auto& [type, unused] : *types->dictionary()) {
@@ -105,6 +106,28 @@ Failure noSuchBundle(const std::string& name, const std::vector<std::string>& na
 }
 
 }  // namespace
+
+void warnOfUnknown(Session& session, const std::optional<std::string>& bundle,
+                   const std::optional<std::string>& type) {
+  const auto names = knownBundles(session);
+  if (bundle && std::find(names.begin(), names.end(), *bundle) == names.end()) {
+    session.warn(noSuchBundle(*bundle, names).line());
+    return;
+  }
+  std::vector<std::string> types;
+  bool isSure = true;
+  for (const auto& [key, installed] : installedBundles()) {
+    if (bundle && key != *bundle) continue;
+    isSure = isSure && !installed.hasCode;  // which may have kinds that it does not declare
+    types.insert(types.end(), installed.types.begin(), installed.types.end());
+  }
+  if (!type || std::find(types.begin(), types.end(), *type) != types.end()) return;
+  const std::string meant = suggestion(*type, types);
+  if (isSure || !meant.empty()) {
+    session.warn(
+        Failure{.what = say("there is no kind {}", printable(*type)), .advice = meant}.line());
+  }
+}
 
 void requireBundle(Session& session, const std::string& name) {
   const auto names = knownBundles(session);

@@ -17,6 +17,7 @@ namespace velto {
 struct InstalledBundle {
   std::string title = {};               ///< what people call it; may be empty
   std::vector<std::string> types = {};  ///< the kinds of alerts that it declares, sorted
+  bool hasCode = false;                 ///< which may add others
 };
 
 /// The bundles in the alerts directory, by name; what cannot be read is left out. They are read
@@ -35,6 +36,11 @@ std::string typeMeant(Session& session, const std::optional<std::string>& bundle
 
 /// The names of bundles that a user may have meant: those in use, and those installed.
 std::vector<std::string> knownBundles(Session& session);
+
+/// Says on standard error that there is no such bundle, or no such kind of alerts, and what may be
+/// meant: a filter by it finds nothing but what a bundle has left that is gone.
+void warnOfUnknown(Session& session, const std::optional<std::string>& bundle,
+                   const std::optional<std::string>& type);
 
 /// Throws a Failure with the nearest names for a bundle that there is not.
 void requireBundle(Session& session, const std::string& name);

@@ -25,7 +25,9 @@ void requireReadable(const std::string& path) {
   if (code == EACCES) {
     throw Failure{.status = kExitNotPermitted, .what = what, .advice = tr("try it with sudo")};
   }
-  throw Failure{.what = what, .advice = tr("the daemon makes it at its first start")};
+  const bool isDaemons = path == StoreReader::path();
+  throw Failure{.what = what,
+                .advice = isDaemons ? tr("the daemon makes it at its first start") : ""};
 }
 
 }  // namespace
