@@ -2,7 +2,7 @@
 // Builds the page into dist/.
 // usage: node scripts/build.mjs
 
-import { cp, mkdir, readdir, readFile, rm, writeFile } from "node:fs/promises";
+import { appendFile, cp, mkdir, readdir, readFile, rm, writeFile } from "node:fs/promises";
 import { basename, join } from "node:path";
 import { fileURLToPath } from "node:url";
 import { build } from "esbuild";
@@ -25,9 +25,22 @@ const withoutAssets = {
   },
 };
 
+/** The licences of the packages that are in the page, each under a line with its name: their makers want them to come along. */
+async function licences({ outputs }) {
+  const paths = Object.values(outputs).flatMap(({ inputs }) => Object.keys(inputs).filter((path) => inputs[path].bytesInOutput > 0));
+  const names = new Set(paths.flatMap((path) => /node_modules\/((?:@[^/]+\/)?[^/]+)/.exec(path)?.[1] ?? []));
+  const texts = [...names].sort().map(async (name) => {
+    const folder = join(home, "node_modules", name);
+    const file = (await readdir(folder)).find((entry) => /^licen[cs]e/i.test(entry));
+    if (!file) throw new Error(`${name} comes without its licence`);
+    return `\n== ${name}\n\n${(await readFile(join(folder, file), "utf8")).trim()}\n`;
+  });
+  return (await Promise.all(texts)).join("");
+}
+
 await rm(out, { recursive: true, force: true });
 await mkdir(out, { recursive: true });
-await build({
+const { metafile } = await build({
   entryPoints: [join(home, "src/index.tsx")],
   outdir: out,
   bundle: true,
@@ -38,8 +51,10 @@ await build({
   target: ["chrome100", "firefox102", "safari16"],
   define: { "process.env.NODE_ENV": '"production"' },
   plugins: [withoutAssets],
+  metafile: true,
   logLevel: "warning",
 });
+await appendFile(join(out, "index.js.LEGAL.txt"), await licences(metafile));
 for (const name of ["index.html", "manifest.json"]) await cp(join(home, "src", name), join(out, name));
 for (const name of await readdir(join(home, "po"))) {
   if (name.endsWith(".po")) await writeFile(join(out, `po.${basename(name, ".po")}.js`), await poScript(join(home, "po", name)));

@@ -4,8 +4,10 @@
 import os
 import pathlib
 import re
+import shutil
 import subprocess
 import sys
+import xml.etree.ElementTree
 
 import pytest
 
@@ -13,6 +15,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 sys.path.append(str(ROOT / "tests/e2e"))
 
 # pylint: disable=wrong-import-position
+from velto.skipping import skip_or_fail
 from velto.system import BUILD, System
 
 SCORE = re.compile(r"Overall exposure level for velto-alerts.service: ([0-9.]+)")
@@ -27,6 +30,20 @@ def _installed(tmp_path_factory):
     return folder
 
 
+@pytest.fixture(scope="module", name="page")
+def _page(tmp_path_factory):
+    """A folder that the page in Cockpit is installed into, below usr."""
+    if not all(map(shutil.which, ("node", "npm"))):
+        skip_or_fail("needs node and npm, to build the page")
+    built = subprocess.run([ROOT / "console/build"], check=False, capture_output=True, text=True)
+    if built.returncode != 0:
+        skip_or_fail(f"the page cannot be built: {built.stderr}")
+    folder = tmp_path_factory.mktemp("page")
+    subprocess.run(["cmake", "--install", BUILD, "--component", "console"], check=True,
+                   capture_output=True, env={**os.environ, "DESTDIR": str(folder)})
+    return folder
+
+
 def listed():
     """The paths of the table, which may have a * in them."""
     text = (ROOT / "docs/administration.md").read_text(encoding="utf-8")
@@ -34,12 +51,28 @@ def listed():
     return re.findall(r"^\| `(/[^`]+)`", table, re.MULTILINE)
 
 
-def test_what_is_installed_is_what_is_listed(installed):
+def test_what_is_installed_is_what_is_listed(installed, page):
     rows = [re.compile(re.escape(row).replace(r"\*", "[^/]+") + "(/.*)?") for row in listed()]
-    files = ["/" + str(path.relative_to(installed)) for path in installed.rglob("*")
-             if not path.is_dir()]
+    files = ["/" + str(path.relative_to(folder)) for folder in (installed, page)
+             for path in folder.rglob("*") if not path.is_dir()]
     assert [file for file in files if not any(row.fullmatch(file) for row in rows)] == []
     assert [row.pattern for row in rows if not any(row.fullmatch(file) for file in files)] == []
+
+
+def test_whose_code_is_in_the_page_is_told(page):
+    text = (page / "usr/share/cockpit/velto/index.js.LEGAL.txt").read_text(encoding="utf-8")
+    names = re.findall(r"^== (\S+)$", text, re.MULTILINE)
+    assert {"react", "tslib", "@patternfly/react-core"} <= set(names)
+    told = (ROOT / "packaging/debian/copyright").read_text(encoding="utf-8").split()
+    assert [name for name in names if name not in {word.strip(",;") for word in told}] == []
+
+
+def test_cockpit_knows_the_page_by_the_name_that_its_metadata_has(page):
+    (file,) = (page / "usr/share/metainfo").iterdir()
+    component = xml.etree.ElementTree.parse(file).getroot()
+    assert file.name == f"{component.findtext('id')}.metainfo.xml"
+    (launchable,) = component.findall("launchable[@type='cockpit-manifest']")
+    assert (page / "usr/share/cockpit" / launchable.text / "manifest.json").is_file()
 
 
 @pytest.mark.parametrize("compiler, source", [("cc", "bundles/Backup/Code/Backup.c"),

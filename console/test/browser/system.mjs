@@ -17,6 +17,17 @@ import { ScriptedService } from "../peer/ScriptedService.mjs";
 
 const dist = fileURLToPath(new URL("../../dist", import.meta.url));
 
+/** The folder of another Debian, whose Cockpit is tried instead of this system's (console/scripts/cockpit-root makes one). */
+const otherRoot = process.env.VELTO_COCKPIT_ROOT;
+
+/** Runs a command in another Debian, which sees the folder for temporary files as this one does. */
+const INSIDE = `root=$1 shared=$2; shift 2
+mkdir -p "$root$shared"
+mount --bind "$shared" "$root$shared"
+mount --bind /dev "$root/dev"
+mount -t proc proc "$root/proc"
+exec chroot "$root" "$@"`;
+
 /** The tests that need more than the real service can be told to do pass it over. */
 export const isReal = process.env.VELTO_CONSOLE_PEER === "daemon";
 export const scriptedOnly = isReal ? { skip: "only the scripted service can be told to do this" } : {};
@@ -69,16 +80,17 @@ export class System {
     await mkdir(join(this.folder, "bin"));
     for (const name of ["journalctl", "systemctl", "grant"]) {
       const path = join(this.folder, "bin", name);
-      const program = `#!${process.execPath}
-const socket = require("node:net").connect(${JSON.stringify(this.control)});
-let text = "";
-socket.setEncoding("utf8").on("data", (part) => (text += part)).on("end", () => {
-  const { output, code } = JSON.parse(text);
-  process[code === 0 ? "stdout" : "stderr"].write(output);
-  process.exitCode = code;
-  if (${JSON.stringify(name)} === "grant") require("node:child_process").spawn("cockpit-bridge", ["--privileged"], { stdio: "inherit" });
-});
-socket.end(JSON.stringify([${JSON.stringify(name)}, ...process.argv.slice(2)]));
+      const program = `#!/usr/bin/python3
+import json, os, socket, sys
+with socket.socket(socket.AF_UNIX) as control:
+    control.connect(${JSON.stringify(this.control)})
+    control.sendall(json.dumps([${JSON.stringify(name)}, *sys.argv[1:]]).encode())
+    control.shutdown(socket.SHUT_WR)
+    answer = json.loads(b"".join(iter(lambda: control.recv(65536), b"")))
+if ${JSON.stringify(name)} == "grant":
+    os.execvp("cockpit-bridge", ["cockpit-bridge", "--privileged"])
+(sys.stderr if answer["code"] else sys.stdout).write(answer["output"])
+sys.exit(answer["code"])
 `;
       await writeFile(path, program);
       await chmod(path, 0o755);
@@ -134,8 +146,9 @@ socket.end(JSON.stringify([${JSON.stringify(name)}, ...process.argv.slice(2)]));
       XDG_CONFIG_HOME: this.folder,
       LANG: "C.UTF-8",
     };
+    const inside = otherRoot ? ["unshare", "--mount", "sh", "-ec", INSIDE, "sh", otherRoot, tmpdir()] : [];
     // It must not outlive us, however we end.
-    this.cockpit = spawn("setpriv", ["--pdeathsig", "TERM", "/usr/lib/cockpit/cockpit-ws", ...words], { env: environment, stdio: ["ignore", "ignore", "pipe"] });
+    this.cockpit = spawn("setpriv", ["--pdeathsig", "TERM", ...inside, "/usr/lib/cockpit/cockpit-ws", ...words], { env: environment, stdio: ["ignore", "ignore", "pipe"] });
     this.cockpit.stderr.on("data", (text) => process.env.VELTO_CONSOLE_LOG && process.stderr.write(text));
     this.address = `http://127.0.0.1:${this.port}/cockpit/@localhost/velto/index.html`;
     await reachable(this.address, this.cockpit);
