@@ -19,6 +19,15 @@ class SerialQueue::Jobs {
     isWorkOrEnd_.notify_one();
   }
 
+  void addLater(std::chrono::steady_clock::time_point when, std::function<void()> job) {
+    {
+      const MutexLock lock(mutex_);
+      later_.swap(job);
+      when_ = when;
+    }
+    isWorkOrEnd_.notify_one();
+  }
+
   void end() {
     {
       const MutexLock lock(mutex_);
@@ -41,7 +50,13 @@ class SerialQueue::Jobs {
   std::vector<std::function<void()>> take() {
     MutexLock lock(mutex_);
     while (waiting_.empty() && !isEnding_) {
-      lock.wait(isWorkOrEnd_);
+      if (later_ == nullptr) {
+        lock.wait(isWorkOrEnd_);
+      } else if (std::chrono::steady_clock::now() < when_) {
+        lock.waitUntil(isWorkOrEnd_, when_);
+      } else {
+        waiting_.push_back(std::exchange(later_, nullptr));
+      }
     }
     return std::exchange(waiting_, {});
   }
@@ -49,6 +64,8 @@ class SerialQueue::Jobs {
   Mutex mutex_;
   std::condition_variable isWorkOrEnd_;
   std::vector<std::function<void()>> waiting_ VELTO_GUARDED_BY(mutex_);
+  std::function<void()> later_ VELTO_GUARDED_BY(mutex_);  ///< null when there is none
+  std::chrono::steady_clock::time_point when_ VELTO_GUARDED_BY(mutex_);
   bool isEnding_ VELTO_GUARDED_BY(mutex_) = false;
 };
 
@@ -81,6 +98,14 @@ bool SerialQueue::perform(std::function<void()> job) {
     return false;
   }
   jobs_->add(std::move(job));
+  return true;
+}
+
+bool SerialQueue::performAfter(std::chrono::milliseconds time, std::function<void()> job) {
+  if (!start()) {
+    return false;
+  }
+  jobs_->addLater(std::chrono::steady_clock::now() + time, std::move(job));
   return true;
 }
 

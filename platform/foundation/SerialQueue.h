@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <thread>
@@ -26,6 +27,9 @@ class SerialQueue {
   /// False, and the job is dropped, when there is no thread to be had; never once the thread has
   /// been started. A job that throws ends the process.
   bool perform(std::function<void()> job);
+  /// The same after a time, which is when the job takes its place among the others. One at a time:
+  /// it replaces another that is still to come. What is to come when the queue goes is dropped.
+  bool performAfter(std::chrono::milliseconds time, std::function<void()> job);
 
  private:
   class Jobs;

@@ -12,10 +12,9 @@
 // (also one that comes before the leader has taken its batch), then told: by the saving thread that
 // led, or by the teller, while the writer is at the next batch.
 //
-// 1. Whoever has the turn, and nobody else, uses `connection_` and `isTrusted_`, without a lock.
-// The
-//    turn is taken, kept and given up under `mutex_`, and handed over by the writer's queue, so the
-//    next one sees what the last one left.
+// 1. Whoever has the turn, and nobody else, uses `connection_`, `trust_` and `log_`, without a
+//    lock. The turn is taken, kept and given up under `mutex_`, and handed over by the writer's
+//    queue, so the next one sees what the last one left.
 // 2. As long as a save waits, somebody has the turn: it is given up only under the lock that shows
 //    that nothing waits.
 // 3. A save is told once, after its commit or the failure of it, and without a lock, so that a
@@ -41,33 +40,26 @@
 #include "platform/persistence/PersistenceErrors.h"
 
 namespace velto {
-namespace {
 
-/// From this length on, in pages, the log is checkpointed after a commit. A longer one would hold
-/// up fewer saves, but all of it is read and written at the next start.
-constexpr int kLongLog = 4000;
-
-Error refusalOf(const SQLiteConnection& connection, int code, std::string_view why) {
-  return makeError(kPersistenceErrorDomain, code,
-                   std::string(connection.path())
-                       .append(": ")
-                       .append(why)
-                       .append(" until the service is started again"));
-}
-
-}  // namespace
-
-CommitQueue::CommitQueue(SQLiteConnection& connection, CommitObserver* observer)
+CommitQueue::CommitQueue(SQLiteConnection& connection, CommitObserver* observer,
+                         std::chrono::milliseconds quietTime)
     : connection_(connection),
-      untrusted_(refusalOf(connection, kUntrustedStoreErrorCode,
-                           "a sync has failed, so nothing is saved any more")),
-      moved_(refusalOf(connection, kMovedStoreErrorCode,
-                       "the store's file has been renamed or deleted, so nothing is saved")),
+      trust_(connection),
+      log_(connection),
       rows_(connection),
-      observer_(observer) {
+      observer_(observer),
+      quietTime_(quietTime) {
   if (!teller_.start() || !writer_.start()) {
     throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
   }
+  isTaken_ = isEmptyingDue_ = log_.wantsEmptying();
+  if (isTaken_) {
+    leaveToWriter();
+  }
+}
+
+CommitQueue::~CommitQueue() {
+  emptyLog();
 }
 
 void CommitQueue::save(std::vector<RowChange>& changes, ErrorReply completion) {
@@ -96,7 +88,7 @@ void CommitQueue::takeTurn() noexcept {
     Batch batch = serveWaiting();
     tell(batch);
   }
-  checkpointLongLog();
+  tendLog();
   if (keepTurn()) {
     leaveToWriter();
   }
@@ -115,7 +107,7 @@ void CommitQueue::leaveToWriter() {
 void CommitQueue::goOn() {
   do {
     leaveToTeller(serveWaiting());
-    checkpointLongLog();
+    tendLog();
   } while (keepTurn());
 }
 
@@ -144,7 +136,7 @@ void CommitQueue::tell(Batch& batch) {
 /// Gives the turn up when nothing waits.
 bool CommitQueue::keepTurn() {
   const MutexLock lock(mutex_);
-  isTaken_ = !waiting_.empty() || !betweenCommits_.empty();
+  isTaken_ = !waiting_.empty() || !betweenCommits_.empty() || isEmptyingDue_;
   return isTaken_;
 }
 
@@ -156,6 +148,7 @@ CommitQueue::Batch CommitQueue::takeWaiting() {
     works.swap(betweenCommits_);
     batch.swap(waiting_);
     hadCompany_ = batch.size() > 1;
+    empties_ = std::exchange(isEmptyingDue_, false);
   }
   for (const auto& work : works) {
     work();
@@ -187,15 +180,12 @@ void CommitQueue::serve(Batch& batch) noexcept {
 
 /// When it throws, none of the saves has been written.
 void CommitQueue::serveTogether(std::span<Save> saves) {
-  // Should the file come back under its name, saving goes on.
-  const Error* const refusal = !isTrusted_              ? &untrusted_
-                               : connection_.hasMoved() ? &moved_
-                                                        : nullptr;
+  const Error* const refusal = trust_.refusal();
   std::optional<Error> failure = refusal == nullptr ? std::nullopt : std::optional(*refusal);
   if (!failure && !commit(saves)) {
     // The error first, then the rollback, which has a result of its own.
     failure = connection_.lastError();
-    distrustAfterFailedSync();
+    trust_.noteFailure();
     connection_.rollBack();
   }
   std::int64_t changed = 0;
@@ -220,7 +210,7 @@ void CommitQueue::noteEnd(std::span<const Save> saves, const Error* refusal) noe
     ++counts_.all;
     if (save.error) ++counts_.failed;
   }
-  refusal_ = isTrusted_ ? refusal : &untrusted_;
+  refusal_ = refusal == nullptr ? trust_.lastingRefusal() : refusal;
 }
 
 std::optional<Error> CommitQueue::refusal() const {
@@ -253,21 +243,27 @@ std::int64_t CommitQueue::settle(const Save& save) {
 }
 
 /// What is committed is safe in the log, so a failure is none of the saves.
-void CommitQueue::checkpointLongLog() noexcept {
+void CommitQueue::tendLog() noexcept {
+  if (trust_.lastingRefusal() != nullptr) return;
   try {
-    if (isTrusted_ && connection_.logPages() >= kLongLog && !connection_.checkpoint()) {
-      distrustAfterFailedSync();
-    }
+    if (!(empties_ ? log_.empty() : log_.copyLongLog())) trust_.noteFailure();
   } catch (const std::bad_alloc&) {
     // The next commit tries again.
   }
+  isToEmpty_ = isToEmpty_ && !empties_;
+  if (!isToEmpty_ && log_.wantsEmptying()) {
+    isToEmpty_ = writer_.performAfter(quietTime_, [this] { emptyLog(); });
+  }
 }
 
-void CommitQueue::distrustAfterFailedSync() {
-  if (connection_.lastErrorCode() == SQLITE_IOERR_FSYNC) {
-    isTrusted_ = false;
-    connection_.setReadOnly();
+/// In a turn of its own, or the one that somebody has.
+void CommitQueue::emptyLog() noexcept {
+  {
+    const MutexLock lock(mutex_);
+    isEmptyingDue_ = true;
+    if (std::exchange(isTaken_, true)) return;
   }
+  takeTurn();
 }
 
 /// False when the transaction as a whole cannot go on.

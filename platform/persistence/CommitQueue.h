@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -13,7 +14,9 @@
 #include "platform/foundation/SerialQueue.h"
 #include "platform/persistence/CommitObserver.h"
 #include "platform/persistence/RowWriter.h"
+#include "platform/persistence/sqlite/LogCheckpoints.h"
 #include "platform/persistence/sqlite/SQLiteConnection.h"
+#include "platform/persistence/sqlite/WriterTrust.h"
 
 namespace velto {
 
@@ -22,16 +25,18 @@ namespace velto {
 /// are about to come again, it is left to a thread of the queue. What has come meanwhile is, too:
 /// it applies all that wait, each in a savepoint of its own, commits once, leaves the telling to
 /// another thread, and goes on until nothing waits. Whoever has committed also checkpoints, when
-/// the log has become long. Any thread.
-///
-/// Once the file or its log could not be synced, nothing is written any more. The system may have
-/// given up the pages that it could not write and yet let the next sync succeed, so no later
-/// success would mean anything. Opening the file anew ends this state.
+/// the log has become long; one that takes much room is emptied in a quiet moment. Any thread.
+/// Once a sync has failed, nothing is written any more: see WriterTrust.
 class CommitQueue {
  public:
-  /// From now on the connection is used by the queue alone. `observer` hears of the commits; it may
-  /// be null, and outlives the queue. Throws std::system_error when there are no threads to be had.
-  explicit CommitQueue(SQLiteConnection& connection, CommitObserver* observer = nullptr);
+  /// From now on the connection is used by the queue alone, which empties the log that an earlier
+  /// process has left, at once and on a thread of its own. `observer` hears of the commits; it may
+  /// be null, and outlives the queue. A log that takes much room is emptied so long after. Throws
+  /// std::system_error when there are no threads to be had.
+  explicit CommitQueue(SQLiteConnection& connection, CommitObserver* observer = nullptr,
+                       std::chrono::milliseconds quietTime = kQuietTime);
+  /// Empties the log.
+  ~CommitQueue();
   CommitQueue(const CommitQueue&) = delete;
   CommitQueue& operator=(const CommitQueue&) = delete;
 
@@ -54,6 +59,8 @@ class CommitQueue {
   std::size_t waiting() const;
 
  private:
+  static constexpr std::chrono::seconds kQuietTime{10};
+
   struct Save {
     std::vector<RowChange>* changes;
     ErrorReply completion;
@@ -73,8 +80,8 @@ class CommitQueue {
   void serveTogether(std::span<Save> saves);
   bool commit(std::span<Save> saves);
   static std::int64_t settle(const Save& save);
-  void checkpointLongLog() noexcept;
-  void distrustAfterFailedSync();
+  void tendLog() noexcept;
+  void emptyLog() noexcept;
   bool applyAll(std::span<Save> saves);
   bool apply(Save& save);
   bool end(std::span<const Save> saves);
@@ -82,16 +89,18 @@ class CommitQueue {
 
   // Used by whoever has the turn.
   SQLiteConnection& connection_;
-  // Why nothing is written any more.
-  const Error untrusted_;
-  const Error moved_;
-  bool isTrusted_ = true;
+  WriterTrust trust_;
+  LogCheckpoints log_;
+  bool empties_ = false;    ///< the log, at the end of this turn
+  bool isToEmpty_ = false;  ///< some time later
   RowWriter rows_;
   CommitObserver* const observer_;
+  const std::chrono::milliseconds quietTime_;
 
   mutable Mutex mutex_;
   Batch waiting_ VELTO_GUARDED_BY(mutex_);
   std::vector<std::function<void()>> betweenCommits_ VELTO_GUARDED_BY(mutex_);
+  bool isEmptyingDue_ VELTO_GUARDED_BY(mutex_) = false;  ///< the log is to be emptied, in a turn
   const Error* refusal_ VELTO_GUARDED_BY(mutex_) = nullptr;
   SaveCounts counts_ VELTO_GUARDED_BY(mutex_);
   bool hadCompany_ VELTO_GUARDED_BY(mutex_) = false;  ///< the last batch was of many

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <future>
 #include <memory>
 #include <numeric>
@@ -120,6 +121,36 @@ TEST(SerialQueue, OnceStartedItTakesEveryJob) {
     EXPECT_TRUE(queue.perform([&] { isDone = true; }));
   }
   EXPECT_TRUE(isDone);
+}
+
+TEST(SerialQueue, DoesAJobAfterItsTimeAndOthersMeanwhile) {
+  constexpr std::chrono::milliseconds kTime{5};
+  std::promise<std::chrono::steady_clock::time_point> done;
+  SerialQueue queue;
+  const auto begun = std::chrono::steady_clock::now();
+  EXPECT_TRUE(queue.performAfter(kTime, [&] { done.set_value(std::chrono::steady_clock::now()); }));
+  std::promise<void> isOtherDone;
+  queue.perform([&] { isOtherDone.set_value(); });
+  isOtherDone.get_future().wait();
+  EXPECT_GE(done.get_future().get() - begun, kTime);
+}
+
+TEST(SerialQueue, OfTwoJobsThatAreToComeTheSecondOneComes) {
+  std::promise<int> done;
+  SerialQueue queue;
+  queue.performAfter(std::chrono::hours(1), [&] { done.set_value(1); });
+  queue.performAfter(std::chrono::milliseconds(0), [&] { done.set_value(2); });
+  EXPECT_EQ(done.get_future().get(), 2);
+}
+
+TEST(SerialQueue, DropsAJobThatIsToComeWhenItGoes) {
+  const auto held = std::make_shared<int>();
+  {
+    SerialQueue queue;
+    queue.performAfter(std::chrono::hours(1), [held] { FAIL(); });
+    EXPECT_EQ(held.use_count(), 2);
+  }
+  EXPECT_EQ(held.use_count(), 1);
 }
 
 TEST(SerialQueue, WithoutAJobItJustGoes) {

@@ -12,6 +12,7 @@
 #include <sqlite3.h>
 
 #include "platform/persistence/FetchCursor.h"
+#include "tests/persistence/OtherConnection.h"
 #include "tests/persistence/StoreContent.h"
 #include "tests/persistence/TestStore.h"
 #include "tests/support/InterceptedFiles.h"
@@ -79,6 +80,12 @@ void PrintTo(const Case& row, std::ostream* out) {
 
 std::string nameOf(const ::testing::TestParamInfo<Case>& info) {
   return info.param.name;
+}
+
+void saveAtRandom(const TestStore& store, std::mt19937& random) {
+  const auto context = store.context();
+  changeAtRandom(*context, random);
+  expectSaved(*context);
 }
 
 /// The calls fail that a save makes.
@@ -152,6 +159,37 @@ TEST_P(SaveFault, OfTheCheckpointFailsNoSave) {
   EXPECT_EQ(integrityOf(store.path()), "ok");
 }
 
+/// Of a log that was left, the emptying is over when the second one is saved.
+void saveTwoLargeThings(const TestStore& store) {
+  for (const char* name : {"one", "another"}) {
+    const auto context = store.context();
+    insertThing(*context, name).setData(Data(std::string(40'000, 'x')));
+    expectSaved(*context);
+  }
+}
+
+/// What fails when the log is emptied, here at a stop, costs nothing but that.
+TEST_P(SaveFault, OfTheEmptyingOfTheLogLosesNothing) {
+  FaultyFiles faults;
+  const InterceptedFiles files(faults);
+  TestStore store;
+  const OtherConnection other(store.path());
+  int number = 0;
+  do {
+    SCOPED_TRACE(++number);
+    saveTwoLargeThings(store);
+    const auto content = contentOf(*store.context());
+    faults.arm(GetParam().fault, number);
+    store.close();
+    faults.disarm();
+    EXPECT_EQ(std::filesystem::file_size(store.path() + "-wal") == 0, faults.failures() == 0);
+    store.open();
+    EXPECT_EQ(contentOf(*store.context()), content);
+    EXPECT_EQ(integrityOf(store.path()), "ok");
+  } while (faults.failures() != 0);
+  EXPECT_GT(number, 15);
+}
+
 const Case kSaveFaults[] = {
     {"DiskFull", {kChanges, SQLITE_FULL}},
     {"DiskFullHalfwayThroughAWrite", {kChanges, SQLITE_FULL, true}},
@@ -209,9 +247,7 @@ TEST_P(OpeningFault, OfAStoreWithALogLosesNothing) {
   const TestStore store;
   std::mt19937 random(4);
   for (int save = 0; save < 5; ++save) {
-    const auto context = store.context();
-    changeAtRandom(*context, random);
-    expectSaved(*context);
+    saveAtRandom(store, random);
   }
   const TemporaryDirectory directory;
   const std::string path = directory.path() / "store.db";
@@ -296,6 +332,25 @@ TEST(FailedSync, OfACheckpointFailsNoSaveButThoseAfterIt) {
   store.close();
   store.open();
   EXPECT_THAT(names(*store.context(), thingRequest()), ElementsAre("long"));
+}
+
+TEST(FailedSync, OfTheEmptyingOfTheLogLosesNothing) {
+  FaultyFiles faults;
+  const InterceptedFiles files(faults);
+  TestStore store;
+  const OtherConnection other(store.path());
+  for (int number = 1; number <= 2; ++number) {
+    SCOPED_TRACE(number);
+    saveTwoLargeThings(store);
+    const auto content = contentOf(*store.context());
+    faults.arm({{Kind::kSync}, SQLITE_IOERR_FSYNC}, number);
+    store.close();
+    faults.disarm();
+    EXPECT_EQ(faults.failures(), 1) << "of the log, then of the file";
+    EXPECT_GT(std::filesystem::file_size(store.path() + "-wal"), 0U);
+    store.open();
+    EXPECT_EQ(contentOf(*store.context()), content);
+  }
 }
 
 TEST(ReadError, FailsTheFetchAndNoMore) {

@@ -163,12 +163,14 @@ class PowerFailure : public ::testing::TestWithParam<PowerFailureCase> {
     check(directory.path() / "store.db", call);
   }
 
-  /// Lets the power fail before and after each sync of a file.
+  /// Lets the power fail before and after each sync of a file, and each truncation.
   void failAtEachSync(const Check& check) {
+    const auto counts = [this](std::size_t call) {
+      return log_[call].kind == Kind::kSync || log_[call].kind == Kind::kTruncate;
+    };
     failWhere(
-        [this](std::size_t call) {
-          return (call < log_.size() && log_[call].kind == Kind::kSync) ||
-                 (call > 0 && log_[call - 1].kind == Kind::kSync);
+        [&](std::size_t call) {
+          return (call < log_.size() && counts(call)) || (call > 0 && counts(call - 1));
         },
         check);
   }

@@ -5,11 +5,14 @@
 #include "tests/persistence/PowerFailure.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <random>
 #include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include "tests/persistence/OtherConnection.h"
 
 namespace velto {
 namespace {
@@ -88,6 +91,37 @@ TEST_P(PowerFailure, KeepsWhatWasAcknowledgedToSeveralAtOnce) {
   }
   failAtEachSync([&](const std::string& path, std::size_t call) {
     expectWholePairs(recovered(path), log_.acknowledgedBefore(call));
+  });
+}
+
+/// While another program has the file open, its log is emptied and not deleted.
+TEST_P(PowerFailure, KeepsWhatWasAcknowledgedWhenTheLogIsEmptied) {
+  std::vector<std::vector<std::string>> states;  // after each save
+  {
+    const InterceptedFiles files(log_);
+    TestStore store(files);
+    const OtherConnection other(store.path());
+    record(store);
+    states.push_back(contentOf(*store.context()));
+    std::mt19937 random(7);
+    for (int save = 0; save < 9; ++save) {
+      if (save % 3 == 2) {
+        store.close();
+        EXPECT_EQ(std::filesystem::file_size(store.path() + "-wal"), 0U);
+        store.open();
+      }
+      const auto context = store.context();
+      changeAtRandom(*context, random);
+      expectSaved(*context);
+      log_.acknowledge("");
+      states.push_back(contentOf(*store.context()));
+    }
+    store.close();
+  }
+  failAtEachSync([&](const std::string& path, std::size_t call) {
+    const std::size_t saved = log_.acknowledgedBefore(call).size();
+    const std::size_t begun = std::min(saved + 1, states.size() - 1);
+    EXPECT_THAT(recovered(path), AnyOf(states[saved], states[begun]));
   });
 }
 

@@ -101,9 +101,23 @@ bool SQLiteConnection::setReadOnly() {
          execute("PRAGMA query_only=1");
 }
 
-bool SQLiteConnection::checkpoint() {
-  return sqlite3_wal_checkpoint_v2(database_, "main", SQLITE_CHECKPOINT_PASSIVE, nullptr,
-                                   nullptr) == SQLITE_OK;
+std::optional<int> SQLiteConnection::checkpoint() {
+  int pages = 0;
+  int copied = 0;
+  const int result =
+      sqlite3_wal_checkpoint_v2(database_, "main", SQLITE_CHECKPOINT_PASSIVE, &pages, &copied);
+  return result == SQLITE_OK ? std::optional(pages - copied) : std::nullopt;
+}
+
+SQLiteConnection::Emptied SQLiteConnection::emptyLog() {
+  sqlite3_busy_timeout(database_, 0);
+  const int result =
+      sqlite3_wal_checkpoint_v2(database_, "main", SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
+  sqlite3_busy_timeout(database_, kWriterBusyMilliseconds);
+  if (result == SQLITE_OK) logPages_ = 0;
+  return result == SQLITE_OK              ? Emptied::kYes
+         : (result & 0xff) == SQLITE_BUSY ? Emptied::kHeldBack
+                                          : Emptied::kFailed;
 }
 
 bool SQLiteConnection::hasMoved() const {

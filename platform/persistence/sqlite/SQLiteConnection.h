@@ -107,8 +107,16 @@ class SQLiteConnection {
 
   /// The length of the write-ahead log in pages, as this connection's last commit left it.
   int logPages() const { return logPages_; }
-  /// Copies from the log into the file what no reader holds back. A success may leave a rest.
-  bool checkpoint();
+  /// Copies from the log into the file what no reader holds back. Returns how many of its pages are
+  /// left; nothing when it has failed.
+  std::optional<int> checkpoint();
+  enum class Emptied {
+    kYes,
+    kHeldBack,  ///< somebody reads from the log, or another program has a lock
+    kFailed,
+  };
+  /// Copies all of the log and gives its room back. Waits for nobody.
+  Emptied emptyLog();
   /// Whether the file has been renamed or deleted since it was opened: what is written to it then
   /// is in no store that anybody would find.
   bool hasMoved() const;

@@ -40,13 +40,12 @@ sqlite3_file* logOf(SQLiteConnection& writer) {
   return result == SQLITE_OK && file != nullptr && file->pMethods != nullptr ? file : nullptr;
 }
 
-/// Looks at the file, which is enough before this process has written anything.
+}  // namespace
+
 bool isLogEmpty(const SQLiteConnection& writer) {
   struct stat status {};
   return ::stat((writer.path() + "-wal").c_str(), &status) == 0 && status.st_size == 0;
 }
-
-}  // namespace
 
 bool useWriteAheadLog(SQLiteConnection& writer, ErrorSlot error) {
   Statement statement = writer.statement("PRAGMA journal_mode=WAL");
