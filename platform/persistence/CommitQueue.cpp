@@ -52,9 +52,8 @@ CommitQueue::CommitQueue(SQLiteConnection& connection, CommitObserver* observer,
   if (!teller_.start() || !writer_.start()) {
     throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
   }
-  isTaken_ = isEmptyingDue_ = log_.wantsEmptying();
-  if (isTaken_) {
-    leaveToWriter();
+  if (log_.wantsEmptying()) {
+    emptyLogLater();
   }
 }
 
@@ -252,8 +251,13 @@ void CommitQueue::tendLog() noexcept {
   }
   isToEmpty_ = isToEmpty_ && !empties_;
   if (!isToEmpty_ && log_.wantsEmptying()) {
-    isToEmpty_ = writer_.performAfter(quietTime_, [this] { emptyLog(); });
+    emptyLogLater();
   }
+}
+
+void CommitQueue::emptyLogLater() {
+  isToEmpty_ = true;
+  writer_.performAfter(quietTime_, [this] { emptyLog(); });
 }
 
 /// In a turn of its own, or the one that somebody has.

@@ -29,10 +29,10 @@ namespace velto {
 /// Once a sync has failed, nothing is written any more: see WriterTrust.
 class CommitQueue {
  public:
-  /// From now on the connection is used by the queue alone, which empties the log that an earlier
-  /// process has left, at once and on a thread of its own. `observer` hears of the commits; it may
-  /// be null, and outlives the queue. A log that takes much room is emptied so long after. Throws
-  /// std::system_error when there are no threads to be had.
+  /// From now on the connection is used by the queue alone. `observer` hears of the commits; it may
+  /// be null, and outlives the queue. A log that takes much room, or that an earlier process has
+  /// left, is emptied so long after that was found. Throws std::system_error when there are no
+  /// threads to be had.
   explicit CommitQueue(SQLiteConnection& connection, CommitObserver* observer = nullptr,
                        std::chrono::milliseconds quietTime = kQuietTime);
   /// Empties the log.
@@ -81,6 +81,7 @@ class CommitQueue {
   bool commit(std::span<Save> saves);
   static std::int64_t settle(const Save& save);
   void tendLog() noexcept;
+  void emptyLogLater();
   void emptyLog() noexcept;
   bool applyAll(std::span<Save> saves);
   bool apply(Save& save);

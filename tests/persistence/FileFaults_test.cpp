@@ -159,7 +159,6 @@ TEST_P(SaveFault, OfTheCheckpointFailsNoSave) {
   EXPECT_EQ(integrityOf(store.path()), "ok");
 }
 
-/// Of a log that was left, the emptying is over when the second one is saved.
 void saveTwoLargeThings(const TestStore& store) {
   for (const char* name : {"one", "another"}) {
     const auto context = store.context();

@@ -12,6 +12,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "platform/persistence/EntitySql.h"
+#include "platform/persistence/sqlite/StoreFile.h"
 #include "tests/persistence/OtherConnection.h"
 
 namespace velto {
@@ -19,6 +21,7 @@ namespace {
 
 using ::testing::AnyOf;
 using ::testing::Contains;
+using ::testing::SizeIs;
 using ::testing::StartsWith;
 
 TEST_P(PowerFailure, KeepsWhatWasAcknowledgedAndNoHalfSave) {
@@ -165,6 +168,45 @@ TEST_P(PowerFailure, KeepsWhatWasAcknowledgedAfterAFailedSync) {
                [&](const std::string& path, std::size_t) { EXPECT_EQ(recovered(path), content); });
   }
   EXPECT_GT(number, 52) << "each save syncs, and the checkpoint does so twice";
+}
+
+bool saveThing(const TestStore& store, const std::string& name, std::size_t size) {
+  const auto context = store.context();
+  insertThing(*context, name).setData(Data(std::string(size, 'x')));
+  return context->save(nullptr);
+}
+
+/// What it shows then is on disk, though nothing has been saved since; and of a long log no more is
+/// written than can be missing.
+TEST_P(PowerFailure, LeavesWhatAStartShowsAfterAFailedSync) {
+  const auto model = thingModel();
+  const std::vector<EntitySql> sql(model->entities().begin(), model->entities().end());
+  const InterceptedFiles files(log_);
+  TestStore store(files);
+  record(store);
+  ASSERT_TRUE(saveThing(store, "long", 2'000'000));
+  ASSERT_TRUE(saveThing(store, "before", 5000));
+  log_.failSync(1);
+  EXPECT_FALSE(saveThing(store, "unsure", 300'000));
+  EXPECT_TRUE(log_.hasFailedSync());
+  log_.failSync(0);
+  store.close();
+
+  const std::size_t start = log_.size();
+  std::optional<Error> error;
+  const auto writer = StoreFile(store.path(), *model, sql, files).open(&error);
+  ASSERT_NE(writer, nullptr);
+  EXPECT_EQ(writer->integer("SELECT count(*) FROM Thing"), 3);
+  std::size_t written = 0;
+  for (std::size_t call = 0; call < log_.size(); ++call) {
+    if (call >= start) written += log_[call].data.size();
+    log_.apply(call, *disk_);
+  }
+  EXPECT_GT(written, 300'000U);
+  EXPECT_LT(written, 400'000U);
+  failBefore(log_.size(), *disk_, [&](const std::string& path, std::size_t) {
+    EXPECT_THAT(recovered(path), SizeIs(3));
+  });
 }
 
 INSTANTIATE_TEST_SUITE_P(Store, PowerFailure, ::testing::ValuesIn(kPowerFailures), nameOf);

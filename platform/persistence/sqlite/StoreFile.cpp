@@ -3,8 +3,9 @@
 //
 //     nothing, or 0 bytes      create(): fill() makes a whole store at `path`-new, moveIntoPlace()
 //                              renames it, and it goes on as the next row
-//     a store of the model     setForeignLogAside(), connect(), rewriteLog() (WriteAheadLog.cpp),
-//     createSchema() anything else            refused by its header, and left as it is
+//     a store of the model     setForeignLogAside(), connect(), secureLog() (WriteAheadLog.cpp),
+//                              createSchema()
+//     anything else            refused by its header, and left as it is
 //
 // A file's sync is for what it holds, and not for its name: that it was made, renamed or removed is
 // on the disk when the directory has been synced after it. Until then a power failure may undo it.
@@ -14,8 +15,8 @@
 //    before the rename.
 // 3. Nothing is acknowledged before the names of the file and of its log are on the disk: every
 //    start syncs the directory before it writes to the log.
-// 4. What an earlier start left in the log is written and synced once more (rewriteLog()) before
-//    anything is added to it.
+// 4. What an earlier process left in the log is made sure of (secureLog()) before it is read, and
+//    before anything is added to it.
 //
 // A crash before the rename leaves `path`-new and what SQLite puts beside it, which the next start
 // removes. A crash between the rename and the sync leaves a store without records: the next start
@@ -114,7 +115,7 @@ std::unique_ptr<SQLiteConnection> StoreFile::open(ErrorSlot error) const {
     return nullptr;
   }
   auto writer = connect(found, error);
-  if (writer == nullptr || !rewriteLog(*writer, error) || !createSchema(*writer, error)) {
+  if (writer == nullptr || !secureLog(*writer, error) || !createSchema(*writer, error)) {
     return nullptr;
   }
   writer->setStarted();
