@@ -2,14 +2,30 @@
 #include "platform/persistence/sqlite/LogCheckpoints.h"
 
 #include <algorithm>
+#include <cstdint>
 
 #include "platform/persistence/sqlite/SQLiteConnection.h"
 #include "platform/persistence/sqlite/WriteAheadLog.h"
 
 namespace velto {
+namespace {
+
+/// In bytes, just below 16 MB.
+constexpr std::int64_t kLargeLog = 15'700'000;
+/// SQLite's largest.
+constexpr std::int64_t kLargestPage = 65536;
+
+int pagesOfLargeLog(SQLiteConnection& connection) {
+  return static_cast<int>(kLargeLog /
+                          connection.integer("PRAGMA page_size").value_or(kLargestPage));
+}
+
+}  // namespace
 
 LogCheckpoints::LogCheckpoints(SQLiteConnection& connection)
-    : connection_(connection), isLeft_(!isLogEmpty(connection)) {}
+    : connection_(connection),
+      largeLog_(pagesOfLargeLog(connection)),
+      isLeft_(!isLogEmpty(connection)) {}
 
 bool LogCheckpoints::copyLongLog() {
   const int pages = connection_.logPages();

@@ -20,22 +20,22 @@ class LogCheckpoints {
   /// has failed; the next call tries again.
   bool copyLongLog();
   /// Whether the log takes more room than it may keep when nobody saves.
-  bool wantsEmptying() const { return isLeft_ || mostPages_ >= kLargeLog; }
+  bool wantsEmptying() const { return isLeft_ || mostPages_ >= largeLog_; }
   /// Copies all of the log and gives its room back. Waits for nobody: when somebody reads from it,
   /// or another program writes, it stays as it is. False when something else has failed.
   bool empty();
 
  private:
   /// From this length on, in pages, the log is copied. A longer one would hold up fewer saves, but
-  /// all of it is read at the next start.
-  static constexpr int kLongLog = 2000;
+  /// all of it is read at the next start. 7 MB; of a store with SQLite's own page size, as those of
+  /// before have it, twice as much.
+  static constexpr int kLongLog = 3500;
   /// How much it grows before it is looked at again, while a reader holds back some of it: that
   /// costs as much as there is log.
   static constexpr int kStep = kLongLog / 4;
-  /// Of more than this it is emptied: just below 16 MB.
-  static constexpr int kLargeLog = 3800;
 
   SQLiteConnection& connection_;
+  const int largeLog_;  ///< of so many pages it is emptied
   bool isLeft_;
   int next_ = kLongLog;  ///< at this length it is copied
   int mostPages_ = 0;    ///< since it was emptied
