@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <malloc.h>
+#include <unistd.h>
 #include <vector>
 
 #include <fmt/format.h>
@@ -81,6 +82,8 @@ std::string MillionStore::copy(const std::string& name) const {
   const std::string to = directory_.path() + "/" + name;
   fs::remove_all(to);
   fs::copy(path_, to, fs::copy_options::recursive);
+  // Else the first sync of what is measured would write the copy.
+  ::sync();
   return to;
 }
 
