@@ -69,6 +69,47 @@ def test_a_full_disk_fails_the_save_and_loses_nothing(small_disk):
     assert stored(small_disk) == [0, 1, 2, 3]
 
 
+def leave(filler, size):
+    """Gives so much of the filler's space back."""
+    with filler.open("ab") as file:
+        file.truncate(file.tell() - size)
+
+
+def test_a_full_disk_ends_a_long_deletion_and_what_is_deleted_stays_so(small_disk):
+    small_disk.start()
+    client = small_disk.client()
+    for start in range(0, 5000, 1000):
+        alerts = [alert(number) for number in range(start, start + 1000)]
+        assert client.call("SaveAlerts", alerts=alerts) == {}
+    small_disk.restart()
+    client = small_disk.client()
+    filler = fill(small_disk.store_directory)
+
+    reply = client.call("DeleteAlertsBeforeDate", date=1.0)
+    assert (reply["error"]["domain"], reply["error"]["code"] & 0xff) == ("VeltoPersistence", DISK_FULL)
+    assert reply["count"] == 0
+    assert len(stored(small_disk)) == 5000
+
+    deleted = 0
+    for _ in range(20):
+        leave(filler, 200000)
+        reply = client.call("DeleteAlertsBeforeDate", date=1.0)
+        deleted += reply["count"]
+        if "error" not in reply or deleted:
+            break
+    assert reply["error"]["code"] & 0xff == DISK_FULL, "in the middle"
+    assert 0 < deleted < 5000
+    assert stored(small_disk) == list(range(5000 - deleted)), "the oldest have gone"
+    assert "A save has failed" in small_disk.daemon.log()
+
+    filler.unlink()
+    assert client.call("DeleteAlertsBeforeDate", date=1.0) == {"count": 5000 - deleted}
+    assert stored(small_disk) == []
+    assert save(client, 0) == {}
+    small_disk.restart()
+    assert stored(small_disk) == [0]
+
+
 def test_no_room_for_the_store_is_logged_and_nothing_is_left(small_disk):
     filler = fill(small_disk.store_directory)
     small_disk.start()
