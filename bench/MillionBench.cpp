@@ -4,12 +4,16 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstring>
+#include <fcntl.h>
 #include <thread>
+#include <unistd.h>
 
 #include <fmt/format.h>
 
 #include "bench/MillionStore.h"
+#include "platform/foundation/FileDescriptor.h"
 #include "platform/foundation/Paths.h"
 
 namespace velto::bench {
@@ -85,10 +89,33 @@ void measurePeriod(const MillionStore& store) {
   print("period of 100", store.alerts(), costOf(ours), costOf([&] { sqlite.read(select); }));
 }
 
-/// The longest that anybody else's save takes meanwhile.
-double longestSave(StoreContainer& container, const std::function<void()>& work) {
+/// The longest that the disk takes to sync a page of another file, until it is done. It asks now
+/// and then, so that the disk has other work.
+double longestSync(const std::string& file, const std::atomic<bool>& isDone) {
+  const FileDescriptor probe(::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+  const std::string page(4096, 'x');
+  double longest = 0;
+  while (!isDone) {
+    longest = std::max(longest, milliseconds([&] {
+                         if (::pwrite(probe.get(), page.data(), page.size(), 0) > 0) {
+                           ::fdatasync(probe.get());
+                         }
+                       }));
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  return longest;
+}
+
+struct Waits {
+  double save;  ///< the longest that anybody else's save takes meanwhile
+  double sync;  ///< and that the disk takes for a sync
+};
+
+Waits longestWaits(StoreContainer& container, const std::function<void()>& work) {
   std::atomic<bool> isDone = false;
   double longest = 0;
+  double sync = 0;
+  std::thread disk([&] { sync = longestSync(container.storePath() + "-probe", isDone); });
   std::thread other([&] {
     for (std::size_t number = 0; !isDone; ++number) {
       longest = std::max(longest, milliseconds([&] {
@@ -105,7 +132,8 @@ double longestSave(StoreContainer& container, const std::function<void()>& work)
   work();
   isDone = true;
   other.join();
-  return longest;
+  disk.join();
+  return {longest, sync};
 }
 
 using Delete = std::function<std::uint64_t(ADAlertStore&)>;
@@ -124,7 +152,7 @@ void measureDeletion(const char* what, const MillionStore& store, const Delete& 
     };
   };
   Cost ours{};
-  double wait = 0;
+  Waits waits{};
   {
     const auto container = store.openIn(store.copy("ours"));
     container->persistentStoreCoordinator();
@@ -133,12 +161,12 @@ void measureDeletion(const char* what, const MillionStore& store, const Delete& 
   {
     const auto container = store.openIn(store.copy("ours"));
     container->persistentStoreCoordinator();
-    wait = longestSave(*container, deletion(*container));
+    waits = longestWaits(*container, deletion(*container));
   }
   BareMillion sqlite(store.copy("bare"));
   print(what, store.alerts(), ours, costOf([&] { sqlite.execute(bare); }));
-  print(fmt::format("{}, longest wait of another save", what).c_str(), store.alerts(), {wait, 0},
-        {});
+  print(fmt::format("{}, longest wait of another save, and of a sync", what).c_str(),
+        store.alerts(), {waits.save, 0}, {waits.sync, 0});
 }
 
 void measureDeletions(const MillionStore& store) {
@@ -156,6 +184,15 @@ void measureDeletions(const MillionStore& store) {
   measureDeletion(
       "delete half by identifier", store,
       [&](ADAlertStore& handle) { return handle.deleteAlertsWithIds(sent, nullptr); },
+      "DELETE FROM ADAlert WHERE _id % 2 = 1");
+  std::vector<std::string> twice;
+  for (std::size_t number = 0; number < store.alerts(); ++number) {
+    twice.push_back(*sampleAlert(number / 2 * 2).identifier);
+  }
+  const AlertIdentifiers sentTwice(std::move(twice));
+  measureDeletion(
+      "delete half by identifier, each twice", store,
+      [&](ADAlertStore& handle) { return handle.deleteAlertsWithIds(sentTwice, nullptr); },
       "DELETE FROM ADAlert WHERE _id % 2 = 1");
   measureDeletion(
       "delete a tenth by bundle", store,
@@ -189,6 +226,53 @@ void measureAttributes(const BenchDirectory& directory, std::size_t count) {
   }
 }
 
+/// All that are unresolved, as the daemon does after it has asked about them: a few in a save.
+void measureResolving(const MillionStore& store) {
+  constexpr std::size_t kFew = 500;
+  std::vector<VLAlert> unresolved;
+  for (std::size_t number = 0; number < store.alerts(); ++number) {
+    if (number % 10 >= 3) unresolved.push_back(sampleAlert(number));
+  }
+  const auto container = store.openIn(store.copy("ours"));
+  container->persistentStoreCoordinator();
+  const Cost ours = costOf([&] {
+    for (std::size_t begin = 0; begin < unresolved.size(); begin += kFew) {
+      ADAlertStore handle(*container);
+      for (std::size_t at = begin; at < std::min(begin + kFew, unresolved.size()); ++at) {
+        handle.resolveAlert(unresolved[at], Date(kFarFuture), nullptr);
+      }
+      handle.save(nullptr);
+    }
+  });
+  BareMillion sqlite(store.copy("bare"));
+  print("resolve", unresolved.size(), ours, costOf([&] {
+          sqlite.execute("UPDATE ADAlert SET resolvedDate = 1 WHERE resolvedDate IS NULL");
+        }));
+}
+
+/// So many at once, added and removed.
+void measureRecipients(const BenchDirectory& directory, std::size_t count) {
+  StoreParts parts(directory);
+  StoreContainer container(resourceDirectory(), directory.make(fmt::format("r{}", count)),
+                           parts.services());
+  const auto measureEach = [&](const char* what, const auto& change) {
+    print(what, count, costOf([&] {
+            ADAlertStore handle(container);
+            for (std::size_t number = 0; number < count; ++number) {
+              change(handle, fmt::format("name{}@example.com", number));
+            }
+            handle.save(nullptr);
+          }),
+          {});
+  };
+  measureEach("add recipients", [](ADAlertStore& handle, const std::string& address) {
+    handle.insertMailRecipientWithAddress(address, "en");
+  });
+  measureEach("remove recipients", [](ADAlertStore& handle, const std::string& address) {
+    handle.deleteMailRecipientWithAddress(address, nullptr);
+  });
+}
+
 void measureLists(const MillionStore& store) {
   measureList(
       "list of all", store,
@@ -216,7 +300,11 @@ void measure(const BenchDirectory& directory, std::size_t alerts, std::string_vi
   if (isWanted("lists")) measureLists(store);
   if (isWanted("start")) measureStart(store);
   if (isWanted("deletions")) measureDeletions(store);
-  if (isWanted("attributes") && alerts <= 100000) measureAttributes(directory, alerts);
+  if (isWanted("attributes") && alerts <= 100000) {
+    measureAttributes(directory, alerts);
+    measureRecipients(directory, alerts);
+    measureResolving(store);
+  }
 }
 
 }  // namespace

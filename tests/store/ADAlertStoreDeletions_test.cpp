@@ -164,6 +164,18 @@ TEST_F(DeletionsTest, ManyByIdentifierAreCountedOnceWhateverStandsTwice) {
   EXPECT_EQ(left(), 0U);
 }
 
+TEST_F(DeletionsTest, TakeAMillionIdentifiersMostOfThemNobodysAndEachTwice) {
+  constexpr int kIdentifiers = 500'000;
+  insertMany();
+  std::vector<std::string> all;
+  for (int number = 0; number < 2 * kIdentifiers; ++number) {
+    all.push_back(std::to_string(2 * (number % kIdentifiers)));
+  }
+  EXPECT_EQ(system_.store().deleteAlertsWithIds(std::move(all), nullptr),
+            std::uint64_t{kMany} / 2U);
+  EXPECT_EQ(left(), std::uint64_t{kMany} / 2U);
+}
+
 TEST_F(DeletionsTest, ManyOfABundleGoWithTheOthersOfTheirIdentifiers) {
   insertMany();
   {
@@ -228,6 +240,27 @@ TEST_F(DeletionsTest, TakeAnyDate) {
   EXPECT_EQ(system_.store().deleteAlertsBeforeDate(std::nullopt, nullptr), 0U);
   EXPECT_EQ(system_.store().deleteAlertsBeforeDate(Date(kInfinity), nullptr),
             std::uint64_t{kMany} + 1U);
+}
+
+TEST_F(DeletionsTest, OfRecordsWithAnyDateTakeThoseBeforeIt) {
+  insertMany();
+  {
+    auto store = system_.store();
+    store.insertAlert(alert("ancient", -1e300));
+    store.insertAlert(alert("far", 1e300));
+    store.insertAlert(alert("undated"));
+    save(store);
+  }
+  const auto listed = [this](std::optional<Date> from, std::optional<Date> to) {
+    return system_.store().getAlertsFromDate(from, to, nullptr).size();
+  };
+  EXPECT_EQ(listed(Date(-1e300), Date(1e300)), std::size_t{kMany} + 2U);
+  EXPECT_EQ(listed(std::nullopt, Date(1e300)), std::size_t{kMany} + 3U);
+  EXPECT_EQ(listed(Date(1e300), Date(1e300)), 0U);
+  EXPECT_EQ(system_.store().deleteAlertsBeforeDate(Date(1e300), nullptr),
+            std::uint64_t{kMany} + 2U);
+  EXPECT_THAT(identifiers(system_.store().getAlertsOfBundle("Disk", nullptr)),
+              ElementsAre("far", "undated"));
 }
 
 }  // namespace
