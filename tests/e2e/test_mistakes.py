@@ -240,6 +240,13 @@ WRONG_SYSTEMS = {
     "a text that no language has": (
         texts(**{"Jam.message": "Jam"}), 0, mail_twice,
         'Printer.bundle is missing: no language has it, and "Jam" stands there'),
+    "no Info.plist": (
+        lambda system: (bundle(system) / "Contents/Info.plist").unlink(), 0, nothing,
+        "Entry 'Printer.bundle' of the alerts directory passed over: Cannot read "),
+    "a mail program that fails without a word": (
+        lambda system: (bundle(system), system.mail.install_shell("cat >/dev/null", "exit 75")), 0,
+        recipients("ann@example.org"),
+        "mail to ann@example.org: failed with status 75 (the mail program ended with status 75)"),
     "kinds that are a list": (
         info("{ VLAlertTypes = (Jam); }"), 0, nothing,
         "Info.plist of 'Printer.bundle': VLAlertTypes is no dictionary"),

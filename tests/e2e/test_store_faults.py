@@ -115,7 +115,7 @@ def test_no_room_for_the_store_is_logged_and_nothing_is_left(small_disk):
     small_disk.start()
     assert save(small_disk.client(), 0)["error"]["domain"] == "VeltoPersistence"
     assert [path.name for path in small_disk.store_directory.iterdir()] == ["filler"]
-    assert "alertData.db-new: database or disk is full" in small_disk.daemon.log()
+    assert f"{small_disk.store_file}: database or disk is full" in small_disk.daemon.log()
     filler.unlink()
     small_disk.restart()
     assert save(small_disk.client(), 0) == {}

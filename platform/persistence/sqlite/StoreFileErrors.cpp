@@ -40,4 +40,13 @@ Error cannotMake(const std::string& path, int errorNumber) {
   return makeError(kPersistenceErrorDomain, SQLITE_CANTOPEN, path + " cannot be made: " + why);
 }
 
+void nameInstead(ErrorSlot error, const std::string& passing, const std::string& path) {
+  if (error == nullptr || !error->has_value()) return;
+  std::string description = (*error)->localizedDescription();
+  const auto at = description.find(passing);
+  if (at == std::string::npos) return;
+  description.replace(at, passing.size(), path);
+  *error = makeError((*error)->domain, (*error)->code, description);
+}
+
 }  // namespace velto

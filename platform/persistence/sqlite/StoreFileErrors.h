@@ -18,4 +18,7 @@ Error unusable(const std::string& path, int errorNumber);
 /// Of a new file, by the name that it will have; and what to make where a directory is missing.
 Error cannotMake(const std::string& path, int errorNumber);
 
+/// Has the error's description name `path` where it names a file that only exists until then.
+void nameInstead(ErrorSlot error, const std::string& passing, const std::string& path);
+
 }  // namespace velto
