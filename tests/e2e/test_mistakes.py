@@ -162,6 +162,53 @@ def test_the_tool_says_what_is_wanted(untouched, module_system, method, paramete
     assert state(untouched) == before
 
 
+# What a call does without a word, and what the tool says beside it.
+TOLD_BESIDE = (
+    ("AddPushRecipients", {"recipients": ["x", {"guid": "g"}]},
+     ["recipients[0] has no guid, and is passed over", "recipients[1] has no token, and is passed over"]),
+    ("AddMailRecipients", {"recipients": [{"locale": "de"}]},
+     ["recipients[0] has no address, and is passed over"]),
+    ("SetAlertBundleSettings", {"settings": {"Printr": {"mailEnabled": True, "pushEnabled": True}}},
+     ["there is no bundle Printr, and nothing is set"]),
+    ("GetAlertsOfBundle", {"bundle": "Printr"},
+     ["there is no bundle Printr; did you mean Printer?"]),
+)
+# Errors in fixed words, and what the tool adds to them.
+TOLD_BEHIND = (
+    ("EnableAlertBundle", {"bundle": "Printr"}, "did you mean Printer?"),
+    ("DisableAlertBundle", {"bundle": "Nosuch"}, "see alertsctl bundles"),
+    ("MarkAlertAsReadWithAlertId", {"alertId": "Jam:5"}, "there is no alert Jam:5"),
+    ("MarkAlertAsResolvedWithAlertId", {"alertId": "Jam:5"}, "there is no alert Jam:5"),
+)
+
+
+@pytest.mark.parametrize("method, parameters, lines", TOLD_BESIDE)
+def test_the_tool_says_what_happens_silently(untouched, module_system, method, parameters, lines):
+    before = state(untouched)
+    result = module_system.run(ALERTSCTL, "call", method, json.dumps(parameters))
+    assert (result.returncode, result.stderr) == \
+        (0, "".join(f"alertsctl: {line}\n" for line in lines))
+    assert state(untouched) == before
+
+
+def test_a_switch_that_is_left_out_is_told(untouched, module_system):
+    client, off = untouched, {"Printer": {"mailEnabled": True}}
+    result = module_system.run(ALERTSCTL, "call", "SetAlertBundleSettings", json.dumps({"settings": off}))
+    assert result.stderr == "alertsctl: settings.Printer.pushEnabled is left out, and that is off\n"
+    whole = {"Printer": {"mailEnabled": True, "pushEnabled": True}}
+    assert module_system.run(ALERTSCTL, "call", "SetAlertBundleSettings",
+                             json.dumps({"settings": whole})).stderr == ""
+    assert client.call("GetAlertBundleSettings")["settings"]["Printer"]["pushEnabled"] is True
+
+
+@pytest.mark.parametrize("method, parameters, behind", TOLD_BEHIND)
+def test_the_tool_adds_to_fixed_words(untouched, module_system, method, parameters, behind):
+    del untouched
+    result = module_system.run(ALERTSCTL, "call", method, json.dumps(parameters))
+    assert result.returncode == 1
+    assert result.stderr.endswith(f"(VeltoAlertsStore 100); {behind}\n")
+
+
 def texts(**strings):
     """Texts in the old form, less the bundle's languages without any."""
     def leave(system):

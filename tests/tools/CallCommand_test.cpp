@@ -126,7 +126,7 @@ TEST_F(ServedCallCommandTest, decodesWhatAGatewayAnswered) {
       run({.method = "Answer", .parameters = R"({"error":{"domain":"UlmoraPushProvider","code":404,
                      "userInfo":{"NSLocalizedDescription":{"$data":"Tm90IEZvdW5kCg=="}}}})"}),
       kExitFailed);
-  EXPECT_THAT(errors_.str(), HasSubstr("the push gateway answered 404: Not Found"));
+  EXPECT_THAT(errors_.str(), HasSubstr("the push gateway answered Not Found (404); see"));
 }
 
 TEST_F(ServedCallCommandTest, takesAnAbsentErrorForSuccess) {

@@ -68,14 +68,16 @@ bool isDenied(const alerts::Error& error) {
           (error.code == kInsufficientPrivileges || error.code == kInsufficientEntitlements));
 }
 
-/// What a gateway answered; nothing when it did not.
+/// What a gateway answered, if its status does not say the same; nothing when it did not answer.
 std::optional<std::string> gatewayWords(const alerts::Error& error) {
   const auto words = error.information.find("NSLocalizedDescription");
   // They come as bytes, since a gateway's words need not be text.
   const auto* bytes =
       words == error.information.end() ? nullptr : words->second.get<alerts::Data>();
   if (bytes == nullptr) return std::nullopt;
-  return printable({reinterpret_cast<const char*>(bytes->data()), bytes->size()});
+  const std::string answer =
+      printable(withoutPoint({reinterpret_cast<const char*>(bytes->data()), bytes->size()}));
+  return statusText(error.code).starts_with(answer) ? "" : answer;
 }
 
 Failure failureOfService(const alerts::Error& error, Failure failure) {

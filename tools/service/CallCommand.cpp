@@ -15,6 +15,7 @@
 #include "platform/foundation/Paths.h"
 #include "tools/Verbs.h"
 #include "tools/frame/Failure.h"
+#include "tools/service/CallObjections.h"
 #include "tools/service/InterfaceText.h"
 #include "tools/service/Methods.h"
 #include "tools/text/JSONProblem.h"
@@ -38,6 +39,10 @@ constexpr double kYear = 365.25 * 86400;
 std::string fullName(const std::string& method) {
   if (method.find('.') != std::string::npos) return method;
   return fmt::format("{}.{}", VLAlertsXPCServiceName, method);
+}
+
+std::string withoutInterface(const std::string& method) {
+  return method.substr(method.rfind('.') + 1);
 }
 
 json::object parsedParameters(const std::string& text) {
@@ -124,8 +129,8 @@ void tellWhatIsWanted(Failure& failure, Session& session, const std::string& met
     failure.what = say("{} is not base64", printable(path));
     return;
   }
-  const auto place = placeInParameters(interfaceDescription(session, method),
-                                       method.substr(method.rfind('.') + 1), path);
+  const auto place =
+      placeInParameters(interfaceDescription(session, method), withoutInterface(method), path);
   if (!place) {
     failure.advice = "org.varlink.service.InvalidParameter";
   } else if (place->type.empty()) {
@@ -140,8 +145,8 @@ Failure failureOfCall(Session& session, const alerts::Error& error, const std::s
   Failure failure = failureOf(error);
   if (error.kind == alerts::ErrorKind::kMethodNotFound) {
     failure.what = say("no method {}", printable(method));
-    failure.advice = suggestion(method.substr(method.rfind('.') + 1),
-                                methodNames(interfaceDescription(session, method)));
+    failure.advice =
+        suggestion(withoutInterface(method), methodNames(interfaceDescription(session, method)));
   }
   const auto parameter = error.information.find("parameter");
   const auto* path =
@@ -165,9 +170,15 @@ ExitStatus CallCommand::run(Session& session) const {
   std::string text = parameters;
   if (text == "-") text.assign(std::istreambuf_iterator<char>(session.input()), {});
   const std::string name = fullName(method);
-  refuseAccidents(session, name, parsedParameters(text));
+  const json::object written = parsedParameters(text);
+  refuseAccidents(session, name, written);
   if (const auto error = call(session, *this, name, text)) {
-    throw failureOfCall(session, *error, name);
+    Failure failure = failureOfCall(session, *error, name);
+    nameWhatIsMissing(failure, session, written);
+    throw std::move(failure);
+  }
+  for (const std::string& line : objectionsToCall(session, withoutInterface(name), written)) {
+    session.warn(line);
   }
   return kExitDone;
 }
