@@ -144,6 +144,15 @@ TOLD_BY_THE_TOOL = (
      "there is no settings.Printer.mailEnabeld; did you mean mailEnabled?"),
     ("AddPushRecipients", {"recipients": [{"guid": "1", "token": "%"}]},
      "recipients[0].token is not base64"),
+    ("AddPushRecipients", {"recipients": [{"guid": 5}]}, "recipients[0].guid must be a string"),
+    ("AddPushRecipients", {"recipients": [{"uuid": "5"}]},
+     "there is no recipients[0].uuid; did you mean guid?"),
+    ("AddMailRecipients", {"recipients": [{"adress": "x"}]},
+     "there is no recipients[0].adress; did you mean address?"),
+    ("SetAttributes", {"attributes": {"a": [None]}}, "attributes.a[0] must be a text, a number, true "
+     'or false, a list, an object, {"$date": seconds} or {"$data": "base64"}'),
+    ("com.ulmora.velto.AlertsMonitor.List", {"limit": 0},
+     "limit must be a whole number from 1 to 1000"),
     ("GetAlertsFromDate", {"fromDate": "2026-01-01"}, "fromDate must be a number; dates are seconds "
      "since 2001-01-01 00:00:00 UTC; 2026-01-01 is 788918400"),
     ("SetMailRecipients", {}, "recipients is missing, and without it all there are would go; write "

@@ -36,6 +36,7 @@ TEST(InterfaceText, HasTheTypeOfEachPlace) {
   EXPECT_EQ(typeOf("Save", "alerts[12]"), "Alert");
   EXPECT_EQ(typeOf("Save", "alerts[12].sentDate"), "float");
   EXPECT_EQ(typeOf("Save", "alerts[0].attributes.any"), "object");
+  EXPECT_EQ(typeOf("Save", "alerts[0].attributes.any.more[3]"), "object");
   EXPECT_EQ(typeOf("Save", "isNew"), "bool");
   EXPECT_EQ(typeOf("SaveAll", "settings.Disk"), "Settings");
   EXPECT_EQ(typeOf("SaveAll", "settings.Disk.kind"), "(mail, push)");

@@ -35,6 +35,8 @@ constexpr std::size_t kMaximumReplyDepth = 256;
 /// The longest call that root may make, and room for its name.
 constexpr std::size_t kLongestCall = (std::size_t{16} << 20) - 1024;
 constexpr double kYear = 365.25 * 86400;
+/// Of a page of a list.
+constexpr int kMostAlerts = 1000;
 
 std::string fullName(const std::string& method) {
   if (method.find('.') != std::string::npos) return method;
@@ -119,7 +121,20 @@ std::string kindOf(std::string_view type) {
   if (type == "float") return tr("a number");
   if (type == "int") return tr("a whole number");
   if (type == "bool") return tr("true or false");
+  if (type == "object") {
+    return tr(
+        "a text, a number, true or false, a list, an object, {\"$date\": seconds} or "
+        "{\"$data\": \"base64\"}");
+  }
   return type.starts_with("[]") ? tr("a list") : tr("an object");
+}
+
+/// What is added to a list is described as any values; what may be in one, where the list is set.
+std::string describingMethod(const std::string& method, const std::string& path) {
+  constexpr std::string_view kAdd = "Add";
+  return method.starts_with(kAdd) && path.find('[') != std::string::npos
+             ? "Set" + method.substr(kAdd.size())
+             : method;
 }
 
 /// The daemon names the place alone; what belongs there is in the description of its interface.
@@ -129,8 +144,12 @@ void tellWhatIsWanted(Failure& failure, Session& session, const std::string& met
     failure.what = say("{} is not base64", printable(path));
     return;
   }
-  const auto place =
-      placeInParameters(interfaceDescription(session, method), withoutInterface(method), path);
+  if (path == "limit") {
+    failure.what = say("{} must be a whole number from 1 to {}", path, kMostAlerts);
+    return;
+  }
+  const auto place = placeInParameters(interfaceDescription(session, method),
+                                       describingMethod(withoutInterface(method), path), path);
   if (!place) {
     failure.advice = "org.varlink.service.InvalidParameter";
   } else if (place->type.empty()) {

@@ -105,6 +105,8 @@ std::optional<DescribedPlace> placeInParameters(std::string_view description,
       type = withoutMark(std::string_view(type).substr(kList.size()));
     } else if (type.starts_with(kDictionary) && !step.starts_with('[')) {
       type = withoutMark(std::string_view(type).substr(kDictionary.size()));
+    } else if (type == "object") {
+      break;  // any value, and so is all that is in it
     } else {
       return std::nullopt;
     }

@@ -11,7 +11,9 @@ namespace velto {
 /// What an interface description (Varlink's, https://varlink.org/Interface-Definition) says about
 /// one place in a call's parameters.
 struct DescribedPlace {
-  std::string type;  ///< as described, without "?"; empty when there is no such member
+  /// As described, without "?"; "object" also within such a value; empty when there is no such
+  /// member.
+  std::string type;
   std::vector<std::string> neighbours;  ///< the names of the members where it was looked for
 };
 
