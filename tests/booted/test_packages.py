@@ -1,5 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Upgrades and removals."""
+"""Upgrades and removals, and stores that are put back."""
+
+import pathlib
+import re
+import textwrap
 
 from support.container import wait_for
 from support.load import Load, check_stored
@@ -44,3 +48,15 @@ def test_a_removal_keeps_the_alerts_and_a_purge_removes_them(machine):
                  "/run/velto/com.ulmora.velto.AlertsDaemon"):
         assert not machine.path(left).exists(), left
     assert not machine.try_run("systemctl", "list-unit-files", "--no-legend", "velto-*").stdout
+
+
+def test_a_backup_is_put_back_as_the_documents_say(machine):
+    text = (pathlib.Path(__file__).resolve().parents[2] / "docs/administration.md").read_text(encoding="utf-8")
+    (recipe,) = re.findall(r"^(?: {6}\S.*\n)+", text[text.index("**Backup**"):text.index("**Upgrade**")], re.M)
+    machine.post(identifier="kept")
+    machine.run("mkdir", "/backup")
+    machine.run("alertsctl", "backup", "/backup/alertData.db")
+    machine.post(identifier="later")
+    machine.run("sh", "-euc", textwrap.dedent(recipe))
+    assert [alert["identifier"] for alert in machine.alerts()] == ["kept"]
+    assert machine.show(SERVICE, "StatusText") == "Serving"

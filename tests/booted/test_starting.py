@@ -3,11 +3,9 @@
 
 import signal
 
-import pytest
 from support.container import wait_for
 from support.load import Load, check_stored
 from support.machine import SERVICE, SOCKET
-from velto.varlink import message
 
 
 def test_a_post_before_the_daemon_has_ever_run_starts_it(bare):
@@ -83,50 +81,3 @@ def test_stopped_with_its_socket_it_stays_so(shared):
     assert not shared.socket_path().exists()
     shared.run("systemctl", "start", SERVICE)
     assert shared.post() == {}
-
-
-def other_file(machine):
-    store = machine.path("/Library/Velto/Alerts/alertData.db")
-    store.write_text("somebody's notes\n" * 1000)
-
-
-def no_folder(machine):
-    machine.run("rm", "-r", "/Library/Velto")
-
-
-def full_disk(machine):
-    machine.run("rm", "-r", "/Library/Velto/Alerts")
-    machine.run("mount", "-t", "tmpfs", "-o", "size=16k", "tmpfs", "/Library/Velto")
-    machine.try_run("dd", "if=/dev/zero", "of=/Library/Velto/ballast")
-
-
-@pytest.mark.parametrize("spoil", [other_file, no_folder, full_disk])
-def test_a_store_that_cannot_be_opened_shows(machine, spoil):
-    machine.run("systemctl", "stop", SERVICE, SOCKET)
-    spoil(machine)
-    machine.run("systemctl", "start", SERVICE)
-    status = machine.show(SERVICE, "StatusText")
-    assert status.startswith("No store: ") and "/Library/Velto" in status
-    assert status in machine.try_run("systemctl", "status", SERVICE).stdout
-    lines = [entry["MESSAGE"] for entry in machine.journal("-u", SERVICE)]
-    assert status.removeprefix("No store: ") in lines
-    assert "error" in machine.post()
-
-
-def test_a_start_that_fails_is_tried_once_a_second_and_callers_wait(machine):
-    machine.run("systemctl", "stop", SERVICE)
-    folder = machine.path(f"/etc/systemd/system/{SERVICE}.d")
-    folder.mkdir()
-    (folder / "broken.conf").write_text("[Service]\nExecStart=\nExecStart=/bin/false\n")
-    machine.run("systemctl", "daemon-reload")
-    client = machine.client()
-    client.send(message("GetAlertBundleNames"))
-    wait_for(lambda: int(machine.show(SERVICE, "NRestarts")) >= 4, "some restarts")
-    assert machine.is_active(SOCKET)
-    (folder / "broken.conf").unlink()
-    machine.run("systemctl", "daemon-reload")
-    assert set(client.receive()["parameters"]["names"]) == {"Common", "Disk", "Load"}
-    ends = [int(entry["__MONOTONIC_TIMESTAMP"]) for entry in machine.journal("-u", SERVICE)
-            if "status=1/FAILURE" in entry["MESSAGE"]]
-    assert len(ends) >= 4
-    assert min(later - sooner for sooner, later in zip(ends, ends[1:])) >= 1_000_000

@@ -59,7 +59,7 @@ std::string asRootAdvice() {
 
 std::string noDaemonAdvice() {
   if (isPrivateSystem()) return tr("VELTO_ROOT is set: is alertsd running with the same?");
-  return tr("is it running? systemctl start velto-alerts.socket");
+  return tr("is it running? systemctl start velto-alerts");
 }
 
 bool isDenied(const alerts::Error& error) {
