@@ -111,6 +111,29 @@ def test_a_copy_is_made_under_load_and_can_be_put_back(system):
     save(system, ALERT)
 
 
+def test_a_stopped_daemons_file_gives_its_pages_back_when_it_is_told_to(system):
+    system.start()
+    client = system.client()
+    for start in range(0, 6000, 1000):
+        alerts = [ALERT | {"identifier": str(number), "sentDate": float(number)}
+                  for number in range(start, start + 1000)]
+        assert client.call("SaveAlerts", alerts=alerts) == {}
+    assert client.call("DeleteAlertsBeforeDate", date=5990.0) == {"count": 5990}
+    kept = listed(system)
+    assert len(kept) == 10
+    system.stop()
+    log = system.store_file.with_name(system.store_file.name + "-wal")
+    assert not log.exists(), "a stop leaves no log"
+    before = system.store_file.stat().st_size
+    store.execute(system.store_file, "VACUUM")
+    assert system.store_file.stat().st_size < before / 5
+    assert mode(system.store_file) == 0o600
+    system.start()
+    assert listed(system) == kept
+    save(system, ALERT)
+    assert len(listed(system)) == 11
+
+
 def test_a_file_that_is_gone_is_noticed_at_the_next_save(system):
     system.start()
     save(system, ALERT)
