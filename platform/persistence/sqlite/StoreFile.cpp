@@ -219,8 +219,7 @@ bool StoreFile::create(ErrorSlot error) const {
   const bool created = fill(newFile, error) && moveIntoPlace(newFile, error);
   if (!created) {
     removeDatabase(newFile);
-    // What cannot be removed is itself what is in the way.
-    if (!exists(newFile)) nameInstead(error, newFile, path_);
+    if (!exists(newFile)) nameInstead(error, newFile, path_);  // else it is what is in the way
   }
   return created;
 }
