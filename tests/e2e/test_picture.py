@@ -19,7 +19,6 @@ def test_the_picture_shows_what_the_tool_has_printed(tmp_path):
              for row in xml.etree.ElementTree.parse(file).iter(f"{SVG}text")]
     assert lines[0][0] == "#" and lines[0][1].startswith("alertsctl post ")
     (posted,) = lines[1]
-    assert ["new", "Disk", "AlmostFull", posted, "The volume /home is almost full"] in [
-        row[1:] for row in lines]
-    assert ["Identifier", posted] in lines
-    assert sum("AlmostFull" in row for row in lines) == 4
+    (new,) = [row for row in lines if "new" in row]
+    assert posted in new and "The volume /home is almost full" in new
+    assert ["Identifier", posted] in lines and ["5 alerts."] in lines
