@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Makes the pictures of docs/pictures: each view, light, dark and narrow.
-// usage: node scripts/pictures.mjs [folder]    after npm run build; the peer is chosen as for the browser tests
+// usage: node scripts/pictures.mjs [folder]    after npm run build, with the daemon of VELTO_BUILD (build/release)
 
 import { mkdir } from "node:fs/promises";
 import { join } from "node:path";
@@ -49,7 +49,7 @@ const LOOKS = [
 ];
 
 async function take(page, name) {
-  await page.waitForLoadState("networkidle");
+  await page.waitForFunction(() => document.querySelector(".pf-v6-c-spinner, [aria-busy=true]") === null);
   // What is beneath the mouse, or has the focus, would be marked.
   await page.mouse.move(0, 0);
   await page.evaluate(() => document.activeElement?.blur());
@@ -63,11 +63,16 @@ async function open(system, place, look) {
   return page;
 }
 
-async function takeStates(system) {
-  system.service.isDenying = true;
-  const denied = await open(system, "#/alerts", LOOKS[0][1]);
-  await denied.locator(".va-way-out > *").first().waitFor();
-  await take(denied, "denied");
+async function takeErrors(system) {
+  await system.service.stop();
+  await system.service.hideStore();
+  await system.service.start();
+  const broken = await open(system, "#/health", LOOKS[0][1]);
+  await broken.locator(".va-path").waitFor();
+  await take(broken, "no-store");
+  const list = await open(system, "#/alerts", LOOKS[0][1]);
+  await list.locator(".va-main [role=alert]").waitFor();
+  await take(list, "no-store-list");
   await system.service.stop();
   Object.assign(system.unit, { ActiveState: "failed", SubState: "failed", Result: "exit-code" });
   const absent = await open(system, "#/alerts", LOOKS[0][1]);
@@ -83,10 +88,31 @@ async function takeQuestion(system) {
   await take(page, "question");
 }
 
+async function takeEmpty(system) {
+  for (const [view, place, rest] of [["alerts", "#/alerts", ".pf-v6-c-empty-state"], ["history", "#/history", ".pf-v6-c-empty-state"], ["telling", "#/telling", "#mail-Disk"]]) {
+    const page = await open(system, place, LOOKS[0][1]);
+    await page.locator(rest).first().waitFor();
+    await take(page, `empty-${view}`);
+  }
+}
+
+async function takeDenied() {
+  const system = await System.start({ isOrdinary: true, canGrant: true });
+  try {
+    await system.reset();
+    const page = await open(system, "#/alerts", LOOKS[0][1]);
+    await page.locator(".va-way-out > *").first().waitFor();
+    await take(page, "denied");
+  } finally {
+    await system.stop();
+  }
+}
+
 await mkdir(folder, { recursive: true });
 const system = await System.start();
 try {
   await system.reset();
+  await takeEmpty(system);
   await system.service.save(sampleAlerts());
   await system.service.call("AddMailRecipients", { recipients: [{ address: "Ann Example <ann@example.org>", locale: "de" }, { address: "ops@example.org", locale: "en" }] });
   await system.service.call("AddPushRecipients", { recipients: [{ name: "Ann’s phone", guid: "one", token: "CgsMDQ4PEBE=", locale: "de" }] });
@@ -109,7 +135,8 @@ try {
     }
   }
   await takeQuestion(system);
-  if (system.service.isScripted) await takeStates(system);
+  await takeErrors(system);
 } finally {
   await system.stop();
 }
+await takeDenied();

@@ -4,6 +4,7 @@
 import type { Client } from "../varlink/client.ts";
 import type { CallOptions } from "../varlink/connection.ts";
 import type { Parameters } from "../varlink/errors.ts";
+import { justBefore } from "./dates.ts";
 import { dictionary, isAbsent, number, optional, structure, text } from "./shape.ts";
 import * as types from "./types.ts";
 
@@ -28,11 +29,19 @@ const serviceError = structure<{ domain: string; code: number; userInfo: Paramet
   userInfo: optional(dictionary),
 });
 
+/** A text, or the bytes of one: what a gateway answered is told as it came. */
+function descriptionOf(userInfo: Parameters | undefined): string | undefined {
+  const description = userInfo?.NSLocalizedDescription;
+  if (typeof description === "string") return description;
+  if (typeof description !== "object" || description === null || !("$data" in description)) return undefined;
+  const bytes = Uint8Array.from(atob(text(description.$data, "error")), (character) => character.charCodeAt(0));
+  return new TextDecoder().decode(bytes);
+}
+
 function throwIfError(value: unknown): void {
   if (isAbsent(value)) return;
   const { domain, code, userInfo } = serviceError(value, "error");
-  const description = userInfo?.NSLocalizedDescription;
-  throw new ServiceError(domain, code, typeof description === "string" ? description : undefined);
+  throw new ServiceError(domain, code, descriptionOf(userInfo));
 }
 
 export interface Query {
@@ -67,7 +76,8 @@ export class Api {
   /** How many alerts DeleteAlertsBeforeDate would delete: those sent strictly before. */
   async countBefore(date: number): Promise<number> {
     const from = -1e9; // before any machine
-    const entries = await this.history(from, date, date - from);
+    const to = justBefore(date);
+    const entries = await this.history(from, to, to - from);
     return entries.reduce((sum, entry) => sum + entry.count, 0);
   }
 

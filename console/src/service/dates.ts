@@ -13,6 +13,11 @@ export function fromDate(date: Date): number {
   return date.getTime() / 1000 - EPOCH;
 }
 
+/** The last moment before a date: the service's periods have their end and not their beginning, days are the other way round. */
+export function justBefore(seconds: number): number {
+  return seconds - 1e-6; // a double of this century tells apart a tenth of that
+}
+
 export function now(): number {
   return fromDate(new Date());
 }

@@ -55,6 +55,11 @@ function lossText({ reason }: ConnectionLost): string {
   }
 }
 
+function unavailableText({ parameters: { description } }: VarlinkError): string {
+  const reason = typeof description === "string" ? clip(description, 1000) : "";
+  return format(_("The store cannot be read; what to do stands under Health. $0"), reason);
+}
+
 /** What went wrong, in a sentence. */
 export function errorText(error: unknown): string {
   if (error instanceof ConnectionLost) return lossText(error);
@@ -62,6 +67,7 @@ export function errorText(error: unknown): string {
   if (error instanceof VarlinkError) {
     if (error.short === "NoSuchAlert") return _("This alert does not exist any more.");
     if (error.short === "NotPermitted") return _("You need administrative access for this.");
+    if (error.short === "Unavailable") return unavailableText(error);
     return format(_("The service answered with the error $0."), clip(error.error, 200));
   }
   if (error instanceof ServiceError) {

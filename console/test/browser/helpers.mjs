@@ -56,7 +56,14 @@ export async function answer(page, name) {
   await dialog.waitFor({ state: "detached" });
 }
 
+/** What is on its way is half transparent, or not yet where it will be. */
+function allRests() {
+  const isEndless = (animation) => animation.effect?.getComputedTiming().endTime === Infinity;
+  return Promise.all(document.getAnimations().filter((one) => !isEndless(one)).map(({ finished }) => finished.catch(() => {})));
+}
+
 export async function checkAccessibility(page, where) {
+  await page.evaluate(allRests);
   // Playwright's evaluation is not under the page's content security policy, a script element would be.
   await page.evaluate(axeSource);
   const { violations } = await page.evaluate(() => axe.run(document, { runOnly: ["wcag2a", "wcag2aa", "wcag21a", "wcag21aa", "wcag22aa", "best-practice"] }));
@@ -76,4 +83,9 @@ export async function checkNoOverflow(page, where) {
 /** Nothing was refused by the content security policy, and no script has failed. */
 export function checkQuiet(page) {
   assert.deepEqual(page.complaints, []);
+}
+
+export async function close(page) {
+  checkQuiet(page);
+  await page.context().close();
 }

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Answers as the two interface files say, from lists in memory, and can be told to behave badly: a script
-// for a method is asked first, and may answer late, wrongly, or not at all.
+// Stands in for the daemon where that cannot be made to do what a test needs: be old, answer late, wrongly, or not
+// at all. It has the methods of the two interfaces that those tests need, over a list in memory; a script for
+// a method is asked first, and may deal with the call in its own way.
 
 import { createServer } from "node:net";
 import { rm } from "node:fs/promises";
@@ -32,15 +33,7 @@ export class ScriptedService {
       Common: { name: "Common", pushEnabled: true, mailEnabled: true },
       Disk: { name: "Disk space", pushEnabled: true, mailEnabled: true },
     };
-    this.mailRecipients = [];
-    this.pushRecipients = [];
-    this.journal = [];
-    this.actionError = undefined;
-    this.deliveryError = undefined;
-    this.storeProblem = undefined;
-    this.channels = { mail: { delivered: 0, failed: 0 }, push: { delivered: 0, failed: 0 } };
     this.isOld = false;
-    this.isDenying = false;
     /** Method name to `(socket, message) => true` when the script has dealt with the call. */
     this.scripts = new Map();
     /** Every call, as `[method, parameters]`. */
@@ -50,10 +43,6 @@ export class ScriptedService {
     this.gathered = [];
     this.sequence = 0;
     this.methods = { ...monitoring(this), ...administration(this) };
-  }
-
-  get isScripted() {
-    return true;
   }
 
   /** Does nothing where it runs already. */
@@ -80,28 +69,21 @@ export class ScriptedService {
     for (const alert of alerts) this.insert(alert);
   }
 
-  /** One of the 26 methods, as another client would call it. */
-  async call(method, parameters) {
-    return this.methods[`${DAEMON}.${method}`](parameters);
-  }
-
-  /** From now on recovery actions fail so, or do not fail. */
-  async setActionError(text) {
-    this.actionError = text && { domain: "VLAlertAction", code: 1, userInfo: { NSLocalizedDescription: text } };
-  }
-
   script(method, deal) {
     this.scripts.set(method, deal);
   }
 
-  /** Behaves again. */
-  async reset() {
+  /** Behaves again; what it holds stays. */
+  behave() {
     this.scripts.clear();
-    this.isOld = this.isDenying = false;
-    this.actionError = this.deliveryError = this.storeProblem = undefined;
-    this.channels = { mail: { delivered: 0, failed: 0 }, push: { delivered: 0, failed: 0 } };
-    this.journal = [];
+    this.isOld = false;
     this.calls = [];
+  }
+
+  async reset() {
+    this.behave();
+    this.store.removeWhere(() => true);
+    await this.start();
   }
 
   callsOf(name) {
@@ -124,7 +106,8 @@ export class ScriptedService {
     this.timer = undefined;
     const events = this.gathered.splice(0);
     for (const [client, { bundle, type }] of this.followers) {
-      const told = events.filter(({ alert }) => !alert || ((!bundle || alert.bundle === bundle) && (!type || alert.type === type)));
+      const isWanted = ({ alert }) => (!bundle || alert?.bundle === bundle) && (!type || alert?.type === type);
+      const told = bundle || type ? events.filter(isWanted) : events;
       if (told.length > 0) this.reply(client, { parameters: { sequence: this.sequence, events: told }, continues: true });
     }
   }
@@ -172,6 +155,5 @@ export class ScriptedService {
     if (!this.methods[method] || (isWatching && this.isOld)) {
       throw new Refusal("org.varlink.service.MethodNotFound", { method });
     }
-    if (this.isDenying && isWatching) throw new Refusal(`${MONITOR}.NotPermitted`);
   }
 }

@@ -47,15 +47,18 @@ function Term({ name, children }: { name: string; children: ReactNode }) {
 function Facts({ detail: { alert }, bundles }: { detail: Detail; bundles: Record<string, string> }) {
   const bundle = alert.bundle ?? "";
   return (
-    <DescriptionList className="va-facts" aria-label={_("Facts")} isHorizontal isCompact>
-      <Term name={_("Bundle")}><Foreign>{bundles[bundle] ?? bundle}</Foreign></Term>
-      <Term name={_("Kind")}><Foreign>{alert.type ?? ""}</Foreign></Term>
-      <Term name={_("Created")}><Moment date={alert.creationDate} /></Term>
-      <Term name={_("Sent")}><Moment date={alert.sentDate} /></Term>
-      <Term name={_("Read")}><Moment date={alert.readDate} /></Term>
-      <Term name={_("Resolved")}><Moment date={alert.resolvedDate} /></Term>
-      <Term name={_("Identifier")}><Foreign>{alert.identifier ?? ""}</Foreign></Term>
-    </DescriptionList>
+    <section aria-labelledby="facts">
+      <h3 id="facts" className="va-heading">{_("Facts")}</h3>
+      <DescriptionList className="va-facts" isHorizontal isCompact>
+        <Term name={_("Bundle")}><Foreign>{bundles[bundle] ?? bundle}</Foreign></Term>
+        <Term name={_("Kind")}><Foreign>{alert.type ?? ""}</Foreign></Term>
+        <Term name={_("Created")}><Moment date={alert.creationDate} /></Term>
+        <Term name={_("Sent")}><Moment date={alert.sentDate} /></Term>
+        <Term name={_("Read")}><Moment date={alert.readDate} /></Term>
+        <Term name={_("Resolved")}><Moment date={alert.resolvedDate} /></Term>
+        <Term name={_("Identifier")}><Foreign>{alert.identifier ?? ""}</Foreign></Term>
+      </DescriptionList>
+    </section>
   );
 }
 

@@ -85,6 +85,8 @@ export function AlertList({ model, state, filters, bundles, left, onScroll }: Al
   const { rows, hasMore, isLoading, error, fresh } = state;
   const { selected, setSelected, select, selectAll, ids } = useSelection(rows);
   const [isPruning, setPruning] = useState(false);
+  const isFiltered = Object.keys(filters).length > 0;
+  const isEmpty = rows.length === 0 && !isFiltered;
   const [pruned, setPruned] = useState<number>();
   const unselect = useCallback(() => setSelected(NOBODY), [setSelected]);
   const bulk = useBulk(model, unselect);
@@ -107,14 +109,14 @@ export function AlertList({ model, state, filters, bundles, left, onScroll }: Al
       <Filters filters={filters} bundles={bundles} types={types} />
       <div className="va-list-head">
         <span role="status">{countText(state)}</span>
-        <Button variant="secondary" onClick={() => setPruning(true)}>{_("Delete old alerts…")}</Button>
+        {!isEmpty && <Button variant="secondary" onClick={() => setPruning(true)}>{_("Delete old alerts…")}</Button>}
       </div>
       <BulkResult bulk={bulk} />
       <div role="status">{pruned !== undefined && plural("$0 old alert deleted.", "$0 old alerts deleted.", pruned)}</div>
       <BulkBar selected={selected} bulk={bulk} onClear={unselect}
         selectEverything={hasMore && selected.size === ids(rows).length ? () => void selectEverything() : undefined} />
       <FreshButton fresh={fresh} show={show} />
-      {rows.length === 0 && !isLoading && error === undefined && <Nothing isFiltered={Object.keys(filters).length > 0} />}
+      {rows.length === 0 && !isLoading && error === undefined && <Nothing isFiltered={isFiltered} />}
       <div ref={hold} aria-busy={isLoading}>
         {rows.length > 0 && (
           <AlertTable rows={rows} hasMore={hasMore} bundles={bundles} filters={filters} selected={selected}

@@ -36,7 +36,7 @@ export interface ListState {
 }
 
 const FIRST_PAGE = 100;
-const NEXT_PAGE = 500;
+const NEXT_PAGE = 1000;
 /** Milliseconds from a change to reading anew; a flood of alerts is read twice a second. */
 const PATIENCE = 500;
 

@@ -10,6 +10,7 @@ import { href } from "../../ui/location.ts";
 import { Foreign, Loading, Moment, Problem } from "../../ui/parts.tsx";
 import { useLoaded, useService, useServiceEvents } from "../../ui/service.ts";
 import { _, format, formatBytes, formatNumber } from "../../ui/text.ts";
+import { useSoon } from "../../ui/useSoon.ts";
 import { channelName } from "../telling/channelName.ts";
 import { ServiceControl } from "./ServiceControl.tsx";
 import { useRegularly } from "./useRegularly.ts";
@@ -93,7 +94,7 @@ const INTERVAL = 10_000;
 export function HealthView() {
   const { api } = useService();
   const { value: status, error, isLoading, reload } = useLoaded(useCallback(() => api.status(), [api]));
-  useServiceEvents(() => reload());
+  useServiceEvents(useSoon(reload));
   useRegularly(INTERVAL, reload);
   return (
     <div className="va-cards">

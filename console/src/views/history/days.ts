@@ -2,7 +2,7 @@
 // Alerts counted by the reader's days.
 
 import type { Api } from "../../service/api.ts";
-import { dayStart, fromDate, toDate, toDay } from "../../service/dates.ts";
+import { dayStart, fromDate, justBefore, toDate, toDay } from "../../service/dates.ts";
 import type { HistoryEntry, Item } from "../../service/types.ts";
 
 export const DAYS = 90;
@@ -27,7 +27,7 @@ export function countByDay(entries: HistoryEntry[], days: Date[]): [string, numb
   const places = new Map(days.map((day, index) => [toDay(day), index]));
   const counts = new Map<string, number[]>();
   for (const { start, bundle = "", count } of entries) {
-    const place = places.get(toDay(toDate(start)));
+    const place = places.get(toDay(toDate(start + HOUR / 2)));
     if (place === undefined) continue;
     const row = counts.get(bundle) ?? days.map(() => 0);
     row[place] = (row[place] ?? 0) + count;
@@ -43,7 +43,7 @@ export async function readHistory(api: Pick<Api, "history">, today: Date): Promi
   for (let at = 0; at < days.length; at += DAYS_A_CALL) {
     const from = days[at] ?? today;
     const to = days[at + DAYS_A_CALL] ?? dayStart(today, 1);
-    asked.push(api.history(fromDate(from), fromDate(to), HOUR));
+    asked.push(api.history(justBefore(fromDate(from)), justBefore(fromDate(to)), HOUR));
   }
   return { days, counts: countByDay((await Promise.all(asked)).flat(), days) };
 }
