@@ -15,18 +15,29 @@ const grants = fileURLToPath(new URL("grants.py", import.meta.url));
 const WEB_SERVICE = "/usr/lib/cockpit/cockpit-ws";
 const BRIDGE = "/usr/bin/cockpit-bridge";
 
-/** Sends what it was called with, and ends as it is told to. */
-const ASKING = `#!@NODE@
-const socket = require("node:net").connect("@FOLDER@/asked");
-let text = "";
-socket.setEncoding("utf8").on("data", (part) => (text += part)).on("end", () => {
-  const { output, code } = JSON.parse(text);
-  process[code === 0 ? "stdout" : "stderr"].write(output);
-  process.exitCode = code;
-});
-socket.end(JSON.stringify(["@NAME@", ...process.argv.slice(2)]));
+/** The folder of another Debian, whose Cockpit is tried instead of this system's. */
+const otherRoot = process.env.VELTO_COCKPIT_ROOT;
+
+/** Runs a command in another Debian, which sees the folder for temporary files as this one does. */
+const INSIDE = `root=$1; shift
+mount --bind /tmp "$root/tmp"
+mount --bind /dev "$root/dev"
+mount -t proc proc "$root/proc"
+exec chroot "$root" "$@"`;
+
+/** Sends what it was called with, and ends as it is told to. In Python, which another Debian has as well. */
+const ASKING = `#!/usr/bin/python3
+import json, socket, sys
+with socket.socket(socket.AF_UNIX) as peer:
+    peer.connect("@FOLDER@/asked")
+    peer.sendall(json.dumps(["@NAME@", *sys.argv[1:]]).encode())
+    peer.shutdown(socket.SHUT_WR)
+    answer = json.loads(b"".join(iter(lambda: peer.recv(65536), b"")))
+(sys.stderr if answer["code"] else sys.stdout).write(answer["output"])
+sys.exit(answer["code"])
 `;
 
+/** Becomes the bridge with administrative access. */
 const GRANTING = `#!/bin/sh
 exec /usr/bin/python3 @FOLDER@/bin/grants.py ask @FOLDER@/grants
 `;
@@ -72,7 +83,8 @@ export class Cockpit {
       LANG: "C.UTF-8",
     };
     // It must not outlive us, however we end.
-    const child = spawn("setpriv", ["--pdeathsig", "TERM", program, ...words], { env: environment, stdio });
+    const inside = otherRoot ? ["unshare", "--mount", "sh", "-ec", INSIDE, "sh", otherRoot] : [];
+    const child = spawn("setpriv", ["--pdeathsig", "TERM", ...inside, program, ...words], { env: environment, stdio });
     child.gone = once(child, "exit");
     this.children.push(child);
     return child;
@@ -107,7 +119,7 @@ export class Cockpit {
     const programs = { journalctl: ASKING, systemctl: ASKING, grant: GRANTING, ordinary: ORDINARY };
     for (const [name, text] of Object.entries(programs)) {
       const path = this.path(`bin/${name}`);
-      await writeFile(path, text.replaceAll("@NODE@", process.execPath).replaceAll("@FOLDER@", this.folder).replaceAll("@NAME@", name));
+      await writeFile(path, text.replaceAll("@FOLDER@", this.folder).replaceAll("@NAME@", name));
       await chmod(path, 0o755);
     }
   }
@@ -124,9 +136,10 @@ export class Cockpit {
   }
 
   async startGranting() {
-    await cp(grants, this.path("bin/grants.py")); // where another user can read it
-    const { stdout } = this.spawn("/usr/bin/python3", [grants, "serve", this.path("grants")], ["ignore", "pipe", "inherit"]);
-    await once(stdout, "data");
+    const program = this.path("bin/grants.py");
+    await cp(grants, program); // where another user, and another Debian, can read it
+    const { stdout, gone } = this.spawn("/usr/bin/python3", [program, "serve", this.path("grants")], ["ignore", "pipe", "inherit"]);
+    await Promise.race([once(stdout, "data"), gone.then(([code]) => Promise.reject(new Error(`grants.py ended with ${code}`)))]);
   }
 
   /** A session ends for good when no page has been connected for a while, so one always is. */

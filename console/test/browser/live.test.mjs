@@ -117,19 +117,24 @@ describe("a service that is watched", () => {
 
   test("Cockpit's menu is told how many are unresolved", async () => {
     await system.service.save(alerts(10));
-    const page = await system.open("#/alerts");
-    // The menu's part of Cockpit listens to what pages tell their transport.
-    const told = await page.evaluate(
-      () =>
-        new Promise((resolve) => {
-          const { control } = window.cockpit.transport;
-          window.cockpit.transport.control = (command, options) => {
-            control(command, options);
-            if (command === "notify" && options.page_status.title) resolve(options.page_status);
-          };
-        }),
-    );
+    const page = await system.open("about:blank");
+    // The menu's part of Cockpit listens to what pages tell their transport; so do we, from the beginning.
+    await page.addInitScript(() => {
+      document.addEventListener("DOMContentLoaded", () => {
+        const { transport } = window.cockpit;
+        const { control } = transport;
+        transport.control = (command, options) => {
+          control(command, options);
+          if (command === "notify" && options.page_status.title) window.told = options.page_status;
+        };
+      }, { once: true });
+    });
+    await page.goto(system.address);
+    await until(page, () => window.told !== undefined);
+    const told = await page.evaluate(() => window.told);
     assert.deepEqual(told, { type: "warning", title: "2 unresolved alerts, 3 unread" });
+    await system.service.save([fresh("/more")]);
+    await until(page, () => window.told.title === "3 unresolved alerts, 4 unread");
     await close(page);
   });
 

@@ -11,9 +11,9 @@ import { useSoon } from "../../ui/useSoon.ts";
 
 /** What the gateway has answered since the service started; nobody asks it only to know. */
 function stateLabel({ delivered, failed, lastError }: Channel) {
-  if (lastError !== undefined) return <Label status="warning">{_("has failed")}</Label>;
-  if (delivered + failed > 0) return <Label status="success">{_("answers")}</Label>;
-  return <Label>{_("not used yet")}</Label>;
+  if (lastError !== undefined) return <Label isCompact status="warning">{_("has failed")}</Label>;
+  if (delivered + failed > 0) return <Label isCompact status="success">{_("answers")}</Label>;
+  return <Label isCompact>{_("not used yet")}</Label>;
 }
 
 export function GatewayState() {
