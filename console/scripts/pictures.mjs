@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Makes the pictures of docs/pictures: each view, light, dark and narrow.
+// Makes the pictures of docs/pictures; in a folder that is given, of each view and state: light, dark, narrow, and in German.
 // usage: node scripts/pictures.mjs [folder]    after npm run build, with the daemon of VELTO_BUILD (build/release)
 
 import { mkdir } from "node:fs/promises";
@@ -9,6 +9,9 @@ import { fileURLToPath } from "node:url";
 import { System } from "../test/browser/system.mjs";
 
 const folder = process.argv[2] ?? fileURLToPath(new URL("../../docs/pictures", import.meta.url));
+/** Those that documents show. */
+const SHOWN = ["alerts-light", "alerts-narrow", "detail-dark", "history-light", "telling-light"];
+const isAll = process.argv[2] !== undefined;
 
 /** A moment at which every picture is taken, so that pictures differ where the page does. */
 const NOW = Date.parse("2026-06-15T10:30:00Z");
@@ -112,7 +115,7 @@ await mkdir(folder, { recursive: true });
 const system = await System.start();
 try {
   await system.reset();
-  await takeEmpty(system);
+  if (isAll) await takeEmpty(system);
   await system.service.save(sampleAlerts());
   await system.service.call("AddMailRecipients", { recipients: [{ address: "Ann Example <ann@example.org>", locale: "de" }, { address: "ops@example.org", locale: "en" }] });
   await system.service.call("AddPushRecipients", { recipients: [{ name: "Ann’s phone", guid: "one", token: "CgsMDQ4PEBE=", locale: "de" }] });
@@ -128,15 +131,16 @@ try {
   }));
   for (const [look, options] of LOOKS) {
     for (const [view, place, rest] of VIEWS) {
+      if (!isAll && !SHOWN.includes(`${view}-${look}`)) continue;
       const page = await open(system, place, options);
       await page.locator(rest).first().waitFor();
       await take(page, `${view}-${look}`);
       await page.context().close();
     }
   }
-  await takeQuestion(system);
-  await takeErrors(system);
+  if (isAll) await takeQuestion(system);
+  if (isAll) await takeErrors(system);
 } finally {
   await system.stop();
 }
-await takeDenied();
+if (isAll) await takeDenied();

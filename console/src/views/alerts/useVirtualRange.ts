@@ -7,7 +7,8 @@ const MARGIN = 8;
 
 /** Which rows of a list of equal rows are in the window: from `first` up to, without, `end`. */
 export function useVirtualRange(list: RefObject<HTMLElement>, count: number, rowHeight: number): { first: number; end: number } {
-  const [range, setRange] = useState({ first: 0, end: Math.min(count, 40) });
+  // What fits into the window is drawn first, and measured afterwards.
+  const [range, setRange] = useState(() => ({ first: 0, end: Math.min(count, Math.ceil(window.innerHeight / rowHeight)) }));
   useEffect(() => {
     let frame = 0;
     const measure = () => {
