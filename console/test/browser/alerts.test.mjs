@@ -36,23 +36,28 @@ describe("the alerts", () => {
   });
 
   test("filters stand in the address, and an address brings its filters", async () => {
-    const page = await openWith(alerts(30));
+    const page = await openWith(alerts(50));
     await page.getByLabel("Bundle", { exact: true }).selectOption("Disk space");
-    await until(page, () => window.location.hash.includes("bundle=Disk"));
+    await page.getByLabel("Kind").selectOption("AlmostFull");
     await page.getByLabel("Unread", { exact: true }).check();
-    await until(page, () => window.location.hash.includes("unread=1"));
-    await page.getByLabel("Text").fill("volume28");
+    await page.getByLabel("Unresolved", { exact: true }).check();
+    await page.getByLabel("Sent from").fill("2020-01-01");
+    await page.getByLabel("Sent until").fill("2099-12-31");
+    await until(page, () => ["bundle=Disk", "type=AlmostFull", "unread=1", "unresolved=1", "from=2020-01-01", "to=2099-12-31"].every((one) => window.location.hash.includes(one)));
+    await until(page, () => document.querySelectorAll(".va-list .va-row__subject a").length === 2);
+    await page.getByLabel("Text").fill("volume20");
     await until(page, () => document.querySelectorAll(".va-list .va-row__subject a").length === 1);
-    assert.deepEqual(await subjects(page), ["The volume /volume28 is almost full"]);
+    assert.deepEqual(await subjects(page), ["The volume /volume20 is almost full"]);
     const address = page.url();
     await page.getByRole("button", { name: "Clear filters" }).click();
-    await see(page, "30 alerts");
+    await see(page, "50 alerts");
     const other = await system.open(address.slice(address.indexOf("#")));
     await see(other, "1 alert");
-    assert.equal(await other.getByLabel("Text").inputValue(), "volume28");
+    assert.equal(await other.getByLabel("Text").inputValue(), "volume20");
     assert.equal(await other.getByLabel("Unread", { exact: true }).isChecked(), true);
+    assert.equal(await other.getByLabel("Sent until").inputValue(), "2099-12-31");
     await page.goBack();
-    await until(page, () => document.querySelector("#filter-bundle").value === "Disk");
+    await until(page, () => document.querySelector("#filter-bundle").value === "Disk" && document.querySelector("#filter-from").value === "2020-01-01");
     await close(page);
     await close(other);
   });
