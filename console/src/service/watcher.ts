@@ -23,7 +23,10 @@ export interface Situation {
   state: State;
   /** What was said, for `failing`. */
   detail: string;
-  /** Counts up with each connection: what was read over an earlier one may be out of date. */
+  /**
+   * Counts up with each connection that is ready: what was read over an earlier one may be out of date. The first is 1 when
+   * it was ready at once, else 2, since what was asked before it was asked in vain.
+   */
   generation: number;
 }
 
@@ -55,6 +58,8 @@ export class Watcher {
   private timer: ReturnType<typeof setTimeout> | undefined;
   private pause = FIRST_PAUSE;
   private lostAt: number | undefined;
+  /** Whether the connection has had its first reply. */
+  private isAnswered = false;
   private readonly situationListeners = new Set<(situation: Situation) => void>();
   private readonly eventListeners = new Set<(events: ServiceEvent[]) => void>();
 
@@ -87,6 +92,7 @@ export class Watcher {
   private follow(): void {
     const connection = this.client.separate(() => {});
     this.connection = connection;
+    this.isAnswered = false;
     connection
       .call(FOLLOW, {}, { onReply: (reply) => this.take(connection, reply), limit: FIRST_REPLY })
       // A service without `more` has answered for the last time; there is nothing to follow.
@@ -102,11 +108,12 @@ export class Watcher {
       this.lose(connection, error);
       return;
     }
-    if (this.situation.state !== "ready") this.becomeReady();
+    if (!this.isAnswered) this.becomeReady();
     if (told.length > 0) for (const listener of this.eventListeners) listener(told);
   }
 
   private becomeReady(): void {
+    this.isAnswered = true;
     this.pause = FIRST_PAUSE;
     this.lostAt = undefined;
     this.tell({ state: "ready", detail: "", generation: this.situation.generation + 1 });
@@ -118,7 +125,10 @@ export class Watcher {
     connection.close();
     if (this.situation.state === "ready") this.lostAt = Date.now();
     const state = this.orRestarting(stateOfError(error));
-    this.tell({ ...this.situation, state, detail: state === "failing" ? String(error) : "" });
+    // Connections have for all their life the rights that the session had when they were made.
+    if (state === "denied") this.client.close();
+    const generation = Math.max(this.situation.generation, 1);
+    this.tell({ generation, state, detail: state === "failing" ? String(error) : "" });
     this.timer = setTimeout(() => this.follow(), this.pause);
     this.pause = Math.min(this.pause * 1.5, state === "restarting" ? 1_000 : LONGEST_PAUSE);
   }

@@ -25,6 +25,7 @@ describe("an ordinary user's session that can get administrative access", () => 
     await checkAccessibility(page, "without administrative access");
     await page.getByRole("button", { name: "Turn on administrative access" }).click();
     await until(page, () => document.querySelectorAll(".va-row__subject a").length === 3);
+    await until(page, () => document.querySelector(".va-nav__count")?.textContent.startsWith("1"));
     // It is the session's from now on, so other pages have it, too.
     const other = await system.open("#/telling");
     await other.getByLabel("Disk space by mail").waitFor();

@@ -22,7 +22,7 @@ function make() {
   const states: State[] = [];
   watcher.onSituation(({ state }) => states.push(state));
   watcher.start();
-  return { watcher, channels, states, pass: () => waiting.pop()?.(), restore: () => timers.mock.restore() };
+  return { client, watcher, channels, states, pass: () => waiting.pop()?.(), restore: () => timers.mock.restore() };
 }
 
 const first = { parameters: { sequence: 4, events: [] }, continues: true };
@@ -62,6 +62,31 @@ test("a service that was never there is absent, and comes by itself", async () =
   pass();
   channels[1]?.reply(first);
   assert.deepEqual(states, ["absent", "ready"]);
+  restore();
+});
+
+test("who was denied has connections of its own once it is let in, and asks anew what it asked in vain", async () => {
+  const { client, watcher, channels, pass, restore } = make();
+  const asked = assert.rejects(client.call("x.Y"));
+  channels[0]?.reply({ error: "com.ulmora.velto.AlertsMonitor.NotPermitted", parameters: {} });
+  await settle();
+  await asked;
+  assert.equal(channels[1]?.isClosed, true, "what was connected without rights");
+  pass();
+  channels[2]?.reply(first);
+  assert.deepEqual([watcher.situation.state, watcher.situation.generation], ["ready", 2]);
+  void client.call("x.Y");
+  assert.deepEqual(channels[3]?.methods, ["x.Y"]);
+  restore();
+});
+
+test("to start anew when ready is a new connection, too", () => {
+  const { watcher, channels, restore } = make();
+  channels[0]?.reply(first);
+  watcher.start();
+  assert.equal(watcher.situation.generation, 1);
+  channels[1]?.reply(first, { parameters: { sequence: 5, events: [{ sequence: 5, kind: "settings" }] }, continues: true });
+  assert.deepEqual([watcher.situation.state, watcher.situation.generation], ["ready", 2]);
   restore();
 });
 
