@@ -24,7 +24,7 @@ export class System {
     try {
       await system.begin(options);
     } catch (error) {
-      await system.stop();
+      await system.stop().catch(() => {}); // what went wrong first is told
       throw error;
     }
     return system;
@@ -38,7 +38,8 @@ export class System {
     this.scripted = new ScriptedService(join(this.folder, "scripted"));
     this.cockpit = new Cockpit(this.folder, (name, words) => this.answer(name, words), options);
     await this.service.prepare();
-    await Promise.all([this.service.start(), this.scripted.start(), this.cockpit.start(), this.launch()]);
+    const parts = await Promise.allSettled([this.service.start(), this.scripted.start(), this.cockpit.start(), this.launch()]);
+    for (const { reason } of parts) if (reason) throw reason;
     await this.cockpit.keepSession(this.browser);
   }
 
