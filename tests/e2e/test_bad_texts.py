@@ -52,6 +52,9 @@ def _odd(module_system):
                 f"{form}{number}.bundle", {"VLTextFormat": "icu"} if form == "icu" else {},
                 {"en": {"Odd.subject": "odd", "Odd.message": text[:LONGEST]}})
     module_system.start()
+    # There is no events service, which is told at the start, of one bundle after the other.
+    wait_for(lambda: sum("Error Loading Alert Bundle" in line for line in module_system.daemon.log_lines())
+             == 2 * len(PATTERNS) + 1, "the lines of the start")
     module_system.client().call("AddMailRecipients", recipients=[
         {"address": f"a{number}@example.org", "locale": locale}
         for number, locale in enumerate(LOCALES[:2])])
