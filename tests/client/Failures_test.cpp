@@ -55,7 +55,7 @@ TEST_F(Failures, NobodyServesTheSocket) {
                                            ": No such file or directory");
   EXPECT_FALSE(absent.error->mayHaveBeenCarriedOut);
 
-  serve({{}});  // which hangs up and ends
+  serve({{Answer{}}});  // which takes a call, hangs up and ends
   EXPECT_EQ(client().postAlert({}).error->kind, ErrorKind::kConnectionLost);
   service_.reset();
   EXPECT_EQ(client().postAlert({}).error->kind, ErrorKind::kNoDaemon);
