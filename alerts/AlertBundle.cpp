@@ -73,14 +73,14 @@ std::unique_ptr<VLAlertSubclass> AlertBundle::makeAlert(std::shared_ptr<const Al
 }
 
 std::string AlertBundle::name(std::string_view localization) const {
-  constexpr std::string_view kKey = "CFBundleGetInfoString";
+  constexpr std::string_view kKey = LanguageFiles::kBundleNameKey;
   if (auto name = texts_.text(kKey, localization); name && !name->empty()) return *std::move(name);
   const std::string* name = stringForKey(bundle_.infoDictionary(), kKey);
   return name == nullptr || name->empty() ? key_ : *name;
 }
 
 std::string AlertBundle::nameOfType(std::string_view type, std::string_view localization) const {
-  return textOrName(texts_, type, ".name", localization);
+  return textOrName(texts_, type, LanguageFiles::kNameSuffix, localization);
 }
 
 std::string AlertBundle::titleOfAction(std::string_view action,

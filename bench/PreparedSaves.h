@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/SampleStore.h"
 #include "bench/ServiceProcesses.h"
 
 namespace velto::bench {
@@ -31,7 +32,7 @@ class PreparedSaves {
   }
 
  private:
-  std::size_t number_ = std::size_t{1} << 24;  ///< later than all in the store
+  std::size_t number_ = kFirstNew;
   std::vector<std::string> calls_;
   std::atomic<std::size_t> next_ = 0;
 };

@@ -49,6 +49,9 @@ void writeFile(const std::string& path, const std::string& content);
 /// it; some have been read and resolved, within seconds. Three attributes.
 VLAlert sampleAlert(std::size_t number);
 
+/// The number of the first alert to save beside those in the store, which were sent before it.
+inline constexpr std::size_t kFirstNew = std::size_t{1} << 24;
+
 /// The same as it is when it comes in: neither read nor resolved.
 VLAlert newAlert(std::size_t number);
 

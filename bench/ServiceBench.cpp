@@ -26,7 +26,6 @@ namespace velto::bench {
 namespace {
 
 constexpr std::size_t kInFlight = 64;
-constexpr std::size_t kFirstNew = std::size_t{1} << 24;  ///< later than all in the store
 /// Nearly as long as the log gets before it is checkpointed, in bytes.
 constexpr std::uintmax_t kLongLog = 7'000'000;
 

@@ -142,7 +142,7 @@ class Writers {
   const std::string root_;
   const std::string copy_;
   const std::string attributes_;
-  std::size_t bareNumber_ = std::size_t{1} << 24;  ///< later than all in the store
+  std::size_t bareNumber_ = kFirstNew;
   std::unique_ptr<BareStore> bare_;
   std::unique_ptr<DaemonProcess> daemon_;
   PreparedSaves saves_;

@@ -8,21 +8,15 @@
 #include "platform/foundation/FileManager.h"
 
 namespace velto {
-namespace {
-
-constexpr std::string_view kNameSuffix = ".name";
-
-}  // namespace
 
 BundleNames::BundleNames(const Bundle& bundle, std::string key, std::string_view reader) {
   const auto languages = bundle.localizations(FileManager::system());
   for (const std::string& language : BundleTexts::languagesFor(bundle, languages, reader)) {
     for (auto& [textKey, text] : LanguageFiles::readNames(bundle, language)) {
-      const std::string_view type = std::string_view(textKey).substr(
-          0, textKey.size() - (textKey.ends_with(kNameSuffix) ? kNameSuffix.size() : 0));
       // The language that suits best comes first.
       if (textKey != LanguageFiles::kBundleNameKey) {
-        types_.emplace(type, std::move(text));
+        types_.emplace(textKey.substr(0, textKey.size() - LanguageFiles::kNameSuffix.size()),
+                       std::move(text));
       } else if (name_.empty()) {
         name_ = std::move(text);
       }

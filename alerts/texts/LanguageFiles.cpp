@@ -116,7 +116,8 @@ std::map<std::string, std::string> LanguageFiles::readNames(const Bundle& bundle
   std::map<std::string, std::string> names;
   if (auto texts = stringsAt(path, nullptr)) {
     for (auto& [key, value] : *texts) {
-      if (key.ends_with(".name") && value.string() != nullptr) names.emplace(key, *value.string());
+      if (key.ends_with(kNameSuffix) && value.string() != nullptr)
+        names.emplace(key, *value.string());
     }
   }
   const auto own = stringsAt(pathOfNames(path), nullptr);

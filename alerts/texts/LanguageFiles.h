@@ -30,6 +30,8 @@ using LanguageTexts = std::map<std::string, LanguageText, std::less<>>;
 class LanguageFiles {
  public:
   static constexpr std::string_view kBundleNameKey = "CFBundleGetInfoString";
+  /// Behind a kind, the key of its name.
+  static constexpr std::string_view kNameSuffix = ".name";
   static constexpr std::size_t kMaximumFileSize = std::size_t{1} << 20;  ///< bytes
   /// So many faulty patterns of a file are told one by one, in a line each, and then how many more.
   static constexpr int kMostLines = 10;

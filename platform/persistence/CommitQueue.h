@@ -23,7 +23,7 @@ namespace velto {
 /// The saves that wait for the writing connection, and their commits. A save that finds nobody at
 /// work commits at once, on its own thread; where the last one shared its commit with others, which
 /// are about to come again, it is left to a thread of the queue. What has come meanwhile is, too:
-/// it applies all that wait, each in a savepoint of its own, commits once, leaves the telling to
+/// it applies all that wait, each whole or not at all, commits once, leaves the telling to
 /// another thread, and goes on until nothing waits. Whoever has committed also checkpoints, when
 /// the log has become long; one that takes much room is emptied in a quiet moment. Any thread.
 /// Once a sync has failed, nothing is written any more: see WriterTrust.

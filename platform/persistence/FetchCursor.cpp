@@ -220,9 +220,7 @@ bool FetchCursor::fetchPlaces(const FetchRequest& request, std::size_t limit,
   return coordinator_->fetch(
       query,
       [&](const Statement& row) {
-        const AttributeValue date = row.value(1, AttributeType::kDate);
-        const auto* present = std::get_if<Date>(&date);
-        take({present == nullptr ? kNoDate : present->secondsSinceReference(), row.integer(0)});
+        take({row.presentReal(1).value_or(kNoDate), row.integer(0)});
         return true;
       },
       error);

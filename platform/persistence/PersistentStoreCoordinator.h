@@ -29,7 +29,7 @@ struct RowChange;
 /// writes and checkpoints, and a pool of reading connections. Synchronised itself: any thread, once
 /// the store is added. At most one coordinator of the process has a file at a time.
 ///
-/// Saves that wait for each other are committed together, each in a savepoint of its own: see
+/// Saves that wait for each other are committed together, each whole or not at all: see
 /// CommitQueue.
 ///
 /// A save that fails, on a full disk for instance, changes nothing and may be tried again. Only

@@ -137,13 +137,13 @@ void Statement::read(int column, AttributeType type, AttributeValue& value) cons
 
 template <typename T>
 void Statement::readBytes(int column, AttributeValue& value) const {
-  const std::string_view read = bytes(column);
-  if (read.data() == nullptr && isAbsent(column)) {
+  const auto read = presentBytes(column);
+  if (!read) {
     value = std::monostate();
     return;
   }
   T* kept = std::get_if<T>(&value);
-  (kept == nullptr ? value.emplace<T>() : *kept).assign(read);
+  (kept == nullptr ? value.emplace<T>() : *kept).assign(*read);
 }
 
 }  // namespace velto
