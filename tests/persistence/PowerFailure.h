@@ -153,6 +153,15 @@ class PowerFailure : public ::testing::TestWithParam<PowerFailureCase> {
     log_.clear();
   }
 
+  /// Saves some change and acknowledges it; returns what the store holds then.
+  std::vector<std::string> saveAtRandom(const TestStore& store, std::mt19937& random) {
+    const auto context = store.context();
+    changeAtRandom(*context, random);
+    expectSaved(*context);
+    log_.acknowledge("");
+    return contentOf(*store.context());
+  }
+
   using Check = std::function<void(const std::string& path, std::size_t call)>;
 
   /// What is there after a failure before the call.

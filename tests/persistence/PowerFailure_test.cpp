@@ -39,11 +39,7 @@ TEST_P(PowerFailure, KeepsWhatWasAcknowledgedAndNoHalfSave) {
         store.close();
         store.open();
       }
-      const auto context = store.context();
-      changeAtRandom(*context, random);
-      expectSaved(*context);
-      log_.acknowledge("");
-      states.push_back(contentOf(*store.context()));
+      states.push_back(saveAtRandom(store, random));
     }
     store.close();
   }
@@ -113,11 +109,7 @@ TEST_P(PowerFailure, KeepsWhatWasAcknowledgedWhenTheLogIsEmptied) {
         EXPECT_EQ(std::filesystem::file_size(store.path() + "-wal"), 0U);
         store.open();
       }
-      const auto context = store.context();
-      changeAtRandom(*context, random);
-      expectSaved(*context);
-      log_.acknowledge("");
-      states.push_back(contentOf(*store.context()));
+      states.push_back(saveAtRandom(store, random));
     }
     store.close();
   }
