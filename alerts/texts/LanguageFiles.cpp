@@ -91,9 +91,8 @@ bool understand(LanguageText& text, const std::string& key, bool isMessage,
   return true;
 }
 
-/// Of the bundle's own name, beside its texts.
-std::string pathOfNames(const std::string& pathOfTexts) {
-  return pathOfTexts.substr(0, pathOfTexts.rfind('/')) + "/InfoPlist.strings";
+std::string folderOf(const std::string& bundlePath, const std::string& language) {
+  return bundlePath + "/Contents/Resources/" + language + ".lproj";
 }
 
 std::optional<PropertyList::Dictionary> stringsAt(const std::string& path, ErrorSlot error) {
@@ -104,7 +103,12 @@ std::optional<PropertyList::Dictionary> stringsAt(const std::string& path, Error
 }  // namespace
 
 std::string LanguageFiles::pathOfTexts(const std::string& bundlePath, const std::string& language) {
-  return bundlePath + "/Contents/Resources/" + language + ".lproj/Alerts.strings";
+  return folderOf(bundlePath, language) + "/Alerts.strings";
+}
+
+std::string LanguageFiles::pathOfBundleName(const std::string& bundlePath,
+                                            const std::string& language) {
+  return folderOf(bundlePath, language) + "/InfoPlist.strings";
 }
 
 LanguageFiles::LanguageFiles(const Bundle& bundle, Log& log)
@@ -112,15 +116,14 @@ LanguageFiles::LanguageFiles(const Bundle& bundle, Log& log)
 
 std::map<std::string, std::string> LanguageFiles::readNames(const Bundle& bundle,
                                                             const std::string& language) {
-  const std::string path = pathOfTexts(bundle.path(), language);
   std::map<std::string, std::string> names;
-  if (auto texts = stringsAt(path, nullptr)) {
+  if (auto texts = stringsAt(pathOfTexts(bundle.path(), language), nullptr)) {
     for (auto& [key, value] : *texts) {
       if (key.ends_with(kNameSuffix) && value.string() != nullptr)
         names.emplace(key, *value.string());
     }
   }
-  const auto own = stringsAt(pathOfNames(path), nullptr);
+  const auto own = stringsAt(pathOfBundleName(bundle.path(), language), nullptr);
   if (const auto* name = own ? stringForKey(*own, kBundleNameKey) : nullptr) {
     names.insert_or_assign(std::string(kBundleNameKey), *name);
   }
@@ -130,7 +133,7 @@ std::map<std::string, std::string> LanguageFiles::readNames(const Bundle& bundle
 std::optional<LanguageTexts> LanguageFiles::read(const std::string& language) const {
   const std::string path = pathOfTexts(bundle_.path(), language);
   const auto strings = readStrings(path);
-  const auto names = readStrings(pathOfNames(path));
+  const auto names = readStrings(pathOfBundleName(bundle_.path(), language));
   if (!strings && !names) return std::nullopt;
   LanguageTexts texts = strings ? understood(*strings, path) : LanguageTexts();
   if (const auto* name = names ? stringForKey(*names, kBundleNameKey) : nullptr) {

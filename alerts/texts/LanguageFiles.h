@@ -38,6 +38,8 @@ class LanguageFiles {
 
   /// Where the texts of a language are, in the bundle at `bundlePath`.
   static std::string pathOfTexts(const std::string& bundlePath, const std::string& language);
+  /// Where the bundle's own name is in it.
+  static std::string pathOfBundleName(const std::string& bundlePath, const std::string& language);
 
   /// The names of kinds ("<type>.name") and of the bundle (kBundleNameKey) in a language, by their
   /// keys; what cannot be read has none.

@@ -100,8 +100,7 @@ class BundleCheck {
     const bool isFallback =
         language == BundleTexts::languagesFor(trial_.bundle(), languages_, "").back();
     if (!isNamed && !isFallback && isLanguage(language)) {
-      add(Kind::kWarning,
-          trial_.path() + "/Contents/Resources/" + language + ".lproj/InfoPlist.strings",
+      add(Kind::kWarning, LanguageFiles::pathOfBundleName(trial_.path(), language),
           tr("CFBundleGetInfoString, the name that people see, is missing"));
     }
   }
