@@ -2,6 +2,7 @@
 #include "daemon/ChangeFeed.h"
 
 #include <atomic>
+#include <optional>
 #include <thread>
 
 #include <boost/json.hpp>
@@ -344,17 +345,17 @@ TEST(ChangeFeedThreads, EachReaderIsToldAllInOrder) {
     threads.emplace_back([&] {
       for (int round = 0; round < 20; ++round) {
         Reader own(feed.follow({}));
-        std::uint64_t last = 0;
+        std::optional<std::uint64_t> last;  // none before the first message; that can say 0
         for (int told = 0; told < 300;) {
           for (const json::object& message : own.messages()) {
             const auto sequence = message.at("sequence").to_number<std::uint64_t>();
-            if (last == 0) last = sequence;
+            if (!last) last = sequence;
             for (const json::value& event : message.at("events").as_array()) {
               const auto number = event.at("sequence").to_number<std::uint64_t>();
               if (event.at("kind") == "lost") {
-                ASSERT_GT(number, last);
+                ASSERT_GT(number, *last);
               } else {
-                ASSERT_EQ(number, last + 1);
+                ASSERT_EQ(number, *last + 1);
               }
               last = number;
               ++told;

@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/foundation/ScopedEnvironment.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tools/bundlecheck/NewBundle.h"
 #include "tools/bundlecheck/TextFile.h"
@@ -177,15 +178,18 @@ TEST_F(BundleCheckTest, FindsCodeThatCannotBeUsed) {
 }
 
 TEST_F(BundleCheckTest, LeavesNothingBehind) {
-  const auto count = [] {
-    const fs::directory_iterator entries(fs::temp_directory_path());
-    return std::count_if(begin(entries), end(entries), [](const auto& entry) {
-      return entry.path().filename().string().starts_with("velto-bundle-");
-    });
-  };
-  const auto before = count();
+  const fs::path temporary = directory_.path() / "temporary";
+  fs::create_directory(temporary);
+  ScopedEnvironment environment;
+  environment.set("TMPDIR", temporary);
   findings();
-  EXPECT_EQ(count(), before);
+  EXPECT_TRUE(fs::is_empty(temporary));
+
+  // It is made there: where there is no such place, nothing is checked.
+  fs::remove(temporary);
+  const auto found = checkBundle(path());
+  ASSERT_EQ(found.size(), 1U);
+  EXPECT_THAT(found.front().text, testing::HasSubstr("TMPDIR"));
 }
 
 TEST(LineOfKey, IsWhereTheKeyStands) {

@@ -24,8 +24,13 @@ fs::path wholePath(const std::string& path) {
 
 /// A new directory that only this user can enter; "" with an error.
 std::string makeDirectory(ErrorSlot error) {
-  std::error_code ignored;
-  std::string name = (fs::temp_directory_path(ignored) / "velto-bundle-XXXXXX").string();
+  std::error_code problem;
+  const fs::path parent = fs::temp_directory_path(problem);
+  if (problem) {  // nothing is made where it was not asked for
+    setIfEmpty(error, makePOSIXError(problem.value(), "TMPDIR"));
+    return "";
+  }
+  std::string name = (parent / "velto-bundle-XXXXXX").string();
   if (::mkdtemp(name.data()) != nullptr) return name;
   setIfEmpty(error, makePOSIXError(errno, name));
   return "";
