@@ -28,7 +28,8 @@ struct SaveCounts {
   std::int64_t failed = 0;  ///< of them
 };
 
-/// Hears of the commits of a store, in their order. Called by one thread at a time.
+/// Hears of the commits of a store, in their order, from one thread at a time. The rows of a commit
+/// may be asked for while one before it is told.
 class CommitObserver {
  public:
   virtual ~CommitObserver() = default;
@@ -38,7 +39,7 @@ class CommitObserver {
   virtual bool wantsRows() noexcept = 0;
   /// A commit of so many changed rows is on disk, and nobody who saved has been told. `rows` are
   /// all of them, in the order of their changes, when they were wanted, and none else; valid until
-  /// this returns. What is saved next waits for it.
+  /// this returns. Who has saved waits for it.
   virtual void noteCommit(std::uint64_t count, std::span<const ChangedRow> rows) noexcept = 0;
 };
 

@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "platform/foundation/ProgramMistake.h"
-#include "platform/persistence/CommitQueue.h"
+#include "platform/persistence/saving/CommitQueue.h"
 #include "platform/persistence/sqlite/SQLiteConnection.h"
 
 namespace velto {

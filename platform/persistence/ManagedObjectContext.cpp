@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "platform/foundation/ProgramMistake.h"
-#include "platform/persistence/CommitQueue.h"
 #include "platform/persistence/FetchQuery.h"
+#include "platform/persistence/saving/CommitQueue.h"
 
 namespace velto {
 

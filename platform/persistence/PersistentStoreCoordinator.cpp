@@ -11,9 +11,10 @@
 
 #include <sqlite3.h>
 
-#include "platform/persistence/CommitQueue.h"
 #include "platform/persistence/EntitySql.h"
 #include "platform/persistence/FetchQuery.h"
+#include "platform/persistence/RowReading.h"
+#include "platform/persistence/saving/CommitQueue.h"
 #include "platform/persistence/sqlite/DataVersion.h"
 #include "platform/persistence/sqlite/ReaderPool.h"
 #include "platform/persistence/sqlite/SQLiteConnection.h"
@@ -55,27 +56,6 @@ std::string absolutePath(const std::string& path) {
 
 Error noStoreError() {
   return makeError(kPersistenceErrorDomain, kNoStoreErrorCode, "there is no store");
-}
-
-void bind(Statement& statement, const Predicate::Operand& operand) {
-  std::visit([&](const auto& value) { statement.bind(value); }, operand);
-}
-
-/// False when the rows cannot be read; the reader knows why.
-bool run(const FetchQuery& query, SQLiteConnection& reader,
-         const std::function<bool(const Statement&)>& row) {
-  Statement statement = reader.statement(query.sql);
-  for (const Predicate::Operand* operand : query.operands) {
-    bind(statement, *operand);
-  }
-  if (query.limit != 0) {
-    statement.bind(static_cast<std::int64_t>(query.limit));
-  }
-  Statement::Step step = statement.step();
-  while (step == Statement::Step::kRow && row(statement)) {
-    step = statement.step();
-  }
-  return step != Statement::Step::kError;
 }
 
 /// What a reader sees stays as it is from `begin` to the end of this object.
@@ -156,7 +136,7 @@ bool PersistentStoreCoordinator::fetch(const FetchQuery& query,
   if (reader == nullptr) {
     return false;
   }
-  const bool isRead = run(query, *reader, row);
+  const bool isRead = readRows(query, *reader, store_->commits.unsynced(), row);
   if (!isRead) replaceError(error, reader->lastError());
   return isRead;
 }
@@ -173,19 +153,18 @@ std::optional<std::size_t> PersistentStoreCoordinator::fetchRows(
     return std::nullopt;
   }
   const int placeColumn = static_cast<int>(entity.attributes().size()) + 2;
-  Statement statement = reader->statement(sql(entity).selectByRowIds);
-  statement.bind(rowIds);
-  Statement::Step step = statement.step();
-  for (; step == Statement::Step::kRow; step = statement.step()) {
-    if (!row(statement)) {
-      return static_cast<std::size_t>(statement.integer(placeColumn)) + 1;
-    }
+  std::size_t end = rowIds.size();
+  const auto take = [&](const Statement& statement) {
+    const bool goesOn = row(statement);
+    if (!goesOn) end = static_cast<std::size_t>(statement.integer(placeColumn)) + 1;
+    return goesOn;
+  };
+  const auto bind = [&](Statement& statement) { statement.bind(rowIds); };
+  if (readRows(*reader, sql(entity).selectByRowIds, bind, store_->commits.unsynced(), take)) {
+    return end;
   }
-  if (step == Statement::Step::kError) {
-    replaceError(error, reader->lastError());
-    return std::nullopt;
-  }
-  return rowIds.size();
+  replaceError(error, reader->lastError());
+  return std::nullopt;
 }
 
 std::optional<std::int64_t> PersistentStoreCoordinator::dataVersion() {
@@ -258,7 +237,7 @@ std::optional<std::vector<std::int64_t>> PersistentStoreCoordinator::counts(
     const std::string& entity = requests[index].entityName();
     const FetchQuery query("SELECT COUNT(*) FROM " + quoted(entity), requests[index],
                            *model_->entity(entity), 0);
-    isRead = run(query, *reader, take);
+    isRead = readRows(query, *reader, store_->commits.unsynced(), take);
   }
   if (!isRead) replaceError(error, reader->lastError());
   return isRead ? std::optional(std::move(counts)) : std::nullopt;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "platform/persistence/CommitQueue.h"
+#include "platform/persistence/saving/CommitQueue.h"
 
 #include <algorithm>
 #include <atomic>

@@ -9,7 +9,7 @@
 
 #include <gmock/gmock.h>
 
-#include "platform/persistence/CommitQueue.h"
+#include "platform/persistence/saving/CommitQueue.h"
 #include "platform/persistence/sqlite/LogCheckpoints.h"
 #include "platform/persistence/sqlite/StoreFile.h"
 #include "tests/persistence/OpenStore.h"

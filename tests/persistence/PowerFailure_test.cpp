@@ -5,15 +5,20 @@
 #include "tests/persistence/PowerFailure.h"
 
 #include <algorithm>
+#include <atomic>
 #include <filesystem>
+#include <mutex>
 #include <random>
+#include <set>
 #include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "platform/persistence/EntitySql.h"
+#include "platform/persistence/sqlite/SQLiteConnection.h"
 #include "platform/persistence/sqlite/StoreFile.h"
+#include "platform/persistence/sqlite/WriteAheadLog.h"
 #include "tests/persistence/OtherConnection.h"
 
 namespace velto {
@@ -21,8 +26,10 @@ namespace {
 
 using ::testing::AnyOf;
 using ::testing::Contains;
+using ::testing::IsSupersetOf;
 using ::testing::SizeIs;
 using ::testing::StartsWith;
+using ::testing::UnorderedElementsAreArray;
 
 TEST_P(PowerFailure, KeepsWhatWasAcknowledgedAndNoHalfSave) {
   std::vector<std::vector<std::string>> states;  // after each save
@@ -77,16 +84,31 @@ void expectWholePairs(const std::vector<std::string>& content,
   }
 }
 
-TEST_P(PowerFailure, KeepsWhatWasAcknowledgedToSeveralAtOnce) {
+/// What somebody has been shown counts as acknowledged.
+void readPairs(const TestStore& store, const std::atomic<bool>& isOver, CallLog& log) {
+  std::set<std::string> known;
+  while (!isOver) {
+    for (const std::string& line : contentOf(*store.context())) {
+      const std::string name = line.substr(0, line.find(' '));
+      if (known.insert(name).second) log.acknowledge(name);
+    }
+  }
+}
+
+TEST_P(PowerFailure, KeepsWhatWasAcknowledgedOrShownToSeveralAtOnce) {
   {
     const InterceptedFiles files(log_);
     TestStore store(files);
     record(store);
+    std::atomic<bool> isOver = false;
+    std::thread reader([&] { readPairs(store, isOver, log_); });
     std::vector<std::thread> threads;
     for (const char* thread : {"a", "b", "c", "d"}) {
       threads.emplace_back([&, thread] { savePairs(store, thread, log_); });
     }
     std::for_each(threads.begin(), threads.end(), [](std::thread& thread) { thread.join(); });
+    isOver = true;
+    reader.join();
   }
   failAtEachSync([&](const std::string& path, std::size_t call) {
     expectWholePairs(recovered(path), log_.acknowledgedBefore(call));
@@ -162,6 +184,42 @@ TEST_P(PowerFailure, KeepsWhatWasAcknowledgedAfterAFailedSync) {
   EXPECT_GT(number, 52) << "each save syncs, and the checkpoint does so twice";
 }
 
+/// The names of the things that were saved by several at once until a sync failed.
+std::vector<std::string> savedUntilFailure(const TestStore& store) {
+  std::mutex mutex;
+  std::vector<std::string> saved;
+  std::vector<std::thread> threads;
+  for (const char* thread : {"a", "b", "c", "d"}) {
+    threads.emplace_back([&, thread] {
+      for (int save = 0; save < 12; ++save) {
+        const auto context = store.context();
+        insertThing(*context, thread + std::to_string(save));
+        if (!context->save(nullptr)) return;
+        const std::lock_guard lock(mutex);
+        saved.push_back(thread + std::to_string(save));
+      }
+    });
+  }
+  std::for_each(threads.begin(), threads.end(), [](std::thread& thread) { thread.join(); });
+  return saved;
+}
+
+TEST(FailedSyncAmongSeveral, LeavesWhatWasAcknowledgedAndNoMore) {
+  for (int number = 1; number <= 30; ++number) {
+    SCOPED_TRACE(number);
+    CallLog log;
+    const InterceptedFiles files(log);
+    TestStore store(files);
+    log.failSync(number);
+    const auto saved = savedUntilFailure(store);
+    EXPECT_THAT(names(*store.context(), thingRequest()), UnorderedElementsAreArray(saved));
+    log.failSync(0);
+    store.close();
+    store.open();
+    EXPECT_THAT(names(*store.context(), thingRequest()), IsSupersetOf(saved));
+  }
+}
+
 bool saveThing(const TestStore& store, const std::string& name, std::size_t size) {
   const auto context = store.context();
   insertThing(*context, name).setData(Data(std::string(size, 'x')));
@@ -196,6 +254,40 @@ TEST_P(PowerFailure, LeavesWhatAStartShowsAfterAFailedSync) {
   }
   EXPECT_GT(written, 300'000U);
   EXPECT_LT(written, 400'000U);
+  failBefore(log_.size(), *disk_, [&](const std::string& path, std::size_t) {
+    EXPECT_THAT(recovered(path), SizeIs(3));
+  });
+}
+
+/// Also when the next group had been committed before the sync failed.
+TEST_P(PowerFailure, LeavesWhatAStartShowsAfterAFailedSyncOfTwoCommits) {
+  using Committed = SQLiteConnection::Committed;
+  const auto model = thingModel();
+  const std::vector<EntitySql> sql(model->entities().begin(), model->entities().end());
+  const InterceptedFiles files(log_);
+  const TestStore store(files);
+  record(store);
+  ASSERT_TRUE(saveThing(store, "before", 5000));
+  {
+    auto writer = SQLiteConnection::open(store.path(), SQLiteConnection::Role::kWriter, nullptr);
+    for (int commit = 0; commit < kMostUnsyncedCommits; ++commit) {
+      ASSERT_TRUE(writer->execute("BEGIN IMMEDIATE"));
+      ASSERT_TRUE(writer->execute(
+          "INSERT INTO Thing (_version, name, data) VALUES (1, 'unsure', zeroblob(50000))"));
+      ASSERT_EQ(writer->commitUnsynced(), Committed::kUnsynced);
+    }
+    log_.failSync(1);
+    EXPECT_TRUE(writer->syncLog().has_value());
+    log_.failSync(0);
+    EXPECT_TRUE(writer->syncLog().has_value()) << "no later success means anything";
+    ASSERT_TRUE(writer->setReadOnly());
+  }
+  const auto writer = StoreFile(store.path(), *model, sql, files).open(nullptr);
+  ASSERT_NE(writer, nullptr);
+  EXPECT_EQ(writer->integer("SELECT count(*) FROM Thing"), 3);
+  for (std::size_t call = 0; call < log_.size(); ++call) {
+    log_.apply(call, *disk_);
+  }
   failBefore(log_.size(), *disk_, [&](const std::string& path, std::size_t) {
     EXPECT_THAT(recovered(path), SizeIs(3));
   });

@@ -7,9 +7,12 @@
 #include <cstdint>
 #include <cstring>
 #include <new>
+#include <utility>
 #include <vector>
 
 #include <sqlite3.h>
+
+#include "platform/foundation/Mutex.h"
 
 namespace velto {
 
@@ -18,13 +21,44 @@ namespace {
 /// SQLite's files take less than 128 KiB in one write.
 constexpr std::size_t kMostGathered = (std::size_t{1} << 17) - 1;
 
+}  // namespace
+
+/// The real files, but for the log.
+class FilesOfLog : public sqlite3_vfs {
+ public:
+  explicit FilesOfLog(const char* name);
+
+  sqlite3_vfs& real() const { return *static_cast<sqlite3_vfs*>(pAppData); }
+  /// One at a time: of those that run at once, the system tells only one what it has lost.
+  int syncLog(int flags) {
+    const MutexLock lock(mutex_);
+    if (result_ == SQLITE_OK) result_ = log->pMethods->xSync(log, flags);
+    return result_;
+  }
+
+  sqlite3_file* log = nullptr;  ///< the real one
+  enum class NextSync { kIsMade, kIsLeft, kWasLeft };
+  NextSync nextSync = NextSync::kIsMade;
+
+ private:
+  Mutex mutex_;
+  int result_ VELTO_GUARDED_BY(mutex_) = SQLITE_OK;  ///< of the last sync
+};
+
+namespace {
+
+using NextSync = FilesOfLog::NextSync;
+
 /// SQLite gives the memory: this, and the real file right after it.
 struct Log : sqlite3_file {
-  Log() : sqlite3_file{nullptr} {}
+  explicit Log(FilesOfLog& of) : sqlite3_file{nullptr}, files(of) {}
 
   sqlite3_file* real() { return reinterpret_cast<sqlite3_file*>(this + 1); }
   sqlite3_int64 end() const { return start + static_cast<sqlite3_int64>(gathered.size()); }
+  /// A log that begins anew says so at its beginning.
+  bool hasGatheredHeader() const { return !gathered.empty() && start == 0; }
 
+  FilesOfLog& files;
   sqlite3_int64 start = 0;  ///< where in the file the gathered bytes belong
   std::vector<char> gathered;
 };
@@ -44,13 +78,19 @@ int write(Log& log) {
   return result;
 }
 
-/// The sync of a commit. When its write fails, SQLite goes back to before the transaction, so
-/// nothing of it must reach the file later.
-int sync(sqlite3_file* base, int flags) {
+/// The sync of a commit, or before it that of a header. It and the next one are not left then,
+/// since there is no way back to the log of before. When the write fails, SQLite goes back to
+/// before the transaction, so nothing of it must reach the file later.
+int syncLog(sqlite3_file* base, int flags) {
   Log& log = logOf(base);
+  NextSync& next = log.files.nextSync;
+  if (log.hasGatheredHeader()) next = NextSync::kIsMade;
   const int result = write(log);
   log.gathered.clear();
-  return result != SQLITE_OK ? result : log.real()->pMethods->xSync(log.real(), flags);
+  if (result != SQLITE_OK) return result;
+  if (next != NextSync::kIsLeft) return log.files.syncLog(flags);
+  next = NextSync::kWasLeft;
+  return SQLITE_OK;
 }
 
 /// Calls the method of the real file, which has all that was written.
@@ -91,6 +131,7 @@ int writeLater(sqlite3_file* base, const void* bytes, int length, sqlite3_int64 
 int closeLog(sqlite3_file* base) {
   Log& log = logOf(base);
   const int written = write(log);
+  log.files.log = nullptr;
   const int result = log.real()->pMethods->xClose(log.real());
   log.~Log();
   return written != SQLITE_OK ? written : result;
@@ -103,7 +144,7 @@ const sqlite3_io_methods kMethods = {
     .xRead = afterWriting<&sqlite3_io_methods::xRead, void*, int, sqlite3_int64>,
     .xWrite = writeLater,
     .xTruncate = afterWriting<&sqlite3_io_methods::xTruncate, sqlite3_int64>,
-    .xSync = sync,
+    .xSync = syncLog,
     .xFileSize = afterWriting<&sqlite3_io_methods::xFileSize, sqlite3_int64*>,
     .xLock = forward<&sqlite3_io_methods::xLock, int>,
     .xUnlock = forward<&sqlite3_io_methods::xUnlock, int>,
@@ -119,17 +160,19 @@ const sqlite3_io_methods kMethods = {
     .xUnfetch = nullptr,
 };
 
-sqlite3_vfs& realOf(sqlite3_vfs* base) {
-  return *static_cast<sqlite3_vfs*>(base->pAppData);
+FilesOfLog& filesOf(sqlite3_vfs* base) {
+  return *static_cast<FilesOfLog*>(base);
 }
 
 int openFile(sqlite3_vfs* base, const char* name, sqlite3_file* memory, int flags, int* outFlags) {
-  sqlite3_vfs& real = realOf(base);
+  FilesOfLog& files = filesOf(base);
+  sqlite3_vfs& real = files.real();
   if ((flags & SQLITE_OPEN_WAL) == 0) return real.xOpen(&real, name, memory, flags, outFlags);
-  auto* const log = new (memory) Log;
+  auto* const log = new (memory) Log(files);
   const int result = real.xOpen(&real, name, log->real(), flags, outFlags);
   if (result == SQLITE_OK) {
     log->pMethods = &kMethods;
+    files.log = log->real();
   } else {
     log->~Log();
     memory->pMethods = nullptr;  // there is nothing to close
@@ -140,28 +183,43 @@ int openFile(sqlite3_vfs* base, const char* name, sqlite3_file* memory, int flag
 /// Calls the method of the real files with those.
 template <auto kMethod, typename... Arguments>
 int pass(sqlite3_vfs* base, Arguments... arguments) {
-  sqlite3_vfs& real = realOf(base);
+  sqlite3_vfs& real = filesOf(base).real();
   return (real.*kMethod)(&real, arguments...);
 }
 
 }  // namespace
 
+FilesOfLog::FilesOfLog(const char* name) : sqlite3_vfs(*sqlite3_vfs_find(nullptr)) {
+  pAppData = sqlite3_vfs_find(nullptr);
+  pNext = nullptr;
+  zName = name;
+  szOsFile += static_cast<int>(sizeof(Log));
+  xOpen = openFile;
+  xDelete = pass<&sqlite3_vfs::xDelete, const char*, int>;
+  xAccess = pass<&sqlite3_vfs::xAccess, const char*, int, int*>;
+  xFullPathname = pass<&sqlite3_vfs::xFullPathname, const char*, int, char*>;
+}
+
 GatheredLogWrites::GatheredLogWrites()
     : name_("velto-" + std::to_string(reinterpret_cast<std::uintptr_t>(this))),
-      files_(std::make_unique<sqlite3_vfs>(*sqlite3_vfs_find(nullptr))) {
-  files_->pAppData = sqlite3_vfs_find(nullptr);
-  files_->pNext = nullptr;
-  files_->zName = name_.c_str();
-  files_->szOsFile += static_cast<int>(sizeof(Log));
-  files_->xOpen = openFile;
-  files_->xDelete = pass<&sqlite3_vfs::xDelete, const char*, int>;
-  files_->xAccess = pass<&sqlite3_vfs::xAccess, const char*, int, int*>;
-  files_->xFullPathname = pass<&sqlite3_vfs::xFullPathname, const char*, int, char*>;
+      files_(std::make_unique<FilesOfLog>(name_.c_str())) {
   sqlite3_vfs_register(files_.get(), 0);
 }
 
 GatheredLogWrites::~GatheredLogWrites() {
   sqlite3_vfs_unregister(files_.get());
+}
+
+void GatheredLogWrites::leaveNextSync() {
+  files_->nextSync = NextSync::kIsLeft;
+}
+
+bool GatheredLogWrites::hasLeftSync() {
+  return std::exchange(files_->nextSync, NextSync::kIsMade) == NextSync::kWasLeft;
+}
+
+int GatheredLogWrites::sync() {
+  return files_->syncLog(SQLITE_SYNC_NORMAL);
 }
 
 }  // namespace velto

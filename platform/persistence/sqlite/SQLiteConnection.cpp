@@ -170,6 +170,25 @@ bool SQLiteConnection::inTransaction() const {
   return sqlite3_get_autocommit(database_) == 0;
 }
 
+SQLiteConnection::Committed SQLiteConnection::commitUnsynced() {
+  logWrites_->leaveNextSync();
+  bool isCommitted = false;
+  try {
+    isCommitted = execute("COMMIT");
+  } catch (const std::bad_alloc&) {
+    logWrites_->hasLeftSync();
+    throw;
+  }
+  const bool hasLeftSync = logWrites_->hasLeftSync();
+  return !isCommitted ? Committed::kNot : hasLeftSync ? Committed::kUnsynced : Committed::kSynced;
+}
+
+std::optional<Error> SQLiteConnection::syncLog() const {
+  const int result = logWrites_->sync();
+  if (result == SQLITE_OK) return std::nullopt;
+  return makeError(kPersistenceErrorDomain, result, path_ + ": " + sqlite3_errstr(result));
+}
+
 std::int64_t SQLiteConnection::changes() const {
   return sqlite3_changes64(database_);
 }

@@ -101,6 +101,15 @@ class SQLiteConnection {
   bool inTransaction() const;
   /// Ends the transaction, if there is one, without its changes. Without memory for that it stays.
   void rollBack() noexcept;
+  enum class Committed {
+    kNot,       ///< the transaction may be left open
+    kUnsynced,  ///< and seen by others, but may be lost until `syncLog` has returned
+    kSynced,
+  };
+  /// Commits, and leaves the sync to `syncLog` where that can be.
+  Committed commitUnsynced();
+  /// Makes last what has been committed. On any thread, also while the connection is used.
+  std::optional<Error> syncLog() const;
   /// How many rows the last INSERT, UPDATE or DELETE changed.
   std::int64_t changes() const;
   std::int64_t lastInsertRowId() const;

@@ -3,8 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdint>
-#include <cstring>
 #include <string>
 #include <sys/stat.h>
 #include <vector>
@@ -12,6 +10,7 @@
 #include <sqlite3.h>
 
 #include "platform/persistence/PersistenceErrors.h"
+#include "platform/persistence/sqlite/LogIndex.h"
 #include "platform/persistence/sqlite/SQLiteConnection.h"
 
 namespace velto {
@@ -24,9 +23,6 @@ constexpr sqlite3_int64 kHeaderSize = 32;
 constexpr sqlite3_int64 kPageSizeOffset = 8;
 constexpr sqlite3_int64 kFrameHeaderSize = 24;
 constexpr sqlite3_int64 kFrameCommitOffset = 4;  ///< not 0 in the last frame of a transaction
-// The log's index in shared memory: the first block, and the number of the last frame in it.
-constexpr int kIndexBlockSize = 32768;
-constexpr std::size_t kLastFrameOffset = 16;
 
 constexpr sqlite3_int64 kPieceSize = 1 << 16;
 
@@ -64,13 +60,14 @@ class CommittedLog {
     return result;
   }
 
-  /// Of its header and its last transaction.
+  /// Of its header and its last transactions.
   int rewriteEnd() const {
     sqlite3_int64 first = lastFrame_;
     int result = SQLITE_OK;
-    for (sqlite3_int64 commit = 0; first > 1 && result == SQLITE_OK; --first) {
+    for (int whole = 0; first > 1 && result == SQLITE_OK; --first) {
+      sqlite3_int64 commit = 0;
       result = readNumber(*log_, start(first - 1) + kFrameCommitOffset, commit);
-      if (commit != 0) break;
+      if (commit != 0 && ++whole == kMostUnsyncedCommits) break;
     }
     if (result == SQLITE_OK) result = rewrite(*log_, 0, kHeaderSize);
     return result == SQLITE_OK ? rewrite(*log_, start(first), start(lastFrame_ + 1)) : result;
@@ -84,36 +81,23 @@ class CommittedLog {
   sqlite3_int64 frameSize_ = 0;
 };
 
-/// A file that the connection has open, or null.
-sqlite3_file* fileOf(SQLiteConnection& writer, int which) {
+/// The log that the connection has open, or null.
+sqlite3_file* logOf(SQLiteConnection& writer) {
   sqlite3_file* file = nullptr;
-  const int result = sqlite3_file_control(writer.handle(), "main", which, &file);
+  const int result =
+      sqlite3_file_control(writer.handle(), "main", SQLITE_FCNTL_JOURNAL_POINTER, &file);
   return result == SQLITE_OK && file != nullptr && file->pMethods != nullptr ? file : nullptr;
 }
 
-/// The number of the last frame that counts, from 1.
-int findLastFrame(SQLiteConnection& writer, sqlite3_int64& frame) {
-  sqlite3_file* const file = fileOf(writer, SQLITE_FCNTL_FILE_POINTER);
-  if (file == nullptr || file->pMethods->iVersion < 2) return SQLITE_INTERNAL;
-  void volatile* index = nullptr;
-  const int result = file->pMethods->xShmMap(file, 0, kIndexBlockSize, 0, &index);
-  if (result != SQLITE_OK || index == nullptr)
-    return result == SQLITE_OK ? SQLITE_INTERNAL : result;
-  std::uint32_t last = 0;
-  std::memcpy(&last, static_cast<const char*>(const_cast<const void*>(index)) + kLastFrameOffset,
-              sizeof last);
-  frame = last;
-  return SQLITE_OK;
-}
-
 int rewriteEndOfLog(SQLiteConnection& writer) {
-  sqlite3_file* const log = fileOf(writer, SQLITE_FCNTL_JOURNAL_POINTER);
+  sqlite3_file* const log = logOf(writer);
   if (log == nullptr) return SQLITE_OK;
-  sqlite3_int64 lastFrame = 0;
-  int result = findLastFrame(writer, lastFrame);
-  if (result == SQLITE_OK && lastFrame != 0) {
+  const auto lastFrame = lastFrameOfLog(writer);
+  if (!lastFrame) return SQLITE_INTERNAL;
+  int result = SQLITE_OK;
+  if (*lastFrame != 0) {
     CommittedLog committed;
-    result = committed.open(*log, lastFrame);
+    result = committed.open(*log, *lastFrame);
     if (result == SQLITE_OK) result = committed.rewriteEnd();
   }
   return result == SQLITE_OK ? log->pMethods->xSync(log, SQLITE_SYNC_NORMAL) : result;

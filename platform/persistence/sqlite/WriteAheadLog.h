@@ -14,12 +14,16 @@ bool useWriteAheadLog(SQLiteConnection& writer, ErrorSlot error);
 /// this process has written anything.
 bool isLogEmpty(const SQLiteConnection& writer);
 
+/// How many of the log's last transactions may not have been synced. After a failed sync none is
+/// added.
+constexpr int kMostUnsyncedCommits = 2;
+
 /// Makes sure that what an earlier process has left in the log is on disk: syncs it, and before
-/// that writes its last transaction once more, as it stands. When a sync fails, the system may take
-/// pages for written that never reached the disk, and goes on showing them to readers: a log that
-/// reads well may have a hole on disk, and what is committed behind it would be lost with the
-/// power. Written anew, its pages are due again. Only the last transaction can have such a hole,
-/// since each one was synced before the next was begun, and after a failed sync none was.
+/// that writes its last transactions once more, as they stand. When a sync fails, the system may
+/// take pages for written that never reached the disk, and goes on showing them to readers: a log
+/// that reads well may have a hole on disk, and what is committed behind it would be lost with the
+/// power. Written anew, its pages are due again. Only transactions that were not synced can have
+/// such a hole.
 bool secureLog(SQLiteConnection& writer, ErrorSlot error);
 
 }  // namespace velto

@@ -34,10 +34,12 @@ const Error* WriterTrust::refusal() const {
 }
 
 void WriterTrust::noteFailure() {
-  if (connection_.lastErrorCode() == SQLITE_IOERR_FSYNC) {
-    hasFailed_ = true;
-    connection_.setReadOnly();
-  }
+  if (connection_.lastErrorCode() == SQLITE_IOERR_FSYNC) noteFailedSync();
+}
+
+void WriterTrust::noteFailedSync() {
+  hasFailed_ = true;
+  connection_.setReadOnly();
 }
 
 }  // namespace velto

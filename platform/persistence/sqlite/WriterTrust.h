@@ -23,6 +23,8 @@ class WriterTrust {
   const Error* lastingRefusal() const { return hasFailed_ ? &untrusted_ : nullptr; }
   /// The connection has failed to do something, whatever it was.
   void noteFailure();
+  /// A sync that was left to another thread has failed.
+  void noteFailedSync();
 
  private:
   SQLiteConnection& connection_;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -13,7 +14,10 @@
 #include "platform/foundation/Mutex.h"
 #include "platform/foundation/SerialQueue.h"
 #include "platform/persistence/CommitObserver.h"
-#include "platform/persistence/RowWriter.h"
+#include "platform/persistence/saving/BatchWriter.h"
+#include "platform/persistence/saving/EndedSaves.h"
+#include "platform/persistence/saving/SaveBatch.h"
+#include "platform/persistence/saving/UnsyncedCommits.h"
 #include "platform/persistence/sqlite/LogCheckpoints.h"
 #include "platform/persistence/sqlite/SQLiteConnection.h"
 #include "platform/persistence/sqlite/WriterTrust.h"
@@ -23,10 +27,10 @@ namespace velto {
 /// The saves that wait for the writing connection, and their commits. A save that finds nobody at
 /// work commits at once, on its own thread; where the last one shared its commit with others, which
 /// are about to come again, it is left to a thread of the queue. What has come meanwhile is, too:
-/// it applies all that wait, each whole or not at all, commits once, leaves the telling to
-/// another thread, and goes on until nothing waits. Whoever has committed also checkpoints, when
-/// the log has become long; one that takes much room is emptied in a quiet moment. Any thread.
-/// Once a sync has failed, nothing is written any more: see WriterTrust.
+/// it applies all that wait, each whole or not at all, commits once, leaves the sync and then the
+/// telling to other threads, and goes on until nothing waits. Whoever has committed also
+/// checkpoints, when the log has become long; one that takes much room is emptied in a quiet
+/// moment. Any thread. Once a sync has failed, nothing is written any more: see WriterTrust.
 class CommitQueue {
  public:
   /// From now on the connection is used by the queue alone. `observer` hears of the commits; it may
@@ -53,40 +57,36 @@ class CommitQueue {
   void betweenCommits(std::function<void()> work);
 
   /// Why nothing is saved any more, as the last save has found; nothing when it could be.
-  std::optional<Error> refusal() const;
-  SaveCounts counts() const;
+  std::optional<Error> refusal() const { return ended_.refusal(); }
+  SaveCounts counts() const { return ended_.counts(); }
   /// How many saves wait for the next commit.
   std::size_t waiting() const;
+  /// What readers may see of what may still be lost.
+  UnsyncedCommits& unsynced() { return unsynced_; }
 
  private:
   static constexpr std::chrono::seconds kQuietTime{10};
 
-  struct Save {
-    std::vector<RowChange>* changes;
-    ErrorReply completion;
-    std::optional<Error> error;
-  };
-  using Batch = std::vector<Save>;
-
-  void takeTurn() noexcept;
-  void goOn();
-  Batch serveWaiting();
-  void leaveToWriter();
-  void leaveToTeller(Batch batch);
-  static void tell(Batch& batch);
+  bool takesTurn() VELTO_REQUIRES(mutex_);
+  bool hasWork() const VELTO_REQUIRES(mutex_);
   bool keepTurn();
-  Batch takeWaiting();
-  void serve(Batch& batch) noexcept;
-  void serveTogether(std::span<Save> saves);
-  bool commit(std::span<Save> saves);
-  static std::int64_t settle(const Save& save);
+  void leadOnce() noexcept;
+  void leaveToWriter();
+  void lead() noexcept;
+  SaveBatch takeWaiting();
+
+  SaveBatch writeUnsynced(SaveBatch batch) noexcept;
+
+  void awaitSyncs(int most);
+  void leaveToSyncer(SaveBatch batch);
+  void sync(SaveBatch& batch) noexcept;
+  bool syncLog(std::span<Save> saves) noexcept;
+  void giveUp() noexcept;
+  void leaveToTeller(SaveBatch batch);
+
   void tendLog() noexcept;
   void emptyLogLater();
   void emptyLog() noexcept;
-  bool applyAll(std::span<Save> saves);
-  bool apply(Save& save);
-  bool end(std::span<const Save> saves);
-  void noteEnd(std::span<const Save> saves, const Error* refusal) noexcept;
 
   // Used by whoever has the turn.
   SQLiteConnection& connection_;
@@ -94,21 +94,25 @@ class CommitQueue {
   LogCheckpoints log_;
   bool empties_ = false;    ///< the log, at the end of this turn
   bool isToEmpty_ = false;  ///< some time later
-  RowWriter rows_;
-  CommitObserver* const observer_;
+  BatchWriter rows_;
   const std::chrono::milliseconds quietTime_;
 
-  mutable Mutex mutex_;
-  Batch waiting_ VELTO_GUARDED_BY(mutex_);
-  std::vector<std::function<void()>> betweenCommits_ VELTO_GUARDED_BY(mutex_);
-  bool isEmptyingDue_ VELTO_GUARDED_BY(mutex_) = false;  ///< the log is to be emptied, in a turn
-  const Error* refusal_ VELTO_GUARDED_BY(mutex_) = nullptr;
-  SaveCounts counts_ VELTO_GUARDED_BY(mutex_);
-  bool hadCompany_ VELTO_GUARDED_BY(mutex_) = false;  ///< the last batch was of many
-  bool isTaken_ VELTO_GUARDED_BY(mutex_) = false;     ///< somebody has the turn
+  UnsyncedCommits unsynced_;
+  EndedSaves ended_;  ///< noted by whoever has the turn, and by the syncer while it has batches
 
-  // The writer ends first, since it needs all the others.
+  mutable Mutex mutex_;
+  std::vector<Save> waiting_ VELTO_GUARDED_BY(mutex_);
+  std::vector<std::function<void()>> betweenCommits_ VELTO_GUARDED_BY(mutex_);
+  bool isEmptyingDue_ VELTO_GUARDED_BY(mutex_) = false;     ///< the log is to be emptied, in a turn
+  bool hadCompany_ VELTO_GUARDED_BY(mutex_) = false;        ///< the last batch was of many
+  bool isTaken_ VELTO_GUARDED_BY(mutex_) = false;           ///< somebody has the turn
+  int unsyncedBatches_ VELTO_GUARDED_BY(mutex_) = 0;        ///< left to the syncer
+  std::vector<SaveBatch> failed_ VELTO_GUARDED_BY(mutex_);  ///< to sync
+  std::condition_variable wakesWriter_;
+
+  // The writer ends first, since it needs all the others, and the syncer next.
   SerialQueue teller_;
+  SerialQueue syncer_;
   SerialQueue writer_;
 };
 

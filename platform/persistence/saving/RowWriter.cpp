@@ -2,7 +2,7 @@
 // What a row had before its change only SQLite knows, so it is asked for that while it changes the
 // row. Inserts, which are most of all changes, need no such question.
 
-#include "platform/persistence/RowWriter.h"
+#include "platform/persistence/saving/RowWriter.h"
 
 #include "platform/persistence/PersistenceErrors.h"
 #include "platform/persistence/sqlite/FormerRows.h"

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include "platform/foundation/Error.h"
@@ -48,6 +49,7 @@ class RowWriter {
 
   /// The rows noted since the transaction began. What an insert or update wrote is the change's.
   const std::vector<ChangedRow>& rows() const { return rows_; }
+  std::vector<ChangedRow> takeRows() { return std::exchange(rows_, {}); }
   /// Those from the one at `first` on have been undone.
   void forgetRows(std::size_t first) {
     rows_.erase(rows_.begin() + static_cast<std::ptrdiff_t>(first), rows_.end());

@@ -1,0 +1,277 @@
+// SPDX-License-Identifier: Apache-2.0
+// What is committed and not yet synced: that the next saves do not wait for it, that nobody is told
+// of it before, and that nothing is left of it when the sync fails.
+
+#include "platform/persistence/saving/UnsyncedCommits.h"
+
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <list>
+#include <thread>
+
+#include <gmock/gmock.h>
+#include <sqlite3.h>
+
+#include "platform/persistence/PersistenceErrors.h"
+#include "platform/persistence/saving/CommitQueue.h"
+#include "tests/persistence/HeldSyncs.h"
+#include "tests/persistence/OpenStore.h"
+#include "tests/persistence/TestStore.h"
+
+namespace velto {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::UnorderedElementsAre;
+
+TEST(UnsyncedCommits, AreWaitedForInTheirOrder) {
+  UnsyncedCommits commits;
+  EXPECT_TRUE(commits.wait(commits.last()));
+  commits.begin();
+  commits.begin();
+  EXPECT_EQ(commits.last(), 2U);
+  commits.noteSynced();
+  EXPECT_TRUE(commits.wait(1));
+  auto second = std::async(std::launch::async, [&] { return commits.wait(2); });
+  commits.noteSynced();
+  EXPECT_TRUE(second.get());
+}
+
+TEST(UnsyncedCommits, AreReadAnewWhenTheyAreNoMore) {
+  UnsyncedCommits commits;
+  commits.begin();
+  commits.noteSynced();
+  commits.begin();
+  auto dropped = std::async(std::launch::async, [&] { return commits.wait(2); });
+  commits.drop();
+  EXPECT_FALSE(dropped.get());
+  EXPECT_EQ(commits.last(), 1U);
+  commits.begin();
+  commits.begin();
+  auto all = std::async(std::launch::async, [&] { return commits.wait(3); });
+  commits.dropAll();
+  EXPECT_FALSE(all.get());
+  EXPECT_TRUE(commits.wait(commits.last()));
+}
+
+/// A save waits for its sync, and those after it are a batch, whose sync is left.
+class UnsyncedBatch : public ::testing::Test {
+ protected:
+  struct Save {
+    std::vector<AttributeValue> values;
+    std::vector<RowChange> changes;
+    std::promise<std::optional<Error>> promise = {};
+    std::future<std::optional<Error>> result = promise.get_future();
+
+    bool isTold() const {
+      return result.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+    }
+  };
+
+  UnsyncedBatch() {
+    saveFirst();
+    syncs_.hold();
+    std::thread alone([this] { start("alone"); });
+    syncs_.waitFor(1);
+    start("second");
+    start("third");
+    syncs_.allowOne();
+    alone.join();
+    syncs_.waitFor(2);
+  }
+  ~UnsyncedBatch() override { syncs_.allowAll(); }
+
+  /// So that the log has its header, which is synced apart.
+  void saveFirst() {
+    start("first");
+    EXPECT_EQ(saves_.front().result.get(), std::nullopt);
+    saves_.clear();
+  }
+
+  void start(const std::string& name) {
+    Save& save = saves_.emplace_back();
+    save.values = {name, {}, {}, {}};
+    save.changes = {{RowChange::Kind::kInsert, &sql_, 0, 0, &save.values}};
+    queue_->save(save.changes,
+                 [&save](std::optional<Error> error) { save.promise.set_value(std::move(error)); });
+  }
+
+  /// Each save's error, or 0.
+  std::vector<int> results() {
+    std::vector<int> codes;
+    for (Save& save : saves_) {
+      const auto error = save.result.get();
+      codes.push_back(error ? static_cast<int>(error->code) : 0);
+    }
+    return codes;
+  }
+
+  /// What somebody sees who does not wait for syncs.
+  std::vector<std::string> names() const {
+    std::vector<std::string> names;
+    const auto reader = store_.reader();
+    Statement statement = reader->statement("SELECT name FROM Thing ORDER BY _id");
+    while (statement.step() == Statement::Step::kRow) {
+      names.emplace_back(statement.bytes(0));
+    }
+    return names;
+  }
+  void waitUntilThere(std::size_t count) const {
+    while (names().size() < count) {
+      std::this_thread::yield();
+    }
+  }
+  bool isIntact() const {
+    const auto reader = store_.reader();
+    Statement statement = reader->statement("PRAGMA integrity_check");
+    return statement.step() == Statement::Step::kRow && statement.bytes(0) == "ok";
+  }
+
+  HeldSyncs syncs_;
+  const InterceptedFiles files_{syncs_};
+  OpenStore store_{thingModel()};
+  const EntitySql sql_{*store_.model().entity(kThing)};
+  std::list<Save> saves_;
+  std::optional<CommitQueue> queue_{std::in_place, store_.writer()};
+};
+
+TEST_F(UnsyncedBatch, IsToldWhenItIsOnDisk) {
+  EXPECT_THAT(names(), ElementsAre("first", "alone", "second", "third"));
+  EXPECT_EQ(queue_->unsynced().last(), 1U);
+  EXPECT_TRUE(saves_.front().isTold());
+  EXPECT_FALSE(saves_.back().isTold());
+  syncs_.allowAll();
+  EXPECT_THAT(results(), ElementsAre(0, 0, 0));
+  EXPECT_TRUE(queue_->unsynced().wait(1));
+}
+
+TEST_F(UnsyncedBatch, IsFollowedByTheNextOneWhileItSyncs) {
+  start("fourth");
+  waitUntilThere(5);
+  EXPECT_FALSE(saves_.back().isTold());
+  EXPECT_EQ(queue_->unsynced().last(), 2U);
+  // A third one waits, so as not to be smaller than it could be.
+  start("fifth");
+  EXPECT_EQ(queue_->waiting(), 1U);
+  syncs_.allowAll();
+  EXPECT_THAT(results(), ElementsAre(0, 0, 0, 0, 0));
+  EXPECT_THAT(names(), ElementsAre("first", "alone", "second", "third", "fourth", "fifth"));
+}
+
+TEST_F(UnsyncedBatch, IsWaitedForByWhatIsDoneBetweenCommits) {
+  std::promise<std::int64_t> isDone;
+  std::atomic<bool> isAllowed = false;
+  queue_->betweenCommits([&] { isDone.set_value(isAllowed ? queue_->counts().all : 0); });
+  isAllowed = true;
+  syncs_.allowAll();
+  EXPECT_EQ(isDone.get_future().get(), 4);
+}
+
+TEST_F(UnsyncedBatch, IsTakenBackWithTheNextOneWhenItsSyncFails) {
+  start("fourth");
+  waitUntilThere(5);
+  const std::uint64_t seen = queue_->unsynced().last();
+  auto hasLasted = std::async(std::launch::async, [&] { return queue_->unsynced().wait(seen); });
+  syncs_.allowAll(SQLITE_IOERR_FSYNC);
+  EXPECT_FALSE(hasLasted.get());
+  EXPECT_THAT(names(), ElementsAre("first", "alone")) << "seen by nobody who is told that";
+  EXPECT_THAT(results(),
+              ElementsAre(0, SQLITE_IOERR_FSYNC, SQLITE_IOERR_FSYNC, SQLITE_IOERR_FSYNC));
+  EXPECT_EQ(queue_->counts().failed, 3);
+  EXPECT_TRUE(queue_->unsynced().wait(queue_->unsynced().last()));
+  EXPECT_TRUE(isIntact());
+
+  syncs_.allowAll();
+  start("later");
+  const auto refusal = saves_.back().result.get();
+  ASSERT_TRUE(refusal.has_value());
+  EXPECT_EQ(refusal->code, kUntrustedStoreErrorCode);
+  ASSERT_TRUE(queue_->refusal().has_value());
+  EXPECT_THAT(queue_->refusal()->localizedDescription(), HasSubstr("a sync has failed"));
+  EXPECT_THAT(names(), ElementsAre("first", "alone"));
+}
+
+TEST_F(UnsyncedBatch, StaysWhenAnotherProgramHasBuiltOnIt) {
+  sqlite3* other = nullptr;  // whose files are not intercepted
+  ASSERT_EQ(sqlite3_open_v2(store_.path().c_str(), &other, SQLITE_OPEN_READWRITE, "unix"),
+            SQLITE_OK);
+  EXPECT_EQ(sqlite3_exec(other, "INSERT INTO Thing (_version, name) VALUES (1, 'other')", nullptr,
+                         nullptr, nullptr),
+            SQLITE_OK);
+  syncs_.allowAll(SQLITE_IOERR_FSYNC);
+  EXPECT_THAT(results(), ElementsAre(0, SQLITE_IOERR_FSYNC, SQLITE_IOERR_FSYNC));
+  EXPECT_THAT(names(), ElementsAre("first", "alone", "second", "third", "other"));
+  EXPECT_TRUE(isIntact());
+  sqlite3_close(other);
+}
+
+/// The same below a coordinator, with a thing of the batch that is read meanwhile.
+class UnsyncedThing : public ::testing::Test {
+ protected:
+  UnsyncedThing() {
+    save("first");
+    syncs_.hold();
+    std::thread alone([this] { save("alone"); });
+    syncs_.waitFor(1);
+    insertThing(*context_, "unsynced");
+    context_->save(
+        [this](auto error) { result_.set_value(error ? static_cast<int>(error->code) : 0); });
+    syncs_.allowOne();
+    alone.join();
+    syncs_.waitFor(2);
+    names_ =
+        std::async(std::launch::async, [this] { return names(*store_.context(), thingRequest()); });
+    rows_ = std::async(std::launch::async, [this] { return existing({1, 2, 3}); });
+    syncs_.waitForRead();
+  }
+  ~UnsyncedThing() override { syncs_.allowAll(); }
+
+  void save(const std::string& name) const {
+    const auto context = store_.context();
+    insertThing(*context, name);
+    expectSaved(*context);
+  }
+
+  std::size_t existing(const std::vector<std::int64_t>& rowIds) const {
+    std::size_t count = 0;
+    const auto take = [&](const Statement&) { return ++count != 0; };
+    PersistentStoreCoordinator& coordinator = *store_.coordinator();
+    const EntityDescription& thing = *coordinator.model().entity(kThing);
+    EXPECT_EQ(coordinator.fetchRows(thing, rowIds, take, nullptr), rowIds.size());
+    return count;
+  }
+
+  template <typename Result>
+  static void expectWaiting(const std::future<Result>& reading) {
+    EXPECT_EQ(reading.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
+  }
+
+  HeldSyncs syncs_;
+  const InterceptedFiles files_{syncs_};
+  const TestStore store_{files_};
+  const std::unique_ptr<ManagedObjectContext> context_ = store_.context();
+  std::promise<int> result_;
+  std::future<std::vector<std::string>> names_;
+  std::future<std::size_t> rows_;
+};
+
+TEST_F(UnsyncedThing, IsReadWhenItIsOnDisk) {
+  expectWaiting(names_);
+  expectWaiting(rows_);
+  syncs_.allowAll();
+  EXPECT_THAT(names_.get(), UnorderedElementsAre("first", "alone", "unsynced"));
+  EXPECT_EQ(rows_.get(), 3U);
+  EXPECT_EQ(result_.get_future().get(), 0);
+}
+
+TEST_F(UnsyncedThing, IsInNoAnswerWhenItsSyncFails) {
+  syncs_.allowAll(SQLITE_IOERR_FSYNC);
+  EXPECT_THAT(names_.get(), UnorderedElementsAre("first", "alone"));
+  EXPECT_EQ(rows_.get(), 2U);
+  EXPECT_EQ(result_.get_future().get(), SQLITE_IOERR_FSYNC);
+}
+
+}  // namespace
+}  // namespace velto
