@@ -22,6 +22,7 @@
 #include "bench/PreparedSaves.h"
 #include "bench/SampleStore.h"
 #include "bench/ServiceProcesses.h"
+#include "bench/Starts.h"
 
 namespace velto::bench {
 
@@ -153,6 +154,10 @@ int run(int argc, char** argv) {
                     readings);
   fmt::print("- One of the followers was told {} of {} alerts saved, and {} times of a loss\n",
              toldInAll.added, saved.load(), toldInAll.lost);
+  service->daemon.reset();
+  for (const Reading& reading : startReadings(service->root, saves)) {
+    fmt::print("- {}: {}\n", reading.title, reading.value);
+  }
   service.reset();
   return status;
 }

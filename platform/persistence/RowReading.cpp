@@ -12,8 +12,9 @@ namespace {
 /// Nothing when what it has begun to read is no longer there, and nothing has been passed on.
 std::optional<bool> readOnce(Statement& statement, UnsyncedCommits& unsynced,
                              const std::function<bool(const Statement&)>& row) {
+  const std::uint64_t losses = unsynced.losses();
   Statement::Step step = statement.step();
-  if (!unsynced.wait(unsynced.last())) return std::nullopt;
+  if (!unsynced.wait(losses)) return std::nullopt;
   while (step == Statement::Step::kRow && row(statement)) {
     step = statement.step();
   }

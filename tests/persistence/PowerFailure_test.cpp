@@ -211,7 +211,19 @@ TEST(FailedSyncAmongSeveral, LeavesWhatWasAcknowledgedAndNoMore) {
     const InterceptedFiles files(log);
     TestStore store(files);
     log.failSync(number);
+    std::atomic<bool> isOver = false;
+    std::set<std::string> shown;
+    std::thread reader([&] {
+      while (!isOver) {
+        for (const std::string& name : names(*store.context(), thingRequest())) {
+          shown.insert(name);
+        }
+      }
+    });
     const auto saved = savedUntilFailure(store);
+    isOver = true;
+    reader.join();
+    EXPECT_THAT(saved, IsSupersetOf(shown));
     EXPECT_THAT(names(*store.context(), thingRequest()), UnorderedElementsAreArray(saved));
     log.failSync(0);
     store.close();

@@ -16,6 +16,7 @@ void UnsyncedCommits::drop() noexcept {
 }
 
 void UnsyncedCommits::dropAll() noexcept {
+  ++losses_;  // first: who finds nothing to wait for must find this
   setLast(synced_);
 }
 
@@ -27,13 +28,15 @@ void UnsyncedCommits::noteSynced() noexcept {
   hasChanged_.notify_all();
 }
 
-bool UnsyncedCommits::wait(std::uint64_t last) {
-  if (synced_ >= last) return true;
-  MutexLock lock(mutex_);
-  while (synced_ < last && last_ >= last) {
-    lock.wait(hasChanged_);
+bool UnsyncedCommits::wait(std::uint64_t losses) {
+  const std::uint64_t last = last_;
+  if (synced_ < last) {
+    MutexLock lock(mutex_);
+    while (synced_ < last && last_ >= last) {
+      lock.wait(hasChanged_);
+    }
   }
-  return synced_ >= last;
+  return synced_ >= last && losses_ == losses;
 }
 
 }  // namespace velto

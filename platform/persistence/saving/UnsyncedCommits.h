@@ -24,19 +24,21 @@ class UnsyncedCommits {
   void drop() noexcept;
   /// The first of them is on disk.
   void noteSynced() noexcept;
-  /// None of them can be read any more, and none will follow.
+  /// None of them can be read any more by who begins now, and none will follow.
   void dropAll() noexcept;
 
-  /// The last one that could be read. To be asked after what is read has begun.
-  std::uint64_t last() const { return last_; }
-  /// Waits until it is on disk. False when some that could be read cannot be any more: read again.
-  bool wait(std::uint64_t last);
+  /// How often commits that could be read have been taken back. To be asked before one reads.
+  std::uint64_t losses() const { return losses_; }
+  /// Waits until all that can be read now is on disk. To be asked when reading has begun, and sees
+  /// no more. False when something may be seen that is no more: begin again.
+  bool wait(std::uint64_t losses);
 
  private:
   void setLast(std::uint64_t last) noexcept;
 
   std::atomic<std::uint64_t> last_ = 0;
   std::atomic<std::uint64_t> synced_ = 0;
+  std::atomic<std::uint64_t> losses_ = 0;
   Mutex mutex_;  ///< held by whoever tells those that wait
   std::condition_variable hasChanged_;
 };
