@@ -251,7 +251,7 @@ int run(int argc, char** argv) {
       runAndCompare({{"A call and its reply beside a bare echo", "echoRoundTrip", "roundTrip",
                       Goal::kTimeAtMost, 1.2},
                      {"The same with 64 in flight, as rates", "echoPipelined", "callsPipelined",
-                      Goal::kRateAtLeast, 0.4},
+                      Goal::kRateAtLeast, 0.5},
                      {"SaveAlerts of one alert beside a bare insert, as rates", "insertBare",
                       "saveAlerts", Goal::kRateAtLeast, 0.85},
                      {"An alert of a list of 10,000 in pieces", "listBare", "listInPieces",

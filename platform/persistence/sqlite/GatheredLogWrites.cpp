@@ -164,12 +164,21 @@ FilesOfLog& filesOf(sqlite3_vfs* base) {
   return *static_cast<FilesOfLog*>(base);
 }
 
+/// With a log that SQLite may have made it syncs the directory, which takes milliseconds. One that
+/// is there has its name, and whoever opens the store syncs that.
+int withoutMaking(sqlite3_vfs& real, const char* name, int flags) {
+  int exists = 0;
+  const int result = real.xAccess(&real, name, SQLITE_ACCESS_EXISTS, &exists);
+  return result == SQLITE_OK && exists != 0 ? flags & ~SQLITE_OPEN_CREATE : flags;
+}
+
 int openFile(sqlite3_vfs* base, const char* name, sqlite3_file* memory, int flags, int* outFlags) {
   FilesOfLog& files = filesOf(base);
   sqlite3_vfs& real = files.real();
   if ((flags & SQLITE_OPEN_WAL) == 0) return real.xOpen(&real, name, memory, flags, outFlags);
   auto* const log = new (memory) Log(files);
-  const int result = real.xOpen(&real, name, log->real(), flags, outFlags);
+  const int result =
+      real.xOpen(&real, name, log->real(), withoutMaking(real, name, flags), outFlags);
   if (result == SQLITE_OK) {
     log->pMethods = &kMethods;
     files.log = log->real();

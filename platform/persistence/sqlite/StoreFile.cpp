@@ -131,7 +131,7 @@ std::unique_ptr<SQLiteConnection> StoreFile::connect(Content found, ErrorSlot er
     return nullptr;
   }
   // Whoever gave the file its name: an earlier start may have been stopped before it came here. By
-  // now the log has its name, too. SQLite syncs that one as well, but goes on when it fails.
+  // now the log has its name, too. SQLite syncs that of a new one, but goes on when it fails.
   if (syncNames(error)) {
     return writer;
   }
