@@ -169,6 +169,13 @@ TEST_F(UnsyncedBatch, IsWaitedForByWhatIsDoneBetweenCommits) {
   EXPECT_EQ(isDone.get_future().get(), 4);
 }
 
+TEST_F(UnsyncedBatch, IsTakenBackBeforeWhatIsDoneBetweenCommits) {
+  std::promise<std::vector<std::string>> seen;
+  queue_->betweenCommits([&] { seen.set_value(names()); });
+  syncs_.allowAll(SQLITE_IOERR_FSYNC);
+  EXPECT_THAT(seen.get_future().get(), ElementsAre("first", "alone"));
+}
+
 TEST_F(UnsyncedBatch, IsTakenBackWithTheNextOneWhenItsSyncFails) {
   start("fourth");
   waitUntilThere(5);

@@ -181,8 +181,10 @@ SaveBatch CommitQueue::takeWaiting() {
     empties_ = std::exchange(isEmptyingDue_, false);
     hasFailed = !failed_.empty();
   }
-  if (hasFailed || !works.empty()) awaitSyncs(0);
-  if (hasFailed) giveUp();
+  if (hasFailed || !works.empty()) {
+    awaitSyncs(0);
+    giveUpFailed();
+  }
   for (const auto& work : works) {
     work();
   }
@@ -248,12 +250,13 @@ bool CommitQueue::syncLog(std::span<Save> saves) noexcept {
 }
 
 /// Nobody has been told of what could not be synced, and from now on nobody sees it.
-void CommitQueue::giveUp() noexcept {
+void CommitQueue::giveUpFailed() noexcept {
   std::vector<SaveBatch> failed;
   {
     const MutexLock lock(mutex_);
     failed.swap(failed_);
   }
+  if (failed.empty()) return;
   try {
     takeBackCommits(connection_, failed.front().before, static_cast<unsigned>(failed.size()));
   } catch (const std::bad_alloc&) {

@@ -81,7 +81,7 @@ class CommitQueue {
   void leaveToSyncer(SaveBatch batch);
   void sync(SaveBatch& batch) noexcept;
   bool syncLog(std::span<Save> saves) noexcept;
-  void giveUp() noexcept;
+  void giveUpFailed() noexcept;
   void leaveToTeller(SaveBatch batch);
 
   void tendLog() noexcept;
