@@ -7,6 +7,7 @@ import threading
 
 import pytest
 from velto import store
+from velto.varlink import DEADLINE, wait_for
 
 pytestmark = pytest.mark.needs_root
 
@@ -132,6 +133,20 @@ def test_a_stopped_daemons_file_gives_its_pages_back_when_it_is_told_to(system):
     assert listed(system) == kept
     save(system, ALERT)
     assert len(listed(system)) == 11
+
+
+def test_a_log_that_a_kill_has_left_is_emptied_after_the_start(system):
+    daemon = system.start()
+    save(system, ALERT)
+    log = system.store_file.with_name(system.store_file.name + "-wal")
+    assert log.stat().st_size > 0
+    daemon.process.kill()
+    daemon.process.wait(DEADLINE)
+    system.daemon = None
+    assert log.stat().st_size > 0
+    system.start()
+    wait_for(lambda: log.stat().st_size == 0, "the log to be emptied")
+    assert len(listed(system)) == 1
 
 
 def test_a_file_that_is_gone_is_noticed_at_the_next_save(system):

@@ -34,6 +34,7 @@
 
 #include "platform/persistence/saving/CommitQueue.h"
 
+#include <algorithm>
 #include <memory>
 #include <new>
 #include <system_error>
@@ -73,7 +74,7 @@ CommitQueue::CommitQueue(SQLiteConnection& connection, CommitObserver* observer,
     throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
   }
   if (log_.wantsEmptying()) {
-    emptyLogLater();
+    emptyLogLater(std::min(quietTime_, kStartTime));
   }
 }
 
@@ -286,13 +287,13 @@ void CommitQueue::tendLog() noexcept {
   }
   isToEmpty_ = isToEmpty_ && !empties_;
   if (!isToEmpty_ && log_.wantsEmptying()) {
-    emptyLogLater();
+    emptyLogLater(quietTime_);
   }
 }
 
-void CommitQueue::emptyLogLater() {
+void CommitQueue::emptyLogLater(std::chrono::milliseconds time) {
   isToEmpty_ = true;
-  writer_.performAfter(quietTime_, [this] { emptyLog(); });
+  writer_.performAfter(time, [this] { emptyLog(); });
 }
 
 }  // namespace velto

@@ -34,9 +34,9 @@ namespace velto {
 class CommitQueue {
  public:
   /// From now on the connection is used by the queue alone. `observer` hears of the commits; it may
-  /// be null, and outlives the queue. A log that takes much room, or that an earlier process has
-  /// left, is emptied so long after that was found. Throws std::system_error when there are no
-  /// threads to be had.
+  /// be null, and outlives the queue. A log that takes much room is emptied so long after that
+  /// was found, and one that an earlier process has left soon. Throws std::system_error when there
+  /// are no threads to be had.
   explicit CommitQueue(SQLiteConnection& connection, CommitObserver* observer = nullptr,
                        std::chrono::milliseconds quietTime = kQuietTime);
   /// Empties the log.
@@ -66,6 +66,8 @@ class CommitQueue {
 
  private:
   static constexpr std::chrono::seconds kQuietTime{10};
+  /// By then a service is ready, and its first callers have been served.
+  static constexpr std::chrono::milliseconds kStartTime{1000};
 
   bool takesTurn() VELTO_REQUIRES(mutex_);
   bool hasWork() const VELTO_REQUIRES(mutex_);
@@ -85,7 +87,7 @@ class CommitQueue {
   void leaveToTeller(SaveBatch batch);
 
   void tendLog() noexcept;
-  void emptyLogLater();
+  void emptyLogLater(std::chrono::milliseconds time);
   void emptyLog() noexcept;
 
   // Used by whoever has the turn.
