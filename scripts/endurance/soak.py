@@ -60,7 +60,7 @@ class Soak(Activity):
         client.call("DeleteAlertsBeforeDate", date=1e12)
         client.call("SetMailRecipients", recipients=[])
         client.call("EnableAlertBundle", bundle="Printer")
-        wait_for(lambda: self._system.daemon.threads() <= 4, "the threads with nothing to do")
+        self._system.daemon.wait_for_rest()
         # Of the clients that came and went, which are kept for a test's end.
         kept = [caller.client for caller in self._callers]
         self._system._clients[:] = kept  # pylint: disable=protected-access

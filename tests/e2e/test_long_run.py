@@ -20,7 +20,7 @@ def make_calls(system, callers, count):
     client.call("DeleteAlertsBeforeDate", date=1e12)
     client.call("SetMailRecipients", recipients=[])
     client.call("EnableAlertBundle", bundle="Printer")
-    wait_for(lambda: system.daemon.threads() <= 5, "the threads that have nothing to do")
+    system.daemon.wait_for_rest()
 
 
 def descriptors(daemon):

@@ -64,6 +64,11 @@ class Daemon:
     def threads(self):
         return int(self.status()["Threads"])
 
+    def wait_for_rest(self):
+        """Until the threads that have nothing to do are gone, but for those that stay: the run
+        loop's, and the three of the queue of commits."""
+        wait_for(lambda: self.threads() <= 5, "the threads that have nothing to do")
+
     def memory(self, name):
         """One of the status's sizes, in bytes."""
         return int(self.status()[name].removesuffix(" kB")) * 1024
