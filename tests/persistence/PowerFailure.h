@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <functional>
 #include <mutex>
@@ -15,6 +16,8 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/persistence/EntitySql.h"
+#include "platform/persistence/sqlite/StoreFile.h"
 #include "tests/persistence/StoreContent.h"
 #include "tests/persistence/TestStore.h"
 #include "tests/support/InterceptedFiles.h"
@@ -192,6 +195,28 @@ class PowerFailure : public ::testing::TestWithParam<PowerFailureCase> {
   /// What a start finds in the store that a failure has left.
   static std::vector<std::string> recovered(const std::string& path) {
     return recoveredContent(path, UnsyncedEntries());
+  }
+
+  /// A start shows so many things, and a failure right after it leaves as many. Returns how many
+  /// bytes the start has written.
+  std::size_t failAfterAStart(const std::string& path, const DirectoryEntries& entries,
+                              std::size_t things) {
+    const std::size_t start = log_.size();
+    const auto model = thingModel();
+    const std::vector<EntitySql> sql(model->entities().begin(), model->entities().end());
+    const auto writer = StoreFile(path, *model, sql, entries).open(nullptr);
+    EXPECT_NE(writer, nullptr);
+    if (writer == nullptr) return 0;
+    EXPECT_EQ(writer->integer("SELECT count(*) FROM Thing"), static_cast<std::int64_t>(things));
+    std::size_t written = 0;
+    for (std::size_t call = 0; call < log_.size(); ++call) {
+      if (call >= start) written += log_[call].data.size();
+      log_.apply(call, *disk_);
+    }
+    failBefore(log_.size(), *disk_, [&](const std::string& left, std::size_t) {
+      EXPECT_EQ(recovered(left).size(), things);
+    });
+    return written;
   }
 
   CallLog log_;

@@ -15,9 +15,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/persistence/EntitySql.h"
 #include "platform/persistence/sqlite/SQLiteConnection.h"
-#include "platform/persistence/sqlite/StoreFile.h"
 #include "platform/persistence/sqlite/WriteAheadLog.h"
 #include "tests/persistence/OtherConnection.h"
 
@@ -27,7 +25,6 @@ namespace {
 using ::testing::AnyOf;
 using ::testing::Contains;
 using ::testing::IsSupersetOf;
-using ::testing::SizeIs;
 using ::testing::StartsWith;
 using ::testing::UnorderedElementsAreArray;
 
@@ -241,8 +238,6 @@ bool saveThing(const TestStore& store, const std::string& name, std::size_t size
 /// What it shows then is on disk, though nothing has been saved since; and of a long log no more is
 /// written than can be missing.
 TEST_P(PowerFailure, LeavesWhatAStartShowsAfterAFailedSync) {
-  const auto model = thingModel();
-  const std::vector<EntitySql> sql(model->entities().begin(), model->entities().end());
   const InterceptedFiles files(log_);
   TestStore store(files);
   record(store);
@@ -254,28 +249,14 @@ TEST_P(PowerFailure, LeavesWhatAStartShowsAfterAFailedSync) {
   log_.failSync(0);
   store.close();
 
-  const std::size_t start = log_.size();
-  std::optional<Error> error;
-  const auto writer = StoreFile(store.path(), *model, sql, files).open(&error);
-  ASSERT_NE(writer, nullptr);
-  EXPECT_EQ(writer->integer("SELECT count(*) FROM Thing"), 3);
-  std::size_t written = 0;
-  for (std::size_t call = 0; call < log_.size(); ++call) {
-    if (call >= start) written += log_[call].data.size();
-    log_.apply(call, *disk_);
-  }
+  const std::size_t written = failAfterAStart(store.path(), files, 3);
   EXPECT_GT(written, 300'000U);
   EXPECT_LT(written, 400'000U);
-  failBefore(log_.size(), *disk_, [&](const std::string& path, std::size_t) {
-    EXPECT_THAT(recovered(path), SizeIs(3));
-  });
 }
 
 /// Also when the next group had been committed before the sync failed.
 TEST_P(PowerFailure, LeavesWhatAStartShowsAfterAFailedSyncOfTwoCommits) {
   using Committed = SQLiteConnection::Committed;
-  const auto model = thingModel();
-  const std::vector<EntitySql> sql(model->entities().begin(), model->entities().end());
   const InterceptedFiles files(log_);
   const TestStore store(files);
   record(store);
@@ -294,15 +275,7 @@ TEST_P(PowerFailure, LeavesWhatAStartShowsAfterAFailedSyncOfTwoCommits) {
     EXPECT_TRUE(writer->syncLog().has_value()) << "no later success means anything";
     ASSERT_TRUE(writer->setReadOnly());
   }
-  const auto writer = StoreFile(store.path(), *model, sql, files).open(nullptr);
-  ASSERT_NE(writer, nullptr);
-  EXPECT_EQ(writer->integer("SELECT count(*) FROM Thing"), 3);
-  for (std::size_t call = 0; call < log_.size(); ++call) {
-    log_.apply(call, *disk_);
-  }
-  failBefore(log_.size(), *disk_, [&](const std::string& path, std::size_t) {
-    EXPECT_THAT(recovered(path), SizeIs(3));
-  });
+  failAfterAStart(store.path(), files, 3);
 }
 
 INSTANTIATE_TEST_SUITE_P(Store, PowerFailure, ::testing::ValuesIn(kPowerFailures), nameOf);

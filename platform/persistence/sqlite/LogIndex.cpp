@@ -64,20 +64,16 @@ std::optional<std::uint32_t> lastFrameOfLog(const SQLiteConnection& connection) 
   return index.bytes == nullptr ? std::nullopt : std::optional(number(index.bytes, kLastFrameAt));
 }
 
-bool takeBackCommits(SQLiteConnection& connection, const LogIndexHeader& before, unsigned commits) {
-  if (!connection.execute("PRAGMA query_only=0") || !connection.execute("BEGIN IMMEDIATE")) {
-    return false;
-  }
+void takeBackCommits(SQLiteConnection& connection, const LogIndexHeader& before, unsigned commits) {
+  if (!connection.execute("PRAGMA query_only=0") || !connection.execute("BEGIN IMMEDIATE")) return;
   const SharedIndex index(connection);
-  const bool mayTakeBack = mayGoBack(index, before, commits);
-  if (mayTakeBack) {
+  if (mayGoBack(index, before, commits)) {
     // The second copy first, as SQLite does: whoever finds two different ones reads them again.
     std::memcpy(index.bytes + kCopySize, before.data() + kCopySize, kCopySize);
     index.file->pMethods->xShmBarrier(index.file);
     std::memcpy(index.bytes, before.data(), kCopySize);
   }
   connection.rollBack();
-  return mayTakeBack;
 }
 
 }  // namespace velto

@@ -22,8 +22,8 @@ LogIndexHeader logIndexHeader(const SQLiteConnection& connection);
 std::optional<std::uint32_t> lastFrameOfLog(const SQLiteConnection& connection);
 
 /// Takes back the last commits of a connection: no reader that begins later sees them. `before` is
-/// the header as the first of them found it, and `commits` says how many they are. False when that
-/// cannot be done: another program has committed since, or holds the lock.
-bool takeBackCommits(SQLiteConnection& connection, const LogIndexHeader& before, unsigned commits);
+/// the header as the first of them found it, and `commits` says how many they are. They stay when
+/// another program has committed since, or holds the lock.
+void takeBackCommits(SQLiteConnection& connection, const LogIndexHeader& before, unsigned commits);
 
 }  // namespace velto
