@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // SQLite's own files with a buffer before the log's writes. Only a file that SQLite opens as a log
 // is wrapped; of all others it gets the real one.
+//
+// Where nobody waits for a sync yet, the system is asked to write meanwhile: what a commit has
+// added to the log while the one before it is synced, and what a checkpoint has copied while it
+// copies the rest.
 
 #include "platform/persistence/sqlite/GatheredLogWrites.h"
 
@@ -13,6 +17,7 @@
 #include <sqlite3.h>
 
 #include "platform/foundation/Mutex.h"
+#include "platform/persistence/sqlite/EarlyWrites.h"
 
 namespace velto {
 
@@ -20,6 +25,9 @@ namespace {
 
 /// SQLite's files take less than 128 KiB in one write.
 constexpr std::size_t kMostGathered = (std::size_t{1} << 17) - 1;
+/// After so many pages have been read from the log, what a checkpoint has done with them is worth
+/// writing. A writer reads few of them for itself.
+constexpr int kPagesToWrite = 64;
 
 }  // namespace
 
@@ -37,6 +45,7 @@ class FilesOfLog : public sqlite3_vfs {
   }
 
   sqlite3_file* log = nullptr;  ///< the real one
+  EarlyWrites database;         ///< stays until the connection has been closed
   enum class NextSync { kIsMade, kIsLeft, kWasLeft };
   NextSync nextSync = NextSync::kIsMade;
 
@@ -59,6 +68,8 @@ struct Log : sqlite3_file {
   bool hasGatheredHeader() const { return !gathered.empty() && start == 0; }
 
   FilesOfLog& files;
+  EarlyWrites early;
+  int pagesRead = 0;
   sqlite3_int64 start = 0;  ///< where in the file the gathered bytes belong
   std::vector<char> gathered;
 };
@@ -85,10 +96,12 @@ int syncLog(sqlite3_file* base, int flags) {
   Log& log = logOf(base);
   NextSync& next = log.files.nextSync;
   if (log.hasGatheredHeader()) next = NextSync::kIsMade;
+  const auto length = static_cast<sqlite3_int64>(log.gathered.size());
   const int result = write(log);
   log.gathered.clear();
   if (result != SQLITE_OK) return result;
   if (next != NextSync::kIsLeft) return log.files.syncLog(flags);
+  if (length != 0) log.early.begin(log.start, length);
   next = NextSync::kWasLeft;
   return SQLITE_OK;
 }
@@ -99,6 +112,12 @@ int afterWriting(sqlite3_file* base, Arguments... arguments) {
   Log& log = logOf(base);
   const int result = write(log);
   return result != SQLITE_OK ? result : (log.real()->pMethods->*kMethod)(log.real(), arguments...);
+}
+
+int readLog(sqlite3_file* base, void* bytes, int length, sqlite3_int64 offset) {
+  Log& log = logOf(base);
+  if (++log.pagesRead % kPagesToWrite == 0) log.files.database.begin(0, 0);
+  return afterWriting<&sqlite3_io_methods::xRead>(base, bytes, length, offset);
 }
 
 /// Calls the method of the real file, which does not depend on what it holds.
@@ -141,7 +160,7 @@ int closeLog(sqlite3_file* base) {
 const sqlite3_io_methods kMethods = {
     .iVersion = 1,
     .xClose = closeLog,
-    .xRead = afterWriting<&sqlite3_io_methods::xRead, void*, int, sqlite3_int64>,
+    .xRead = readLog,
     .xWrite = writeLater,
     .xTruncate = afterWriting<&sqlite3_io_methods::xTruncate, sqlite3_int64>,
     .xSync = syncLog,
@@ -175,12 +194,14 @@ int withoutMaking(sqlite3_vfs& real, const char* name, int flags) {
 int openFile(sqlite3_vfs* base, const char* name, sqlite3_file* memory, int flags, int* outFlags) {
   FilesOfLog& files = filesOf(base);
   sqlite3_vfs& real = files.real();
+  if ((flags & SQLITE_OPEN_MAIN_DB) != 0) files.database = EarlyWrites(name);
   if ((flags & SQLITE_OPEN_WAL) == 0) return real.xOpen(&real, name, memory, flags, outFlags);
   auto* const log = new (memory) Log(files);
   const int result =
       real.xOpen(&real, name, log->real(), withoutMaking(real, name, flags), outFlags);
   if (result == SQLITE_OK) {
     log->pMethods = &kMethods;
+    log->early = EarlyWrites(name);
     files.log = log->real();
   } else {
     log->~Log();
