@@ -6,7 +6,15 @@
 namespace velto {
 namespace {
 
-void add(JSONObjectText& object, std::string_view name, const std::optional<Date>& date) {
+constexpr MemberName kIdentifier("identifier");
+constexpr MemberName kType("type");
+constexpr MemberName kBundle("bundle");
+constexpr MemberName kCreationDate("creationDate");
+constexpr MemberName kSentDate("sentDate");
+constexpr MemberName kReadDate("readDate");
+constexpr MemberName kResolvedDate("resolvedDate");
+
+void add(JSONObjectText& object, const MemberName& name, const std::optional<Date>& date) {
   if (date) {
     object.add(name, date->secondsSinceReference());
   }
@@ -15,13 +23,13 @@ void add(JSONObjectText& object, std::string_view name, const std::optional<Date
 }  // namespace
 
 void addMembers(JSONObjectText& alert, const AlertFields& fields) {
-  alert.add("identifier", fields.identifier);
-  alert.add("type", fields.type);
-  alert.add("bundle", fields.bundle);
-  add(alert, "creationDate", fields.creationDate);
-  add(alert, "sentDate", fields.sentDate);
-  add(alert, "readDate", fields.readDate);
-  add(alert, "resolvedDate", fields.resolvedDate);
+  alert.add(kIdentifier, fields.identifier);
+  alert.add(kType, fields.type);
+  alert.add(kBundle, fields.bundle);
+  add(alert, kCreationDate, fields.creationDate);
+  add(alert, kSentDate, fields.sentDate);
+  add(alert, kReadDate, fields.readDate);
+  add(alert, kResolvedDate, fields.resolvedDate);
 }
 
 void appendJSON(std::string& text, const VLAlert& alert) {

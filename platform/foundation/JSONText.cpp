@@ -5,10 +5,9 @@
 #include <array>
 #include <charconv>
 #include <cmath>
-#include <cstddef>
-#include <cstring>
 
 #include "platform/foundation/Hexadecimal.h"
+#include "platform/foundation/Words.h"
 
 namespace velto {
 namespace {
@@ -25,28 +24,15 @@ std::string_view appendNumber(std::string& text, Number value) {
   return std::string_view(text).substr(text.size() - size);
 }
 
-/// By character.
-constexpr std::array<bool, 256> kNeedsEscape = [] {
-  std::array<bool, 256> table{};
-  std::fill_n(table.begin(), 0x20, true);
-  table['"'] = true;
-  table['\\'] = true;
-  return table;
-}();
-
-bool needsEscape(char character) {
-  return kNeedsEscape[static_cast<unsigned char>(character)];
+bool isWhole(std::string_view number) {
+  return std::none_of(number.begin(), number.end(),
+                      [](char character) { return character == '.' || character == 'e'; });
 }
 
-/// A word with this value in each byte.
-constexpr std::uint64_t inEachByte(std::uint8_t value) {
-  return ~std::uint64_t{0} / 0xff * value;
-}
-
-/// Whether one of eight characters needs an escape. Of a difference from a byte to the next smaller
-/// one than asked for the highest bit is set, and was not before; borrowing from the next byte can
-/// only make a character be looked at in vain.
-bool needsEscape(std::uint64_t word) {
+/// Whether one of eight characters may need an escape. Of a difference from a byte to the next
+/// smaller one than asked for the highest bit is set, and was not before; borrowing from the next
+/// byte can only make characters be looked at in vain.
+bool mayNeedEscape(std::uint64_t word) {
   const auto hasBelow = [](std::uint64_t bytes, std::uint8_t limit) {
     return (bytes - inEachByte(limit)) & ~bytes & inEachByte(0x80);
   };
@@ -54,14 +40,8 @@ bool needsEscape(std::uint64_t word) {
           hasBelow(word ^ inEachByte('\\'), 1)) != 0;
 }
 
-/// The first character from here on that may need an escape: mostly there is none.
-const char* skipPlain(const char* next, const char* end) {
-  std::uint64_t word = 0;
-  for (; end - next >= std::ptrdiff_t{sizeof word}; next += sizeof word) {
-    std::memcpy(&word, next, sizeof word);
-    if (needsEscape(word)) break;
-  }
-  return next;
+bool needsEscape(char character) {
+  return static_cast<unsigned char>(character) < 0x20 || character == '"' || character == '\\';
 }
 
 void appendEscaped(std::string& text, char character) {
@@ -75,20 +55,29 @@ void appendEscaped(std::string& text, char character) {
   appendHexadecimal(text += "u00", static_cast<std::uint8_t>(character));
 }
 
+void appendWithEscapes(std::string& text, std::string_view value) {
+  for (auto start = value.begin();;) {
+    const auto next = std::find_if(start, value.end(), needsEscape);
+    text.append(start, next);
+    if (next == value.end()) return;
+    appendEscaped(text, *next);
+    start = next + 1;
+  }
+}
+
 }  // namespace
 
 void appendJSON(std::string& text, std::string_view value) {
-  text += '"';
-  const char* start = value.data();
-  const char* const end = start + value.size();
-  for (const char* next = start; (next = skipPlain(next, end)) != end; ++next) {
-    if (needsEscape(*next)) {
-      text.append(start, next);
-      appendEscaped(text, *next);
-      start = next + 1;
-    }
+  if (hasWord(value, mayNeedEscape)) {
+    text += '"';
+    appendWithEscapes(text, value);
+    text += '"';
+    return;
   }
-  text.append(start, end) += '"';
+  // Most have nothing to escape, and are short: both quotes at once, and the rest in between.
+  const std::size_t start = text.size() + 1;
+  text.append(value.size() + 2, '"');
+  value.copy(text.data() + start, value.size());
 }
 
 void appendJSON(std::string& text, bool value) {
@@ -106,7 +95,7 @@ void appendJSON(std::string& text, std::uint64_t value) {
 void appendJSON(std::string& text, double value) {
   if (!std::isfinite(value)) {
     text += "null";
-  } else if (appendNumber(text, value).find_first_of(".e") == std::string_view::npos) {
+  } else if (isWhole(appendNumber(text, value))) {
     text += ".0";
   }
 }

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <algorithm>
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -36,6 +39,26 @@ void appendJSON(std::string& text, const std::vector<T>& values);
 template <typename T>
 void appendJSON(std::string& text, const std::map<std::string, T>& values);
 
+/// The name of a member that is written often, with all that belongs to it. It needs no escape.
+class MemberName {
+ public:
+  template <std::size_t kSize>
+  explicit consteval MemberName(const char (&name)[kSize]) : size_(kSize + 3) {
+    text_[0] = ',';
+    text_[1] = '"';
+    std::copy_n(name, kSize - 1, text_.begin() + 2);
+    text_[kSize + 1] = '"';
+    text_[kSize + 2] = ':';
+  }
+
+  /// As it stands behind another member.
+  std::string_view text() const { return {text_.data(), size_}; }
+
+ private:
+  std::array<char, 24> text_{};
+  std::size_t size_;
+};
+
 /// Writes an object, member by member.
 class JSONObjectText {
  public:
@@ -44,15 +67,19 @@ class JSONObjectText {
 
   /// What is appended to the text next is the member's value.
   void beginMember(std::string_view name);
+  void beginMember(const MemberName& name) {
+    text_ += name.text().substr(isEmpty_ ? 1 : 0);
+    isEmpty_ = false;
+  }
   /// A value of any kind that there is an appendJSON for.
-  template <typename T>
-  void add(std::string_view name, const T& value) {
+  template <typename Name, typename T>
+  void add(const Name& name, const T& value) {
     beginMember(name);
     appendJSON(text_, value);
   }
   /// What is absent is left out.
-  template <typename T>
-  void add(std::string_view name, const std::optional<T>& value) {
+  template <typename Name, typename T>
+  void add(const Name& name, const std::optional<T>& value) {
     if (value) {
       add(name, *value);
     }
@@ -64,13 +91,19 @@ class JSONObjectText {
   bool isEmpty_ = true;
 };
 
+/// What is appended next is an element of the array that the text ends with, behind the elements
+/// that it has. They may have been taken away, but not the bracket alone.
+inline void beginElement(std::string& text) {
+  if (!text.ends_with('[')) {
+    text += ',';
+  }
+}
+
 template <typename T>
 void appendJSON(std::string& text, const std::vector<T>& values) {
   text += '[';
   for (const T& value : values) {
-    if (text.back() != '[') {
-      text += ',';
-    }
+    beginElement(text);
     appendJSON(text, value);
   }
   text += ']';

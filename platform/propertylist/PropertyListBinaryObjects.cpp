@@ -3,9 +3,11 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstring>
+#include <endian.h>
 
+#include "platform/foundation/Words.h"
 #include "platform/propertylist/PropertyListError.h"
-#include "platform/propertylist/PropertyListSerialization.h"
 #include "platform/propertylist/PropertyListUnicode.h"
 
 namespace velto {
@@ -14,9 +16,14 @@ using namespace binary_property_list;
 
 namespace {
 
-/// A big-endian number of at most eight bytes.
+/// A big-endian number of at most eight bytes. Nearly all are of one, or of eight.
 std::uint64_t bigEndian(std::string_view bytes) {
+  if (bytes.size() == 1) return static_cast<std::uint8_t>(bytes.front());
   std::uint64_t number = 0;
+  if (bytes.size() == sizeof number) {
+    std::memcpy(&number, bytes.data(), sizeof number);
+    return be64toh(number);
+  }
   for (const char byte : bytes) {
     number = number << 8 | static_cast<std::uint8_t>(byte);
   }
@@ -95,9 +102,8 @@ std::optional<double> PropertyListBinaryObjects::floatingPoint(std::size_t offse
 std::optional<std::string_view> PropertyListBinaryObjects::asciiString(std::size_t offset) {
   const auto text = countedContent(offset, 1);
   if (!text) return std::nullopt;
-  const bool isASCII = std::all_of(text->begin(), text->end(),
-                                   [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-  if (!isASCII) return fail("an ASCII string with other bytes", offset);
+  const auto isOther = [](std::uint64_t word) { return (word & inEachByte(0x80)) != 0; };
+  if (hasWord(*text, isOther)) return fail("an ASCII string with other bytes", offset);
   return text;
 }
 
@@ -111,7 +117,7 @@ std::optional<std::string> PropertyListBinaryObjects::utf16String(std::size_t of
 
 PropertyListBinaryObjects::Container::Container(PropertyListBinaryObjects& objects,
                                                 std::uint64_t object, std::size_t offset)
-    : objects_(objects), object_(object) {
+    : objects_(objects) {
   if (!objects_.enter(object, offset)) return;
   const std::size_t perEntry = objects_.typeAt(offset) == kArray ? 1 : 2;
   references_ = objects_.references(offset, perEntry);
@@ -128,7 +134,6 @@ PropertyListBinaryObjects::Container::~Container() {
 
 void PropertyListBinaryObjects::Container::leave() {
   --objects_.depth_;
-  objects_.open_[object_] = false;
 }
 
 std::optional<std::uint64_t> PropertyListBinaryObjects::Container::operator[](std::size_t index) {
@@ -141,16 +146,16 @@ std::optional<std::uint64_t> PropertyListBinaryObjects::Container::operator[](st
 }
 
 bool PropertyListBinaryObjects::enter(std::uint64_t object, std::size_t offset) {
-  open_.resize(objectCount_);
-  if (open_[object]) {
+  const auto end = open_.begin() + depth_;
+  if (std::find(open_.begin(), end, object) != end) {
     fail("a container that contains itself", offset);
     return false;
   }
-  if (depth_ == PropertyListSerialization::kMaximumDepth) {
+  if (end == open_.end()) {
     fail("nested too deep", offset);
     return false;
   }
-  open_[object] = true;
+  *end = object;
   ++depth_;
   return true;
 }

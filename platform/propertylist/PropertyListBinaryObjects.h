@@ -1,16 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <variant>
-#include <vector>
 
 #include "platform/foundation/Error.h"
 #include "platform/propertylist/PropertyListBinaryFormat.h"
+#include "platform/propertylist/PropertyListSerialization.h"
 
 namespace velto {
 
@@ -61,7 +62,6 @@ class PropertyListBinaryObjects {
     void leave();
 
     PropertyListBinaryObjects& objects_;
-    const std::uint64_t object_;
     std::optional<std::string_view> references_;
     std::size_t count_ = 0;
   };
@@ -94,9 +94,9 @@ class PropertyListBinaryObjects {
   std::size_t tableOffset_ = 0;  ///< also where the objects end
 
   std::uint64_t budget_;
-  /// By object: whether it is a container now being read. Empty until one is.
-  std::vector<bool> open_;
-  int depth_ = 0;
+  /// The containers now being read, one in the other.
+  std::array<std::uint64_t, PropertyListSerialization::kMaximumDepth> open_;
+  std::ptrdiff_t depth_ = 0;
 };
 
 }  // namespace velto

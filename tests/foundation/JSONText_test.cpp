@@ -68,6 +68,43 @@ TEST(JSONText, ContainersHoldOthers) {
             R"({"a":[],"b\"":[[],["[",","],["x"]]})");
 }
 
+TEST(JSONText, ACharacterIsEscapedWhereverItStands) {
+  for (int byte = 0; byte < 256; ++byte) {
+    const std::string alone = asText(std::string_view(std::string(1, static_cast<char>(byte))));
+    const std::string escaped = alone.substr(1, alone.size() - 2);
+    EXPECT_EQ(escaped.size() > 1, byte < 0x20 || byte == '"' || byte == '\\') << byte;
+    for (std::size_t before = 0; before < 18; ++before) {
+      const std::string text =
+          std::string(before, 'a') + static_cast<char>(byte) + std::string(17 - before, 'z');
+      EXPECT_EQ(asText(std::string_view(text)),
+                "\"" + std::string(before, 'a') + escaped + std::string(17 - before, 'z') + "\"");
+    }
+  }
+}
+
+TEST(JSONText, ElementsAreDividedAlsoWhereThoseBeforeAreGone) {
+  std::string text = "[";
+  beginElement(text);
+  text += "1";
+  beginElement(text);
+  EXPECT_EQ(text, "[1,");
+  text.clear();
+  beginElement(text);
+  EXPECT_EQ(text, ",");
+}
+
+TEST(JSONText, ANameThatIsWrittenOftenStandsAsOthersDo) {
+  constexpr MemberName kName("name");
+  std::string text;
+  JSONObjectText object(text);
+  object.add(kName, true);
+  object.add("other", true);
+  object.add(kName, std::optional<bool>());
+  object.add(kName, std::optional<bool>(false));
+  object.end();
+  EXPECT_EQ(text, R"({"name":true,"other":true,"name":false})");
+}
+
 TEST(JSONText, MembersThatAreAbsentAreLeftOut) {
   std::string text;
   JSONObjectText object(text);
