@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "alerts/AlertSequence.h"
 
-#include <string_view>
-
 #include "alerts/VLAlertJSON.h"
+#include "platform/foundation/JSONText.h"
 
 namespace velto {
 
@@ -28,29 +27,25 @@ const VLAlert* AlertSequence::current(ErrorSlot error) {
   return &ready_[next_];
 }
 
-bool AlertSequence::hasNext(ErrorSlot error) {
-  return nextText_ < texts_.ends.size() || (next_ == ready_.size() && drawTexts(error)) ||
-         current(error) != nullptr;
+bool AlertSequence::appendElements(std::string& text, std::size_t length, ErrorSlot error) {
+  while (true) {
+    if (next_ == ready_.size() && appendFromSource(text, length, error)) return true;
+    const VLAlert* const alert = current(error);
+    if (alert == nullptr || text.size() >= length) return alert != nullptr;
+    beginElement(text);
+    appendJSON(text, *alert);
+    advance();
+  }
 }
 
 /// False when there is no text source, or it has nothing more.
-bool AlertSequence::drawTexts(ErrorSlot error) {
+bool AlertSequence::appendFromSource(std::string& text, std::size_t length, ErrorSlot error) {
   if (source_ == nullptr || textSource_ == nullptr) return false;
   std::optional<Error> failure;
-  texts_ = textSource_(&failure);
-  nextText_ = 0;
-  if (failure || texts_.ends.empty()) source_ = nullptr;
+  if (textSource_(text, length, &failure)) return true;
+  source_ = nullptr;
   if (failure) replaceError(error, *std::move(failure));
-  return !texts_.ends.empty();
-}
-
-void AlertSequence::appendNext(std::string& text) {
-  if (nextText_ == texts_.ends.size()) {
-    appendJSON(text, ready_[next_++]);
-    return;
-  }
-  const std::size_t begin = nextText_ == 0 ? 0 : texts_.ends[nextText_ - 1];
-  text.append(texts_.text, begin, texts_.ends[nextText_++] - begin);
+  return false;
 }
 
 }  // namespace velto

@@ -19,13 +19,9 @@ class AlertSequence {
   /// Returns the next few alerts; none at the end, and none with an error when they cannot be had.
   using Source = std::function<std::vector<VLAlert>(ErrorSlot)>;
 
-  /// A few alerts as JSON, one after the other.
-  struct Texts {
-    std::string text;
-    std::vector<std::size_t> ends;  ///< of each alert's text
-  };
-  /// The same as text.
-  using TextSource = std::function<Texts(ErrorSlot)>;
+  /// Appends the next alerts to a JSON array that the text ends with, until the text is that long
+  /// or longer, as it may be already. Whether another one follows; an error ends the source.
+  using TextSource = std::function<bool(std::string& text, std::size_t length, ErrorSlot)>;
 
   AlertSequence() = default;
   // A list is a sequence.
@@ -41,11 +37,10 @@ class AlertSequence {
   const VLAlert* current(ErrorSlot error);
   void advance() { ++next_; }
 
-  /// For who takes the alerts as text from here on. Whether there is another one; an error ends
-  /// what comes from the source.
-  bool hasNext(ErrorSlot error);
-  /// Appends the next one, which there is.
-  void appendNext(std::string& text);
+  /// For who takes the alerts as text from here on: appends them to a JSON array that the text ends
+  /// with, until the text is that long or longer. Whether another one follows, but for those that
+  /// are deleted meanwhile; an error ends what comes from the source.
+  bool appendElements(std::string& text, std::size_t length, ErrorSlot error);
 
   /// These come after all others.
   void append(std::vector<VLAlert> alerts) { appended_ = std::move(alerts); }
@@ -55,11 +50,9 @@ class AlertSequence {
   std::size_t next_ = 0;
   Source source_;  ///< null when it has nothing more
   TextSource textSource_;
-  Texts texts_;
-  std::size_t nextText_ = 0;
   std::vector<VLAlert> appended_;
 
-  bool drawTexts(ErrorSlot error);
+  bool appendFromSource(std::string& text, std::size_t length, ErrorSlot error);
 };
 
 }  // namespace velto

@@ -34,10 +34,9 @@ void print(const char* what, std::size_t size, const Cost& ours, const Cost& bar
 void drain(AlertSequence alerts) {
   constexpr std::size_t kPiece = std::size_t{64} * 1024;
   std::string piece;
-  while (alerts.hasNext(nullptr)) {
-    alerts.appendNext(piece);
-    if (piece.size() >= kPiece) piece.clear();
-  }
+  do {
+    piece.assign(1, '[');
+  } while (alerts.appendElements(piece, kPiece, nullptr));
 }
 
 using List = AlertSequence (*)(ADAlertStore&);

@@ -17,20 +17,15 @@ class AlertList : public ReplyBody {
     text += '{';
     appendJSON(text, name_);
     text += ":[";
-    isFirst_ = true;
   }
 
   bool append(std::string& text) override {
-    const std::size_t end = text.size() + kPieceSize;
-    text.reserve(end + kPieceSize / 8);
-    while (text.size() < end && hasNext()) {
-      if (!isFirst_) {
-        text += ',';
-      }
-      isFirst_ = false;
-      alerts_.appendNext(text);
-    }
-    return hasNext();
+    const std::size_t length = text.size() + kPieceSize;
+    text.reserve(length + kPieceSize / 8);
+    std::optional<Error> failure;
+    const bool isMore = alerts_.appendElements(text, length, &failure);
+    if (failure) setIfEmpty(&error_, *std::move(failure));
+    return isMore;
   }
 
   void end(std::string& text, bool isLast) override {
@@ -43,20 +38,9 @@ class AlertList : public ReplyBody {
   }
 
  private:
-  /// An error on the way ends the list.
-  bool hasNext() {
-    std::optional<Error> failure;
-    const bool isThere = alerts_.hasNext(&failure);
-    if (failure) {
-      setIfEmpty(&error_, *std::move(failure));
-    }
-    return isThere;
-  }
-
   const std::string_view name_;
   AlertSequence alerts_;
   std::optional<Error> error_;
-  bool isFirst_ = true;  ///< the next alert, in its array
 };
 
 }  // namespace

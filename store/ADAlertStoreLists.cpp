@@ -4,6 +4,7 @@
 #include <memory>
 #include <utility>
 
+#include "platform/foundation/JSONText.h"
 #include "platform/persistence/FetchCursor.h"
 #include "store/ADAlertAdditions.h"
 #include "store/ADAlertStore.h"
@@ -100,8 +101,8 @@ std::vector<VLAlert> listing(ManagedObjectContext& context, const FetchRequest& 
   return alerts;
 }
 
-// The next few alerts: some, if there are any, but not many, and not much. None with an error: what
-// has been read would come again when the cursor goes on.
+/// The next few alerts: some, if there are any, but not many, and not much. None with an error:
+/// what has been read would come again when the cursor goes on.
 constexpr std::size_t kMany = 64;
 constexpr std::size_t kMuch = std::size_t{64} * 1024;
 
@@ -124,22 +125,23 @@ std::vector<VLAlert> nextFew(FetchCursor& cursor, ErrorSlot error) {
   return alerts;
 }
 
-AlertSequence::Texts nextTexts(FetchCursor& cursor, ErrorSlot error) {
-  AlertSequence::Texts texts;
-  texts.ends.reserve(kMany);
+/// An error ends the list with what came before the portion that could not be read.
+bool appendTexts(FetchCursor& cursor, std::string& text, std::size_t length, ErrorSlot error) {
+  const auto append = [&](const StoredRow& row) {
+    beginElement(text);
+    appendAlertJSON(text, row);
+    return text.size() < length;
+  };
   std::optional<Error> failure;
-  cursor.readRows(
-      [&](const StoredRow& row) {
-        appendAlertJSON(texts.text, row);
-        texts.ends.push_back(texts.text.size());
-        return texts.ends.size() < kMany && texts.text.size() < kMuch;
-      },
-      &failure);
-  if (failure) {
-    texts = {};
-    replaceError(error, *std::move(failure));
+  bool isMore = true;
+  while (isMore && text.size() < length) {
+    const std::size_t before = text.size();
+    isMore = cursor.readRows(append, &failure);
+    if (failure) text.resize(before);
   }
-  return texts;
+  isMore = isMore && cursor.hasNext(&failure);
+  if (failure) replaceError(error, *std::move(failure));
+  return isMore;
 }
 
 std::optional<VLAlert> newest(ManagedObjectContext& context, FetchRequest request,
@@ -201,7 +203,9 @@ AlertSequence ADAlertStore::sequence(std::vector<FetchPart> parts, const FetchRe
   }
   const auto cursor = std::make_shared<FetchCursor>(std::move(coordinator), std::move(parts));
   AlertSequence alerts([cursor](ErrorSlot slot) { return nextFew(*cursor, slot); },
-                       [cursor](ErrorSlot slot) { return nextTexts(*cursor, slot); });
+                       [cursor](std::string& text, std::size_t length, ErrorSlot slot) {
+                         return appendTexts(*cursor, text, length, slot);
+                       });
   alerts.current(error);
   return alerts;
 }

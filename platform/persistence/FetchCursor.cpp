@@ -3,31 +3,31 @@
 // sort key and its row id, and not by a count of records to skip: a count would miss or repeat
 // records when others come or go before it, and would read all that it skips.
 //
-// Two steps, so that neither a long list nor a slow taker costs anybody anything. decideNext()
-// reads the row ids of the next portion, in one query; readStates() reads the records of these ids
-// as they are asked for. Each step is one statement, as of one moment, on a reader that goes back
-// to the pool. In between nothing is held but the ids, 8 bytes a record, and no snapshot keeps a
-// checkpoint from coming to its end.
-//
-//     rowIds_[next_] ...        decided on, and still to be read
-//     next_ == rowIds_.size()   the portion is used up: decideNext()
-//     part_ == parts_.size()    nothing comes any more
+// Each reading is one statement, as of one moment, on a reader that goes back to the pool. In
+// between nothing is held but the place, and no snapshot keeps a checkpoint from coming to its end.
+// A reading goes one record further than it passes on, so that the last one is known for it.
 //
 // A list may have parts that no index has in its order: what was read within a period, but sent
 // before it. Such a part is decided on at once, when its turn comes, from indexes that have the
-// dates: 16 bytes a record, sorted once, and not again for each portion.
+// dates: 16 bytes a record, sorted once, and then 8 for its row id.
 //
-// 1. A portion takes only what comes after `last_`, and row ids are never used again: so no record
+//     last_, or rowIds_[next_] ...   the part goes on there
+//     neither                        the part has not begun
+//     part_ == parts_.size()         nothing comes any more
+//
+// 1. A reading takes only what comes after `last_`, and row ids are never used again: so no record
 //    comes twice, as long as nobody moves it to a later place by changing its key.
 // 2. `next_` counts ids, also those of records that are gone: a deleted record costs its turn and
 //    no other.
-// 3. A step that fails leaves the place where it began, and the next call tries it again; records
-//    that the step has passed on before it failed would come again. A list ends with the error.
+// 3. A reading that fails before it has passed on all that was wanted leaves the place where it
+//    began, and the next call tries it again; what it has passed on would come again. A list ends
+//    with the error.
 
 #include "platform/persistence/FetchCursor.h"
 
 #include <algorithm>
 #include <cmath>
+#include <deque>
 #include <limits>
 #include <span>
 #include <string>
@@ -79,14 +79,13 @@ std::vector<FetchPart> datedAndUndated(const FetchRequest& request) {
 }
 
 FetchCursor::FetchCursor(std::shared_ptr<PersistentStoreCoordinator> coordinator,
-                         const FetchRequest& request, std::size_t portion)
-    : FetchCursor(coordinator, datedAndUndated(required(coordinator->model(), request)), portion) {}
+                         const FetchRequest& request)
+    : FetchCursor(coordinator, datedAndUndated(required(coordinator->model(), request))) {}
 
 FetchCursor::FetchCursor(std::shared_ptr<PersistentStoreCoordinator> coordinator,
-                         std::vector<FetchPart> parts, std::size_t portion)
+                         std::vector<FetchPart> parts)
     : coordinator_(std::move(coordinator)),
       parts_(std::move(parts)),
-      portion_(portion),
       objects_(&requiredEntity(coordinator_->model(), parts_.front().requests.front())),
       state_{objects_, ObjectState::Condition::kUnchanged, 0, 0, 0, {}} {}
 
@@ -107,81 +106,101 @@ bool FetchCursor::readRows(const std::function<bool(const StoredRow&)>& take, Er
       error);
 }
 
-bool FetchCursor::readStatements(const std::function<bool(const Statement&)>& take,
-                                 ErrorSlot error) {
+bool FetchCursor::hasNext(ErrorSlot error) {
+  while (part_ < parts_.size()) {
+    const auto isThere = hasRecords(error);
+    if (!isThere || *isThere) return isThere.has_value();
+    endPart();
+  }
+  return false;
+}
+
+/// In the part whose turn it is; nothing with the error.
+std::optional<bool> FetchCursor::hasRecords(ErrorSlot error) {
+  if (part().isDecidedAtOnce) {
+    return decide(error) ? std::optional(next_ < rowIds_->size()) : std::nullopt;
+  }
+  bool isThere = last_.has_value();
+  const auto note = [&](Place) { isThere = true; };
+  const bool isKnown = isThere || fetchPlaces(part().requests.front(), 1, note, error);
+  return isKnown ? std::optional(isThere) : std::nullopt;
+}
+
+void FetchCursor::endPart() {
+  ++part_;
+  last_.reset();
+  rowIds_.reset();
+}
+
+bool FetchCursor::readStatements(const Take& take, ErrorSlot error) {
+  while (part_ < parts_.size()) {
+    const auto isTaken =
+        part().isDecidedAtOnce ? readDecided(take, error) : readInOrder(take, error);
+    if (!isTaken || *isTaken) return isTaken.has_value();
+  }
+  return false;
+}
+
+/// Whether there were records; nothing with the error.
+std::optional<bool> FetchCursor::readInOrder(const Take& take, ErrorSlot error) {
+  const EntityDescription& entity = *objects_.entity();
+  const FetchRequest& request = part().requests.front();
+  const int keyColumn =
+      EntityObjects::kColumnsBefore +
+      static_cast<int>(entity.requiredAttributeIndex(request.sortDescriptors().front().key));
+  Place last{};
+  bool isTaken = false;
+  bool isFull = false;
+  bool isMore = false;
+  const auto takeRow = [&](const Statement& row) {
+    isMore = isFull;
+    if (isMore) return false;
+    isTaken = true;
+    last = {row.presentReal(keyColumn).value_or(kNoDate), row.integer(0)};
+    isFull = !take(row);
+    return true;
+  };
+  const FetchQuery query(coordinator_->sql(entity).select, request, entity, 0,
+                         last_ ? &*last_ : nullptr);
+  std::optional<Error> failure;
+  const bool isRead = coordinator_->fetch(query, takeRow, &failure);
+  if (!isRead && !isFull) {
+    replaceError(error, *std::move(failure));
+    return std::nullopt;
+  }
+  // What fails behind the last record that was wanted is met by the next reading.
+  if (isMore || !isRead) {
+    last_ = {std::isnan(last.date) ? AttributeValue() : AttributeValue(Date(last.date)),
+             last.rowId};
+  } else {
+    endPart();
+  }
+  return isTaken;
+}
+
+/// Whether there were records; nothing with the error.
+std::optional<bool> FetchCursor::readDecided(const Take& take, ErrorSlot error) {
+  if (!decide(error)) return std::nullopt;
   bool isTaken = false;
   const auto takeRow = [&](const Statement& row) {
     isTaken = true;
     return take(row);
   };
-  // All that were decided on may have been deleted since.
-  while (!isTaken) {
-    if (next_ == rowIds_.size() && !decideNext(error)) {
-      return false;
-    }
-    const auto done = coordinator_->fetchRows(*objects_.entity(), std::span(rowIds_).subspan(next_),
-                                              takeRow, error);
-    if (!done) {
-      return false;
-    }
-    next_ += *done;
-  }
-  return true;
+  const auto done = coordinator_->fetchRows(*objects_.entity(), std::span(*rowIds_).subspan(next_),
+                                            takeRow, error);
+  if (!done) return std::nullopt;
+  next_ += *done;
+  if (next_ == rowIds_->size()) endPart();
+  return isTaken;
 }
 
-/// False when there are none any more, or with the error.
-bool FetchCursor::decideNext(ErrorSlot error) {
-  rowIds_.clear();
-  next_ = 0;
-  while (rowIds_.empty() && part_ < parts_.size()) {
-    const FetchPart& part = parts_[part_];
-    if (!(part.isDecidedAtOnce ? decideAtOnce(error)
-                               : decidePortion(part.requests.front(), error))) {
-      rowIds_.clear();
-      return false;
-    }
-  }
-  return !rowIds_.empty();
-}
-
-bool FetchCursor::decidePortion(const FetchRequest& request, ErrorSlot error) {
-  Place last{};
-  const auto take = [&](Place place) {
-    rowIds_.push_back(place.rowId);
-    last = place;
-  };
-  if (!fetchPlaces(request, portion_, last_ ? &*last_ : nullptr, take, error)) {
-    return false;
-  }
-  if (rowIds_.size() < portion_) {
-    ++part_;
-    last_.reset();
-  } else {
-    last_ = FetchPosition{
-        std::isnan(last.date) ? AttributeValue() : AttributeValue(Date(last.date)), last.rowId};
-  }
-  return true;
-}
-
-bool FetchCursor::decideAtOnce(ErrorSlot error) {
-  if (!places_) {
-    std::deque<Place> places;
-    if (!findPlaces(places, error)) {
-      return false;
-    }
-    places_ = std::move(places);
-    nextPlace_ = 0;
-  }
-  takePlaces();
-  return true;
-}
-
-bool FetchCursor::findPlaces(std::deque<Place>& places, ErrorSlot error) {
-  for (const FetchRequest& request : parts_[part_].requests) {
-    if (!fetchPlaces(
-            request, 0, nullptr, [&](Place place) { places.push_back(place); }, error)) {
-      return false;
-    }
+/// On the records of the part whose turn it is, unless that has been done.
+bool FetchCursor::decide(ErrorSlot error) {
+  if (rowIds_) return true;
+  std::deque<Place> places;
+  const auto take = [&](Place place) { places.push_back(place); };
+  for (const FetchRequest& request : part().requests) {
+    if (!fetchPlaces(request, 0, take, error)) return false;
   }
   const auto isBefore = [](const Place& left, const Place& right) {
     const bool isDated = !std::isnan(left.date);
@@ -191,39 +210,26 @@ bool FetchCursor::findPlaces(std::deque<Place>& places, ErrorSlot error) {
     return isDated && left.date != right.date ? left.date > right.date : left.rowId > right.rowId;
   };
   std::sort(places.begin(), places.end(), isBefore);
-  const auto isSame = [](const Place& left, const Place& right) {
-    return left.rowId == right.rowId;
-  };
-  places.erase(std::unique(places.begin(), places.end(), isSame), places.end());
+  rowIds_.emplace().reserve(places.size());
+  for (; !places.empty(); places.pop_front()) {  // which gives its memory back on the way
+    const std::int64_t rowId = places.front().rowId;
+    if (rowIds_->empty() || rowIds_->back() != rowId) rowIds_->push_back(rowId);
+  }
+  next_ = 0;
   return true;
 }
 
-/// The next portion of those that were decided on at once.
-void FetchCursor::takePlaces() {
-  const std::size_t end = std::min(places_->size(), nextPlace_ + portion_);
-  for (; nextPlace_ < end; ++nextPlace_) {
-    rowIds_.push_back((*places_)[nextPlace_].rowId);
-  }
-  if (end == places_->size()) {
-    places_.reset();
-    ++part_;
-  }
-}
-
 bool FetchCursor::fetchPlaces(const FetchRequest& request, std::size_t limit,
-                              const FetchPosition* after, const std::function<void(Place)>& take,
-                              ErrorSlot error) {
+                              const std::function<void(Place)>& take, ErrorSlot error) {
   const std::string& key = request.sortDescriptors().front().key;
   const FetchQuery query(
       "SELECT _id, " + quoted(key) + " FROM " + quoted(objects_.entity()->name()), request,
-      *objects_.entity(), limit, after);
-  return coordinator_->fetch(
-      query,
-      [&](const Statement& row) {
-        take({row.presentReal(1).value_or(kNoDate), row.integer(0)});
-        return true;
-      },
-      error);
+      *objects_.entity(), limit);
+  const auto takePlace = [&](const Statement& row) {
+    take({row.presentReal(1).value_or(kNoDate), row.integer(0)});
+    return true;
+  };
+  return coordinator_->fetch(query, takePlace, error);
 }
 
 }  // namespace velto

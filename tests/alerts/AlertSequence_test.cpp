@@ -45,43 +45,37 @@ TEST(AlertSequence, GoesThroughListSourceAndWhatIsAppended) {
   EXPECT_EQ(error, std::nullopt);
 }
 
-AlertSequence::Texts textsOf(const std::vector<std::string>& alerts) {
-  AlertSequence::Texts texts;
-  for (const std::string& alert : alerts) {
-    texts.text += alert;
-    texts.ends.push_back(texts.text.size());
-  }
-  return texts;
-}
-
-/// The texts of what is left, and the error in `error`.
-std::vector<std::string> restAsText(AlertSequence& alerts, std::optional<Error>& error) {
+/// What is left in arrays of that length or a little longer, and the error in `error`.
+std::vector<std::string> restAsText(AlertSequence& alerts, std::size_t length,
+                                    std::optional<Error>& error) {
   std::vector<std::string> texts;
-  while (alerts.hasNext(&error)) {
-    alerts.appendNext(texts.emplace_back());
-  }
+  do {
+    texts.emplace_back("[");
+  } while (alerts.appendElements(texts.back(), length, &error));
   return texts;
 }
 
 TEST(AlertSequence, IsTextFromWhereverItIsTakenAsText) {
   std::optional<Error> error;
   int values = 0;
-  std::vector<std::vector<std::string>> texts = {{}, {"4"}, {"2", "3"}};
+  std::vector<std::string> texts = {",5", "4"};
   AlertSequence alerts(
       [&](ErrorSlot) {
         ++values;
         return std::vector<VLAlert>{named("0"), named("1")};
       },
-      [&](ErrorSlot) {
-        auto next = textsOf(texts.back());
-        texts.pop_back();
-        return next;
+      [&](std::string& text, std::size_t length, ErrorSlot) {
+        if (text.size() < length) {
+          text += texts.back();
+          texts.pop_back();
+        }
+        return !texts.empty();
       });
   alerts.append({named("last")});
   EXPECT_EQ(alerts.current(&error)->identifier, "0");
   alerts.advance();
-  EXPECT_THAT(restAsText(alerts, error),
-              ElementsAre(R"({"identifier":"1"})", "2", "3", "4", R"({"identifier":"last"})"));
+  EXPECT_THAT(restAsText(alerts, 5, error),
+              ElementsAre(R"([{"identifier":"1"})", "[4", R"([,5,{"identifier":"last"})"));
   EXPECT_EQ(values, 1);
   EXPECT_TRUE(texts.empty());
   EXPECT_EQ(error, std::nullopt);
@@ -91,13 +85,14 @@ TEST(AlertSequence, AsksNoTextSourceAgainThatHasFailed) {
   std::optional<Error> error;
   int times = 0;
   AlertSequence alerts([](ErrorSlot) { return std::vector<VLAlert>{named("never")}; },
-                       [&](ErrorSlot slot) {
+                       [&](std::string& text, std::size_t, ErrorSlot slot) {
                          ++times;
+                         text += "4";
                          replaceError(slot, makeError("D", 8, "it broke off"));
-                         return AlertSequence::Texts();
+                         return false;
                        });
   alerts.append({named("appended")});
-  EXPECT_THAT(restAsText(alerts, error), ElementsAre(R"({"identifier":"appended"})"));
+  EXPECT_THAT(restAsText(alerts, 100, error), ElementsAre(R"([4,{"identifier":"appended"})"));
   EXPECT_EQ(times, 1);
   ASSERT_TRUE(error);
   EXPECT_EQ(error->code, 8);

@@ -40,8 +40,8 @@ class FetchCursorTest : public ::testing::Test {
     expectSaved(*context);
   }
 
-  std::unique_ptr<FetchCursor> cursor(const FetchRequest& request, std::size_t portion) const {
-    return std::make_unique<FetchCursor>(store_.coordinator(), request, portion);
+  std::unique_ptr<FetchCursor> cursor(const FetchRequest& request) const {
+    return std::make_unique<FetchCursor>(store_.coordinator(), request);
   }
 
   /// The names of the next things, as far as `count`.
@@ -72,7 +72,7 @@ class FetchCursorTest : public ::testing::Test {
   const TestStore store_;
 };
 
-TEST_F(FetchCursorTest, GivesWhatAFetchGivesWhateverThePortions) {
+TEST_F(FetchCursorTest, GivesWhatAFetchGivesHoweverManyAtATime) {
   fill({3, 1, std::nullopt, 2, 2, 2, std::nullopt, 5, -1, 2, std::nullopt, 0, 3});
   const FetchRequest requests[] = {
       newestFirst(thingRequest()), newestFirst(thingRequest("enabled = 1")),
@@ -82,10 +82,8 @@ TEST_F(FetchCursorTest, GivesWhatAFetchGivesWhateverThePortions) {
   const auto context = store_.context();
   for (const FetchRequest& request : requests) {
     const auto expected = names(*context, request);
-    for (std::size_t portion = 1; portion < 16; ++portion) {
-      for (const std::size_t atATime : {1U, 3U, 100U}) {
-        EXPECT_EQ(readAll(*cursor(request, portion), atATime), expected) << portion;
-      }
+    for (std::size_t atATime = 1; atATime < 16; ++atATime) {
+      EXPECT_EQ(readAll(*cursor(request), atATime), expected) << atATime;
     }
   }
 }
@@ -97,7 +95,7 @@ TEST_F(FetchCursorTest, GivesAllAttributes) {
   thing.setEnabled(true);
   expectSaved(*context);
   int count = 0;
-  const auto all = cursor(newestFirst(thingRequest()), 5);
+  const auto all = cursor(newestFirst(thingRequest()));
   EXPECT_TRUE(all->read<Thing>(
       [&](const Thing& read) {
         ++count;
@@ -113,46 +111,61 @@ TEST_F(FetchCursorTest, GivesAllAttributes) {
 
 TEST_F(FetchCursorTest, PassesOverWhatIsDeletedMeanwhile) {
   fill({9, 8, 7, 6, 5, 4, 3, 2, 1});
-  const auto some = cursor(newestFirst(thingRequest()), 4);
+  const auto some = cursor(newestFirst(thingRequest()));
   EXPECT_THAT(read(*some, 1), ElementsAre("0"));
-  for (const auto* name : {"1", "2", "3", "5"}) {
+  for (const auto* name : {"0", "1", "2", "3", "5"}) {
     remove(name);
   }
-  // The rest of a portion is gone as a whole.
   EXPECT_THAT(read(*some, 1), ElementsAre("4"));
   EXPECT_THAT(readAll(*some, 2), ElementsAre("6", "7", "8"));
 }
 
 TEST_F(FetchCursorTest, GivesNothingTwiceWhateverIsInsertedMeanwhile) {
   fill({9, 8, 7, 6});
-  const auto all = cursor(newestFirst(thingRequest()), 2);
-  EXPECT_THAT(read(*all, 1), ElementsAre("0"));
+  const auto all = cursor(newestFirst(thingRequest()));
+  EXPECT_THAT(read(*all, 2), ElementsAre("0", "1"));
   const auto context = store_.context();
   insertThing(*context, "newest", 10);
-  insertThing(*context, "same as the last of the portion", 8);
+  insertThing(*context, "same as the last, and newer", 8);
   insertThing(*context, "older", 7.5);
   expectSaved(*context);
-  EXPECT_THAT(readAll(*all, 1), ElementsAre("1", "older", "2", "3"));
+  EXPECT_THAT(readAll(*all, 1), ElementsAre("older", "2", "3"));
 }
 
 TEST_F(FetchCursorTest, GivesWhatHasChangedAsItIs) {
-  fill({2, 1});
-  const auto all = cursor(newestFirst(thingRequest("name != %@", {std::string("new")})), 5);
+  fill({3, 2, 1});
+  const auto all = cursor(newestFirst(thingRequest("name != %@", {std::string("other")})));
   EXPECT_THAT(read(*all, 1), ElementsAre("0"));
   const auto context = store_.context();
   fetchThings(*context, thingRequest("name = %@", {std::string("1")})).front().setName("new");
+  fetchThings(*context, thingRequest("name = %@", {std::string("2")})).front().setName("other");
   expectSaved(*context);
   EXPECT_THAT(readAll(*all, 1), ElementsAre("new"));
 }
 
 TEST_F(FetchCursorTest, WhoseKeyIsChangedToALaterOneComesAgain) {
   fill({3, 2, 1});
-  const auto all = cursor(newestFirst(thingRequest()), 2);
+  const auto all = cursor(newestFirst(thingRequest()));
   EXPECT_THAT(read(*all, 1), ElementsAre("0"));
   const auto context = store_.context();
   fetchThings(*context, thingRequest("name = %@", {std::string("0")})).front().setDate(Date(1.5));
   expectSaved(*context);
   EXPECT_THAT(readAll(*all, 1), ElementsAre("1", "0", "2"));
+}
+
+TEST_F(FetchCursorTest, KnowsWhetherThereAreMore) {
+  fill({3, 2, std::nullopt, std::nullopt});
+  for (std::size_t atATime = 1; atATime < 6; ++atATime) {
+    const auto all = cursor(newestFirst(thingRequest()));
+    std::size_t count = 0;
+    while (all->hasNext(nullptr)) {
+      count += read(*all, atATime).size();
+    }
+    EXPECT_EQ(count, 4U) << atATime;
+    EXPECT_THAT(read(*all, 1), IsEmpty());
+  }
+  EXPECT_FALSE(
+      cursor(newestFirst(thingRequest("name = %@", {std::string("none")})))->hasNext(nullptr));
 }
 
 TEST_F(FetchCursorTest, WithoutAStoreThereIsAnError) {
@@ -162,15 +175,18 @@ TEST_F(FetchCursorTest, WithoutAStoreThereIsAnError) {
   EXPECT_FALSE(none.read<Thing>([](const Thing&) { return true; }, &error));
   ASSERT_TRUE(error);
   EXPECT_EQ(error->code, kNoStoreErrorCode);
+  error.reset();
+  EXPECT_FALSE(none.hasNext(&error));
+  EXPECT_TRUE(error);
 }
 
-TEST_F(FetchCursorTest, ReadsEveryPortionInTheOrderOfAnIndex) {
+TEST_F(FetchCursorTest, GoesOnInTheOrderOfAnIndex) {
   const auto plan = [&](const FetchRequest& request, const AttributeValue& key) {
     const auto connection =
         SQLiteConnection::open(store_.path(), SQLiteConnection::Role::kReader, nullptr);
     const EntityDescription& entity = *store_.coordinator()->model().entity(kThing);
     const FetchPosition after{key, std::int64_t{1}};
-    const FetchQuery query("SELECT _id, date FROM Thing", request, entity, 5, &after);
+    const FetchQuery query(store_.coordinator()->sql(entity).select, request, entity, 0, &after);
     const std::string sql = "EXPLAIN QUERY PLAN " + query.sql;
     sqlite3_stmt* statement = nullptr;
     EXPECT_EQ(sqlite3_prepare_v2(connection->handle(), sql.c_str(), -1, &statement, nullptr),
@@ -186,9 +202,9 @@ TEST_F(FetchCursorTest, ReadsEveryPortionInTheOrderOfAnIndex) {
   request.setOrder(FetchRequest::Order::kIndexed);
   const auto parts = datedAndUndated(request);
   EXPECT_EQ(plan(parts.at(0).requests.at(0), Date(1)),
-            "SEARCH Thing USING COVERING INDEX Thing(name,date) (name=? AND date>? AND date<?);");
+            "SEARCH Thing USING INDEX Thing(name,date) (name=? AND date>? AND date<?);");
   EXPECT_EQ(plan(parts.at(1).requests.at(0), AttributeValue()),
-            "SEARCH Thing USING COVERING INDEX Thing(name,date) (name=? AND date=? AND rowid<?);");
+            "SEARCH Thing USING INDEX Thing(name,date) (name=? AND date=? AND rowid<?);");
 }
 
 TEST_F(FetchCursorTest, GivesWhatSeveralRequestsFindOnceAndInOrder) {
@@ -196,18 +212,16 @@ TEST_F(FetchCursorTest, GivesWhatSeveralRequestsFindOnceAndInOrder) {
   const auto context = store_.context();
   const auto expected =
       names(*context, newestFirst(thingRequest("date > %@ OR enabled = 1", {Date(1.5)})));
-  for (std::size_t portion = 1; portion < 16; ++portion) {
-    FetchCursor both(store_.coordinator(),
-                     {{{newestFirst(thingRequest("date > %@", {Date(1.5)})),
-                        newestFirst(thingRequest("enabled = 1"))},
-                       true}},
-                     portion);
-    EXPECT_EQ(readAll(both, 3), expected);
+  for (std::size_t atATime = 1; atATime < 16; ++atATime) {
+    FetchCursor both(store_.coordinator(), {{{newestFirst(thingRequest("date > %@", {Date(1.5)})),
+                                              newestFirst(thingRequest("enabled = 1"))},
+                                             true}});
+    EXPECT_EQ(readAll(both, atATime), expected);
   }
 }
 
 TEST_F(FetchCursorTest, OtherOrdersAreAMistakeOfTheProgram) {
-  EXPECT_DEATH(cursor(thingRequest(), 5), "descending order of one date");
+  EXPECT_DEATH(cursor(thingRequest()), "descending order of one date");
 }
 
 }  // namespace

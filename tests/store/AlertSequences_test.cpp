@@ -43,11 +43,9 @@ class AlertSequencesTest : public StoreTest {
   }
 
   static std::string text(AlertSequence alerts) {
-    std::string text;
+    std::string text = "[";
     std::optional<Error> error;
-    while (alerts.hasNext(&error)) {
-      alerts.appendNext(text);
-      text += '\n';
+    while (alerts.appendElements(text, text.size() + 1, &error)) {
     }
     EXPECT_FALSE(error);
     return text;
@@ -78,10 +76,10 @@ TEST_F(AlertSequencesTest, AreTheSameAsText) {
   store.insertAlert(strange);
   store.insertAlert(bare);
   save(store);
-  std::string expected;
+  std::string expected = "[";
   for (const VLAlert& each : all(store.alertsOfType("AlmostFull", nullptr))) {
+    beginElement(expected);
     appendJSON(expected, each);
-    expected += '\n';
   }
   EXPECT_EQ(text(store.alertsOfType("AlmostFull", nullptr)), expected);
 }

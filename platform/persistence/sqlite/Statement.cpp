@@ -106,7 +106,10 @@ std::string_view Statement::bytes(int column) const {
 
 std::optional<std::string_view> Statement::presentBytes(int column) const {
   sqlite3_value* const value = sqlite3_column_value(statement_, column);
-  return sqlite3_value_type(value) == SQLITE_NULL ? std::nullopt : std::optional(bytesOf(value));
+  const std::string_view bytes = bytesOf(value);
+  // What is empty may have no place either.
+  return bytes.data() == nullptr && sqlite3_value_type(value) == SQLITE_NULL ? std::nullopt
+                                                                             : std::optional(bytes);
 }
 
 std::optional<double> Statement::presentReal(int column) const {
