@@ -16,6 +16,8 @@ namespace velto {
 /// How much of a list goes into one part, in bytes of JSON; a part ends with the first alert that
 /// goes beyond.
 inline constexpr std::size_t kPieceSize = std::size_t{64} * 1024;
+/// Most other replies are shorter, and not worth growing towards.
+inline constexpr std::size_t kUsualSize = 512;
 
 /// {"error": ...}, or {} without one.
 CallReply replyWith(const std::optional<Error>& error);
@@ -25,6 +27,7 @@ template <typename Result>
 CallReply replyWith(std::string_view name, const std::optional<Result>& data,
                     const std::optional<Error>& error) {
   std::string text;
+  text.reserve(kUsualSize);
   JSONObjectText parameters(text);
   parameters.add(name, data);
   parameters.add("error", error);
