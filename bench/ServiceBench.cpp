@@ -27,7 +27,7 @@ namespace {
 
 constexpr std::size_t kInFlight = 64;
 /// Nearly as long as the log gets before it is checkpointed, in bytes.
-constexpr std::uintmax_t kLongLog = 7'000'000;
+constexpr std::uintmax_t kLongLog = 11'000'000;
 
 PreparedSaves saves;
 

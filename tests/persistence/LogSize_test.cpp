@@ -77,14 +77,14 @@ class LogCheckpointsTest : public ::testing::Test {
 };
 
 TEST_F(LogCheckpointsTest, ALogOfEveryDayIsCopiedWhenItIsLongAndKeepsItsRoom) {
-  write(7'000'000);
+  write(10'500'000);
   EXPECT_TRUE(checkpoints_.copyLongLog());
   EXPECT_LT(fileSize(), 1'000'000U);
-  write(1'500'000);
+  write(1'000'000);
   EXPECT_TRUE(checkpoints_.copyLongLog());
-  EXPECT_GT(fileSize(), 8'000'000U);
+  EXPECT_GT(fileSize(), 11'000'000U);
   EXPECT_FALSE(checkpoints_.wantsEmptying());
-  EXPECT_GT(logSize(store_.path()), 8'000'000U);
+  EXPECT_GT(logSize(store_.path()), 11'000'000U);
 }
 
 TEST_F(LogCheckpointsTest, ALargeLogIsEmptied) {

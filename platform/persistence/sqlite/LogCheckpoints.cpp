@@ -10,21 +10,26 @@
 namespace velto {
 namespace {
 
-/// In bytes, just below 16 MB.
-constexpr std::int64_t kLargeLog = 15'700'000;
+// In bytes of pages. A longer log would hold up fewer saves, each for longer, and all of it is read
+// at the next start.
+constexpr std::int64_t kLongLog = 11'000'000;
+constexpr std::int64_t kLargeLog = 15'700'000;  // with all that belongs to the pages, below 16 MB
+/// How much of a long log it grows before it is looked at again, while a reader holds back some of
+/// it: that costs as much as there is log.
+constexpr int kStepsOfLongLog = 4;
 /// SQLite's largest.
 constexpr std::int64_t kLargestPage = 65536;
 
-int pagesOfLargeLog(SQLiteConnection& connection) {
-  return static_cast<int>(kLargeLog /
-                          connection.integer("PRAGMA page_size").value_or(kLargestPage));
+int pagesOf(SQLiteConnection& connection, std::int64_t bytes) {
+  return static_cast<int>(bytes / connection.integer("PRAGMA page_size").value_or(kLargestPage));
 }
 
 }  // namespace
 
 LogCheckpoints::LogCheckpoints(SQLiteConnection& connection)
     : connection_(connection),
-      largeLog_(pagesOfLargeLog(connection)),
+      longLog_(pagesOf(connection, kLongLog)),
+      largeLog_(pagesOf(connection, kLargeLog)),
       isLeft_(!isLogEmpty(connection)) {}
 
 bool LogCheckpoints::copyLongLog() {
@@ -32,7 +37,7 @@ bool LogCheckpoints::copyLongLog() {
   mostPages_ = std::max(mostPages_, pages);
   if (pages < next_) return true;
   const auto rest = connection_.checkpoint();
-  next_ = rest.value_or(0) == 0 ? kLongLog : pages + kStep;
+  next_ = rest.value_or(0) == 0 ? longLog_ : pages + longLog_ / kStepsOfLongLog;
   return rest.has_value();
 }
 
@@ -42,7 +47,7 @@ bool LogCheckpoints::empty() {
     return emptied == SQLiteConnection::Emptied::kHeldBack;
   }
   isLeft_ = false;
-  next_ = kLongLog;
+  next_ = longLog_;
   mostPages_ = 0;
   return true;
 }

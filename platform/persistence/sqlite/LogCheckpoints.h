@@ -26,19 +26,14 @@ class LogCheckpoints {
   bool empty();
 
  private:
-  /// From this length on, in pages, the log is copied. A longer one would hold up fewer saves, but
-  /// all of it is read at the next start. 7 MB; of a store with SQLite's own page size, as those of
-  /// before have it, twice as much.
-  static constexpr int kLongLog = 3500;
-  /// How much it grows before it is looked at again, while a reader holds back some of it: that
-  /// costs as much as there is log.
-  static constexpr int kStep = kLongLog / 4;
-
   SQLiteConnection& connection_;
-  const int largeLog_;  ///< of so many pages it is emptied
+  // In pages.
+  const int longLog_;   ///< of so many it is copied
+  const int largeLog_;  ///< of so many it is emptied
+  int next_ = longLog_;
+  int mostPages_ = 0;  ///< since it was emptied
+
   bool isLeft_;
-  int next_ = kLongLog;  ///< at this length it is copied
-  int mostPages_ = 0;    ///< since it was emptied
 };
 
 }  // namespace velto
