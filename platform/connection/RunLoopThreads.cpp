@@ -15,7 +15,8 @@ namespace {
 
 /// How long a helper waits for something to do before it ends, in milliseconds.
 constexpr int kIdleTime = 5000;
-/// How many events are taken at once when there is more to come than may be served.
+/// How many events are taken at once. Those of a burst are for a few threads that take turns, not
+/// for as many threads as there are events.
 constexpr std::size_t kManyEvents = 64;
 
 /// Gives what the heap has to spare back to the system. One thread at a time, since glibc sets its
@@ -32,7 +33,7 @@ void trimHeap() {
 /// Waits for an event, and then serves as long as there are turns to take.
 RunLoop::Came RunLoop::serveNext(int milliseconds) {
   std::array<epoll_event, kManyEvents> events;
-  int count = ::epoll_wait(epoll_.get(), events.data(), 1, milliseconds);
+  int count = ::epoll_wait(epoll_.get(), events.data(), kManyEvents, milliseconds);
   if (count <= 0) return Came::kNothing;  // the time is up, or a signal came
   while (count > 0) {
     Turn turn;

@@ -41,6 +41,10 @@ class HeldSyncs : public FileObserver {
     std::unique_lock lock(mutex_);
     changed_.wait(lock, [&] { return begun_ >= begun; });
   }
+  int begun() {
+    const std::lock_guard lock(mutex_);
+    return begun_;
+  }
   /// Waits until the log has been read since then.
   void waitForRead() {
     std::unique_lock lock(mutex_);

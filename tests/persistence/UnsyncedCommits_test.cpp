@@ -22,6 +22,7 @@
 namespace velto {
 namespace {
 
+using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::UnorderedElementsAre;
@@ -158,6 +159,27 @@ TEST_F(UnsyncedBatch, IsFollowedByTheNextOneWhileItSyncs) {
   syncs_.allowAll();
   EXPECT_THAT(results(), ElementsAre(0, 0, 0, 0, 0));
   EXPECT_THAT(names(), ElementsAre("first", "alone", "second", "third", "fourth", "fifth"));
+}
+
+/// Of those that were told together most are about to come again.
+TEST_F(UnsyncedBatch, IsFollowedByHalfAsManyOrWaitedFor) {
+  start("fourth");
+  waitUntilThere(5);
+  for (const char* name : {"fifth", "sixth", "seventh", "eighth"}) {
+    start(name);
+  }
+  syncs_.allowOne();
+  waitUntilThere(9);
+  syncs_.allowOne();
+  syncs_.waitFor(4);
+  start("ninth");
+  EXPECT_EQ(queue_->waiting(), 1U);
+  start("tenth");
+  waitUntilThere(11);
+  EXPECT_EQ(syncs_.begun(), 4) << "written while the four sync";
+  syncs_.allowAll();
+  EXPECT_THAT(results(), Each(0));
+  EXPECT_EQ(syncs_.begun(), 5) << "for the ninth and the tenth";
 }
 
 TEST_F(UnsyncedBatch, IsWaitedForByWhatIsDoneBetweenCommits) {

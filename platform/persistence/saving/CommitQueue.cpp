@@ -11,7 +11,8 @@
 // The followers' threads do not wait here. Their saves are waiting, then in the leader's batch
 // (also one that comes before the leader has taken its batch), then told. A saving thread that
 // leads does all of that. The writer only commits, and is at the next batch while the syncer makes
-// the last one lasting; the teller tells it then.
+// the last one lasting; the teller tells it then. Of callers that were told together most are about
+// to come again: as long as a batch syncs, the next one is begun when it has half as many.
 //
 // 1. Whoever has the turn, and nobody else, uses `connection_`, `trust_`, `log_` and `rows_`,
 //    without a lock; of the connection the syncer uses `syncLog` alone. The turn is taken, kept and
@@ -35,7 +36,6 @@
 #include "platform/persistence/saving/CommitQueue.h"
 
 #include <algorithm>
-#include <memory>
 #include <new>
 #include <system_error>
 #include <utility>
@@ -44,22 +44,6 @@
 #include "platform/persistence/sqlite/WriteAheadLog.h"
 
 namespace velto {
-
-namespace {
-
-/// Leaves the batch to a queue. False, and it stays, when there is no memory for that.
-bool handOver(SerialQueue& queue, SaveBatch& batch, const std::function<void(SaveBatch&)>& work) {
-  std::shared_ptr<SaveBatch> handed;
-  try {
-    handed = std::make_shared<SaveBatch>(std::move(batch));
-    if (queue.perform([work, handed] { work(*handed); })) return true;
-  } catch (const std::bad_alloc&) {
-  }
-  if (handed != nullptr) batch = std::move(*handed);
-  return false;
-}
-
-}  // namespace
 
 CommitQueue::CommitQueue(SQLiteConnection& connection, CommitObserver* observer,
                          std::chrono::milliseconds quietTime)
@@ -88,7 +72,7 @@ void CommitQueue::save(std::vector<RowChange>& changes, ErrorReply completion) {
     const MutexLock lock(mutex_);
     waiting_.push_back({&changes, std::move(completion)});
     if (!takesTurn()) return;
-    isAlone = !hadCompany_;
+    isAlone = lastSize_ <= 1;
   }
   isAlone ? leadOnce() : leaveToWriter();
 }
@@ -119,7 +103,7 @@ std::size_t CommitQueue::waiting() const {
 
 /// False when somebody has it, who will find what there is to do.
 bool CommitQueue::takesTurn() {
-  wakesWriter_.notify_one();
+  if (isWorthwhile()) wakesWriter_.notify_one();
   return !std::exchange(isTaken_, true);
 }
 
@@ -127,10 +111,15 @@ bool CommitQueue::hasWork() const {
   return !waiting_.empty() || !betweenCommits_.empty() || isEmptyingDue_ || !failed_.empty();
 }
 
+/// Whether there is enough to begin with it before the sync under way has ended.
+bool CommitQueue::isWorthwhile() const {
+  return hasWork() && (waiting_.empty() || 2 * waiting_.size() >= lastSize_);
+}
+
 /// Gives the turn up when there is nothing to do, and nothing that could fail is under way.
 bool CommitQueue::keepTurn() {
   MutexLock lock(mutex_);
-  while (!hasWork() && unsyncedBatches_ != 0) {
+  while (!isWorthwhile() && unsyncedBatches_ != 0) {
     lock.wait(wakesWriter_);
   }
   isTaken_ = hasWork();
@@ -178,7 +167,7 @@ SaveBatch CommitQueue::takeWaiting() {
     const MutexLock lock(mutex_);
     works.swap(betweenCommits_);
     batch.saves.swap(waiting_);
-    hadCompany_ = batch.saves.size() > 1;
+    lastSize_ = batch.saves.size();
     empties_ = std::exchange(isEmptyingDue_, false);
     hasFailed = !failed_.empty();
   }

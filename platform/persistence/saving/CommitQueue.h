@@ -71,6 +71,7 @@ class CommitQueue {
 
   bool takesTurn() VELTO_REQUIRES(mutex_);
   bool hasWork() const VELTO_REQUIRES(mutex_);
+  bool isWorthwhile() const VELTO_REQUIRES(mutex_);
   bool keepTurn();
   void leadOnce() noexcept;
   void leaveToWriter();
@@ -106,7 +107,7 @@ class CommitQueue {
   std::vector<Save> waiting_ VELTO_GUARDED_BY(mutex_);
   std::vector<std::function<void()>> betweenCommits_ VELTO_GUARDED_BY(mutex_);
   bool isEmptyingDue_ VELTO_GUARDED_BY(mutex_) = false;     ///< the log is to be emptied, in a turn
-  bool hadCompany_ VELTO_GUARDED_BY(mutex_) = false;        ///< the last batch was of many
+  std::size_t lastSize_ VELTO_GUARDED_BY(mutex_) = 0;       ///< of a batch
   bool isTaken_ VELTO_GUARDED_BY(mutex_) = false;           ///< somebody has the turn
   int unsyncedBatches_ VELTO_GUARDED_BY(mutex_) = 0;        ///< left to the syncer
   std::vector<SaveBatch> failed_ VELTO_GUARDED_BY(mutex_);  ///< to sync
