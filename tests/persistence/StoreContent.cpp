@@ -100,7 +100,7 @@ void makePagesSmall(TestStore& store) {
   sqlite3* database = nullptr;
   ASSERT_EQ(sqlite3_open(store.path().c_str(), &database), SQLITE_OK);
   EXPECT_EQ(sqlite3_exec(database,
-                         "PRAGMA journal_mode=DELETE; PRAGMA page_size=1024; VACUUM; "
+                         "PRAGMA journal_mode=DELETE; PRAGMA page_size=512; VACUUM; "
                          "PRAGMA journal_mode=WAL",
                          nullptr, nullptr, nullptr),
             SQLITE_OK)

@@ -10,10 +10,12 @@
 namespace velto {
 namespace {
 
-// In bytes of pages. A longer log would hold up fewer saves, each for longer, and all of it is read
-// at the next start.
-constexpr std::int64_t kLongLog = 11'000'000;
-constexpr std::int64_t kLargeLog = 15'700'000;  // with all that belongs to the pages, below 16 MB
+/// A longer log would hold up fewer saves, each of them for longer: that depends on its pages.
+constexpr int kMostPages = 5400;
+// In bytes of pages. All of a log is read at the next start, and a large one is emptied: with all
+// that belongs to its pages it has 16 MB.
+constexpr std::int64_t kLongLog = 11'100'000;
+constexpr std::int64_t kLargeLog = 15'700'000;
 /// How much of a long log it grows before it is looked at again, while a reader holds back some of
 /// it: that costs as much as there is log.
 constexpr int kStepsOfLongLog = 4;
@@ -28,7 +30,7 @@ int pagesOf(SQLiteConnection& connection, std::int64_t bytes) {
 
 LogCheckpoints::LogCheckpoints(SQLiteConnection& connection)
     : connection_(connection),
-      longLog_(pagesOf(connection, kLongLog)),
+      longLog_(std::min(kMostPages, pagesOf(connection, kLongLog))),
       largeLog_(pagesOf(connection, kLargeLog)),
       isLeft_(!isLogEmpty(connection)) {}
 
