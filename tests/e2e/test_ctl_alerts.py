@@ -193,11 +193,13 @@ def lines_of(process, count):
 
 
 def wait_until_told(ctl, watching):
-    """Posts until the watcher tells of a post: nothing else says that it has begun to watch."""
+    """Posts until the watcher tells of something: nothing else says that it has begun to watch. That
+    may be that a change is lost to it, which was under way when it began."""
     is_told = False
     while not is_told:
-        (identifier,) = ctl.done("post", "Printer", "Jam").lines
+        ctl.done("post", "Printer", "Jam")
         is_told = bool(select.select([watching.stdout], [], [], 0.2)[0])
+    (identifier,) = ctl.done("post", "Printer", "Jam").lines
     while identifier not in watching.stdout.readline():
         pass
 
