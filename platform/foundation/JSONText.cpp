@@ -5,9 +5,9 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cstring>
 
 #include "platform/foundation/Hexadecimal.h"
-#include "platform/foundation/Words.h"
 
 namespace velto {
 namespace {
@@ -29,6 +29,27 @@ bool isWhole(std::string_view number) {
                       [](char character) { return character == '.' || character == 'e'; });
 }
 
+/// A word with this value in each byte.
+constexpr std::uint64_t inEachByte(std::uint8_t value) {
+  return ~std::uint64_t{0} / 0xff * value;
+}
+
+/// All bytes of a text of one to eight bytes, some of them twice.
+std::uint64_t wordOf(std::string_view bytes) {
+  if (bytes.size() >= 4) {
+    std::uint32_t first = 0;
+    std::uint32_t last = 0;
+    std::memcpy(&first, bytes.data(), sizeof first);
+    std::memcpy(&last, bytes.data() + bytes.size() - sizeof last, sizeof last);
+    return std::uint64_t{first} << 32 | last;
+  }
+  const auto byte = [&](std::size_t index) {
+    return std::uint64_t{static_cast<unsigned char>(bytes[index])};
+  };
+  const std::uint64_t all = byte(0) << 16 | byte(bytes.size() / 2) << 8 | byte(bytes.size() - 1);
+  return all << 40 | all << 16 | byte(0) << 8 | byte(0);
+}
+
 /// Whether one of eight characters may need an escape. Of a difference from a byte to the next
 /// smaller one than asked for the highest bit is set, and was not before; borrowing from the next
 /// byte can only make characters be looked at in vain.
@@ -38,6 +59,18 @@ bool mayNeedEscape(std::uint64_t word) {
   };
   return (hasBelow(word, 0x20) | hasBelow(word ^ inEachByte('"'), 1) |
           hasBelow(word ^ inEachByte('\\'), 1)) != 0;
+}
+
+/// Whether one of the text's characters may: each is looked at once or more often.
+bool mayNeedEscape(std::string_view text) {
+  constexpr std::size_t kSize = sizeof(std::uint64_t);
+  if (text.size() < kSize) return !text.empty() && mayNeedEscape(wordOf(text));
+  std::uint64_t word = 0;
+  for (std::size_t next = 0; next < text.size(); next += kSize) {
+    std::memcpy(&word, text.data() + std::min(next, text.size() - kSize), kSize);
+    if (mayNeedEscape(word)) return true;
+  }
+  return false;
 }
 
 bool needsEscape(char character) {
@@ -68,7 +101,7 @@ void appendWithEscapes(std::string& text, std::string_view value) {
 }  // namespace
 
 void appendJSON(std::string& text, std::string_view value) {
-  if (hasWord(value, mayNeedEscape)) {
+  if (mayNeedEscape(value)) {
     text += '"';
     appendWithEscapes(text, value);
     text += '"';

@@ -6,7 +6,6 @@
 #include <cstring>
 #include <endian.h>
 
-#include "platform/foundation/Words.h"
 #include "platform/propertylist/PropertyListError.h"
 #include "platform/propertylist/PropertyListUnicode.h"
 
@@ -102,8 +101,9 @@ std::optional<double> PropertyListBinaryObjects::floatingPoint(std::size_t offse
 std::optional<std::string_view> PropertyListBinaryObjects::asciiString(std::size_t offset) {
   const auto text = countedContent(offset, 1);
   if (!text) return std::nullopt;
-  const auto isOther = [](std::uint64_t word) { return (word & inEachByte(0x80)) != 0; };
-  if (hasWord(*text, isOther)) return fail("an ASCII string with other bytes", offset);
+  const bool isASCII = std::all_of(text->begin(), text->end(),
+                                   [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+  if (!isASCII) return fail("an ASCII string with other bytes", offset);
   return text;
 }
 
