@@ -125,7 +125,7 @@ std::vector<VLAlert> nextFew(FetchCursor& cursor, ErrorSlot error) {
   return alerts;
 }
 
-/// An error ends the list with what came before the portion that could not be read.
+/// An error ends the list with what came before the reading that has failed.
 bool appendTexts(FetchCursor& cursor, std::string& text, std::size_t length, ErrorSlot error) {
   const auto append = [&](const StoredRow& row) {
     beginElement(text);

@@ -210,11 +210,13 @@ bool FetchCursor::decide(ErrorSlot error) {
     return isDated && left.date != right.date ? left.date > right.date : left.rowId > right.rowId;
   };
   std::sort(places.begin(), places.end(), isBefore);
-  rowIds_.emplace().reserve(places.size());
+  std::vector<std::int64_t> rowIds;
+  rowIds.reserve(places.size());
   for (; !places.empty(); places.pop_front()) {  // which gives its memory back on the way
     const std::int64_t rowId = places.front().rowId;
-    if (rowIds_->empty() || rowIds_->back() != rowId) rowIds_->push_back(rowId);
+    if (rowIds.empty() || rowIds.back() != rowId) rowIds.push_back(rowId);
   }
+  rowIds_ = std::move(rowIds);
   next_ = 0;
   return true;
 }

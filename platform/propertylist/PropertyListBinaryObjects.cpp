@@ -3,8 +3,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstring>
-#include <endian.h>
 
 #include "platform/propertylist/PropertyListError.h"
 #include "platform/propertylist/PropertyListUnicode.h"
@@ -15,14 +13,9 @@ using namespace binary_property_list;
 
 namespace {
 
-/// A big-endian number of at most eight bytes. Nearly all are of one, or of eight.
+/// A big-endian number of at most eight bytes.
 std::uint64_t bigEndian(std::string_view bytes) {
-  if (bytes.size() == 1) return static_cast<std::uint8_t>(bytes.front());
   std::uint64_t number = 0;
-  if (bytes.size() == sizeof number) {
-    std::memcpy(&number, bytes.data(), sizeof number);
-    return be64toh(number);
-  }
   for (const char byte : bytes) {
     number = number << 8 | static_cast<std::uint8_t>(byte);
   }

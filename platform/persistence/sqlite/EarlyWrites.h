@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <cstdint>
 #include <fcntl.h>
 
 #include "platform/foundation/FileDescriptor.h"
@@ -20,9 +19,8 @@ class EarlyWrites {
   explicit EarlyWrites(const char* path)
       : file_(::open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NOFOLLOW)) {}
 
-  /// Of so many bytes from the offset on; 0 stands for all up to the file's end.
-  void begin(std::int64_t offset, std::int64_t length) const {
-    if (file_.isOpen()) ::sync_file_range(file_.get(), offset, length, SYNC_FILE_RANGE_WRITE);
+  void begin() const {
+    if (file_.isOpen()) ::sync_file_range(file_.get(), 0, 0, SYNC_FILE_RANGE_WRITE);
   }
 
  private:

@@ -96,12 +96,11 @@ int syncLog(sqlite3_file* base, int flags) {
   Log& log = logOf(base);
   NextSync& next = log.files.nextSync;
   if (log.hasGatheredHeader()) next = NextSync::kIsMade;
-  const auto length = static_cast<sqlite3_int64>(log.gathered.size());
   const int result = write(log);
   log.gathered.clear();
   if (result != SQLITE_OK) return result;
   if (next != NextSync::kIsLeft) return log.files.syncLog(flags);
-  if (length != 0) log.early.begin(log.start, length);
+  log.early.begin();
   next = NextSync::kWasLeft;
   return SQLITE_OK;
 }
@@ -116,7 +115,7 @@ int afterWriting(sqlite3_file* base, Arguments... arguments) {
 
 int readLog(sqlite3_file* base, void* bytes, int length, sqlite3_int64 offset) {
   Log& log = logOf(base);
-  if (++log.pagesRead % kPagesToWrite == 0) log.files.database.begin(0, 0);
+  if (++log.pagesRead % kPagesToWrite == 0) log.files.database.begin();
   return afterWriting<&sqlite3_io_methods::xRead>(base, bytes, length, offset);
 }
 
