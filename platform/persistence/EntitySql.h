@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -28,8 +29,10 @@ struct EntitySql {
   std::string select;
   /// The same of the rows with the _ids of a list, in its order, and last the place in the list.
   std::string selectByRowIds;
-  /// The attributes.
-  std::string insert;
+  static constexpr std::size_t kMostRowsAnInsert = 8;
+  /// One row, and so on to kMostRowsAnInsert of them: the attributes of each. When it fails, the
+  /// rows before may be there.
+  std::vector<std::string> inserts;
   /// The attributes, _id and the version that the row must still have.
   std::string update;
   /// _id and the version that the row must still have.

@@ -20,7 +20,23 @@
 namespace velto {
 namespace {
 
+using ::testing::ElementsAreArray;
 using ::testing::UnorderedElementsAre;
+
+/// Keeps the names of the rows that commits have added.
+class AddedNames : public CommitObserver {
+ public:
+  bool wantsRows() noexcept override { return true; }
+  void noteCommit(std::uint64_t, std::span<const ChangedRow> rows) noexcept override {
+    for (const ChangedRow& row : rows) {
+      if (row.kind == ChangedRow::Kind::kInserted) {
+        names.push_back(std::get<std::string>(row.after->front()));
+      }
+    }
+  }
+
+  std::vector<std::string> names;
+};
 
 /// The first save holds its commit back, on a thread of its own, until all the others wait, so that
 /// these are committed together.
@@ -35,6 +51,15 @@ class CommitQueueTest : public ::testing::Test {
   };
 
   CommitQueueTest() { sqlite3_commit_hook(store_.writer().handle(), onCommit, this); }
+
+  /// From now on no row of the name "bad" can be inserted.
+  void refuseBadThings() {
+    sqlite3_commit_hook(store_.writer().handle(), nullptr, nullptr);
+    EXPECT_TRUE(store_.writer().execute(
+        "CREATE TRIGGER noBadThings BEFORE INSERT ON Thing WHEN new.name = 'bad' "
+        "BEGIN SELECT RAISE(ABORT, 'bad'); END"));
+    sqlite3_commit_hook(store_.writer().handle(), onCommit, this);
+  }
 
   Save& addInsert(std::string_view name) {
     Save& save = saves_.emplace_back();
@@ -81,7 +106,7 @@ class CommitQueueTest : public ::testing::Test {
   std::vector<std::string> savedNames() {
     std::vector<std::string> names;
     const auto reader = store_.reader();
-    Statement statement = reader->statement("SELECT name FROM Thing");
+    Statement statement = reader->statement("SELECT name FROM Thing ORDER BY _id");
     while (statement.step() == Statement::Step::kRow) {
       names.push_back(std::get<std::string>(statement.value(0, AttributeType::kString)));
     }
@@ -90,7 +115,8 @@ class CommitQueueTest : public ::testing::Test {
 
   const OpenStore store_{thingModel()};
   const EntitySql sql_{*store_.model().entity(kThing)};
-  CommitQueue queue_{store_.writer()};
+  AddedNames added_;
+  CommitQueue queue_{store_.writer(), &added_};
   std::list<Save> saves_;
   /// Called within each commit with its number; what is not 0 makes it fail.
   std::function<int(int)> duringCommit_ = [](int) { return 0; };
@@ -124,6 +150,58 @@ TEST_F(CommitQueueTest, WaitingSavesShareOneCommit) {
   }
   EXPECT_EQ(rowIds.size(), 16U);
   EXPECT_EQ(savedNames().size(), 16U);
+}
+
+TEST_F(CommitQueueTest, EachSaveIsToldTheIdOfItsOwnRow) {
+  for (int index = 0; index < 3 * static_cast<int>(EntitySql::kMostRowsAnInsert); ++index) {
+    addInsert(std::to_string(index));
+  }
+  run();
+  const std::vector<std::string> names = savedNames();
+  ASSERT_EQ(names.size(), saves_.size());
+  for (const Save& save : saves_) {
+    EXPECT_EQ(names.at(static_cast<std::size_t>(save.changes[0].rowId) - 1),
+              std::get<std::string>(save.values[0]));
+  }
+  EXPECT_THAT(added_.names, ElementsAreArray(names));
+}
+
+TEST_F(CommitQueueTest, ANewRowThatFailsIsInNobodysWay) {
+  refuseBadThings();
+  for (const char* name : {"first", "a", "b", "bad", "c", "d"}) {
+    addInsert(name);
+  }
+  run();
+  for (const Save& save : saves_) {
+    EXPECT_EQ(save.succeeded, std::get<std::string>(save.values[0]) != "bad");
+    EXPECT_EQ(save.error.has_value(), !save.succeeded);
+  }
+  const std::vector<std::string> good{"first", "a", "b", "c", "d"};
+  EXPECT_EQ(savedNames(), good);
+  EXPECT_EQ(added_.names, good);
+}
+
+TEST_F(CommitQueueTest, ASaveOfManyNewRowsIsSavedWholeOrNotAtAll) {
+  refuseBadThings();
+  addInsert("first");
+  Save& good = addInsert("good");
+  good.changes.resize(2 * EntitySql::kMostRowsAnInsert + 1, good.changes.front());
+  Save& bad = addInsert("bad");
+  const std::vector<AttributeValue> fine{std::string("fine"), {}, {}, {}};
+  bad.changes.resize(2 * EntitySql::kMostRowsAnInsert, bad.changes.front());
+  for (RowChange& change : bad.changes) {
+    if (&change != &bad.changes.back()) change.values = &fine;
+  }
+  run();
+  EXPECT_TRUE(good.succeeded);
+  EXPECT_FALSE(bad.succeeded);
+  std::vector<std::string> names(good.changes.size(), "good");
+  names.insert(names.begin(), "first");
+  EXPECT_EQ(savedNames(), names);
+  EXPECT_EQ(added_.names, names);
+  for (std::size_t row = 0; row < good.changes.size(); ++row) {
+    EXPECT_EQ(good.changes[row].rowId, static_cast<std::int64_t>(row) + 2);
+  }
 }
 
 TEST_F(CommitQueueTest, SavesAreAppliedInOrder) {

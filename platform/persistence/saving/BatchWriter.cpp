@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <new>
+#include <vector>
 
 namespace velto {
 
@@ -57,9 +58,33 @@ void BatchWriter::writeTogether(std::span<Save> saves, SaveBatch* unsynced) {
   ended_.noteRefusal(refusal == nullptr ? trust_.lastingRefusal() : refusal);
 }
 
-/// False when the transaction as a whole cannot go on.
+/// Saves of one new row each, which are nearly all, go several in a statement. False when the
+/// transaction as a whole cannot go on.
 bool BatchWriter::applyAll(std::span<Save> saves) {
-  return std::all_of(saves.begin(), saves.end(), [this](Save& save) { return apply(save); });
+  std::vector<RowChange*> inserts;
+  for (auto next = saves.begin(); next != saves.end();) {
+    const auto first = next;
+    for (inserts.clear(); next != saves.end() && next->changes->size() == 1 &&
+                          isInsertedWith(inserts, next->changes->front());
+         ++next) {
+      inserts.push_back(&next->changes->front());
+    }
+    if (inserts.size() > 1) {
+      if (rows_.insert(inserts)) return applyEach(saves);
+    } else {
+      next = first + 1;
+      if (!apply(*first)) return false;
+    }
+  }
+  return true;
+}
+
+/// Once more from the beginning: which save has failed shows when each is tried by itself.
+bool BatchWriter::applyEach(std::span<Save> saves) {
+  connection_.rollBack();
+  rows_.forgetRows(0);
+  return connection_.execute("BEGIN IMMEDIATE") &&
+         std::all_of(saves.begin(), saves.end(), [this](Save& save) { return apply(save); });
 }
 
 /// A statement is undone by itself when it fails, so a save of one row needs no savepoint.

@@ -35,6 +35,7 @@ class BatchWriter {
   void writeOneByOne(std::span<Save> saves) noexcept;
   void writeTogether(std::span<Save> saves, SaveBatch* unsynced);
   bool applyAll(std::span<Save> saves);
+  bool applyEach(std::span<Save> saves);
   bool apply(Save& save);
   bool end(std::span<const Save> saves, SaveBatch* unsynced);
   bool commitUnsynced(SaveBatch& batch);

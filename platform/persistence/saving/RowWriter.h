@@ -35,6 +35,10 @@ struct RowChange {
   std::int64_t rows() const { return kind == Kind::kDeleteMany ? deleted : 1; }
 };
 
+/// Whether the next change is an insert that the same statement can do as these, of which there may
+/// be none.
+bool isInsertedWith(std::span<RowChange* const> inserts, const RowChange& next);
+
 /// Writes changes over a connection, within its transaction, and notes the rows for whoever wants
 /// them. One thread at a time.
 class RowWriter {
@@ -46,6 +50,9 @@ class RowWriter {
   /// Writes the changes one after the other. The first error ends it, and what was written before
   /// it stays for the caller to undo. Throws std::bad_alloc.
   std::optional<Error> write(std::vector<RowChange>& changes);
+  /// Inserts rows of one entity, at most EntitySql::kMostRowsAnInsert. With an error some of them
+  /// may be there, for the caller to undo. Throws std::bad_alloc.
+  std::optional<Error> insert(std::span<RowChange* const> changes);
 
   /// The rows noted since the transaction began. What an insert or update wrote is the change's.
   const std::vector<ChangedRow>& rows() const { return rows_; }
@@ -57,7 +64,7 @@ class RowWriter {
 
  private:
   std::optional<Error> write(RowChange& change);
-  std::optional<Error> writeOne(RowChange& change);
+  std::optional<Error> changeOne(RowChange& change);
   std::optional<Error> deleteMany(RowChange& change);
 
   SQLiteConnection& connection_;
