@@ -8,16 +8,10 @@
 #include <unicode/stringoptions.h>
 #include <unicode/ustring.h>
 
+#include "platform/foundation/UTF8.h"
+
 namespace velto {
 namespace {
-
-bool isASCII(std::string_view text) {
-  unsigned char all = 0;
-  for (const char c : text) {
-    all |= static_cast<unsigned char>(c);
-  }
-  return all < 0x80;
-}
 
 char lowered(char c) {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;

@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "platform/foundation/Hexadecimal.h"
+#include "platform/foundation/UTF8.h"
 
 namespace velto {
 namespace {
@@ -27,6 +28,14 @@ std::string_view appendNumber(std::string& text, Number value) {
 bool isWhole(std::string_view number) {
   return std::none_of(number.begin(), number.end(),
                       [](char character) { return character == '.' || character == 'e'; });
+}
+
+/// A whole number that is not negative, nor so large that its neighbours could not be told from it:
+/// the digits of an integer, which are found sooner, are those of the real.
+bool isExactInteger(double value) {
+  constexpr double kLargest = 1LL << 53;
+  return !std::signbit(value) && value <= kLargest &&
+         value == static_cast<double>(static_cast<std::int64_t>(value));
 }
 
 /// A word with this value in each byte.
@@ -61,16 +70,27 @@ bool mayNeedEscape(std::uint64_t word) {
           hasBelow(word ^ inEachByte('\\'), 1)) != 0;
 }
 
-/// Whether one of the text's characters may: each is looked at once or more often.
-bool mayNeedEscape(std::string_view text) {
+bool isNotPlainASCII(std::uint64_t word) {
+  return mayNeedEscape(word) || (word & inEachByte(0x80)) != 0;
+}
+
+/// Whether the test holds for a word of the text; together they have each byte once or more often.
+template <bool (*kTest)(std::uint64_t)>
+bool holdsForAny(std::string_view text) {
   constexpr std::size_t kSize = sizeof(std::uint64_t);
-  if (text.size() < kSize) return !text.empty() && mayNeedEscape(wordOf(text));
+  if (text.size() < kSize) return !text.empty() && kTest(wordOf(text));
   std::uint64_t word = 0;
   for (std::size_t next = 0; next < text.size(); next += kSize) {
     std::memcpy(&word, text.data() + std::min(next, text.size() - kSize), kSize);
-    if (mayNeedEscape(word)) return true;
+    if (kTest(word)) return true;
   }
   return false;
+}
+
+void appendPlain(std::string& text, std::string_view value) {
+  text += '"';
+  text += value;
+  text += '"';
 }
 
 bool needsEscape(char character) {
@@ -101,16 +121,20 @@ void appendWithEscapes(std::string& text, std::string_view value) {
 }  // namespace
 
 void appendJSON(std::string& text, std::string_view value) {
-  if (mayNeedEscape(value)) {
-    text += '"';
-    appendWithEscapes(text, value);
-    text += '"';
-    return;
+  if (!holdsForAny<mayNeedEscape>(value)) return appendPlain(text, value);
+  text += '"';
+  appendWithEscapes(text, value);
+  text += '"';
+}
+
+bool appendASCIIJSON(std::string& text, std::string_view value) {
+  if (!holdsForAny<isNotPlainASCII>(value)) {
+    appendPlain(text, value);
+    return true;
   }
-  // Most have nothing to escape, and are short: both quotes at once, and the rest in between.
-  const std::size_t start = text.size() + 1;
-  text.append(value.size() + 2, '"');
-  value.copy(text.data() + start, value.size());
+  if (!isASCII(value)) return false;
+  appendJSON(text, value);
+  return true;
 }
 
 void appendJSON(std::string& text, bool value) {
@@ -126,7 +150,10 @@ void appendJSON(std::string& text, std::uint64_t value) {
 }
 
 void appendJSON(std::string& text, double value) {
-  if (!std::isfinite(value)) {
+  if (isExactInteger(value)) {
+    appendNumber(text, static_cast<std::int64_t>(value));
+    text += ".0";
+  } else if (!std::isfinite(value)) {
     text += "null";
   } else if (isWhole(appendNumber(text, value))) {
     text += ".0";

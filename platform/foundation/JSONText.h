@@ -29,6 +29,8 @@ void appendJSON(std::string& text, std::string_view value);
 inline void appendJSON(std::string& text, const std::string& value) {
   appendJSON(text, std::string_view(value));
 }
+/// The same for a text that should be ASCII: false, with nothing appended, when it is not.
+bool appendASCIIJSON(std::string& text, std::string_view value);
 /// A pointer would be taken for a boolean.
 inline void appendJSON(std::string& text, const char* value) {
   appendJSON(text, std::string_view(value));

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <cstring>
 
 #include <unicode/utf8.h>
 
@@ -28,6 +29,21 @@ std::optional<std::size_t> invalidUTF8Offset(std::string_view text) {
     }
   }
   return std::nullopt;
+}
+
+/// Eight bytes at a time: most texts are, and are looked at to their end.
+bool isASCII(std::string_view text) {
+  std::uint64_t all = 0;
+  while (text.size() >= sizeof all) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, text.data(), sizeof word);
+    all |= word;
+    text.remove_prefix(sizeof word);
+  }
+  for (const char c : text) {
+    all |= static_cast<unsigned char>(c);
+  }
+  return (all & 0x8080808080808080) == 0;
 }
 
 std::string withoutInvalidUTF8(std::string text) {

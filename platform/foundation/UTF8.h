@@ -18,6 +18,8 @@ std::optional<char32_t> nextCharacter(std::string_view text, std::size_t& offset
 /// The offset of the first byte that is not part of well-formed UTF-8; nothing when there is none.
 std::optional<std::size_t> invalidUTF8Offset(std::string_view text);
 
+bool isASCII(std::string_view text);
+
 /// The text with a question mark for each byte that is not part of well-formed UTF-8.
 std::string withoutInvalidUTF8(std::string text);
 

@@ -156,8 +156,8 @@ std::optional<bool> FetchCursor::readInOrder(const Take& take, ErrorSlot error) 
     isMore = isFull;
     if (isMore) return false;
     isTaken = true;
-    last = {row.presentReal(keyColumn).value_or(kNoDate), row.integer(0)};
     isFull = !take(row);
+    if (isFull) last = {row.presentReal(keyColumn).value_or(kNoDate), row.integer(0)};
     return true;
   };
   const FetchQuery query(coordinator_->sql(entity).select, request, entity, 0,

@@ -36,6 +36,9 @@ class Writer {
   bool appendDictionary(Container keysAndValues);
   bool appendReserved(std::size_t offset);
   std::optional<std::string_view> plainKey(std::optional<std::uint64_t> object);
+  bool appendASCII(const std::optional<std::string_view>& bytes) {
+    return bytes && appendASCIIJSON(text_, *bytes);
+  }
   template <typename Value>
   bool appendScalar(const std::optional<Value>& value) {
     if (value) appendJSON(text_, *value);
@@ -63,7 +66,7 @@ bool Writer::append(std::optional<std::uint64_t> object) {
     case kData:
       return appendReserved(*offset);
     case kASCIIString:
-      return appendScalar(objects_.asciiString(*offset));
+      return appendASCII(objects_.asciiBytes(*offset));
     case kUTF16String:
       return appendScalar(objects_.utf16String(*offset));
     case kArray:
@@ -109,7 +112,7 @@ bool Writer::appendArray(Container elements) {
 std::optional<std::string_view> Writer::plainKey(std::optional<std::uint64_t> object) {
   const auto offset = object ? objects_.offsetOf(*object) : std::nullopt;
   if (!offset || objects_.typeAt(*offset) != kASCIIString) return std::nullopt;
-  const auto key = objects_.asciiString(*offset);
+  const auto key = objects_.asciiBytes(*offset);
   return key && !key->starts_with('$') ? key : std::nullopt;
 }
 
@@ -123,7 +126,7 @@ bool Writer::appendDictionary(Container keysAndValues) {
     if (!key || (i > 0 && *key <= last)) return false;
     last = *key;
     if (i > 0) text_ += ',';
-    appendJSON(text_, *key);
+    if (!appendASCIIJSON(text_, *key)) return false;
     text_ += ':';
     if (!append(keysAndValues[count + i])) return false;
   }

@@ -3,7 +3,10 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstring>
+#include <endian.h>
 
+#include "platform/foundation/UTF8.h"
 #include "platform/propertylist/PropertyListError.h"
 #include "platform/propertylist/PropertyListUnicode.h"
 
@@ -15,6 +18,10 @@ namespace {
 
 /// A big-endian number of at most eight bytes.
 std::uint64_t bigEndian(std::string_view bytes) {
+  if (std::uint64_t word = 0; bytes.size() == sizeof word) {
+    std::memcpy(&word, bytes.data(), sizeof word);
+    return be64toh(word);
+  }
   std::uint64_t number = 0;
   for (const char byte : bytes) {
     number = number << 8 | static_cast<std::uint8_t>(byte);
@@ -92,11 +99,9 @@ std::optional<double> PropertyListBinaryObjects::floatingPoint(std::size_t offse
 }
 
 std::optional<std::string_view> PropertyListBinaryObjects::asciiString(std::size_t offset) {
-  const auto text = countedContent(offset, 1);
+  const auto text = asciiBytes(offset);
   if (!text) return std::nullopt;
-  const bool isASCII = std::all_of(text->begin(), text->end(),
-                                   [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-  if (!isASCII) return fail("an ASCII string with other bytes", offset);
+  if (!isASCII(*text)) return fail("an ASCII string with other bytes", offset);
   return text;
 }
 

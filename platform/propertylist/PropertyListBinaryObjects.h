@@ -36,6 +36,10 @@ class PropertyListBinaryObjects {
   std::optional<double> floatingPoint(std::size_t offset);
   std::optional<std::string_view> data(std::size_t offset) { return countedContent(offset, 1); }
   std::optional<std::string_view> asciiString(std::size_t offset);
+  /// The same for who looks at the bytes himself: some may not be ASCII.
+  std::optional<std::string_view> asciiBytes(std::size_t offset) {
+    return countedContent(offset, 1);
+  }
   /// Of a string of UTF-16, the more significant byte of a unit first.
   std::optional<std::string_view> utf16Bytes(std::size_t offset) {
     return countedContent(offset, 2);

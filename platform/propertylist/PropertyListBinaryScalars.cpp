@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <bit>
 
+#include "platform/foundation/UTF8.h"
 #include "platform/propertylist/PropertyListUnicode.h"
 
 namespace velto::binary_property_list {
@@ -89,7 +90,7 @@ void appendMarker(std::string& output, Type type, std::uint64_t count) {
 
 std::optional<std::string> encodeString(const std::string& value) {
   std::string output;
-  if (std::all_of(value.begin(), value.end(), [](char c) { return (c & 0x80) == 0; })) {
+  if (isASCII(value)) {
     appendMarker(output, kASCIIString, value.size());
     return output.append(value);
   }

@@ -49,12 +49,15 @@ TEST(JSONText, EveryCharacterIsEscapedWhereverItStands) {
 
 TEST(JSONText, NumbersReadBackAsTheyAre) {
   for (const double real :
-       {0.0, -0.0, 0.1, 5.0, -1e300, 5e-324, 1.7976931348623157e308, 1e22, 123456789012345680.0}) {
+       {0.0, -0.0, 0.1, 5.0, -5.0, 7e8, 700000000.5, 0x1p53, 0x1p53 + 2, 0x1p63, 0x1p64, -1e300,
+        5e-324, 1.7976931348623157e308, 1e22, 123456789012345680.0}) {
     const json::value back = json::parse(asText(real));
     ASSERT_TRUE(back.is_double()) << asText(real);
     EXPECT_EQ(back.as_double(), real);
     EXPECT_EQ(std::signbit(back.as_double()), std::signbit(real));
   }
+  EXPECT_EQ(asText(0.0), "0.0");
+  EXPECT_EQ(asText(7e8), "700000000.0");
   EXPECT_EQ(asText(std::numeric_limits<std::int64_t>::min()), "-9223372036854775808");
   EXPECT_EQ(asText(std::numeric_limits<std::uint64_t>::max()), "18446744073709551615");
   EXPECT_EQ(asText(std::numeric_limits<double>::infinity()), "null");
@@ -80,6 +83,23 @@ TEST(JSONText, ACharacterIsEscapedWhereverItStands) {
                 "\"" + std::string(before, 'a') + escaped + std::string(17 - before, 'z') + "\"");
     }
   }
+}
+
+TEST(JSONText, OfATextThatShouldBeASCIINothingElseIsWritten) {
+  for (int byte = 0; byte < 256; ++byte) {
+    for (std::size_t length = 1; length < 18; ++length) {
+      for (std::size_t place = 0; place < length; ++place) {
+        std::string value(length, 'a');
+        value[place] = static_cast<char>(byte);
+        std::string text = "before";
+        EXPECT_EQ(appendASCIIJSON(text, value), byte < 0x80);
+        EXPECT_EQ(text, byte < 0x80 ? "before" + asText(value) : "before");
+      }
+    }
+  }
+  std::string text;
+  EXPECT_TRUE(appendASCIIJSON(text, ""));
+  EXPECT_EQ(text, "\"\"");
 }
 
 TEST(JSONText, ElementsAreDividedAlsoWhereThoseBeforeAreGone) {

@@ -34,6 +34,19 @@ TEST(UTF8, PutsAQuestionMarkForEachWrongByte) {
   EXPECT_EQ(withoutInvalidUTF8(""), "");
 }
 
+TEST(UTF8, OneByteIsEnoughNotToBeASCII) {
+  for (std::size_t length = 0; length < 20; ++length) {
+    std::string text(length, '\x7f');
+    EXPECT_TRUE(isASCII(text));
+    for (char& c : text) {
+      c = '\x80';
+      EXPECT_FALSE(isASCII(text));
+      c = '\0';
+    }
+    EXPECT_TRUE(isASCII(text));
+  }
+}
+
 TEST(UTF8, ReadsEveryCharacterThatItWrites) {
   for (char32_t character = 0; character <= 0x10FFFF; ++character) {
     std::string text = "x";

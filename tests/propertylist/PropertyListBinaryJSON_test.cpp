@@ -75,12 +75,16 @@ TEST(PropertyListBinaryJSON, HasNoTextOfWhatIsCutOff) {
   }
 }
 
-/// An absent value, a marker that no value has, and keys that are out of order, as no writer of
-/// ours leaves them.
+/// An absent value, a marker that no value has, keys that are out of order, and a key and a value
+/// that are not the ASCII they say, as no writer of ours leaves them.
 TEST(PropertyListBinaryJSON, HasNoTextOfWhatTheWriterDoesNotMake) {
-  const Data written = binary({{"a", true}, {"b", false}});
-  for (const auto& [from, to] :
-       {std::pair('\x09', '\x00'), {'\x09', '\x0f'}, {'b', 'a'}, {'b', 'A'}}) {
+  const Data written = binary({{"a", true}, {"b", false}, {"c", "z"}});
+  for (const auto& [from, to] : {std::pair('\x09', '\x00'),
+                                 {'\x09', '\x0f'},
+                                 {'b', 'a'},
+                                 {'b', 'A'},
+                                 {'c', '\xe9'},
+                                 {'z', '\xe9'}}) {
     std::string bytes(written.view());
     const auto place = bytes.find(from, 8);
     ASSERT_NE(place, std::string::npos);
