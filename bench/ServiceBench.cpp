@@ -17,6 +17,7 @@
 #include "bench/Comparisons.h"
 #include "bench/PreparedSaves.h"
 #include "bench/SampleStore.h"
+#include "bench/SeparateCores.h"
 #include "bench/ServiceProcesses.h"
 #include "platform/foundation/Paths.h"
 #include "platform/propertylist/PropertyListSerialization.h"
@@ -102,18 +103,22 @@ void pipelined(benchmark::State& state, MessageSocket& socket) {
 }
 
 void echoRoundTrip(benchmark::State& state) {
+  const SeparateCores cores(service->echo.process());
   roundTrips(state, service->echo.socket());
 }
 
 void roundTrip(benchmark::State& state) {
+  const SeparateCores cores(service->daemon->process());
   roundTrips(state, service->client);
 }
 
 void echoPipelined(benchmark::State& state) {
+  const SeparateCores cores(service->echo.process());
   pipelined(state, service->echo.socket());
 }
 
 void callsPipelined(benchmark::State& state) {
+  const SeparateCores cores(service->daemon->process());
   pipelined(state, service->client);
 }
 

@@ -60,6 +60,7 @@ class EchoProcess {
   EchoProcess& operator=(const EchoProcess&) = delete;
 
   MessageSocket& socket() { return socket_; }
+  pid_t process() const { return process_; }
 
  private:
   MessageSocket socket_;
@@ -77,6 +78,7 @@ class DaemonProcess {
 
   std::string socketPath() const;
   MessageSocket connect() const;
+  pid_t process() const { return process_; }
   /// From its start until it was ready.
   std::chrono::duration<double> startTime() const { return startTime_; }
   std::size_t residentBytes() const { return memory().resident; }
