@@ -15,7 +15,7 @@ namespace velto {
 
 /// How much of a list goes into one part, in bytes of JSON; a part ends with the first alert that
 /// goes beyond.
-inline constexpr std::size_t kPieceSize = std::size_t{128} * 1024;
+inline constexpr std::size_t kPieceSize = 96'000;
 /// Most other replies are shorter, and not worth growing towards.
 inline constexpr std::size_t kUsualSize = 512;
 

@@ -149,12 +149,14 @@ def test_a_long_list_does_not_stand_in_memory(long_list):
     client = long_list.client()
     client.send(message("GetAlertsOfType", {"type": "Long"}, more=True))
     expected = 29_999
-    while (reply := client.receive()).get("continues"):
+    reply = {"continues": True}
+    while reply.get("continues"):
+        reply = client.receive()
         for alert in reply["parameters"]["alerts"]:
             group, place = divmod(int(alert["identifier"]), 10)
             assert (group, place) == divmod(expected, 10)
             expected -= 1
-    assert expected < 100
+    assert expected == -1
     assert long_list.daemon.memory("VmHWM") - before < 10_000_000
 
 
