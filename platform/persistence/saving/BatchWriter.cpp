@@ -6,6 +6,20 @@
 #include <vector>
 
 namespace velto {
+namespace {
+
+/// Of the first saves, those with one new row each, as many as go in one statement.
+std::vector<RowChange*> firstInserts(std::span<Save> saves) {
+  std::vector<RowChange*> inserts;
+  for (const Save& save : saves) {
+    std::vector<RowChange>& changes = *save.changes;
+    if (changes.size() != 1 || !isInsertedWith(inserts, changes.front())) break;
+    inserts.push_back(&changes.front());
+  }
+  return inserts;
+}
+
+}  // namespace
 
 void BatchWriter::write(std::span<Save> saves) noexcept {
   if (saves.empty()) return;
@@ -61,20 +75,12 @@ void BatchWriter::writeTogether(std::span<Save> saves, SaveBatch* unsynced) {
 /// Saves of one new row each, which are nearly all, go several in a statement. False when the
 /// transaction as a whole cannot go on.
 bool BatchWriter::applyAll(std::span<Save> saves) {
-  std::vector<RowChange*> inserts;
-  for (auto next = saves.begin(); next != saves.end();) {
-    const auto first = next;
-    for (inserts.clear(); next != saves.end() && next->changes->size() == 1 &&
-                          isInsertedWith(inserts, next->changes->front());
-         ++next) {
-      inserts.push_back(&next->changes->front());
-    }
-    if (inserts.size() > 1) {
-      if (rows_.insert(inserts)) return applyEach(saves);
-    } else {
-      next = first + 1;
-      if (!apply(*first)) return false;
-    }
+  for (std::span<Save> rest = saves; !rest.empty();) {
+    const std::vector<RowChange*> inserts = firstInserts(rest);
+    const bool areTogether = inserts.size() > 1;
+    if (areTogether && rows_.insert(inserts)) return applyEach(saves);
+    if (!areTogether && !apply(rest.front())) return false;
+    rest = rest.subspan(areTogether ? inserts.size() : 1);
   }
   return true;
 }
